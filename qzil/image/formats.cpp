@@ -1,0 +1,312 @@
+#include "qzil/image/formats.h"
+
+#include <cstdint>
+
+namespace qzil {
+namespace {
+
+enum Predicate : std::uint32_t {
+    kRgb = 1u << 0,
+    kMono = 1u << 1,
+    kYcc = 1u << 2,
+    kYcca = 1u << 3,
+    kYcc422 = 1u << 4,
+    kYcca4444 = 1u << 5,
+    kAlternateYuv = 1u << 6,
+    kAlpha = 1u << 7,
+    kSeparateAlpha = 1u << 8,
+    kTopDown = 1u << 9,
+    kVideoLevels = 1u << 10,
+    k601 = 1u << 11,
+    k709 = 1u << 12,
+    k10_6 = 1u << 13,
+    k10_6Ycc422 = 1u << 14,
+    kFloat = 1u << 15,
+    kS2_14 = 1u << 16,
+    kSplitField = 1u << 17,
+    kSplitFieldEven = 1u << 18,
+};
+
+/// The predicates that answer true, a letter each, in the order of the enumeration above.
+struct Predicates {
+    std::uint32_t uBits = 0;
+
+    consteval Predicates(char const* letters) {
+        constexpr char kLetters[] = "RMYa24UASTV67PQfsFE";
+        for (; *letters; ++letters) {
+            int bit = 0;
+            while (kLetters[bit] != *letters) {
+                if (!kLetters[++bit]) throw "no such predicate letter";
+            }
+            uBits |= 1u << bit;
+        }
+    }
+    constexpr bool Has(Predicate predicate) const { return (uBits & predicate) != 0; }
+};
+
+struct Row {
+    GUID oFormat;
+    char const* pName;
+    XFChannelType uChannelType;
+    unsigned uChannels;
+    unsigned uChannelSize;
+    unsigned uPixelSize;
+    XFColorModel uColorModel;
+    Predicates oPredicates;
+    StoredAttributes oStored;
+};
+
+// Rows that seem to contradict themselves do so deliberately: the pixel size 0 of MFIF_RGBA_RAW_32_VIDEO, the 0
+// channels of MFIF_DIB_RAW_24, MFIF_MONO_RAW_16_TD not being top-down, the two MFIF_YCCA_RAW_* with alpha that are not
+// YCCA, the _30 formats with separate alpha that are not YCCA, the _10_6_FR formats that are neither 10_6 nor have
+// separate alpha, video levels for the 601 half of the 4:4:4:4 formats only, and MFIF_RGB_RAW_INDEX_8 being both RGB
+// and YCC.
+//
+// Columns: type, channels, channel size, pixel size, colour model, predicates, {what an image stores: channel size,
+// type, channels, pixel size, compress}.
+// clang-format off
+constexpr Row kRows[] = {
+    {MFIF_RGBA_RAW_32, "MFIF_RGBA_RAW_32", 2, 4, 1, 4, 1, "RA", {1, 2, 4, 4, 0}},
+    {MFIF_RGBA_RAW_32_VIDEO, "MFIF_RGBA_RAW_32_VIDEO", 2, 4, 1, 0, 4096, "RAV", {1, 2, 4, 4, 0}},
+    {MFIF_DIB_RAW_32, "MFIF_DIB_RAW_32", 2, 4, 1, 4, 1, "RA", {1, 2, 4, 4, 0}},
+    {MFIF_BGRA_RAW_32, "MFIF_BGRA_RAW_32", 2, 4, 1, 4, 1, "RAT", {1, 2, 4, 4, 0}},
+    {MFIF_BGRA_RAW_32_VIDEO, "MFIF_BGRA_RAW_32_VIDEO", 2, 4, 1, 4, 4096, "RATV", {1, 2, 4, 4, 0}},
+    {MFIF_RGBA_S2_14, "MFIF_RGBA_S2_14", 4, 4, 2, 8, 1, "RATs", {2, 4, 4, 8, 0}},
+    {MFIF_RGBA_FLOAT, "MFIF_RGBA_FLOAT", 64, 4, 4, 16, 1, "RATf", {4, 64, 4, 16, 0}},
+    {MFIF_CbYCrY_16, "MFIF_CbYCrY_16", 2, 3, 1, 2, 64, "Y2UTV6", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY_16_FR, "MFIF_CbYCrY_16_FR", 2, 3, 1, 2, 64, "Y2UT6", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY_16_SF_TFL, "MFIF_CbYCrY_16_SF_TFL", 2, 3, 1, 2, 64, "Y2UTV6FE", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY_16_SF_TFF, "MFIF_CbYCrY_16_SF_TFF", 2, 3, 1, 2, 64, "Y2UTV6F", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrYA_24, "MFIF_CbYCrYA_24", 2, 4, 1, 3, 64, "Ya2UASTV6", {1, 2, 4, 3, 0}},
+    {MFIF_CbYCrYA_24_FR, "MFIF_CbYCrYA_24_FR", 2, 4, 1, 3, 64, "Ya2UAST6", {1, 2, 4, 3, 0}},
+    {MFIF_CbYCrY_S2_14, "MFIF_CbYCrY_S2_14", 4, 3, 2, 4, 64, "Y2UTV6s", {2, 4, 3, 4, 0}},
+    {MFIF_CbYCrYA_S2_14, "MFIF_CbYCrYA_S2_14", 4, 4, 2, 6, 64, "Ya2UASTV6s", {2, 4, 4, 6, 0}},
+    {MFIF_CbYCrY_FLOAT, "MFIF_CbYCrY_FLOAT", 64, 3, 4, 8, 64, "Y2UTV6f", {4, 64, 3, 8, 0}},
+    {MFIF_CbYCrYA_FLOAT, "MFIF_CbYCrYA_FLOAT", 64, 4, 4, 12, 64, "Ya2UASTV6f", {4, 64, 4, 12, 0}},
+    {MFIF_CbYCrY709_16, "MFIF_CbYCrY709_16", 2, 3, 1, 2, 512, "Y2UTV7", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY709_16_FR, "MFIF_CbYCrY709_16_FR", 2, 3, 1, 2, 512, "Y2UT7", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY709_16_SF_TFL, "MFIF_CbYCrY709_16_SF_TFL", 2, 3, 1, 2, 512, "Y2UTV7FE", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY709_16_SF_TFF, "MFIF_CbYCrY709_16_SF_TFF", 2, 3, 1, 2, 512, "Y2UTV7F", {1, 2, 3, 2, 0}},
+    {MFIF_CbYCrY709A_24, "MFIF_CbYCrY709A_24", 2, 4, 1, 3, 512, "Ya2UASTV7", {1, 2, 4, 3, 0}},
+    {MFIF_CbYCrY709A_24_FR, "MFIF_CbYCrY709A_24_FR", 2, 4, 1, 3, 512, "Ya2UAST7", {1, 2, 4, 3, 0}},
+    {MFIF_CbYCrY709_S2_14, "MFIF_CbYCrY709_S2_14", 4, 3, 2, 4, 512, "Y2UTV7s", {2, 4, 3, 4, 0}},
+    {MFIF_CbYCrY709A_S2_14, "MFIF_CbYCrY709A_S2_14", 4, 4, 2, 6, 512, "Ya2UASTV7s", {2, 4, 4, 6, 0}},
+    {MFIF_CbYCrY709_FLOAT, "MFIF_CbYCrY709_FLOAT", 64, 3, 4, 8, 512, "Y2UTV7f", {4, 64, 3, 8, 0}},
+    {MFIF_CbYCrY709A_FLOAT, "MFIF_CbYCrY709A_FLOAT", 64, 4, 4, 12, 512, "Ya2UASTV7f", {4, 64, 4, 12, 0}},
+    {MFIF_MONO_RAW_8, "MFIF_MONO_RAW_8", 2, 1, 1, 1, 2, "M", {1, 2, 1, 1, 0}},
+    {MFIF_MONO_RAW_8_TD, "MFIF_MONO_RAW_8_TD", 2, 1, 1, 1, 2, "MT", {1, 2, 1, 1, 0}},
+    {MFIF_MONO_RAW_16_TD, "MFIF_MONO_RAW_16_TD", 8, 1, 2, 2, 2, "M", {2, 8, 1, 2, 0}},
+    {MFIF_MONO_S2_14, "MFIF_MONO_S2_14", 4, 1, 2, 2, 2, "MTs", {2, 4, 1, 2, 0}},
+    {MFIF_MONO_FLOAT, "MFIF_MONO_FLOAT", 64, 1, 4, 4, 2, "MTf", {4, 64, 1, 4, 0}},
+    {MFIF_MONO_RAW_10, "MFIF_MONO_RAW_10", 0, 0, 0, 0, 2, "MT", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY_20, "MFIF_CbYCrY_20", 0, 0, 0, 0, 64, "Y2UTV6", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY_20_FR, "MFIF_CbYCrY_20_FR", 0, 0, 0, 0, 64, "Y2UT6", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY709_20, "MFIF_CbYCrY709_20", 0, 0, 0, 0, 512, "Y2UTV7", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY709_20_FR, "MFIF_CbYCrY709_20_FR", 0, 0, 0, 0, 512, "Y2UT7", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrYA_30, "MFIF_CbYCrYA_30", 0, 0, 0, 0, 64, "Y2UASTV6", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrYA_30_FR, "MFIF_CbYCrYA_30_FR", 0, 0, 0, 0, 64, "Y2UAST6", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY709A_30, "MFIF_CbYCrY709A_30", 0, 0, 0, 0, 512, "Y2UASTV7", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY709A_30_FR, "MFIF_CbYCrY709A_30_FR", 0, 0, 0, 0, 512, "Y2UAST7", {0, 0, 0, 0, 1}},
+    {MFIF_CbYCrY_10_6, "MFIF_CbYCrY_10_6", 8, 3, 2, 4, 64, "Y2UTV6PQ", {2, 8, 3, 4, 0}},
+    {MFIF_CbYCrY709_10_6, "MFIF_CbYCrY709_10_6", 8, 3, 2, 4, 512, "Y2UTV7PQ", {2, 8, 3, 4, 0}},
+    {MFIF_CbYCrY_10_6_FR, "MFIF_CbYCrY_10_6_FR", 8, 3, 2, 4, 64, "Y2UT6", {2, 8, 3, 4, 0}},
+    {MFIF_CbYCrY709_10_6_FR, "MFIF_CbYCrY709_10_6_FR", 8, 3, 2, 4, 512, "Y2UT7", {2, 8, 3, 4, 0}},
+    {MFIF_CbYCrYA_10_6, "MFIF_CbYCrYA_10_6", 8, 4, 2, 6, 64, "Ya2UASTV6PQ", {2, 8, 4, 6, 0}},
+    {MFIF_CbYCrY709A_10_6, "MFIF_CbYCrY709A_10_6", 8, 4, 2, 6, 512, "Ya2UASTV7PQ", {2, 8, 4, 6, 0}},
+    {MFIF_CbYCrYA_10_6_FR, "MFIF_CbYCrYA_10_6_FR", 8, 4, 2, 6, 64, "Ya2UAT6", {2, 8, 4, 6, 0}},
+    {MFIF_CbYCrY709A_10_6_FR, "MFIF_CbYCrY709A_10_6_FR", 8, 4, 2, 6, 512, "Ya2UAT7", {2, 8, 4, 6, 0}},
+    {MFIF_CbYCrA_8_4444, "MFIF_CbYCrA_8_4444", 2, 4, 1, 4, 64, "Ya4UATV6", {1, 2, 4, 4, 0}},
+    {MFIF_CbYCr709A_8_4444, "MFIF_CbYCr709A_8_4444", 2, 4, 1, 4, 512, "Ya4UAT7", {1, 2, 4, 4, 0}},
+    {MFIF_CbYCrA_10_6_4444, "MFIF_CbYCrA_10_6_4444", 8, 4, 2, 8, 64, "Ya4UATV6P", {2, 8, 4, 8, 0}},
+    {MFIF_CbYCr709A_10_6_4444, "MFIF_CbYCr709A_10_6_4444", 8, 4, 2, 8, 512, "Ya4UAT7P", {2, 8, 4, 8, 0}},
+    {MFIF_CbYCrA_FLOAT_4444, "MFIF_CbYCrA_FLOAT_4444", 64, 4, 4, 16, 64, "Ya4UATV6f", {4, 64, 4, 16, 0}},
+    {MFIF_CbYCr709A_FLOAT_4444, "MFIF_CbYCr709A_FLOAT_4444", 64, 4, 4, 16, 512, "Ya4UAT7f", {4, 64, 4, 16, 0}},
+    {MFIF_CbYCrA_S2_14_4444, "MFIF_CbYCrA_S2_14_4444", 4, 4, 2, 8, 64, "Ya4UATV6s", {2, 4, 4, 8, 0}},
+    {MFIF_CbYCr709A_S2_14_4444, "MFIF_CbYCr709A_S2_14_4444", 4, 4, 2, 8, 512, "Ya4UAT7s", {2, 4, 4, 8, 0}},
+    {MFIF_RGB_RAW_24, "MFIF_RGB_RAW_24", 2, 3, 1, 3, 1, "R", {1, 2, 3, 3, 0}},
+    {MFIF_RGB_S2_14, "MFIF_RGB_S2_14", 4, 3, 2, 6, 1, "RTs", {0, 0, 0, 0, -1}},
+    {MFIF_RGB_FLOAT, "MFIF_RGB_FLOAT", 64, 3, 4, 12, 1, "RTf", {4, 64, 3, 12, 0}},
+    {MFIF_GENERIC, "MFIF_GENERIC", 0, 0, 0, 0, 0, "Y2UT", {0, 0, 0, 0, -1}},
+    {MFIF_YCC_422_16, "MFIF_YCC_422_16", 2, 3, 1, 2, 64, "Y2TV6", {1, 2, 3, 2, 0}},
+    {MFIF_YCC_422_16_SF_NTSC, "MFIF_YCC_422_16_SF_NTSC", 2, 3, 1, 2, 64, "Y2TV6FE", {1, 2, 3, 2, 0}},
+    {MFIF_YCC_422_16_SF_PAL, "MFIF_YCC_422_16_SF_PAL", 2, 3, 1, 2, 64, "Y2TV6F", {1, 2, 3, 2, 0}},
+    {MFIF_YCCA_24, "MFIF_YCCA_24", 2, 4, 1, 3, 64, "Ya2ASTV6", {1, 2, 4, 3, 0}},
+    {MFIF_YCC709_422_16, "MFIF_YCC709_422_16", 2, 3, 1, 2, 512, "Y2TV7", {1, 2, 3, 2, 0}},
+    {MFIF_YCC709_422_16_SF_EVEN, "MFIF_YCC709_422_16_SF_EVEN", 2, 3, 1, 2, 512, "Y2TV7FE", {1, 2, 3, 2, 0}},
+    {MFIF_YCC709_422_16_SF_ODD, "MFIF_YCC709_422_16_SF_ODD", 2, 3, 1, 2, 512, "Y2TV7F", {1, 2, 3, 2, 0}},
+    {MFIF_YCC709A_24, "MFIF_YCC709A_24", 2, 4, 1, 3, 512, "Ya2ASTV7", {1, 2, 4, 3, 0}},
+    {MFIF_RGBA_RAW_64, "MFIF_RGBA_RAW_64", 8, 4, 2, 8, 1, "RA", {2, 8, 4, 8, 0}},
+    {MFIF_RGB_RAW_48, "MFIF_RGB_RAW_48", 0, 0, 0, 0, 0, "Y2UT", {2, 8, 3, 6, 0}},
+    {MFIF_MONO_RAW_16, "MFIF_MONO_RAW_16", 8, 1, 2, 2, 2, "M", {2, 8, 1, 2, 0}},
+    {MFIF_MONO_RAW_32, "MFIF_MONO_RAW_32", 32, 1, 4, 4, 2, "M", {4, 32, 1, 4, 0}},
+    {MFIF_BGR_RAW_24, "MFIF_BGR_RAW_24", 2, 3, 1, 3, 1, "RT", {1, 2, 3, 3, 0}},
+    {MFIF_DIB_RAW_24, "MFIF_DIB_RAW_24", 2, 0, 1, 3, 1, "R", {1, 2, 3, 3, 0}},
+    {MFIF_HLSA_RAW_32, "MFIF_HLSA_RAW_32", 2, 4, 1, 4, 4, "A", {1, 2, 4, 4, 0}},
+    {MFIF_HLSA_RAW_64, "MFIF_HLSA_RAW_64", 8, 4, 2, 8, 4, "A", {2, 8, 4, 8, 0}},
+    {MFIF_RGB_RAW_INDEX_8, "MFIF_RGB_RAW_INDEX_8", 2, 1, 1, 1, 1, "RY2UT", {1, 2, 1, 1, 0}},
+    {MFIF_RGB_JPEG_32_T2K_XF, "MFIF_RGB_JPEG_32_T2K_XF", 2, 1, 1, 4, 0, "Y2UT", {1, 2, 1, 4, 1}},
+    {MFIF_RGB_JPEG_24, "MFIF_RGB_JPEG_24", 0, 0, 0, 0, 0, "Y2UT", {0, 0, 0, 0, 1}},
+    {MFIF_MONO_JPEG_8, "MFIF_MONO_JPEG_8", 0, 0, 0, 0, 0, "Y2UT", {0, 0, 0, 0, 1}},
+    {MFIF_YCCA_RAW_32, "MFIF_YCCA_RAW_32", 2, 4, 1, 4, 64, "Y2UAV6", {1, 2, 4, 4, 0}},
+    {MFIF_YCCA_RAW_64, "MFIF_YCCA_RAW_64", 8, 4, 2, 8, 64, "Y2UAV6", {2, 8, 4, 8, 0}},
+    {MFIF_MONO_FLOAT_BU, "MFIF_MONO_FLOAT_BU", 64, 1, 4, 4, 2, "Mf", {4, 64, 1, 4, 0}},
+    {MFIF_RGB_FLOAT_BU, "MFIF_RGB_FLOAT_BU", 64, 3, 4, 12, 1, "Rf", {4, 64, 3, 12, 0}},
+    {MFIF_RGBA_FLOAT_BU, "MFIF_RGBA_FLOAT_BU", 64, 4, 4, 16, 1, "RAf", {4, 64, 4, 16, 0}},
+    {MFIF_MONO_HF_BU, "MFIF_MONO_HF_BU", 0, 0, 0, 0, 0, "Y2UT", {2, 8, 1, 2, 0}},
+    {MFIF_RGB_HF_BU, "MFIF_RGB_HF_BU", 0, 0, 0, 0, 0, "Y2UT", {2, 8, 3, 6, 0}},
+    {MFIF_RGBA_HF_BU, "MFIF_RGBA_HF_BU", 0, 0, 0, 0, 0, "Y2UT", {2, 8, 4, 8, 0}},
+};
+// clang-format on
+
+constexpr std::size_t kCount = std::size(kRows);
+static_assert(kCount == 89);
+
+/// What an unlisted format answers: the negative tests are true, all else is false and 0.
+constexpr Row kUnknown{GUID_NULL, nullptr, 0, 0, 0, 0, 0, "Y2UT", {0, 0, 0, 0, -1}};
+
+constexpr auto SortedByFormat() {
+    std::array<std::uint8_t, kCount> order{};
+    for (std::size_t i = 0; i < kCount; ++i) order[i] = static_cast<std::uint8_t>(i);
+    std::sort(order.begin(), order.end(), [](auto a, auto b) { return kRows[a].oFormat < kRows[b].oFormat; });
+    return order;
+}
+constexpr auto kOrder = SortedByFormat();
+
+static_assert(
+    [] {
+        for (std::size_t i = 1; i < kCount; ++i) {
+            if (kRows[kOrder[i - 1]].oFormat == kRows[kOrder[i]].oFormat) return false;
+        }
+        return true;
+    }(),
+    "no two formats share an identifier");
+
+consteval bool RowsAgree() {
+    for (Row const& row : kRows) {
+        Predicates const& is = row.oPredicates;
+        XFColorModel const model = is.Has(kRgb)    ? (is.Has(kVideoLevels) ? XFColorModelRGBVideo : XFColorModelRGB)
+                                   : is.Has(k601)  ? XFColorModelYCC601
+                                   : is.Has(k709)  ? XFColorModelYCC709
+                                   : is.Has(kMono) ? XFColorModelMono
+                                   : row.oFormat == MFIF_HLSA_RAW_32 || row.oFormat == MFIF_HLSA_RAW_64
+                                       ? XFColorModelHLS
+                                       : XFColorModelNone;
+        if (model != row.uColorModel) return false;
+        if (is.Has(kYcc422) != (is.Has(kYcc) && !is.Has(kYcca4444))) return false;
+        if (is.Has(kSplitFieldEven) && !is.Has(kSplitField)) return false;
+        if (is.Has(kFloat) != (row.uChannelType == XFChannelTypeFloat)) return false;
+        if (is.Has(kS2_14) != (row.uChannelType == XFChannelTypeS2_14)) return false;
+        if (row.uPixelSize != 0 && row.oStored.uPixelSize != 0 && row.uPixelSize != row.oStored.uPixelSize)
+            return false;
+    }
+    return true;
+}
+static_assert(RowsAgree());
+
+Row const& Find(GUID const& format) {
+    auto const found = std::lower_bound(kOrder.begin(), kOrder.end(), format,
+                                        [](auto index, GUID const& wanted) { return kRows[index].oFormat < wanted; });
+    return found != kOrder.end() && kRows[*found].oFormat == format ? kRows[*found] : kUnknown;
+}
+
+bool Is(GUID const& format, Predicate predicate) {
+    return Find(format).oPredicates.Has(predicate);
+}
+
+constexpr auto Names() {
+    std::array<NamedFormat, kCount> names{};
+    for (std::size_t i = 0; i < kCount; ++i) names[i] = {kRows[i].oFormat, kRows[i].pName};
+    return names;
+}
+constexpr auto kNames = Names();
+
+}  // namespace
+
+std::span<NamedFormat const> AllFormats() {
+    return kNames;
+}
+
+char const* FormatName(GUID const& format) {
+    return Find(format).pName;
+}
+
+StoredAttributes StoredAttributesOf(GUID const& format) {
+    return Find(format).oStored;
+}
+
+}  // namespace qzil
+
+using namespace qzil;
+
+XFChannelType GetChannelTypeFromFormat(GUID const& format) {
+    return Find(format).uChannelType;
+}
+unsigned GetNumOfChannelsFromFormat(GUID const& format) {
+    return Find(format).uChannels;
+}
+unsigned GetChannelSizeFromFormat(GUID const& format) {
+    return Find(format).uChannelSize;
+}
+unsigned GetPixelSizeFromFormat(GUID const& format) {
+    return Find(format).uPixelSize;
+}
+XFColorModel GetColorModelFromFormat(GUID const& format) {
+    return Find(format).uColorModel;
+}
+bool IsFormatRGB(GUID const& format) {
+    return Is(format, kRgb);
+}
+bool IsFormatMono(GUID const& format) {
+    return Is(format, kMono);
+}
+bool IsFormatYCC(GUID const& format) {
+    return Is(format, kYcc);
+}
+bool IsFormatYCCA(GUID const& format) {
+    return Is(format, kYcca);
+}
+bool IsFormatYCC422(GUID const& format) {
+    return Is(format, kYcc422);
+}
+bool IsFormatYCCA4444(GUID const& format) {
+    return Is(format, kYcca4444);
+}
+bool IsFormatAlternateYUV(GUID const& format) {
+    return Is(format, kAlternateYuv);
+}
+bool IsFormatWithAlpha(GUID const& format) {
+    return Is(format, kAlpha);
+}
+bool IsFormatWithSeparateAlpha(GUID const& format) {
+    return Is(format, kSeparateAlpha);
+}
+bool IsFormatTopDown(GUID const& format) {
+    return Is(format, kTopDown);
+}
+bool IsFormatVideoLevels(GUID const& format) {
+    return Is(format, kVideoLevels);
+}
+bool IsFormat601(GUID const& format) {
+    return Is(format, k601);
+}
+bool IsFormat709(GUID const& format) {
+    return Is(format, k709);
+}
+bool IsFormat10_6(GUID const& format) {
+    return Is(format, k10_6);
+}
+bool IsFormat10_6YCC422(GUID const& format) {
+    return Is(format, k10_6Ycc422);
+}
+bool IsFormatFloat(GUID const& format) {
+    return Is(format, kFloat);
+}
+bool IsFormatS2_14(GUID const& format) {
+    return Is(format, kS2_14);
+}
+bool IsFormatSplitField(GUID const& format) {
+    return Is(format, kSplitField);
+}
+bool IsFormatSplitFieldEven(GUID const& format) {
+    return Is(format, kSplitFieldEven);
+}

@@ -1,0 +1,714 @@
+#include "qzil/image/image.h"
+
+#include "qzil/image/image_ops.h"
+#include "qzil/platform/sync.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <utility>
+
+using namespace qzil::platform;
+
+namespace {
+
+constexpr unsigned kAlignment = 32;
+constexpr unsigned kFilledAlpha = 1;
+constexpr unsigned kStreamHeadSize = 100;
+
+template <class T>
+HRESULT Answer(T* out, T const& value) {
+    *out = value;
+    return kOk;
+}
+
+template <class T>
+HRESULT Store(T& field, T const& value) {
+    field = value;
+    return kOk;
+}
+
+/// The attributes that a copy takes over and a comparison looks at.
+struct Attributes {
+    GUID oFormat{};
+    int iWidth = 0, iHeight = 0, iOriginalWidth = 0, iOriginalHeight = 0;
+    double dfSizeX = 0, dfSizeY = 0, dfPosX = 0, dfPosY = 0;
+    unsigned uChannels = 0, uChannelType = 0, uChannelSize = 0, uPixelSize = 0, uPixelArraySize = 0, uAttributes = 0;
+    int iCompress = 0;
+
+    explicit Attributes(IXFImage& image) {
+        image.GetFormat(&oFormat);
+        image.GetRes(&iWidth, &iHeight);
+        image.GetOriginalRes(&iOriginalWidth, &iOriginalHeight);
+        image.GetSize(&dfSizeX, &dfSizeY);
+        image.GetPos(&dfPosX, &dfPosY);
+        image.GetNumChannels(&uChannels);
+        image.GetChannelType(&uChannelType);
+        image.GetChannelSize(&uChannelSize);
+        image.GetCompress(&iCompress);
+        image.GetPixelSize(&uPixelSize);
+        image.GetPixelArraySize(&uPixelArraySize);
+        image.GetAllAttributes(&uAttributes);
+    }
+    /// A NaN differs from everything, itself included.
+    bool operator==(Attributes const&) const = default;
+};
+
+unsigned char* PixelsOf(IXFImage& image) {
+    void* pPixels = nullptr;
+    image.GetPixelArray(&pPixels);
+    return static_cast<unsigned char*>(pPixels);
+}
+
+}  // namespace
+
+qzILMemoryPool* CMFImage::s_pImageMemoryPool = nullptr;
+
+void CMFImage::ClearImagePool() {
+    delete std::atomic_ref(s_pImageMemoryPool).exchange(nullptr);
+}
+
+CMFImage::CMFImage() {
+    std::atomic_ref pool(s_pImageMemoryPool);
+    if (pool.load()) return;
+    // Two first images may be made side by side: the later pool is dropped.
+    auto* const pMade = new qzILMemoryPool(1, 40960, 1, 0x2000000, 1, 314572800);
+    qzILMemoryPool* pNone = nullptr;
+    if (!pool.compare_exchange_strong(pNone, pMade)) delete pMade;
+}
+
+CMFImage::~CMFImage() {
+    if (m_pMarshaler) m_pMarshaler->Release();
+    Trash();
+}
+
+HRESULT CMFImage::CreateInstance(IUnknown* outer, GUID const& iid, void** out) {
+    if (outer) return kNoAggregation;
+    CMFImage* pImage = nullptr;
+    try {
+        pImage = new CMFImage;
+    } catch (std::bad_alloc const&) {
+        if (out) *out = nullptr;
+        return kOutOfMemory;
+    }
+    if (pImage->QueryInterface(iid, out) >= 0) return kOk;
+    delete pImage;
+    return kUnexpected;
+}
+
+HRESULT CMFImage::QueryInterface(GUID const& iid, void** out) {
+    if (!out) return kInvalidArgument;
+    *out = nullptr;
+    if (iid == IID_IUnknown || iid == IID_IXFImage) {
+        *out = static_cast<IXFImage*>(this);
+    } else if (iid == IID_IXFImageHeaderFooter) {
+        *out = static_cast<IXFImageHeaderFooter*>(this);
+    } else if (iid == IID_IXFImageClone) {
+        *out = static_cast<IXFImageClone*>(this);
+    } else if (iid == IID_IPersistStream) {
+        *out = static_cast<IPersistStream*>(this);
+    } else if (iid == IID_IMarshal) {
+        if (!m_pMarshaler) {
+            HRESULT const result = CoCreateFreeThreadedMarshaler(static_cast<IXFImage*>(this), &m_pMarshaler);
+            if (result < 0) return result;
+        }
+        return m_pMarshaler->QueryInterface(iid, out);
+    } else if (iid == IID_IQZAddMemSizeToStatManager) {
+        *out = static_cast<IQZAddMemSizeToStatManager*>(this);
+    } else {
+        return kNoInterface;
+    }
+    AddRef();
+    return kOk;
+}
+
+std::uint32_t CMFImage::AddRef() {
+    return static_cast<std::uint32_t>(InterlockedIncrement(&m_iReferences));
+}
+
+std::uint32_t CMFImage::Release() {
+    std::int32_t const count = InterlockedDecrement(&m_iReferences);
+    if (count == 0) delete this;
+    return static_cast<std::uint32_t>(count);
+}
+
+HRESULT CMFImage::GetFormat(GUID* format) {
+    return Answer(format, m_oState.oDescription.oFormat);
+}
+
+HRESULT CMFImage::SetFormat(GUID const& format) {
+    Description& d = m_oState.oDescription;
+    qzil::StoredAttributes const stored = qzil::StoredAttributesOf(format);
+    d.oFormat = format;
+    if (stored.uChannelSize != 0) d.uChannelSize = stored.uChannelSize;
+    if (stored.uChannelType != 0) d.uChannelType = stored.uChannelType;
+    if (stored.uChannels != 0) d.uChannels = stored.uChannels;
+    if (stored.uPixelSize != 0) d.uPixelSize = stored.uPixelSize;
+    if (stored.iCompress >= 0) d.iCompress = stored.iCompress;
+    return kOk;
+}
+
+HRESULT CMFImage::GetRes(int* width, int* height) {
+    *width = m_oState.oDescription.iWidth;
+    return Answer(height, m_oState.oDescription.iHeight);
+}
+
+HRESULT CMFImage::SetRes(int width, int height) {
+    m_oState.oDescription.iWidth = width;
+    return Store(m_oState.oDescription.iHeight, height);
+}
+
+HRESULT CMFImage::GetSize(double* x, double* y) {
+    *x = m_oState.oDescription.dfSizeX;
+    return Answer(y, m_oState.oDescription.dfSizeY);
+}
+
+HRESULT CMFImage::SetSize(double x, double y) {
+    m_oState.oDescription.dfSizeX = x;
+    return Store(m_oState.oDescription.dfSizeY, y);
+}
+
+HRESULT CMFImage::GetPos(double* x, double* y) {
+    *x = m_oState.oDescription.dfPosX;
+    return Answer(y, m_oState.oDescription.dfPosY);
+}
+
+HRESULT CMFImage::SetPos(double x, double y) {
+    m_oState.oDescription.dfPosX = x;
+    return Store(m_oState.oDescription.dfPosY, y);
+}
+
+HRESULT CMFImage::GetNumChannels(unsigned* channels) {
+    return Answer(channels, m_oState.oDescription.uChannels);
+}
+
+HRESULT CMFImage::SetNumChannels(unsigned channels) {
+    return Store(m_oState.oDescription.uChannels, channels);
+}
+
+HRESULT CMFImage::GetChannelType(XFChannelType* type) {
+    return Answer(type, m_oState.oDescription.uChannelType);
+}
+
+HRESULT CMFImage::SetChannelType(XFChannelType type) {
+    return Store(m_oState.oDescription.uChannelType, type);
+}
+
+HRESULT CMFImage::GetChannelSize(unsigned* bytes) {
+    return Answer(bytes, m_oState.oDescription.uChannelSize);
+}
+
+HRESULT CMFImage::SetChannelSize(unsigned bytes) {
+    return Store(m_oState.oDescription.uChannelSize, bytes);
+}
+
+HRESULT CMFImage::GetCompress(int* compress) {
+    return Answer(compress, m_oState.oDescription.iCompress);
+}
+
+HRESULT CMFImage::SetCompress(int compress) {
+    return Store(m_oState.oDescription.iCompress, compress);
+}
+
+HRESULT CMFImage::GetPixelSize(unsigned* bytes) {
+    return Answer(bytes, m_oState.oDescription.uPixelSize);
+}
+
+HRESULT CMFImage::SetPixelSize(unsigned bytes) {
+    return Store(m_oState.oDescription.uPixelSize, bytes);
+}
+
+HRESULT CMFImage::GetPixelArray(void** pixels) {
+    *pixels = m_oState.pPixels;
+    return kOk;
+}
+
+HRESULT CMFImage::SetPixelArray(void* pixels) {
+    ReleaseBlock();
+    m_oState.pPixels = static_cast<unsigned char*>(pixels);
+    m_oState.iExternal = pixels != nullptr;
+    return kOk;
+}
+
+HRESULT CMFImage::GetPixelArraySize(unsigned* bytes) {
+    return Answer(bytes, m_oState.oDescription.uPixelArraySize);
+}
+
+HRESULT CMFImage::SetPixelArraySize(unsigned bytes) {
+    return Store(m_oState.oDescription.uPixelArraySize, bytes);
+}
+
+void CMFImage::ReleaseBlock() {
+    if (m_oState.pBlock && s_pImageMemoryPool) s_pImageMemoryPool->ReleaseMemory(m_oState.pBlock);
+    m_oState.pBlock = nullptr;
+    m_oState.uAllocatedSize = 0;
+}
+
+HRESULT CMFImage::ResizeAllocatedMemory(unsigned size) {
+    if (m_oState.iExternal) return kUnexpected;
+    if (size == m_oState.uAllocatedSize) return kOk;
+    ReleaseBlock();
+    if (size == 0) return kOk;
+    if (!s_pImageMemoryPool) return kOutOfMemory;
+    HRESULT const result = s_pImageMemoryPool->AllocateMemory(size, &m_oState.pBlock);
+    if (result >= 0) m_oState.uAllocatedSize = size;
+    return result;
+}
+
+HRESULT CMFImage::AllocatePixels(std::uint64_t pixelBytes, std::uint64_t headerBytes, std::uint64_t footerBytes) {
+    std::uint64_t const total = pixelBytes + headerBytes + footerBytes + (kAlignment - 1);
+    HRESULT result = kOutOfMemory;
+    if (pixelBytes <= UINT32_MAX && total <= UINT32_MAX) {
+        result = ResizeAllocatedMemory(static_cast<unsigned>(total));
+    } else {
+        ReleaseBlock();
+    }
+    if (result < 0) {
+        m_oState.pPixels = nullptr;
+        m_oState.oDescription.uPixelArraySize = 0;
+        return result;
+    }
+    auto const first = reinterpret_cast<std::uintptr_t>(m_oState.pBlock) + headerBytes + (kAlignment - 1);
+    m_oState.pPixels = reinterpret_cast<unsigned char*>(first / kAlignment * kAlignment);
+    m_oState.oDescription.uPixelArraySize = static_cast<std::uint32_t>(pixelBytes);
+    return kOk;
+}
+
+HRESULT CMFImage::ResizePixelArray(unsigned bytes) {
+    if (m_oState.iExternal) return bytes == m_oState.oDescription.uPixelArraySize ? kOk : kUnexpected;
+    return AllocatePixels(bytes, m_oState.uHeaderSize, m_oState.uFooterSize);
+}
+
+HRESULT CMFImage::Allocate(int width, int height) {
+    if (width < 0 || height < 0) return kInvalidArgument;
+    unsigned pixelSize = 0;
+    GetPixelSize(&pixelSize);
+    std::uint64_t const pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+    // pixels is below 2^62; more than 2^32 of them are too many for any pixel size but 0, and times one they still fit.
+    std::uint64_t const bytes = pixelSize == 0 ? 0 : pixels > UINT32_MAX ? pixels : pixels * pixelSize;
+    Description& d = m_oState.oDescription;
+    if (m_oState.iExternal) {
+        if (bytes != d.uPixelArraySize) return kUnexpected;
+    } else {
+        HRESULT const result = AllocatePixels(bytes, m_oState.uHeaderSize, m_oState.uFooterSize);
+        if (result < 0) {
+            SetRes(0, 0);
+            return result;
+        }
+    }
+    return SetRes(width, height);
+}
+
+void CMFImage::Trash() {
+    ReleaseBlock();
+    m_oState = State{};
+}
+
+HRESULT CMFImage::CheckRegion(void const* buffer, int x, int y, int width, int height) const {
+    Description const& d = m_oState.oDescription;
+    bool const inside = x >= 0 && y >= 0 && width >= 1 && height >= 1 && std::int64_t{x} + width <= d.iWidth &&
+                        std::int64_t{y} + height <= d.iHeight;
+    return inside && buffer ? kOk : kInvalidArgument;
+}
+
+HRESULT CMFImage::MoveRegion(void* buffer, qzILBbox2l const& region, bool paste) {
+    qzil::Ref<IXFImage> view;
+    if (qzILCreateImage(nullptr, IID_IXFImage, view.Out()) < 0) return kFailure;
+    Description const& d = m_oState.oDescription;
+    view->SetFormat(d.oFormat);
+    view->SetNumChannels(d.uChannels);
+    view->SetChannelType(d.uChannelType);
+    view->SetChannelSize(d.uChannelSize);
+    view->SetPixelSize(d.uPixelSize);
+    view->SetRes(region.Size.x, region.Size.y);
+    view->SetPixelArray(buffer);
+    view->SetPixelArraySize(static_cast<unsigned>(region.Size.x) * static_cast<unsigned>(region.Size.y) * d.uPixelSize);
+    qzILVector2l const origin;
+    if (paste) {
+        qzILBbox2l const whole(0, 0, region.Size.x, region.Size.y);
+        qzILCopyImage(view.Get(), this, &whole, &region.Origin, 0);
+    } else {
+        qzILCopyImage(this, view.Get(), &region, &origin, 0);
+    }
+    return kOk;
+}
+
+HRESULT CMFImage::CopyRegion(void* buffer, int x, int y, int width, int height) {
+    if (HRESULT const result = CheckRegion(buffer, x, y, width, height); result < 0) return result;
+    return MoveRegion(buffer, {x, y, width, height}, false);
+}
+
+HRESULT CMFImage::PasteRegion(void* buffer, int x, int y, int width, int height) {
+    if (HRESULT const result = CheckRegion(buffer, x, y, width, height); result < 0) return result;
+    return MoveRegion(buffer, {x, y, width, height}, true);
+}
+
+HRESULT CMFImage::FillRegion(void* pixel, int x, int y, int width, int height) {
+    if (HRESULT const result = CheckRegion(pixel, x, y, width, height); result < 0) return result;
+    qzILFillRegion(this, {x, y, width, height}, pixel, kModeAllChannels);
+    return kOk;
+}
+
+HRESULT CMFImage::CopyLine(void*, int, int, int, int) {
+    return kNotImplemented;
+}
+
+HRESULT CMFImage::PasteLine(void*, int, int, int, int) {
+    return kNotImplemented;
+}
+
+HRESULT CMFImage::FillLine(void* pixel, int x0, int y0, int x1, int y1) {
+    Description const& d = m_oState.oDescription;
+    if (x0 < 0 || y0 < 0 || x1 < x0 || y1 < y0 || x1 >= d.iWidth || y1 >= d.iHeight || !pixel) return kInvalidArgument;
+    unsigned pixelSize = 0;
+    if (HRESULT const result = GetPixelSize(&pixelSize); result < 0) return result;
+    if (!m_oState.pPixels) return kFailure;
+
+    bool const swapped = y1 - y0 > x1 - x0;
+    std::uint64_t const limit = m_oState.iExternal ? UINT64_MAX : d.uPixelArraySize;
+    auto const plot = [&](std::int64_t along, std::int64_t across) {
+        auto const index = static_cast<std::uint64_t>(swapped ? along * d.iWidth + across : across * d.iWidth + along);
+        if ((index + 1) * pixelSize <= limit) std::memcpy(m_oState.pPixels + index * pixelSize, pixel, pixelSize);
+    };
+    std::int64_t low = swapped ? y0 : x0, lowMinor = swapped ? x0 : y0;
+    std::int64_t high = swapped ? y1 : x1, highMinor = swapped ? x1 : y1;
+    std::int64_t const dx = high - low, dy = highMinor - lowMinor;
+
+    plot(low, lowMinor);
+    plot(high, highMinor);
+
+    // Of the pair of pixels in hand, which one takes the minor step.
+    struct Choice {
+        bool bFirst, bSecond, bStraight;
+    };
+    std::int64_t const second = 4 * dy - 2 * dx;
+    bool const flat = second < 0;
+    std::int64_t const c = flat ? 2 * dy : 2 * (dy - dx);
+    std::int64_t const first = 2 * c;
+    std::int64_t decision = flat ? first - dx : first + dx;
+    auto const choose = [&]() -> Choice {
+        if (flat ? decision < 0 : decision > 0) return {!flat, !flat, true};
+        return decision < c ? Choice{false, true, false} : Choice{true, false, false};
+    };
+    for (std::int64_t round = (dx - 1) / 4; round > 0; --round) {
+        Choice const choice = choose();
+        plot(++low, lowMinor += choice.bFirst);
+        plot(++low, lowMinor += choice.bSecond);
+        plot(--high, highMinor -= choice.bFirst);
+        plot(--high, highMinor -= choice.bSecond);
+        decision += choice.bStraight ? first : second;
+    }
+    std::int64_t const left = (dx - 1) % 4;
+    Choice const choice = choose();
+    if (left > 0) plot(++low, lowMinor += choice.bFirst);
+    if (left > 1) plot(++low, lowMinor += choice.bSecond);
+    if (left > 2) plot(--high, highMinor -= choice.bFirst);
+    return kOk;
+}
+
+HRESULT CMFImage::GetPixel(void* pixel, float x, float y) {
+    Description const& d = m_oState.oDescription;
+    if (!(x >= 0 && y >= 0 && x < static_cast<float>(d.iWidth) && y < static_cast<float>(d.iHeight))) {
+        return kInvalidArgument;
+    }
+    bool const wide = d.oFormat == MFIF_RGBA_RAW_64 || d.oFormat == MFIF_MONO_RAW_16;
+    bool const mono = d.oFormat == MFIF_MONO_RAW_8 || d.oFormat == MFIF_MONO_RAW_16;
+    if (!wide && !mono && d.oFormat != MFIF_RGBA_RAW_32 && d.oFormat != MFIF_DIB_RAW_32) return kFailure;
+    unsigned pixelSize = 0;
+    if (HRESULT const result = GetPixelSize(&pixelSize); result < 0) return result;
+
+    // A large resolution does not survive in a float, so the last column and row are limits here as well.
+    std::int64_t const ix = std::min<std::int64_t>(static_cast<std::int64_t>(x), d.iWidth - 1);
+    std::int64_t const iy = std::min<std::int64_t>(static_cast<std::int64_t>(y), d.iHeight - 1);
+    float const fx = x - static_cast<float>(ix), fy = y - static_cast<float>(iy);
+
+    unsigned const channels = mono ? 1 : 4;
+    unsigned const touched = std::max(pixelSize, channels * (wide ? 2u : 1u));
+    std::uint64_t bytes = static_cast<std::uint64_t>(d.iWidth) * static_cast<std::uint64_t>(d.iHeight) * pixelSize;
+    if (!m_oState.iExternal) bytes = std::min<std::uint64_t>(bytes, d.uPixelArraySize);
+    if (!m_oState.pPixels || !pixel || bytes < touched) return kFailure;
+    auto const at = [&](std::int64_t column, std::int64_t row) {
+        // Right of the last column lies the next row's first pixel; behind the last pixel, the last one again.
+        auto const offset = static_cast<std::uint64_t>(row * d.iWidth + column) * pixelSize;
+        return m_oState.pPixels + std::min<std::uint64_t>(offset, bytes - touched);
+    };
+    if (fx == 0 && fy == 0) {
+        std::memcpy(pixel, at(ix, iy), pixelSize);
+        return kOk;
+    }
+    std::int64_t const right = fx != 0 ? ix + 1 : ix;
+    std::int64_t const upper = fy != 0 ? iy + 1 : iy;
+    unsigned char const* const corner[4] = {at(ix, iy), at(right, iy), at(ix, upper), at(right, upper)};
+    auto const interpolate = [&]<class T>(T) {
+        for (unsigned channel = 0; channel < channels; ++channel) {
+            float p[4];
+            for (int i = 0; i < 4; ++i) {
+                T value;
+                std::memcpy(&value, corner[i] + channel * sizeof(T), sizeof(T));
+                p[i] = static_cast<float>(value);
+            }
+            float const a = p[0] + (p[1] - p[0]) * fx;
+            float const b = p[2] + (p[3] - p[2]) * fx;
+            T const result = static_cast<T>(a + (b - a) * fy + 0.5f);
+            std::memcpy(static_cast<unsigned char*>(pixel) + channel * sizeof(T), &result, sizeof(T));
+        }
+    };
+    if (wide) {
+        interpolate(std::uint16_t{});
+    } else {
+        interpolate(std::uint8_t{});
+    }
+    return kOk;
+}
+
+HRESULT CMFImage::Verify() {
+    Description const& d = m_oState.oDescription;
+    bool const bad = d.iWidth < 0 || d.iHeight < 0 || d.iOriginalWidth < 0 || d.iOriginalHeight < 0 || d.dfSizeX < 0 ||
+                     d.dfSizeY < 0;
+    return bad ? 1 : kOk;
+}
+
+HRESULT CMFImage::CopyFromNoData(IXFImage* other) {
+    if (!other) return kInvalidArgument;
+    if (other == static_cast<IXFImage*>(this)) return kOk;
+    Attributes const from(*other);
+    unsigned headerSize = 0, footerSize = 0;
+    qzil::Ref<IXFImageHeaderFooter> headerFooter;
+    if (other->QueryInterface(IID_IXFImageHeaderFooter, headerFooter.Out()) >= 0) {
+        headerFooter->GetHeaderSize(&headerSize);
+        headerFooter->GetFooterSize(&footerSize);
+    }
+    if (m_oState.iExternal) {
+        if (from.uPixelArraySize != m_oState.oDescription.uPixelArraySize) return kUnexpected;
+    } else {
+        HRESULT const result = AllocatePixels(from.uPixelArraySize, headerSize, footerSize);
+        if (result < 0) return result;
+    }
+    Description& d = m_oState.oDescription;
+    d.oFormat = from.oFormat;
+    d.iWidth = from.iWidth;
+    d.iHeight = from.iHeight;
+    d.iOriginalWidth = from.iOriginalWidth;
+    d.iOriginalHeight = from.iOriginalHeight;
+    d.dfSizeX = from.dfSizeX;
+    d.dfSizeY = from.dfSizeY;
+    d.dfPosX = from.dfPosX;
+    d.dfPosY = from.dfPosY;
+    d.uChannels = from.uChannels;
+    d.uChannelType = from.uChannelType;
+    d.uChannelSize = from.uChannelSize;
+    d.iCompress = from.iCompress;
+    d.uPixelSize = from.uPixelSize;
+    m_oState.uAttributes = from.uAttributes;
+    m_oState.uHeaderSize = headerSize;
+    m_oState.uFooterSize = footerSize;
+    return kOk;
+}
+
+HRESULT CMFImage::CopyFrom(IXFImage* other) {
+    HRESULT const result = CopyFromNoData(other);
+    if (result < 0 || other == static_cast<IXFImage*>(this)) return result;
+    unsigned char const* const pFrom = PixelsOf(*other);
+    if (pFrom && m_oState.pPixels) std::memmove(m_oState.pPixels, pFrom, m_oState.oDescription.uPixelArraySize);
+    return kOk;
+}
+
+HRESULT CMFImage::CopyFromNoData(IXFImageClone* other) {
+    if (!other) return kInvalidArgument;
+    qzil::Ref<IXFImage> image;
+    HRESULT const result = other->QueryInterface(IID_IXFImage, image.Out());
+    return result < 0 ? result : CopyFromNoData(image.Get());
+}
+
+HRESULT CMFImage::CopyFrom(IXFImageClone* other) {
+    if (!other) return kInvalidArgument;
+    qzil::Ref<IXFImage> image;
+    HRESULT const result = other->QueryInterface(IID_IXFImage, image.Out());
+    return result < 0 ? result : CopyFrom(image.Get());
+}
+
+HRESULT CMFImage::IsEqual(IXFImage* other) {
+    if (!other) return kInvalidArgument;
+    if (other == static_cast<IXFImage*>(this)) return kOk;
+    Attributes const mine(*this);
+    if (!(mine == Attributes(*other))) return kFalse;
+    if (mine.uPixelArraySize == 0) return kOk;
+    unsigned char const* const pOther = PixelsOf(*other);
+    if (!pOther || !m_oState.pPixels) return pOther == m_oState.pPixels ? kOk : kFalse;
+    return std::memcmp(m_oState.pPixels, pOther, mine.uPixelArraySize) == 0 ? kOk : kFalse;
+}
+
+HRESULT CMFImage::GetUserData(void** data) {
+    return Answer(data, m_oState.pUserData);
+}
+
+HRESULT CMFImage::SetUserData(void* data) {
+    return Store(m_oState.pUserData, data);
+}
+
+HRESULT CMFImage::GetOriginalRes(int* width, int* height) {
+    *width = m_oState.oDescription.iOriginalWidth;
+    return Answer(height, m_oState.oDescription.iOriginalHeight);
+}
+
+HRESULT CMFImage::SetOriginalRes(int width, int height) {
+    m_oState.oDescription.iOriginalWidth = width;
+    return Store(m_oState.oDescription.iOriginalHeight, height);
+}
+
+HRESULT CMFImage::GetFilledAlpha(int* filled) {
+    return GetAttributes(kFilledAlpha, filled);
+}
+
+HRESULT CMFImage::SetFilledAlpha(int filled) {
+    return SetAttributes(kFilledAlpha, filled);
+}
+
+HRESULT CMFImage::GetAttributes(unsigned mask, int* allSet) {
+    *allSet = (m_oState.uAttributes & mask) == mask;
+    return kOk;
+}
+
+HRESULT CMFImage::SetAttributes(unsigned mask, int on) {
+    return Store(m_oState.uAttributes, on ? m_oState.uAttributes | mask : m_oState.uAttributes & ~mask);
+}
+
+HRESULT CMFImage::GetAllAttributes(unsigned* attributes) {
+    return Answer(attributes, m_oState.uAttributes);
+}
+
+HRESULT CMFImage::SetAllAttributes(unsigned attributes) {
+    return Store(m_oState.uAttributes, attributes);
+}
+
+HRESULT CMFImage::GetHeaderSize(unsigned* bytes) {
+    return Answer(bytes, m_oState.uHeaderSize);
+}
+
+HRESULT CMFImage::SetHeaderSize(unsigned bytes) {
+    return Store(m_oState.uHeaderSize, bytes);
+}
+
+HRESULT CMFImage::GetFooterSize(unsigned* bytes) {
+    return Answer(bytes, m_oState.uFooterSize);
+}
+
+HRESULT CMFImage::SetFooterSize(unsigned bytes) {
+    return Store(m_oState.uFooterSize, bytes);
+}
+
+template <class Make>
+HRESULT CMFImage::CloneWith(GUID const& iid, void** out, Make make) {
+    if (!out) return kInvalidArgument;
+    *out = nullptr;
+    CMFImage* pClone = nullptr;
+    try {
+        pClone = new CMFImage;
+    } catch (std::bad_alloc const&) {
+        return kOutOfMemory;
+    }
+    HRESULT result = make(*pClone);
+    if (result >= 0) result = pClone->QueryInterface(iid, out);
+    if (result < 0) delete pClone;
+    return result;
+}
+
+HRESULT CMFImage::Clone(GUID const& iid, void** out) {
+    // A failed copy deliberately does not show: the clone is handed out as far as it came.
+    return CloneWith(iid, out, [this](CMFImage& clone) {
+        clone.CopyFrom(static_cast<IXFImage*>(this));
+        return kOk;
+    });
+}
+
+HRESULT CMFImage::CloneNoData(GUID const& iid, void** out) {
+    return CloneWith(iid, out, [this](CMFImage& clone) { return clone.CopyFromNoData(static_cast<IXFImage*>(this)); });
+}
+
+HRESULT CMFImage::Swap(IXFImageClone* other) {
+    std::swap(m_oState, static_cast<CMFImage*>(other)->m_oState);
+    return kOk;
+}
+
+HRESULT CMFImage::SwapData(IXFImageClone* other) {
+    if (!other) return kInvalidArgument;
+    if (other == static_cast<IXFImageClone*>(this)) return kOk;
+    State& mine = m_oState;
+    State& theirs = static_cast<CMFImage*>(other)->m_oState;
+    if (mine.uHeaderSize != theirs.uHeaderSize || mine.uFooterSize != theirs.uFooterSize ||
+        mine.oDescription.uPixelArraySize != theirs.oDescription.uPixelArraySize) {
+        return kInvalidArgument;
+    }
+    std::swap(mine.pBlock, theirs.pBlock);
+    std::swap(mine.uAllocatedSize, theirs.uAllocatedSize);
+    std::swap(mine.pPixels, theirs.pPixels);
+    return kOk;
+}
+
+HRESULT CMFImage::AddMemSizeToStatManager(MemStatKey key) {
+    CQZStatManager::MemStat_DeclareThis(key, "CMFImage", 4, sizeof *this, QZGetDynamicMemSize(*this), 0);
+    return kOk;
+}
+
+HRESULT CMFImage::GetClassID(GUID* classId) {
+    if (!classId) return kInvalidArgument;
+    return Answer(classId, CLSID_ILImage);
+}
+
+HRESULT CMFImage::IsDirty() {
+    return kOk;
+}
+
+HRESULT CMFImage::GetSizeMax(ULARGE_INTEGER* size) {
+    if (!size) return kInvalidArgument;
+    size->LowPart = m_oState.oDescription.uPixelArraySize + kStreamHeadSize;
+    size->HighPart = 0;
+    return kOk;
+}
+
+HRESULT CMFImage::Save(IStream* stream, int) {
+    if (!stream) return kInvalidArgument;
+    if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
+    struct {
+        void const* pBytes;
+        std::uint32_t uSize;
+    } const parts[] = {
+        {&m_oState.oDescription, sizeof m_oState.oDescription},
+        {&m_oState.uAttributes, sizeof m_oState.uAttributes},
+        {&m_oState.uHeaderSize, sizeof m_oState.uHeaderSize},
+        {&m_oState.uFooterSize, sizeof m_oState.uFooterSize},
+        {m_oState.pPixels, m_oState.pPixels ? m_oState.oDescription.uPixelArraySize : 0},
+    };
+    for (auto const& part : parts) {
+        if (HRESULT const result = stream->Write(part.pBytes, part.uSize, nullptr); result < 0) return result;
+    }
+    return kOk;
+}
+
+HRESULT CMFImage::Load(IStream* stream) {
+    if (!stream) return kInvalidArgument;
+    if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
+    Trash();
+    auto const failed = [this](HRESULT result) {
+        Trash();
+        return result;
+    };
+    Description& d = m_oState.oDescription;
+    HRESULT result = stream->Read(&d, sizeof d, nullptr);
+    d.uPixelArraySize = 0;
+    if (result < 0) return failed(result);
+    for (std::uint32_t* const pWord : {&m_oState.uAttributes, &m_oState.uHeaderSize, &m_oState.uFooterSize}) {
+        result = stream->Read(pWord, sizeof *pWord, nullptr);
+        if (result < 0) return failed(result);
+    }
+    result = Allocate(d.iWidth, d.iHeight);
+    if (result < 0) return failed(result);
+    std::uint32_t read = 0;
+    result = stream->Read(m_oState.pPixels, d.uPixelArraySize, &read);
+    if (result < 0) return failed(result);
+    // A short stream is no failure; what it does not give must not be some other image's pixels.
+    if (read < d.uPixelArraySize) std::memset(m_oState.pPixels + read, 0, d.uPixelArraySize - read);
+    return kOk;
+}

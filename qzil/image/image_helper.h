@@ -1,0 +1,62 @@
+#pragma once
+
+#include "qzil/image/image.h"
+#include "qzil/platform/api.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qzil {
+
+/// Attribute of an image whose lines run top-down whatever its format says: the alpha plane split off a 10.6 image has
+/// a mono format that is not top-down, yet keeps the direction of its parent.
+inline constexpr unsigned kAttributeTopDown = 0x80000000;
+
+/// Where the lines of an image lie. Logical line 0 of a top-down format is its last memory row, so y grows upward.
+struct LineOrder {
+    bool bTopDown = false;
+    bool bSplitField = false;
+    bool bSplitFieldEven = false;
+
+    /// Memory row of a logical line of an image of the given height.
+    std::int64_t MemoryRow(std::int64_t line, std::int64_t height) const;
+};
+
+}  // namespace qzil
+
+/// Cached view of one image, used by all line walking. An empty helper has no image and all fields zero.
+class QZIL_API qzILImageHelper {
+public:
+    qzILImageHelper() = default;
+    explicit qzILImageHelper(IXFImage* image) { SetImage(image); }
+
+    /// Derives every field from the image but the two offsets and the channel offset, which stay. Null empties it.
+    void SetImage(IXFImage* image);
+    bool IsEmpty() const { return m_pImage == nullptr; }
+    /// Address of a colour pixel; null when the helper is empty.
+    unsigned char* GetPixelPtr(int x, int y) const;
+    /// Address of a pixel's alpha, interleaved or in its plane; null when the helper is empty.
+    unsigned char* GetAlphaPtr(int x, int y) const;
+
+    IXFImage* m_pImage = nullptr;
+    std::uint32_t m_uPixelSize = 0;
+    std::uint32_t m_uChannelSize = 0;
+    std::int32_t m_iWidth = 0;
+    std::int32_t m_iHeight = 0;
+    unsigned char* m_pPixelArray = nullptr;
+    unsigned char* m_pLineZero = nullptr;       ///< line 0, column 0 of the colour plane
+    unsigned char* m_pAlphaLineZero = nullptr;  ///< the same of the alpha channel or plane
+    std::int32_t m_iTopDown = 0;
+    std::int32_t m_iSplitField = 0;
+    std::int32_t m_iSplitFieldEven = 0;
+    std::int32_t m_iSeparateAlpha = 0;
+    std::int32_t m_iOffsetX = 0;  ///< added to the coordinates of every address
+    std::int32_t m_iOffsetY = 0;
+    std::uint32_t m_uChannelOffset = 0;  ///< channel index added to every colour address
+    std::int32_t m_iPixelStep = 0;       ///< colour bytes per pixel
+    std::ptrdiff_t m_iLineStepA = 0;     ///< from line 0 to line 1
+    std::ptrdiff_t m_iLineStepB = 0;     ///< from line 1 to line 2
+    std::int32_t m_iAlphaPixelStep = 0;
+    std::ptrdiff_t m_iAlphaLineStep = 0;
+    GUID m_oFormat{};
+};

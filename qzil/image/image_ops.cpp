@@ -1,0 +1,350 @@
+#include "qzil/image/image_ops.h"
+
+#include "qzil/image/format_relations.h"
+
+#include <cstring>
+
+using namespace qzil::platform;
+
+namespace qzil {
+
+bool SamePixels(IXFImage* a, IXFImage* b) {
+    if (!a || !b) return false;
+    if (a == b) return true;
+    void* pA = nullptr;
+    void* pB = nullptr;
+    a->GetPixelArray(&pA);
+    b->GetPixelArray(&pB);
+    return pA && pA == pB;
+}
+
+bool IsPairFormat(GUID const& format) {
+    unsigned const channelSize = GetChannelSizeFromFormat(format);
+    bool const video = IsFormatYCC422(format) && (IsFormat601(format) || IsFormat709(format));
+    return video && channelSize != 0 &&
+           GetPixelSizeFromFormat(format) == channelSize * (IsFormatWithAlpha(format) ? 3 : 2);
+}
+
+bool CoversWholePlanes(GUID const& format, unsigned channels) {
+    channels &= kModeAllChannels;
+    if (channels == kModeAllChannels || GetNumOfChannelsFromFormat(format) == 1) return true;
+    if (IsFormatWithSeparateAlpha(format)) return channels == kModeColor || channels == kModeAlpha;
+    return channels == kModeColor && !IsFormatWithAlpha(format);
+}
+
+qzILBbox2l WholeOf(IXFImage* image) {
+    qzILBbox2l whole;
+    image->GetRes(&whole.Size.x, &whole.Size.y);
+    return whole;
+}
+
+void CopyLines(qzILImageHelper const& source, qzILImageHelper const& destination, qzILBbox2l const& box,
+               unsigned mode) {
+    if (box.IsEmpty() || !source.m_pLineZero || !destination.m_pLineZero) return;
+    std::size_t const colorBytes = static_cast<std::size_t>(destination.m_iPixelStep) * box.Size.x;
+    std::size_t const alphaBytes =
+        destination.m_iSeparateAlpha ? std::size_t{destination.m_uChannelSize} * box.Size.x : 0;
+    for (int row = 0; row < box.Size.y; ++row) {
+        int const y = box.Origin.y + row;
+        if (SkipsLine(mode, y)) continue;
+        std::memmove(destination.GetPixelPtr(box.Origin.x, y), source.GetPixelPtr(box.Origin.x, y), colorBytes);
+        if (alphaBytes == 0) continue;
+        std::memmove(destination.GetAlphaPtr(box.Origin.x, y), source.GetAlphaPtr(box.Origin.x, y), alphaBytes);
+    }
+}
+
+namespace {
+
+/// Writes `count` pixels made of a repeated unit; the last unit may be cut.
+void FillUnits(unsigned char* out, void const* unit, std::size_t unitBytes, std::size_t bytes) {
+    std::size_t const first = unitBytes < bytes ? unitBytes : bytes;
+    std::memcpy(out, unit, first);
+    // What is filled doubles with every copy and always starts on a whole unit.
+    for (std::size_t filled = first; filled < bytes;) {
+        std::size_t const next = filled < bytes - filled ? filled : bytes - filled;
+        std::memcpy(out + filled, out, next);
+        filled += next;
+    }
+}
+
+/// Fills one plane of a box. `at` gives the address of a line's first pixel.
+template <class LineAt>
+void FillPlane(qzILBbox2l const& box, unsigned mode, void const* unit, std::size_t unitBytes, std::size_t lineBytes,
+               LineAt at) {
+    unsigned char const* pFirst = nullptr;
+    for (int y = box.Origin.y; y < box.Origin.y + box.Size.y; ++y) {
+        if (SkipsLine(mode, y)) continue;
+        if (pFirst) {
+            qzILMemCopy(pFirst, at(y), lineBytes);
+        } else {
+            FillUnits(at(y), unit, unitBytes, lineBytes);
+            pFirst = at(y);
+        }
+    }
+}
+
+/// Writes single channels of every pixel of a box.
+void FillChannels(qzILImageHelper const& helper, qzILBbox2l const& box, unsigned mode, unsigned char const* pixel,
+                  unsigned channelCount) {
+    std::size_t const size = helper.m_uChannelSize;
+    for (int y = box.Origin.y; y < box.Origin.y + box.Size.y; ++y) {
+        if (SkipsLine(mode, y)) continue;
+        unsigned char* pOut = helper.GetPixelPtr(box.Origin.x, y);
+        for (int x = 0; x < box.Size.x; ++x, pOut += helper.m_iPixelStep) {
+            for (unsigned channel = 0; channel < channelCount; ++channel) {
+                if (mode & (1u << channel)) std::memcpy(pOut + channel * size, pixel + channel * size, size);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+HRESULT FillRegionLines(IXFImage* image, qzILBbox2l const& region, void const* pixel, unsigned mode) {
+    if (!image || !pixel) return kFalse;
+    qzILImageHelper const helper(image);
+    qzILBbox2l const box = region.Intersect(WholeOf(image));
+    if (box.IsEmpty() || !helper.m_pLineZero || helper.m_iPixelStep <= 0) return kOk;
+
+    auto const* const pBytes = static_cast<unsigned char const*>(pixel);
+    GUID const& format = helper.m_oFormat;
+    std::size_t const step = static_cast<std::size_t>(helper.m_iPixelStep);
+    std::size_t const size = helper.m_uChannelSize;
+    std::size_t const width = static_cast<std::size_t>(box.Size.x);
+    auto const colorLine = [&](int y) { return helper.GetPixelPtr(box.Origin.x, y); };
+
+    if (IsPairFormat(format)) {
+        bool const fillColor = (mode & kModeColor) != 0;
+        bool const fillAlpha = (mode & kModeAlpha) != 0;
+        if (step == 3 * size) {
+            // Alpha beside each luma and chroma sample.
+            unsigned char unit[2 * 3 * sizeof(float)];
+            for (std::size_t i = 0; i < 2; ++i) {
+                std::memcpy(unit + i * step, pBytes + 2 * i * size, 2 * size);
+                std::memcpy(unit + i * step + 2 * size, pBytes + 4 * size, size);
+            }
+            FillPlane(box, mode, unit, 2 * step, step * width, colorLine);
+            return kOk;
+        }
+        if (fillColor) FillPlane(box, mode, pBytes, 2 * step, step * width, colorLine);
+        if (fillAlpha && helper.m_iSeparateAlpha) {
+            FillPlane(box, mode, pBytes + 4 * size, size, size * width,
+                      [&](int y) { return helper.GetAlphaPtr(box.Origin.x, y); });
+        }
+        return kOk;
+    }
+    if (CoversWholePlanes(format, mode)) {
+        FillPlane(box, mode, pBytes, step, step * width, colorLine);
+    } else {
+        FillChannels(helper, box, mode, pBytes, GetNumOfChannelsFromFormat(format));
+    }
+    return kOk;
+}
+
+}  // namespace qzil
+
+using namespace qzil;
+
+HRESULT qzILCreateImage(IUnknown* outer, GUID const& iid, void** out) {
+    return CMFImage::CreateInstance(outer, iid, out);
+}
+
+HRESULT qzILCreateAndAllocImage(IUnknown* outer, GUID const& iid, int width, int height, GUID const& format,
+                                void** out) {
+    if (!out) return kInvalidArgument;
+    *out = nullptr;
+    Ref<IXFImage> image;
+    HRESULT result = qzILCreateImage(outer, IID_IXFImage, image.Out());
+    if (result >= 0) result = image->SetFormat(format);
+    if (result >= 0) result = image->Allocate(width, height);
+    return result < 0 ? result : image->QueryInterface(iid, out);
+}
+
+namespace {
+
+template <class Make>
+HRESULT CloneThrough(IXFImage* image, void** out, Make make) {
+    if (!out) return kInvalidArgument;
+    *out = nullptr;
+    if (!image) return kNullPointer;
+    Ref<IXFImageClone> clone;
+    if (image->QueryInterface(IID_IXFImageClone, clone.Out()) < 0) return kUnexpected;
+    return make(*clone.Get());
+}
+
+template <class Exchange>
+HRESULT ExchangeThrough(IXFImage* a, IXFImage* b, Exchange exchange) {
+    if (!a || !b) return kNullPointer;
+    Ref<IXFImageClone> cloneA, cloneB;
+    if (a->QueryInterface(IID_IXFImageClone, cloneA.Out()) < 0) return kUnexpected;
+    if (b->QueryInterface(IID_IXFImageClone, cloneB.Out()) < 0) return kUnexpected;
+    return exchange(*cloneA.Get(), *cloneB.Get());
+}
+
+}  // namespace
+
+HRESULT qzILCloneImage(IXFImage* image, GUID const& iid, void** out) {
+    return CloneThrough(image, out, [&](IXFImageClone& clone) { return clone.Clone(iid, out); });
+}
+
+HRESULT qzILCloneImageNoData(IXFImage* image, GUID const& iid, void** out) {
+    return CloneThrough(image, out, [&](IXFImageClone& clone) { return clone.CloneNoData(iid, out); });
+}
+
+HRESULT qzILCloneImage(IXFImage* image, GUID const& iid, void** out, qzILBbox2l const& region) {
+    if (!out) return kInvalidArgument;
+    *out = nullptr;
+    Ref<IXFImage> clone;
+    HRESULT const result = qzILCloneImageNoData(image, IID_IXFImage, clone.Out());
+    if (result < 0) return result;
+    HRESULT const copied = qzILCopyImage(image, clone.Get(), &region, nullptr, 0);
+    return copied < 0 ? copied : clone->QueryInterface(iid, out);
+}
+
+HRESULT qzILSwapImage(IXFImage* a, IXFImage* b) {
+    return ExchangeThrough(a, b, [](IXFImageClone& x, IXFImageClone& y) { return x.Swap(&y); });
+}
+
+HRESULT qzILSwapImageData(IXFImage* a, IXFImage* b) {
+    return ExchangeThrough(a, b, [](IXFImageClone& x, IXFImageClone& y) { return x.SwapData(&y); });
+}
+
+void qzILMemCopy(void const* source, void* destination, std::size_t size) {
+    if (size != 0) std::memcpy(destination, source, size);
+}
+
+unsigned char* qzILGetPixelPtr(GUID const& format, unsigned char* pixels, int width, int height, int x, int y,
+                               int channel) {
+    Ref<IXFImage> image;
+    if (qzILCreateImage(nullptr, IID_IXFImage, image.Out()) < 0) return nullptr;
+    image->SetFormat(format);
+    image->SetRes(width, height);
+    image->SetPixelArray(pixels);
+    qzILImageHelper helper(image.Get());
+    helper.m_uChannelOffset = static_cast<std::uint32_t>(channel);
+    return helper.GetPixelPtr(x, y);
+}
+
+HRESULT qzILCopyImage(IXFImage* source, IXFImage* destination, qzILBbox2l const* region, qzILVector2l const* offset,
+                      unsigned mode) {
+    if (!source || !destination) return kNullPointer;
+    qzILBbox2l const sourceBox = WholeOf(source), destinationBox = WholeOf(destination);
+    qzILBbox2l const from = region ? *region : sourceBox.Intersect(destinationBox);
+    qzILVector2l const target = offset ? *offset : from.Origin;
+    bool const same = SamePixels(source, destination);
+    if (same && target == from.Origin) return kOk;
+
+    qzILBbox2l const to(target.x, target.y, from.Size.x, from.Size.y);
+    Ref<IXFImage> temporary;
+    if (same && !from.Intersect(to).IsEmpty()) {
+        qzILBbox2l const inside = from.Intersect(sourceBox);
+        if (inside.IsEmpty()) return kOk;
+        HRESULT result = qzILCreateImage(nullptr, IID_IXFImage, temporary.Out());
+        if (result < 0) return result;
+        GUID format{};
+        unsigned pixelSize = 0, channelSize = 0;
+        source->GetFormat(&format);
+        source->GetPixelSize(&pixelSize);
+        source->GetChannelSize(&channelSize);
+        temporary->SetFormat(format);
+        temporary->SetPixelSize(pixelSize);
+        temporary->SetChannelSize(channelSize);
+        result = temporary->Allocate(inside.Size.x, inside.Size.y);
+        qzILVector2l const zero;
+        if (result >= 0) result = qzILCopyImage(source, temporary.Get(), &inside, &zero, 0);
+        if (result < 0) return result;
+        qzILVector2l const place = target + (inside.Origin - from.Origin);
+        qzILBbox2l const whole(0, 0, inside.Size.x, inside.Size.y);
+        return qzILCopyImage(temporary.Get(), destination, &whole, &place, mode);
+    }
+
+    qzILImageHelper sourceHelper(source);
+    qzILImageHelper const destinationHelper(destination);
+    if (sourceHelper.m_oFormat != destinationHelper.m_oFormat || !sourceHelper.m_pLineZero ||
+        !destinationHelper.m_pLineZero || sourceHelper.m_iPixelStep != destinationHelper.m_iPixelStep ||
+        sourceHelper.m_uChannelSize != destinationHelper.m_uChannelSize || sourceHelper.m_iPixelStep < 0) {
+        return kInvalidArgument;
+    }
+    qzILVector2l const shift = target - from.Origin;
+    qzILBbox2l const box = Moved(from.Intersect(sourceBox), shift).Intersect(destinationBox);
+    bool const wholeImages = shift == qzILVector2l() && box == sourceBox && box == destinationBox &&
+                             (mode & kModeNoLines) == 0 && sourceHelper.m_iTopDown == destinationHelper.m_iTopDown;
+    if (wholeImages) {
+        std::size_t const pixels = static_cast<std::size_t>(box.Size.x) * box.Size.y;
+        qzILMemCopy(sourceHelper.m_pPixelArray, destinationHelper.m_pPixelArray, pixels * sourceHelper.m_uPixelSize);
+        return kOk;
+    }
+    sourceHelper.m_iOffsetX = -shift.x;
+    sourceHelper.m_iOffsetY = -shift.y;
+    CopyLines(sourceHelper, destinationHelper, box, mode);
+    return kOk;
+}
+
+HRESULT qzILFillRegion(IXFImage* image, qzILBbox2l const& region, void* pixel, unsigned channels) {
+    return FillRegionLines(image, region, pixel, channels & kModeAllChannels);
+}
+
+void qzILSplitBoxes(qzILBbox2l const& inner, qzILBbox2l const& outer, qzILBbox2l* left, qzILBbox2l* top,
+                    qzILBbox2l* right, qzILBbox2l* bottom) {
+    qzILBbox2l const hole = inner.Intersect(outer);
+    *top = *right = *bottom = qzILBbox2l();
+    if (hole.IsEmpty()) {
+        *left = outer;
+        return;
+    }
+    int const outerRight = outer.Origin.x + outer.Size.x, holeRight = hole.Origin.x + hole.Size.x;
+    int const outerBottom = outer.Origin.y + outer.Size.y, holeBottom = hole.Origin.y + hole.Size.y;
+    *left = {outer.Origin.x, hole.Origin.y, hole.Origin.x - outer.Origin.x, hole.Size.y};
+    *right = {holeRight, hole.Origin.y, outerRight - holeRight, hole.Size.y};
+    *top = {outer.Origin.x, outer.Origin.y, outer.Size.x, hole.Origin.y - outer.Origin.y};
+    *bottom = {outer.Origin.x, holeBottom, outer.Size.x, outerBottom - holeBottom};
+}
+
+HRESULT qzILSplitYCCAImage(IXFImage* image, IXFImage** color, IXFImage** alpha) {
+    if (!color || !alpha) return kInvalidArgument;
+    *color = *alpha = nullptr;
+    if (!image) return kNullPointer;
+    GUID format{}, colorFormat{}, alphaFormat{};
+    image->GetFormat(&format);
+    HRESULT result = qzILSplitYCCAImageFormat(format, &colorFormat, &alphaFormat);
+    if (result < 0) return result;
+
+    void* pPixels = nullptr;
+    unsigned pixelSize = 0, channelSize = 0, attributes = 0;
+    int width = 0, height = 0, originalWidth = 0, originalHeight = 0;
+    double sizeX = 0, sizeY = 0, posX = 0, posY = 0;
+    image->GetPixelArray(&pPixels);
+    image->GetPixelSize(&pixelSize);
+    image->GetChannelSize(&channelSize);
+    image->GetAllAttributes(&attributes);
+    image->GetRes(&width, &height);
+    image->GetOriginalRes(&originalWidth, &originalHeight);
+    image->GetSize(&sizeX, &sizeY);
+    image->GetPos(&posX, &posY);
+    std::size_t const pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    std::size_t const colorBytes = pixels * (pixelSize - channelSize);
+
+    auto const makeView = [&](GUID const& viewFormat, void* viewPixels, std::size_t bytes, unsigned viewAttributes,
+                              Ref<IXFImage>& view) {
+        HRESULT const made = qzILCreateImage(nullptr, IID_IXFImage, view.Out());
+        if (made < 0) return made;
+        view->SetFormat(viewFormat);
+        view->SetRes(width, height);
+        view->SetOriginalRes(originalWidth, originalHeight);
+        view->SetSize(sizeX, sizeY);
+        view->SetPos(posX, posY);
+        view->SetAllAttributes(viewAttributes);
+        view->SetPixelArray(viewPixels);
+        view->SetPixelArraySize(static_cast<unsigned>(bytes));
+        return kOk;
+    };
+    auto* const pAlphaPixels = pPixels ? static_cast<unsigned char*>(pPixels) + colorBytes : nullptr;
+    unsigned const alphaAttributes = attributes | (IsFormatTopDown(format) ? kAttributeTopDown : 0);
+    Ref<IXFImage> colorView, alphaView;
+    result = makeView(colorFormat, pPixels, colorBytes, attributes, colorView);
+    if (result >= 0) result = makeView(alphaFormat, pAlphaPixels, pixels * channelSize, alphaAttributes, alphaView);
+    if (result < 0) return result;
+    *color = colorView.Detach();
+    *alpha = alphaView.Detach();
+    return kOk;
+}
