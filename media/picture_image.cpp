@@ -1,0 +1,171 @@
+#include "media/picture.h"
+#include "qzil/image/image_helper.h"
+#include "qzil/image/image_ops.h"
+#include "qzil/image/pixel_math.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <type_traits>
+
+namespace qzil::media {
+
+namespace {
+
+enum class Channel { kByte, kWord, kS2_14, kFloat };
+
+struct WorkingFormat {
+    GUID oFormat;
+    Channel eChannel;
+    int iChannels;
+    bool bBlueFirst;
+};
+
+constexpr WorkingFormat kWorkingFormats[] = {
+    {MFIF_RGBA_RAW_32, Channel::kByte, 4, false},    {MFIF_RGBA_RAW_64, Channel::kWord, 4, false},
+    {MFIF_RGBA_S2_14, Channel::kS2_14, 4, false},    {MFIF_RGBA_FLOAT, Channel::kFloat, 4, false},
+    {MFIF_RGBA_FLOAT_BU, Channel::kFloat, 4, false}, {MFIF_BGRA_RAW_32, Channel::kByte, 4, true},
+    {MFIF_DIB_RAW_32, Channel::kByte, 4, true},      {MFIF_RGB_RAW_24, Channel::kByte, 3, false},
+    {MFIF_MONO_RAW_8, Channel::kByte, 1, false},     {MFIF_MONO_RAW_8_TD, Channel::kByte, 1, false},
+    {MFIF_MONO_RAW_16, Channel::kWord, 1, false},    {MFIF_MONO_S2_14, Channel::kS2_14, 1, false},
+    {MFIF_MONO_FLOAT, Channel::kFloat, 1, false},    {MFIF_MONO_FLOAT_BU, Channel::kFloat, 1, false},
+};
+
+constexpr auto kWorkingIds = [] {
+    std::array<GUID, std::size(kWorkingFormats)> ids{};
+    for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = kWorkingFormats[i].oFormat;
+    return ids;
+}();
+
+WorkingFormat const& FindFormat(GUID const& format) {
+    auto const* const pEnd = std::end(kWorkingFormats);
+    auto const* const pFound = std::find_if(std::begin(kWorkingFormats), pEnd,
+                                            [&](WorkingFormat const& known) { return known.oFormat == format; });
+    if (pFound != pEnd) return *pFound;
+    char const* const name = FormatName(format);
+    throw MediaError(std::string("pictures cannot be exchanged with images of the format ") +
+                     (name ? name : "of an unknown identifier"));
+}
+
+/// Calls `f` with the channel traits of a picture's samples.
+template <class F>
+void WithSamples(int depth, F f) {
+    switch (depth) {
+        case 8: return f(qzILFormat<unsigned char>());
+        case 16: return f(qzILFormat<unsigned short>());
+        case 32: return f(qzILFormat<float>());
+        default: throw MediaError("a picture has samples of 8, 16 or 32 bits, not " + std::to_string(depth));
+    }
+}
+
+/// Calls `f` with the channel traits of an image format.
+template <class F>
+void WithChannels(Channel channel, F f) {
+    switch (channel) {
+        case Channel::kByte: return f(qzILFormat<unsigned char>());
+        case Channel::kWord: return f(qzILFormat<unsigned short>());
+        case Channel::kS2_14: return f(qzILFormat<short>());
+        case Channel::kFloat: return f(qzILFormat<float>());
+    }
+}
+
+template <class From>
+constexpr double ToReal(typename From::Channel sample) {
+    return static_cast<double>(sample) / From::kScale;
+}
+
+template <class To, class From>
+constexpr typename To::Channel Convert(typename From::Channel sample) {
+    if constexpr (std::is_same_v<To, From>) {
+        return sample;
+    } else {
+        return To::FromReal(ToReal<From>(sample));
+    }
+}
+
+template <class From>
+constexpr double Luma(typename From::Channel const (&rgb)[4]) {
+    return 0.299 * ToReal<From>(rgb[0]) + 0.587 * ToReal<From>(rgb[1]) + 0.114 * ToReal<From>(rgb[2]);
+}
+
+/// A row of a picture into a line of an image.
+template <class To, class From>
+void StoreRow(Picture const& picture, unsigned char const* in, WorkingFormat const& format, unsigned char* out) {
+    bool const grey = picture.iChannels < 3;
+    bool const alpha = picture.iChannels % 2 == 0;
+    std::size_t const inBytes = picture.PixelBytes();
+    std::size_t const outBytes = static_cast<unsigned>(format.iChannels) * sizeof(typename To::Channel);
+    for (int x = 0; x < picture.iWidth; ++x, in += inBytes, out += outBytes) {
+        typename From::Channel pixel[4] = {};
+        typename To::Channel result[4] = {};
+        std::memcpy(pixel, in, inBytes);
+        if (format.iChannels == 1) {
+            result[0] = grey ? Convert<To, From>(pixel[0]) : To::FromReal(Luma<From>(pixel));
+        } else {
+            for (int i = 0; i < 3; ++i) {
+                result[format.bBlueFirst ? 2 - i : i] = Convert<To, From>(pixel[grey ? 0 : i]);
+            }
+            result[3] = alpha ? Convert<To, From>(pixel[grey ? 1 : 3]) : To::kFull;
+        }
+        std::memcpy(out, result, outBytes);
+    }
+}
+
+/// A line of an image into a row of a picture that has the format's channels.
+template <class To, class From>
+void LoadRow(Picture const& picture, unsigned char const* in, WorkingFormat const& format, unsigned char* out) {
+    std::size_t const inBytes = static_cast<unsigned>(format.iChannels) * sizeof(typename From::Channel);
+    std::size_t const outBytes = picture.PixelBytes();
+    for (int x = 0; x < picture.iWidth; ++x, in += inBytes, out += outBytes) {
+        typename From::Channel pixel[4] = {};
+        typename To::Channel result[4] = {};
+        std::memcpy(pixel, in, inBytes);
+        for (int i = 0; i < format.iChannels; ++i) {
+            result[i] = Convert<To, From>(pixel[format.bBlueFirst && i < 3 ? 2 - i : i]);
+        }
+        std::memcpy(out, result, outBytes);
+    }
+}
+
+}  // namespace
+
+std::span<GUID const> WorkingFormats() {
+    return kWorkingIds;
+}
+
+Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
+    WorkingFormat const& working = FindFormat(format);
+    Ref<IXFImage> image;
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, picture.iWidth, picture.iHeight, format, image.Out()) < 0) {
+        throw MediaError("there is not enough memory for an image of " + std::to_string(picture.iWidth) + " x " +
+                         std::to_string(picture.iHeight) + " pixels in " + FormatName(format));
+    }
+    qzILImageHelper const helper(image.Get());
+    WithSamples(picture.iDepth, [&]<class From>(From) {
+        WithChannels(working.eChannel, [&]<class To>(To) {
+            // Logical lines count from the bottom of the picture, whatever the order in memory.
+            for (int y = 0; y < picture.iHeight; ++y) {
+                StoreRow<To, From>(picture, picture.Row(y), working, helper.GetPixelPtr(0, picture.iHeight - 1 - y));
+            }
+        });
+    });
+    return image;
+}
+
+Picture FromImage(IXFImage& image) {
+    qzILImageHelper const helper(&image);
+    WorkingFormat const& working = FindFormat(helper.m_oFormat);
+    if (!helper.m_pLineZero) throw MediaError("the image has no pixels to make a picture of");
+    int const depth = working.eChannel == Channel::kByte ? 8 : working.eChannel == Channel::kWord ? 16 : 32;
+    Picture picture(helper.m_iWidth, helper.m_iHeight, working.iChannels, depth);
+    WithSamples(depth, [&]<class To>(To) {
+        WithChannels(working.eChannel, [&]<class From>(From) {
+            for (int y = 0; y < picture.iHeight; ++y) {
+                LoadRow<To, From>(picture, helper.GetPixelPtr(0, picture.iHeight - 1 - y), working, picture.Row(y));
+            }
+        });
+    });
+    return picture;
+}
+
+}  // namespace qzil::media
