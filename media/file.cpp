@@ -91,7 +91,8 @@ void ReplaceFile(std::string const& path, ByteView content) {
     // A link is followed, so that the file it names is replaced and not the link.
     fs::path target = fs::weakly_canonical(path, error);
     if (error) target = path;
-    if (fs::is_directory(target, error)) throw Fault("it is a directory");
+    // A directory cannot be replaced, and a device must not be.
+    if (fs::exists(target, error) && !fs::is_regular_file(target, error)) throw Fault("it is not a regular file");
     TemporaryFile temporary(target);
     temporary.Write(content);
     temporary.MoveTo(target);

@@ -56,11 +56,7 @@ Picture AsSixteenBit(Picture const& source) {
 void CheckPicture(Picture const& picture) {
     CheckSize(static_cast<std::uint64_t>(std::max(picture.iWidth, 0)),
               static_cast<std::uint64_t>(std::max(picture.iHeight, 0)));
-    bool const layout = picture.iChannels >= 1 && picture.iChannels <= 4;
-    bool const depth = picture.iDepth == 8 || picture.iDepth == 16 || picture.iDepth == 32;
-    if (!layout || !depth || picture.oBytes.size() != picture.RowBytes() * static_cast<unsigned>(picture.iHeight)) {
-        throw Fault("the picture's samples do not fit its description");
-    }
+    if (!picture.IsSound()) throw Fault("the picture's samples do not fit its description");
 }
 
 Bytes Encode(std::string const& path, Picture const& picture) {
@@ -94,6 +90,13 @@ auto NamingFile(char const* verb, std::string const& path, Step step) {
 Picture::Picture(int width, int height, int channels, int depth)
     : iWidth(width), iHeight(height), iChannels(channels), iDepth(depth) {
     oBytes.resize(RowBytes() * static_cast<unsigned>(height));
+}
+
+bool Picture::IsSound() const {
+    bool const size = iWidth >= 0 && iHeight >= 0;
+    bool const layout = iChannels >= 1 && iChannels <= 4;
+    bool const depth = iDepth == 8 || iDepth == 16 || iDepth == 32;
+    return size && layout && depth && oBytes.size() == RowBytes() * static_cast<unsigned>(iHeight);
 }
 
 void CheckSize(std::uint64_t width, std::uint64_t height) {

@@ -32,6 +32,8 @@ struct Picture {
     /// A black, transparent picture.
     Picture(int width, int height, int channels, int depth);
 
+    /// Whether channels and depth are among those above and the bytes fit the size.
+    bool IsSound() const;
     std::size_t PixelBytes() const { return static_cast<std::size_t>(iChannels) * static_cast<unsigned>(iDepth) / 8; }
     std::size_t RowBytes() const { return PixelBytes() * static_cast<unsigned>(iWidth); }
     unsigned char* Row(int y) { return oBytes.data() + RowBytes() * static_cast<unsigned>(y); }

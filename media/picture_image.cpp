@@ -43,8 +43,8 @@ WorkingFormat const& FindFormat(GUID const& format) {
                                             [&](WorkingFormat const& known) { return known.oFormat == format; });
     if (pFound != pEnd) return *pFound;
     char const* const name = FormatName(format);
-    throw MediaError(std::string("pictures cannot be exchanged with images of the format ") +
-                     (name ? name : "of an unknown identifier"));
+    throw MediaError("pictures cannot be exchanged with images of " +
+                     (name ? std::string("the format ") + name : "an unknown format"));
 }
 
 /// Calls `f` with the channel traits of a picture's samples.
@@ -135,6 +135,7 @@ std::span<GUID const> WorkingFormats() {
 
 Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
     WorkingFormat const& working = FindFormat(format);
+    if (!picture.IsSound()) throw MediaError("the picture's samples do not fit its description");
     Ref<IXFImage> image;
     if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, picture.iWidth, picture.iHeight, format, image.Out()) < 0) {
         throw MediaError("there is not enough memory for an image of " + std::to_string(picture.iWidth) + " x " +
