@@ -1,0 +1,181 @@
+#include "tests/media/media_support.h"
+
+#include <tiffio.h>
+
+namespace qzil::media::test {
+namespace {
+
+struct TiffCase {
+    char const* pName;
+    char const* pMode = "w";
+    int iOrientation = ORIENTATION_TOPLEFT;
+    int iPlanar = PLANARCONFIG_CONTIG;
+    int iCompression = COMPRESSION_NONE;
+    bool bTiled = false;
+};
+
+void SetLayout(TIFF* tiff, Picture const& picture, int photometric, TiffCase const& test) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, picture.iWidth);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, picture.iHeight);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, picture.iChannels);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, picture.iDepth);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, picture.iDepth == 32 ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, test.iPlanar);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, test.iOrientation);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, test.iCompression);
+    if (photometric != PHOTOMETRIC_SEPARATED && picture.iChannels % 2 == 0) {
+        std::uint16_t const kind = EXTRASAMPLE_UNASSALPHA;
+        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
+    }
+    if (test.bTiled) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, 32);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, 16);
+    } else {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 7);
+    }
+}
+
+/// The samples of a rectangle, of one plane or, with plane -1, of all; zeros outside the picture.
+Bytes Block(Picture const& picture, int x0, int y0, int width, int height, int plane) {
+    std::size_t const sample = static_cast<unsigned>(picture.iDepth) / 8;
+    Bytes block;
+    for (int y = y0; y < y0 + height; ++y) {
+        for (int x = x0; x < x0 + width; ++x) {
+            for (int i = plane < 0 ? 0 : plane; i < (plane < 0 ? picture.iChannels : plane + 1); ++i) {
+                bool const inside = x < picture.iWidth && y < picture.iHeight;
+                std::size_t const at =
+                    picture.PixelBytes() * static_cast<unsigned>(inside ? x : 0) + sample * static_cast<unsigned>(i);
+                unsigned char const* const pIn = picture.Row(inside ? y : 0) + at;
+                for (std::size_t byte = 0; byte < sample; ++byte) block.push_back(inside ? pIn[byte] : 0);
+            }
+        }
+    }
+    return block;
+}
+
+void WriteTiff(std::string const& path, Picture const& picture, int photometric, TiffCase const& test) {
+    TIFF* const pTiff = TIFFOpen(path.c_str(), test.pMode);
+    ASSERT_NE(pTiff, nullptr);
+    SetLayout(pTiff, picture, photometric, test);
+    bool const planes = test.iPlanar == PLANARCONFIG_SEPARATE;
+    for (int plane = planes ? 0 : -1; plane < (planes ? picture.iChannels : 0); ++plane) {
+        std::uint16_t const sample = static_cast<std::uint16_t>(planes ? plane : 0);
+        if (!test.bTiled) {
+            for (int y = 0; y < picture.iHeight; ++y) {
+                Bytes row = Block(picture, 0, y, picture.iWidth, 1, plane);
+                ASSERT_GE(TIFFWriteScanline(pTiff, row.data(), static_cast<std::uint32_t>(y), sample), 0);
+            }
+            continue;
+        }
+        for (int y = 0; y < picture.iHeight; y += 16) {
+            for (int x = 0; x < picture.iWidth; x += 32) {
+                Bytes tile = Block(picture, x, y, 32, 16, plane);
+                ASSERT_GE(TIFFWriteTile(pTiff, tile.data(), static_cast<std::uint32_t>(x),
+                                        static_cast<std::uint32_t>(y), 0, sample),
+                          0);
+            }
+        }
+    }
+    TIFFClose(pTiff);
+}
+
+using ReadTiff = FolderTest;
+
+TEST_F(ReadTiff, EveryStorageKeepsEveryBit) {
+    TiffCase const cases[] = {
+        {"strips", "w"},
+        {"big-endian", "wb"},
+        {"little-endian BigTIFF", "w8l"},
+        {"big-endian BigTIFF", "w8b"},
+        {"LZW", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_LZW},
+        {"PackBits", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_PACKBITS},
+        {"planes", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_SEPARATE},
+        {"tiles", "wb", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_NONE, true},
+        {"tiled planes", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_SEPARATE, COMPRESSION_LZW, true},
+    };
+    for (TiffCase const& test : cases) {
+        for (int const depth : {8, 16, 32}) {
+            for (int channels = 1; channels <= 4; ++channels) {
+                Picture const picture = RandomPicture(45, 37, channels, depth, 3);
+                WriteTiff(Path("a.tif"), picture, channels < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB, test);
+                ExpectEqual(ReadPicture(Path("a.tif")), picture,
+                            test.pName + std::string(", ") + std::to_string(channels) + " x " + std::to_string(depth));
+            }
+        }
+    }
+}
+
+TEST_F(ReadTiff, EveryOrientationComesUpright) {
+    // Stored as the rows 1 2 3 and 4 5 6.
+    Picture const stored = MakePicture<std::uint8_t>(3, 2, 1, {1, 2, 3, 4, 5, 6});
+    struct {
+        int iOrientation;
+        int iWidth;
+        Bytes oShown;
+    } const cases[] = {
+        {ORIENTATION_TOPLEFT, 3, {1, 2, 3, 4, 5, 6}},  {ORIENTATION_TOPRIGHT, 3, {3, 2, 1, 6, 5, 4}},
+        {ORIENTATION_BOTRIGHT, 3, {6, 5, 4, 3, 2, 1}}, {ORIENTATION_BOTLEFT, 3, {4, 5, 6, 1, 2, 3}},
+        {ORIENTATION_LEFTTOP, 2, {1, 4, 2, 5, 3, 6}},  {ORIENTATION_RIGHTTOP, 2, {4, 1, 5, 2, 6, 3}},
+        {ORIENTATION_RIGHTBOT, 2, {6, 3, 5, 2, 4, 1}}, {ORIENTATION_LEFTBOT, 2, {3, 6, 2, 5, 1, 4}},
+    };
+    for (auto const& test : cases) {
+        WriteTiff(Path("a.tif"), stored, PHOTOMETRIC_MINISBLACK, {"", "w", test.iOrientation});
+        Picture const picture = ReadPicture(Path("a.tif"));
+        EXPECT_EQ(picture.iWidth, test.iWidth) << test.iOrientation;
+        EXPECT_EQ(picture.oBytes, test.oShown) << test.iOrientation;
+    }
+}
+
+TEST_F(ReadTiff, WhiteIsZeroIsTurnedRound) {
+    Picture const bytes = MakePicture<std::uint8_t>(2, 1, 2, {0, 9, 250, 7});
+    WriteTiff(Path("a.tif"), bytes, PHOTOMETRIC_MINISWHITE, {""});
+    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 9, 5, 7}));
+    Picture const words = MakePicture<std::uint16_t>(3, 1, 1, {0, 1, 65535});
+    WriteTiff(Path("a.tif"), words, PHOTOMETRIC_MINISWHITE, {""});
+    EXPECT_EQ(Samples<std::uint16_t>(ReadPicture(Path("a.tif"))), (std::vector<std::uint16_t>{65535, 65534, 0}));
+}
+
+/// A row of bytes with a layout of its own; the last row of the picture differs from the first.
+void WriteRare(std::string const& path, int bits, int photometric, int orientation, std::vector<Bytes> rows) {
+    TIFF* const pTiff = TIFFOpen(path.c_str(), "w");
+    Picture picture(2, static_cast<int>(rows.size()), 1, 8);
+    SetLayout(pTiff, picture, photometric, {"", "w", orientation});
+    TIFFSetField(pTiff, TIFFTAG_BITSPERSAMPLE, bits);
+    std::vector<std::uint16_t> red(256), green(256), blue(256);
+    for (std::size_t i = 0; i < 256; ++i) {
+        red[i] = static_cast<std::uint16_t>(i * 257);
+        green[i] = static_cast<std::uint16_t>((255 - i) * 257);
+        blue[i] = 7 * 257;
+    }
+    if (photometric == PHOTOMETRIC_PALETTE)
+        TIFFSetField(pTiff, TIFFTAG_COLORMAP, red.data(), green.data(), blue.data());
+    for (std::size_t y = 0; y < rows.size(); ++y) {
+        TIFFWriteScanline(pTiff, rows[y].data(), static_cast<std::uint32_t>(y));
+    }
+    TIFFClose(pTiff);
+}
+
+TEST_F(ReadTiff, RareKindsBecomeRgb) {
+    WriteRare(Path("a.tif"), 1, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {{0x80}, {0x00}});
+    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    WriteRare(Path("a.tif"), 8, PHOTOMETRIC_PALETTE, ORIENTATION_TOPLEFT, {{0, 255}, {1, 2}});
+    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{0, 255, 7, 255, 0, 7, 1, 254, 7, 2, 253, 7}));
+    WriteRare(Path("a.tif"), 8, PHOTOMETRIC_PALETTE, ORIENTATION_BOTRIGHT, {{0, 255}, {1, 2}});
+    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{2, 253, 7, 1, 254, 7, 255, 0, 7, 0, 255, 7}));
+    WriteRare(Path("a.tif"), 8, PHOTOMETRIC_PALETTE, ORIENTATION_LEFTBOT, {{0, 255}, {1, 2}});
+    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 0, 7, 2, 253, 7, 0, 255, 7, 1, 254, 7}));
+}
+
+TEST_F(ReadTiff, WhatIsNotReadIsNamed) {
+    WriteTiff(Path("a.tif"), Picture(4, 4, 4, 8), PHOTOMETRIC_SEPARATED, {""});
+    EXPECT_EQ(ErrorOf([&] { ReadPicture(Path("a.tif")); }),
+              "cannot read '" + Path("a.tif") + "': it is a CMYK picture, and only grey and RGB ones are read");
+    WriteRare(Path("a.tif"), 32, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {Bytes(8)});
+    EXPECT_EQ(ErrorOf([&] { ReadPicture(Path("a.tif")); }),
+              "cannot read '" + Path("a.tif") +
+                  "': its kind of samples is not read (1 of 32 bits, sample format 1, photometric interpretation 1)");
+}
+
+}  // namespace
+}  // namespace qzil::media::test
