@@ -86,10 +86,13 @@ protected:
         Picture const picture = RandomPicture(20, 15, 4, 16, 5);
         WritePicture(Path("a.png"), picture);
         WritePicture(Path("a.tif"), picture);
+        // Ends with the directory's link to the next, which libtiff does not miss.
+        WritePicture(Path("grey.tif"), RandomPicture(20, 15, 1, 8, 5));
         Bytes early = TiffOfSize(8, 8);
         early[10 + 5 * 12 + 11] = 110;
         early.resize(110 + 64);
-        return {LoadBytes(Path("a.png")), LoadBytes(Path("a.tif")), early, JpegOf(RandomPicture(20, 15, 3, 8, 5))};
+        return {LoadBytes(Path("a.png")), LoadBytes(Path("a.tif")), LoadBytes(Path("grey.tif")), early,
+                JpegOf(RandomPicture(20, 15, 3, 8, 5))};
     }
 };
 
