@@ -1,6 +1,12 @@
 #pragma once
 
 // Everything a host needs.
+#include "qzil/frame/copy.h"
+#include "qzil/frame/dyadic.h"
+#include "qzil/frame/image_utils.h"
+#include "qzil/frame/img_proc.h"
+#include "qzil/frame/monadic.h"
+#include "qzil/frame/processor.h"
 #include "qzil/image/color.h"
 #include "qzil/image/core_values.h"
 #include "qzil/image/format_relations.h"
@@ -10,6 +16,14 @@
 #include "qzil/image/image_ops.h"
 #include "qzil/image/memory_pool.h"
 #include "qzil/image/pixel_math.h"
+#include "qzil/pixel/blend.h"
+#include "qzil/pixel/color_blend.h"
+#include "qzil/pixel/composite.h"
+#include "qzil/pixel/img_over_color.h"
+#include "qzil/pixel/invert.h"
+#include "qzil/pixel/lut_map.h"
+#include "qzil/pixel/output_alpha.h"
+#include "qzil/pixel/premult.h"
 #include "qzil/platform/com.h"
 #include "qzil/platform/host.h"
 #include "qzil/platform/memory.h"

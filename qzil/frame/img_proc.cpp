@@ -1,0 +1,302 @@
+#include "qzil/frame/img_proc.h"
+
+#include "qzil/frame/image_utils.h"
+#include "qzil/image/format_relations.h"
+#include "qzil/image/image_ops.h"
+#include "qzil/kernel/row.h"
+
+#include <algorithm>
+
+using namespace qzil;
+
+namespace {
+
+bool HasPixels(IXFImage* image) {
+    void* pPixels = nullptr;
+    image->GetPixelArray(&pPixels);
+    return pPixels != nullptr;
+}
+
+GUID FormatOf(IXFImage* image) {
+    GUID format{};
+    image->GetFormat(&format);
+    return format;
+}
+
+/// Place of a mask channel in a mask pixel; -1 when the format has no such channel.
+int MaskChannelPlace(GUID const& format, XFImageChannel channel) {
+    bool const mono = GetNumOfChannelsFromFormat(format) == 1;
+    switch (channel) {
+        case XFImageChannel0: return mono ? -1 : 0;
+        case XFImageChannel1: return mono ? -1 : 1;
+        case XFImageChannel2: return mono ? -1 : 2;
+        case XFImageChannel3: return mono ? -1 : 3;
+        case XFImageChannelMono: return mono ? 0 : -1;
+        default: return -1;
+    }
+}
+
+}  // namespace
+
+void qzILImgProc::Init() {
+    m_pOutputImg = nullptr;
+    m_oDefaultColor = qzILColor();
+    m_oMaskRect = {0, 0, 0x7FFFFFFF, 0x7FFFFFFF};
+    m_pMaskImg = nullptr;
+    m_uMaskChannel = XFImageChannelMono;
+    m_oRoi = {0, 0, -1, -1};
+    m_oOutputOffset = qzILVector2l();
+    m_iFirstLineEven = 1;
+    m_iRoiSet = 0;
+}
+
+void qzILImgProc::SetOutputImg(IXFImage* image) {
+    m_pOutputImg = image;
+    if (image && !m_iRoiSet) m_oRoi.Size = WholeOf(image).Size;
+}
+
+void qzILImgProc::SetROI(qzILBbox2l const& roi) {
+    m_oRoi = roi;
+    m_iRoiSet = 1;
+}
+
+void qzILImgProc::SetMask(qzILBbox2l const& rectangle, IXFImage* image, XFImageChannel channel) {
+    m_oMaskRect = rectangle;
+    m_pMaskImg = image;
+    m_uMaskChannel = channel;
+}
+
+void qzILImgProc::SetMask(int x, int y, unsigned width, unsigned height, IXFImage* image, XFImageChannel channel) {
+    SetMask({x, y, static_cast<int>(width), static_cast<int>(height)}, image, channel);
+}
+
+void qzILImgProc::GetMask(IXFImage** image, XFImageChannel* channel) const {
+    if (image) *image = m_pMaskImg;
+    if (channel) *channel = m_uMaskChannel;
+}
+
+qzILStatus qzILImgProc::Execute() {
+    qzILStatus status = PrepareData();
+    if (!IsInterrupted() && status == 1) status = ProcessData();
+    if (status == 1) return CleanData();
+    CleanData();
+    return status;
+}
+
+qzILStatus qzILImgProc::Verify() {
+    if (!m_pOutputImg) return Fail(0x10002);
+    if (!HasPixels(m_pOutputImg)) return Fail(0x10003);
+    GUID const format = FormatOf(m_pOutputImg);
+    if (m_pMaskImg) {
+        GUID const maskFormat = FormatOf(m_pMaskImg);
+        unsigned maskChannelSize = 0, channelSize = 0;
+        m_pMaskImg->GetChannelSize(&maskChannelSize);
+        m_pOutputImg->GetChannelSize(&channelSize);
+        if (!HasPixels(m_pMaskImg)) return Fail(0x10005);
+        if (!(WholeOf(m_pMaskImg).Size == m_oMaskRect.Size)) return Fail(0x10006);
+        if (!Contains(kMaskFormats, maskFormat)) return Fail(0x10007);
+        if (MaskChannelPlace(maskFormat, m_uMaskChannel) < 0) return Fail(0x10008);
+        if (maskChannelSize != channelSize) return Fail(0x10009);
+    }
+    qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
+    if (!(region.Intersect(WholeOf(m_pOutputImg)) == region)) return Fail(0x1000A);
+    if (!IsFormatYCC(format)) return 1;
+    unsigned const channels = m_uProcessingMode & kModeAllChannels;
+    if (!IsFormatWithAlpha(format)) return (channels & kModeColor) == kModeColor ? 1 : Fail(0x20002);
+    bool const selectable = channels == kModeAllChannels || channels == kModeColor || channels == kModeAlpha;
+    return selectable ? 1 : Fail(0x20002);
+}
+
+bool qzILImgProc::MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const {
+    if (!SamePixels(m_pMaskImg, m_pOutputImg)) return true;
+    return SamePixels(input, m_pOutputImg) && GetNumOfChannelsFromFormat(FormatOf(m_pOutputImg)) > 1 &&
+           (m_uProcessingMode & m_uMaskChannel) == 0 && m_oRoi.Origin == offset;
+}
+
+bool qzILImgProc::HasSplitPlanes() const {
+    if (!m_pOutputImg) return false;
+    GUID color{}, alpha{};
+    GUID const format = FormatOf(m_pOutputImg);
+    return IsFormatYCCA(format) && qzILSplitYCCAImageFormat(format, &color, &alpha) >= 0;
+}
+
+void qzILImgProc::ShareSettings(qzILImgProc& other, unsigned mode) const {
+    other.SetROI(m_oRoi);
+    other.SetMask(m_oMaskRect, m_pMaskImg, m_uMaskChannel);
+    other.SetOutputOffset(m_oOutputOffset);
+    other.SetDefaultColor(m_oDefaultColor);
+    other.SetProcessingMode(mode);
+}
+
+unsigned qzILImgProc::FindFault(std::span<Source const> sources) const {
+    if (!m_pOutputImg) return 0x10002;
+    if (!HasPixels(m_pOutputImg)) return 0x10003;
+    qzILImageHelper const output(m_pOutputImg);
+    for (Source const& source : sources) {
+        if (!source.pImage) return source.uAbsentCode;
+        if (!HasPixels(source.pImage)) return source.uNoPixelsCode;
+    }
+    for (Source const& source : sources) {
+        qzILImageHelper const input(source.pImage);
+        if (input.m_oFormat != output.m_oFormat || input.m_iPixelStep != output.m_iPixelStep ||
+            input.m_uChannelSize != output.m_uChannelSize) {
+            return 0x1000E;
+        }
+    }
+    if (!m_pMaskImg) return 0;
+    if (!HasPixels(m_pMaskImg)) return 0x10005;
+    qzILImageHelper const mask(m_pMaskImg);
+    if (!Contains(kMaskFormats, mask.m_oFormat)) return 0x10007;
+    if (MaskChannelPlace(mask.m_oFormat, m_uMaskChannel) < 0) return 0x10008;
+    bool const natural = mask.m_uPixelSize == GetPixelSizeFromFormat(mask.m_oFormat);
+    return natural && mask.m_uChannelSize == output.m_uChannelSize ? 0 : 0x10009;
+}
+
+qzILStatus qzILImgProc::PrepareRegion(std::span<Source const> sources, unsigned primary, qzILImageHelper& output,
+                                      qzILImageHelper& mask, qzILImageHelper& copy, Boxes& boxes) {
+    boxes = Boxes{};
+    if (unsigned const code = FindFault(sources)) return Fail(code);
+
+    qzILVector2l const delta = m_oOutputOffset - m_oRoi.Origin;
+    qzILVector2l const back = m_oRoi.Origin - m_oOutputOffset;
+    // Verify refuses a region that leaves the output, and a mask image smaller than its rectangle; a host that went on
+    // gets what lies inside both.
+    qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
+    boxes.oOutput = region.Intersect(WholeOf(m_pOutputImg));
+    qzILBbox2l const roi = boxes.oOutput == region ? m_oRoi : Moved(boxes.oOutput, back);
+    qzILBbox2l maskRect = m_oMaskRect;
+    if (m_pMaskImg) {
+        maskRect.Size.x = std::min(maskRect.Size.x, WholeOf(m_pMaskImg).Size.x);
+        maskRect.Size.y = std::min(maskRect.Size.y, WholeOf(m_pMaskImg).Size.y);
+    }
+
+    Source const& first = sources[primary];
+    qzILBbox2l const input = Moved(WholeOf(first.pImage), first.oPlace).Intersect(roi);
+    qzILBbox2l masked = input;
+    for (Source const& source : sources) masked = masked.Intersect(Moved(WholeOf(source.pImage), source.oPlace));
+    masked = masked.Intersect(maskRect);
+
+    // Views a source directly, or through a copy of the rectangle when the output would overwrite what is still to
+    // read.
+    auto const view = [&](Source const& source, qzILBbox2l const& rectangle, qzILImageHelper& helper) {
+        qzILBbox2l const own(m_oRoi.Origin.x - source.oPlace.x, m_oRoi.Origin.y - source.oPlace.y, m_oRoi.Size.x,
+                             m_oRoi.Size.y);
+        bool const overlaps = SamePixels(source.pImage, m_pOutputImg) && !(own.Origin == m_oOutputOffset) &&
+                              !own.Intersect(region).IsEmpty();
+        qzILVector2l offset = back - source.oPlace;
+        if (overlaps && !*source.ppBuffer) {
+            qzILBbox2l const place = Moved(rectangle, qzILVector2l() - source.oPlace);
+            if (BufferImage(source.pImage, source.ppBuffer, place) != 1) return false;
+            source.pHelper->m_iOffsetX = back.x - rectangle.Origin.x;
+            source.pHelper->m_iOffsetY = back.y - rectangle.Origin.y;
+        }
+        if (overlaps) offset = qzILVector2l(source.pHelper->m_iOffsetX, source.pHelper->m_iOffsetY);
+        helper.SetImage(overlaps ? *source.ppBuffer : source.pImage);
+        helper.m_iOffsetX = offset.x;
+        helper.m_iOffsetY = offset.y;
+        return true;
+    };
+    bool viewed = true;
+    if (!input.IsEmpty() && !(masked == input)) viewed = view(first, input, copy);
+    if (!masked.IsEmpty()) {
+        for (Source const& source : sources) viewed = viewed && view(source, masked, *source.pHelper);
+        if (m_pMaskImg) {
+            mask.SetImage(m_pMaskImg);
+            qzILVector2l const offset = back - maskRect.Origin;
+            mask.m_iOffsetX = offset.x;
+            mask.m_iOffsetY = offset.y;
+        }
+    }
+    if (!viewed) return Fail(0x10001);
+
+    output.SetImage(m_pOutputImg);
+    boxes.oInput = boxes.oCopy = Moved(input, delta);
+    boxes.oMasked = boxes.oProcessed = Moved(masked, delta);
+    m_iFirstLineEven = (boxes.oProcessed.Origin.y & 1) == 0;
+    return 1;
+}
+
+void qzILImgProc::FillAround(Boxes const& boxes, qzILImageHelper const& copy) {
+    FillOutput(boxes.oInput, boxes.oOutput, m_oDefaultColor);
+    FillOutput(boxes.oMasked, boxes.oCopy, copy);
+}
+
+void qzILImgProc::FillOutput(qzILBbox2l const& inner, qzILBbox2l const& outer, qzILColor const& color) {
+    if (inner == outer) return;
+    qzILFillImageWithColor(m_pOutputImg, color, m_uProcessingMode | kModeAllChannels, &outer, &inner);
+}
+
+void qzILImgProc::FillOutput(qzILBbox2l const& inner, qzILBbox2l const& outer, qzILImageHelper const& source) {
+    if (inner == outer) return;
+    qzILImageHelper const output(m_pOutputImg);
+    qzILFillOutput(source, output, inner, outer, m_uProcessingMode);
+}
+
+qzILStatus qzILImgProc::BufferImage(IXFImage* image, IXFImage** buffer, qzILBbox2l const& rectangle) {
+    if (!image || !buffer) return -1;
+    *buffer = nullptr;
+    Ref<IXFImage> copy;
+    if (qzILCreateImage(nullptr, IID_IXFImage, copy.Out()) < 0) return -1;
+    unsigned pixelSize = 0, channelSize = 0;
+    image->GetPixelSize(&pixelSize);
+    image->GetChannelSize(&channelSize);
+    copy->SetFormat(FormatOf(image));
+    copy->SetPixelSize(pixelSize);
+    copy->SetChannelSize(channelSize);
+    if (copy->Allocate(rectangle.Size.x, rectangle.Size.y) < 0) return -1;
+    qzILVector2l const origin;
+    if (qzILCopyImage(image, copy.Get(), &rectangle, &origin, 0) < 0) return -1;
+    *buffer = copy.Detach();
+    return 1;
+}
+
+void qzILImgProc::ReleaseBuffer(IXFImage** buffer) {
+    if (*buffer) (*buffer)->Release();
+    *buffer = nullptr;
+}
+
+void qzILImgProc::AdjustProcessedRegionBbox(qzILBbox2l& box) const {
+    unsigned const fields = m_uProcessingMode & kModeNoLines;
+    if (fields == 0) return;
+    int const odd = SkipsLine(fields, box.Origin.y) ? 0 : 1;
+    box.Size.y = fields == kModeNoLines ? 0 : (box.Size.y + odd) >> 1;
+}
+
+Lines qzILImgProc::LinesOf(qzILImageHelper& helper, qzILBbox2l const& box, Lines* alpha) const {
+    Lines lines, alphaLines;
+    alphaLines.iPixelStep = helper.m_iAlphaPixelStep;
+    ExtractJumps(helper, box.Origin.x, box.Origin.y, box.Size.x, &lines.pFirst, nullptr, nullptr, &lines.iPixelStep,
+                 &lines.iJump, nullptr, &alphaLines.pFirst, &alphaLines.iJump, m_uProcessingMode);
+    if (alpha) *alpha = alphaLines;
+    return lines;
+}
+
+Lines qzILImgProc::MaskLinesOf(qzILImageHelper& mask, qzILBbox2l const& box) const {
+    if (mask.IsEmpty()) return {};
+    Lines lines = LinesOf(mask, box);
+    lines.pFirst += std::size_t{mask.m_uChannelSize} * MaskChannelPlace(mask.m_oFormat, m_uMaskChannel);
+    return lines;
+}
+
+void qzILImgProc::ShiftStart(Lines& lines, int n) {
+    if (!lines.pFirst) return;
+    std::ptrdiff_t const bytes = std::ptrdiff_t{n} * lines.iPixelStep;
+    lines.pFirst += bytes;
+    lines.iJump += bytes;
+}
+
+qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel::RowTraits const& traits,
+                                kernel::RowCall const& call) const {
+    int const pixelBytes = traits.iSamples * traits.iSampleBytes;
+    bool const fits = walk.oA.iPixelStep == pixelBytes && walk.oOut.iPixelStep == pixelBytes &&
+                      (!walk.oB.pFirst || walk.oB.iPixelStep == pixelBytes);
+    if (!fits) return -1;
+    walk.iWidth = box.Size.x;
+    walk.iLines = box.Size.y;
+    walk.bOddX = (m_oOutputOffset.x & 1) != 0;
+    walk.uMode = m_uProcessingMode;
+    walk.pStop = [](void const* self) { return static_cast<qzILImgProc const*>(self)->IsInterrupted(); };
+    walk.pStopContext = this;
+    kernel::RunRows(walk, traits, call);
+    return 1;
+}

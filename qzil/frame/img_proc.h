@@ -1,0 +1,121 @@
+#pragma once
+
+#include "qzil/frame/processor.h"
+#include "qzil/image/color.h"
+#include "qzil/image/image.h"
+#include "qzil/image/lines.h"
+
+#include <span>
+
+namespace qzil::kernel {
+struct RowCall;
+struct RowTraits;
+struct Walk;
+}  // namespace qzil::kernel
+
+/// Base of all effects that write an image.
+///
+/// The region of interest has its origin in input coordinates; the output offset says where that origin lands in the
+/// output. The mask rectangle lies in input coordinates and has the mask image's size. Inside the output region, pixels
+/// without an input pixel get the default colour, those outside the mask rectangle the input pixel, all others the
+/// effect, governed by the mask's value. Outside it no byte is touched. Images must stay valid during Execute; no
+/// reference is taken.
+///
+/// Verify: 0x10002 no output, 0x10003 output without pixels, 0x10005 mask without pixels, 0x10006 mask and mask
+/// rectangle differ in size, 0x10007 not a mask format, 0x10008 the mask channel does not suit the mask's format,
+/// 0x10009 mask and output differ in channel size, 0x1000A the region does not fit the output, 0x20002 the format's
+/// channels cannot be selected like that: a YCC format without alpha needs all of 1, 2, 4, one with alpha 7, 8 or 15.
+class QZIL_API qzILImgProc : public qzILProcessor {
+    QZIL_EFFECT_CLASS(qzILImgProc)
+public:
+    qzILImgProc() { Init(); }
+
+    qzILStatus Execute() override;
+    qzILStatus Verify() override;
+    virtual qzILStatus PrepareData() = 0;
+    virtual qzILStatus ProcessData() = 0;
+    virtual qzILStatus CleanData() = 0;
+    /// Fill what lies in the second rectangle but not in the first: with a colour, with the pixels of a view, or with
+    /// an image, copied or, when premultiplied, composited over nothing.
+    virtual void FillOutput(qzILBbox2l const& inner, qzILBbox2l const& outer, qzILColor const& color);
+    virtual void FillOutput(qzILBbox2l const& inner, qzILBbox2l const& outer, qzILImageHelper const& source);
+    virtual void FillOutput(qzILBbox2l const& inner, qzILBbox2l const& outer, IXFImage* image, int premultiplied,
+                            qzILVector2l const& offset);
+
+    void Init();
+    void Trash() {}
+
+    /// Also makes the region of interest the image's size, unless SetROI was called.
+    void SetOutputImg(IXFImage* image);
+    IXFImage* GetOutputImg() const { return m_pOutputImg; }
+    void SetROI(qzILBbox2l const& roi);
+    qzILBbox2l const& GetROI() const { return m_oRoi; }
+    void SetOutputOffset(qzILVector2l const& offset) { m_oOutputOffset = offset; }
+    qzILVector2l const& GetOutputOffset() const { return m_oOutputOffset; }
+    /// `channel`: 1, 2, 4, 8 of a four-channel mask, 16 of a one-channel mask.
+    void SetMask(qzILBbox2l const& rectangle, IXFImage* image, XFImageChannel channel);
+    void SetMask(int x, int y, unsigned width, unsigned height, IXFImage* image, XFImageChannel channel);
+    /// Each pointer may be null.
+    void GetMask(IXFImage** image, XFImageChannel* channel) const;
+    /// Default: all four values 0.0, alpha included.
+    void SetDefaultColor(qzILColor const& color) { m_oDefaultColor = color; }
+    qzILColor const& GetDefaultColor() const { return m_oDefaultColor; }
+
+protected:
+    /// The rectangles of one call. All but those of the input's own coordinates lie in output coordinates.
+    struct Boxes {
+        qzILBbox2l oInput;      ///< part of the output region that has input pixels
+        qzILBbox2l oOutput;     ///< output region
+        qzILBbox2l oMasked;     ///< part of the input box inside the mask rectangle and every input
+        qzILBbox2l oCopy;       ///< same place as the input box
+        qzILBbox2l oProcessed;  ///< what DoEffect has to process
+    };
+    /// An input of a call, and the view and buffer that PrepareRegion makes for it.
+    struct Source {
+        IXFImage* pImage;
+        qzILVector2l oPlace;  ///< of its origin, in region coordinates
+        qzILImageHelper* pHelper;
+        IXFImage** ppBuffer;
+        unsigned uAbsentCode;    ///< recorded when there is no image
+        unsigned uNoPixelsCode;  ///< recorded when it has no pixels
+    };
+
+    /// Forms the boxes and views: all helpers are valid in output coordinates afterwards. The source `primary` decides
+    /// which pixels exist; a source that is also the output, shifted and overlapping, is buffered. -1 with the code
+    /// that Verify has for it when an image is absent, has no pixels or has another format than the output.
+    qzILStatus PrepareRegion(std::span<Source const> sources, unsigned primary, qzILImageHelper& output,
+                             qzILImageHelper& mask, qzILImageHelper& copy, Boxes& boxes);
+    /// The code that a missing or unsuitable image has, or 0.
+    unsigned FindFault(std::span<Source const> sources) const;
+    /// Fills what lies outside the input and copies what lies outside the mask rectangle.
+    void FillAround(Boxes const& boxes, qzILImageHelper const& copy);
+    /// Copies a rectangle into a new image of the same format.
+    static qzILStatus BufferImage(IXFImage* image, IXFImage** buffer, qzILBbox2l const& rectangle);
+    static void ReleaseBuffer(IXFImage** buffer);
+    /// Turns the box height into the number of lines that the field bits keep.
+    void AdjustProcessedRegionBbox(qzILBbox2l& box) const;
+    /// The lines of a helper over the processed box; alpha lines only for a format with an alpha plane.
+    qzil::Lines LinesOf(qzILImageHelper& helper, qzILBbox2l const& box, qzil::Lines* alpha = nullptr) const;
+    qzil::Lines MaskLinesOf(qzILImageHelper& mask, qzILBbox2l const& box) const;
+    /// Fills the parts of a walk that do not depend on the inputs, and runs it.
+    qzILStatus RunWalk(qzil::kernel::Walk& walk, qzILBbox2l const& box, qzil::kernel::RowTraits const& traits,
+                       qzil::kernel::RowCall const& call) const;
+    /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is
+    /// not processed. `offset` is the output offset in the input's coordinates.
+    bool MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const;
+    /// Hands this effect's region, mask, default colour and interrupt to another one that works in its place.
+    void ShareSettings(qzILImgProc& other, unsigned mode) const;
+    bool HasSplitPlanes() const;
+    /// Takes the first n pixels off every line.
+    static void ShiftStart(qzil::Lines& lines, int n);
+
+    IXFImage* m_pOutputImg;
+    qzILColor m_oDefaultColor;
+    IXFImage* m_pMaskImg;
+    qzILBbox2l m_oMaskRect;
+    XFImageChannel m_uMaskChannel;
+    qzILBbox2l m_oRoi;
+    qzILVector2l m_oOutputOffset;
+    std::int32_t m_iFirstLineEven;
+    std::int32_t m_iRoiSet;
+};

@@ -1,0 +1,112 @@
+#include "qzil/frame/processor.h"
+
+#include "qzil/image/image_ops.h"
+
+qzILProcessorGlobalInitializer qzILProcessor::s_oGlobalInitializer;
+
+qzILProcessor::qzILProcessor() {
+    Init();
+}
+
+void qzILProcessor::Init() {
+    m_uProcessingMode = kModeColor;
+    m_oLastError.Init();
+    m_pInterruptFct = AlwaysFalse;
+    m_pInterruptFlag = nullptr;
+    m_iAccelerated = s_oGlobalInitializer.GetAccelerated();
+}
+
+void qzILProcessor::SetInterruptFct(int (*function)(), int volatile* flag) {
+    m_pInterruptFct = function ? function : AlwaysFalse;
+    m_pInterruptFlag = flag;
+}
+
+bool qzILProcessor::IsInterrupted() const {
+    return (m_pInterruptFlag && *m_pInterruptFlag != 0) || m_pInterruptFct() != 0;
+}
+
+qzILStatus qzILProcessor::Fail(unsigned code) {
+    SetLastError(code);
+    return -1;
+}
+
+namespace {
+
+template <class T>
+void Give(T* out, T value) {
+    if (out) *out = value;
+}
+
+/// The first line from y on that the field bits keep.
+int KeptLine(unsigned mode, int y) {
+    return qzil::SkipsLine(mode, y) ? y + 1 : y;
+}
+
+}  // namespace
+
+void qzILProcessor::ExtractJumps(qzILImageHelper& helper, int x, int y, int width, unsigned char** firstPixel,
+                                 unsigned char** lineZero, unsigned char** lineOne, int* pixelStep,
+                                 std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
+                                 std::ptrdiff_t* alphaLineJump, unsigned mode) {
+    if (helper.IsEmpty() || !helper.m_pLineZero) return;
+    // Distances are differences of line terms; pointers beyond the image are never formed for them.
+    auto const lineTerm = [&helper](std::ptrdiff_t line) -> std::ptrdiff_t {
+        line += helper.m_iOffsetY;
+        if (!helper.m_iSplitField) return line * helper.m_iLineStepA;
+        return ((line + 1) >> 1) * helper.m_iLineStepA + (line >> 1) * helper.m_iLineStepB;
+    };
+    std::ptrdiff_t const lineBytes = std::ptrdiff_t{width} * helper.m_iPixelStep;
+    Give(lineZero, helper.GetPixelPtr(x, y));
+    Give(lineOne, helper.GetPixelPtr(x, y + 1));
+    Give(twoLineJump, lineTerm(y + 2) - lineTerm(y) - lineBytes);
+    Give(pixelStep, helper.m_iPixelStep);
+
+    unsigned const fields = mode & kModeNoLines;
+    int first = KeptLine(mode, y);
+    int next = KeptLine(mode, first + 1);
+    if (!helper.m_iSplitField) {
+        Give(firstPixel, helper.GetPixelPtr(x, first));
+        Give(lineJump, lineTerm(next) - lineTerm(first) - lineBytes);
+    } else if (fields == 0) {
+        Give(firstPixel, helper.m_pPixelArray);
+        Give(lineJump, std::ptrdiff_t{0});
+    } else if (fields == kModeNoLines) {
+        Give(firstPixel, static_cast<unsigned char*>(nullptr));
+        Give(lineJump, std::ptrdiff_t{0});
+    } else {
+        // A field lies together whatever y says; the helper's own line offset plays no part.
+        first = fields == kModeSkipOddLines ? 0 : 1;
+        next = first + 2;
+        Give(firstPixel, helper.GetPixelPtr(0, first - helper.m_iOffsetY));
+        Give(lineJump, lineTerm(next) - lineTerm(first) - lineBytes);
+    }
+    if (helper.m_iSeparateAlpha) {
+        Give(alphaFirstPixel, helper.GetAlphaPtr(x, first));
+        Give(alphaLineJump, (std::ptrdiff_t{next} - first) * helper.m_iAlphaLineStep -
+                                std::ptrdiff_t{width} * helper.m_iAlphaPixelStep);
+    }
+}
+
+void qzILProcessor::ExtractJumps(IXFImage* image, int x, int y, int width, unsigned char** firstPixel,
+                                 unsigned char** lineZero, unsigned char** lineOne, int* pixelStep,
+                                 std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
+                                 std::ptrdiff_t* alphaLineJump, unsigned mode) {
+    if (!image) return;
+    qzILImageHelper helper(image);
+    ExtractJumps(helper, x, y, width, firstPixel, lineZero, lineOne, pixelStep, lineJump, twoLineJump, alphaFirstPixel,
+                 alphaLineJump, mode);
+}
+
+void qzILProcessor::ExtractJumps(unsigned char* pixels, GUID const& format, int imageWidth, int imageHeight, int x,
+                                 int y, int width, unsigned char** firstPixel, unsigned char** lineZero,
+                                 unsigned char** lineOne, int* pixelStep, std::ptrdiff_t* lineJump,
+                                 std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
+                                 std::ptrdiff_t* alphaLineJump, unsigned mode) {
+    qzil::Ref<IXFImage> image;
+    if (qzILCreateImage(nullptr, IID_IXFImage, image.Out()) < 0) return;
+    image->SetFormat(format);
+    image->SetRes(imageWidth, imageHeight);
+    image->SetPixelArray(pixels);
+    ExtractJumps(image.Get(), x, y, width, firstPixel, lineZero, lineOne, pixelStep, lineJump, twoLineJump,
+                 alphaFirstPixel, alphaLineJump, mode);
+}

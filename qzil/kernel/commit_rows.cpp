@@ -1,0 +1,147 @@
+#include "qzil/kernel/commit.h"
+#include "qzil/kernel/shapes.h"
+
+QZIL_ROWS_BEGIN
+namespace {
+
+template <class T>
+void Gather(T* out, T const* mask, int pixels, int stride) {
+    if (stride == 4) {
+        ForEach(pixels, [=](int i) { out[i] = mask[i * 4]; });
+    } else {
+        ForEach(pixels, [=](int i) { out[i] = mask[i * stride]; });
+    }
+}
+
+template <class T, class Wide, Wide kOnes>
+void Repeat(T* out, T const* mask, int pixels, int samples) {
+    if (samples == 4) {
+        // One multiplication writes the four samples of a pixel.
+        ForEach(pixels, [=](int i) {
+            Wide const four = static_cast<Wide>(mask[i] * kOnes);
+            __builtin_memcpy(out + 4 * i, &four, sizeof four);
+        });
+    } else {
+        ForEach(pixels, [=](int i) { out[i] = mask[i]; });
+    }
+}
+
+void Repeat32(u32* out, u32 const* mask, int pixels, int samples) {
+    if (samples == 4) {
+        ForEach(pixels, [=](int i) { out[4 * i] = out[4 * i + 1] = out[4 * i + 2] = out[4 * i + 3] = mask[i]; });
+    } else {
+        ForEach(pixels, [=](int i) { out[i] = mask[i]; });
+    }
+}
+
+void Pair8(u8* out, u8 const* mask, int pixels) {
+    ForEach(pixels / 2, [=](int i) {
+        u8 const m0 = mask[2 * i], m1 = mask[2 * i + 1];
+        u8 const mean = static_cast<u8>((m0 + m1) >> 1);
+        out[4 * i] = m0;
+        out[4 * i + 1] = mean;
+        out[4 * i + 2] = m1;
+        out[4 * i + 3] = mean;
+    });
+    if (pixels & 1) {
+        out[2 * pixels - 2] = mask[pixels - 1];
+        out[2 * pixels - 1] = static_cast<u8>(mask[pixels - 1] >> 1);
+    }
+}
+
+template <class T>
+void Chroma(T* out, T const* mask, int pixels, bool oddX) {
+    int const first = oddX && pixels > 0 ? 1 : 0;
+    if (first) out[0] = out[1] = mask[0];
+    out += 2 * first;
+    mask += first;
+    pixels -= first;
+    ForEach(pixels / 2, [=](int i) {
+        out[4 * i] = out[4 * i + 1] = out[4 * i + 2] = mask[2 * i];
+        out[4 * i + 3] = mask[2 * i + 1];
+    });
+    if (pixels & 1) out[2 * pixels - 2] = out[2 * pixels - 1] = mask[pixels - 1];
+}
+
+/// Integer mixes need no test for the ends of the mask: their formulas give both exactly.
+template <class T, class Word, class Mix>
+QZIL_INLINE void Commit(void* out, void const* pass, void const* result, void const* mask, int samples,
+                        Word const* word, Mix mix) {
+    T* const o = Out<T>(out);
+    T const* const p = In<T>(pass);
+    T const* const r = In<T>(result);
+    T const* const m = In<T>(mask);
+    Lanes<Word> const select(word);
+    auto const choose = [&select](int lane, T taken, T passed) {
+        Word const bits = select[lane];
+        return static_cast<T>((static_cast<Word>(taken) & bits) | (static_cast<Word>(passed) & ~bits));
+    };
+    bool const all = (word[0] & word[1] & word[2] & word[3]) == static_cast<Word>(~Word{0});
+    if (!m) {
+        ForLanes(samples, [=](int i, int lane) { o[i] = choose(lane, r[i], p[i]); });
+    } else if (all) {
+        ForEach(samples, [=](int i) { o[i] = mix(p[i], r[i], m[i]); });
+    } else {
+        ForLanes(samples, [=](int i, int lane) { o[i] = choose(lane, mix(p[i], r[i], m[i]), p[i]); });
+    }
+}
+
+void CommitNormMult(void* out, void const* pass, void const* result, void const* mask, int samples, u8 const* word) {
+    Commit<u8>(out, pass, result, mask, samples, word, [](u8 p, u8 r, u8 m) { return MixNormMult(p, r, m); });
+}
+
+void CommitMix257(void* out, void const* pass, void const* result, void const* mask, int samples, u8 const* word) {
+    Commit<u8>(out, pass, result, mask, samples, word, [](u8 p, u8 r, u8 m) { return Mix257(p, r, m); });
+}
+
+void CommitUInt16(void* out, void const* pass, void const* result, void const* mask, int samples, u16 const* word) {
+    Commit<u16>(out, pass, result, mask, samples, word, [](u16 p, u16 r, u16 m) { return Mix16(p, r, m); });
+}
+
+void CommitS2_14(void* out, void const* pass, void const* result, void const* mask, int samples, u16 const* word) {
+    Commit<s16>(out, pass, result, mask, samples, word,
+                [](s16 p, s16 r, s16 m) { return MixS2_14(p, r, Clamp<s16>(m, 0, 16384)); });
+}
+
+/// Float keeps its tests, since 0 times infinity is not 0, and selects whole bit patterns.
+template <bool kFullIsResult>
+void CommitFloat(void* out, void const* pass, void const* result, void const* mask, int samples, u32 const* word) {
+    float* const o = Out<float>(out);
+    float const* const p = In<float>(pass);
+    float const* const r = In<float>(result);
+    float const* const m = In<float>(mask);
+    Lanes<u32> const select(word);
+    if (!m) {
+        ForLanes(samples, [=, &select](int i, int lane) { o[i] = select[lane] ? r[i] : p[i]; });
+        return;
+    }
+    ForLanes(samples, [=, &select](int i, int lane) {
+        float const weight = m[i] >= 1.0f ? 1.0f : m[i];
+        float const mixed = MixFloat(p[i], r[i], weight);
+        float const taken = kFullIsResult && m[i] >= 1.0f ? r[i] : mixed;
+        o[i] = m[i] <= 0.0f || !select[lane] ? p[i] : taken;
+    });
+}
+
+}  // namespace
+
+CommitRows const g_oCommitRows{
+    Gather<u8>,
+    Gather<u16>,
+    Gather<u32>,
+    Repeat<u8, u32, 0x01010101u>,
+    Repeat<u16, u64, 0x0001000100010001u>,
+    Repeat32,
+    Pair8,
+    Chroma<u8>,
+    Chroma<u16>,
+    Chroma<u32>,
+    CommitNormMult,
+    CommitMix257,
+    CommitUInt16,
+    CommitS2_14,
+    CommitFloat<false>,
+    CommitFloat<true>,
+};
+
+QZIL_ROWS_END

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "qzil/platform/api.h"
+
+namespace qzil::kernel {
+
+/// Instruction sets that the row functions are compiled for. Every level gives the same bytes.
+enum class CpuLevel {
+    Baseline,  ///< what every processor of the architecture has
+    V3,        ///< x86-64-v3: AVX2
+};
+
+/// The highest level that this build and this processor have.
+QZIL_API CpuLevel HighestCpuLevel();
+/// The level in use: the highest, unless the environment variable QZIL_CPU_LEVEL ("baseline", "v3") or a call says
+/// less.
+QZIL_API CpuLevel ActiveCpuLevel();
+/// Makes a level the one in use, for tests and measurements; false when it is not there.
+QZIL_API bool ForceCpuLevel(CpuLevel level);
+
+}  // namespace qzil::kernel

@@ -1,0 +1,141 @@
+#pragma once
+
+#include "qzil/image/lines.h"
+#include "qzil/image/pixel_math.h"
+#include "qzil/kernel/levels.h"
+
+#include <cstddef>
+
+namespace qzil::kernel {
+
+/// What a row function works on: a stretch of one line. Pointers stand on the first pixel of the stretch. The output
+/// may be an input line itself, never one shifted against it.
+struct Row {
+    void const* pA;        ///< first input
+    void const* pB;        ///< second input, null for one-input effects
+    void const* pPass;     ///< the input whose pixels pass where the effect does not act
+    void const* pMask;     ///< mask values, laid out as the effect's RowTraits say; null without a mask
+    void const* pAlphaIn;  ///< alpha plane of the first input; null for formats without one
+    void* pOut;
+    void* pAlphaOut;
+    int iPixels;  ///< of the stretch
+    bool bOddX;   ///< the stretch starts on an odd pixel of its line
+};
+
+/// How a result is mixed into the passed-through pixel by a mask value.
+enum class MixRule {
+    NormMult,  ///< 8 bits, by the two table products
+    Mix257,    ///< 8 bits, by the rounded 257 mix
+    UInt16,
+    S2_14,
+    Float,
+    FloatLimited,  ///< as Float, but a full mask mixes by 1 instead of taking the result itself
+};
+
+/// How mask values are handed to a row function and to the commit.
+enum class MaskLayout {
+    Pixel,    ///< one per pixel
+    Samples,  ///< repeated for each sample of a pixel
+    Pair8,    ///< 4:2:2, 8 bits: byte 0 of a pair by its first pixel, byte 2 by its second, bytes 1 and 3 by their mean
+    Chroma,   ///< 4:2:2: each luma by its own pixel, the chroma of a pair by the first
+};
+
+/// What the walker has to know of a row function.
+struct RowTraits {
+    int iSampleBytes = 1;
+    int iSamples = 4;  ///< interleaved samples per pixel
+    MixRule eMix = MixRule::NormMult;
+    MaskLayout eMaskLayout = MaskLayout::Samples;
+    bool bTakesMask = false;      ///< folds the mask into its own weights; otherwise the commit mixes
+    bool bTakesChannels = false;  ///< leaves unselected channels as the passed-through pixel has them
+    bool bHasChannels = true;     ///< the channel bits of the processing mode count; false for mono and 4:2:2
+    bool bPolls = true;           ///< the interrupt is asked after each line
+};
+
+/// One entry per channel type.
+template <class T>
+struct ByType {
+    T oUInt8{};
+    T oUInt16{};
+    T oS2_14{};
+    T oFloat{};
+};
+
+/// A row function with its prepared constants; both live until the walk ends. A call without a function stands for
+/// the second input: its pixels are the result.
+struct RowCall {
+    void (*pFunction)(Row const& row, void const* context) = nullptr;
+    void const* pContext = nullptr;
+};
+
+/// A row function typed by its constants.
+template <class Constants>
+using TypedRow = void (*)(Row const& row, Constants const& constants);
+
+template <class Constants>
+class Bound : public RowCall {
+public:
+    Bound(TypedRow<Constants> function, Constants const& constants)
+        : RowCall{Call, this}, m_pFunction(function), m_oConstants(constants) {}
+    Bound(Bound const&) = delete;
+    Bound& operator=(Bound const&) = delete;
+
+private:
+    static void Call(Row const& row, void const* self) {
+        auto const& bound = *static_cast<Bound const*>(self);
+        bound.m_pFunction(row, bound.m_oConstants);
+    }
+
+    TypedRow<Constants> m_pFunction;
+    Constants const& m_oConstants;
+};
+
+/// One walk over the processed box. The input or output lines of an absent image have a null first pixel.
+struct Walk {
+    Lines oA, oB, oOut, oMask, oAlphaIn, oAlphaOut;
+    bool bPassB = false;  ///< the second input is the one that passes through
+    int iWidth = 0;
+    int iLines = 0;
+    bool bOddX = false;  ///< the box starts on an odd column as 4:2:2 parity counts it
+    unsigned uMode = 0;
+    /// True stops the walk.
+    bool (*pStop)(void const* context) = nullptr;
+    void const* pStopContext = nullptr;
+};
+
+/// Runs a row function over every line of a walk, directly into the output where no mask and no channel selection ask
+/// for a mix, else through a scratch stretch and the commit. Needs no memory of the heap.
+void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call);
+
+}  // namespace qzil::kernel
+
+// A table of row functions is a plain struct of function pointers. QZIL_ROW_TABLE(Table) behind its definition, in
+// namespace qzil, declares one instance per CPU level and Get<Table>(), the instance of the active level. The row
+// source defines the instance as Table const g_oTable{...} inside QZIL_ROWS_BEGIN and QZIL_ROWS_END.
+#ifdef QZIL_HAS_V3
+#define QZIL_ROW_TABLE(Table)                                                                            \
+    namespace baseline {                                                                                 \
+    extern Table const g_o##Table;                                                                       \
+    }                                                                                                    \
+    namespace v3 {                                                                                       \
+    extern Table const g_o##Table;                                                                       \
+    }                                                                                                    \
+    QZIL_INLINE Table const& Get##Table() {                                                              \
+        return kernel::ActiveCpuLevel() == kernel::CpuLevel::V3 ? v3::g_o##Table : baseline::g_o##Table; \
+    }
+#else
+#define QZIL_ROW_TABLE(Table)               \
+    namespace baseline {                    \
+    extern Table const g_o##Table;          \
+    }                                       \
+    QZIL_INLINE Table const& Get##Table() { \
+        return baseline::g_o##Table;        \
+    }
+#endif
+
+#define QZIL_ROWS_BEGIN \
+    namespace qzil {    \
+    namespace QZIL_LEVEL {
+#define QZIL_ROWS_END \
+    }                 \
+    }

@@ -1,0 +1,103 @@
+#include "qzil/pixel/blend_rows.h"
+
+#include "qzil/kernel/shapes.h"
+
+QZIL_ROWS_BEGIN
+namespace {
+
+using kernel::Row;
+
+/// Mixes A and B by the weights of the lanes, or by one weight where all are equal.
+template <class T, class Weight, class Mix>
+QZIL_INLINE void Blend(Row const& row, BlendWeights<Weight> const& c, Mix mix) {
+    T* const out = Out<T>(row.pOut);
+    T const* const a = In<T>(row.pA);
+    T const* const b = In<T>(row.pB);
+    int const samples = row.iPixels * c.iSamples;
+    Weight const w[4] = {c.aWeights[0], c.aWeights[1], c.aWeights[2], c.aWeights[3]};
+    if (w[0] == w[1] && w[1] == w[2] && w[2] == w[3]) {
+        Weight const weight = w[0];
+        ForEach(samples, [=](int i) { out[i] = mix(a[i], b[i], weight); });
+    } else {
+        Lanes<Weight> const lanes(w);
+        ForLanes(samples, [=, &lanes](int i, int lane) { out[i] = mix(a[i], b[i], lanes[lane]); });
+    }
+}
+
+void Blend8(Row const& row, BlendWeights<u8> const& c) {
+    Blend<u8>(row, c, [](u8 a, u8 b, u8 w) { return MixNormMult(a, b, w); });
+}
+
+void Blend16(Row const& row, BlendWeights<u16> const& c) {
+    Blend<u16>(row, c, [](u16 a, u16 b, u16 w) { return Mix16(a, b, w); });
+}
+
+void BlendS2_14(Row const& row, BlendWeights<s16> const& c) {
+    Blend<s16>(row, c, [](s16 a, s16 b, s16 w) { return MixS2_14(a, b, w); });
+}
+
+void BlendFloat(Row const& row, BlendWeights<float> const& c) {
+    Blend<float>(row, c, [](float a, float b, float w) { return a + (b - a) * w; });
+}
+
+/// The mask is folded into the weight: from the passed-through pixel at 0 to alpha at full.
+void BlendMaskS214(Row const& row, BlendMaskS2_14 const& c) {
+    s16* const out = Out<s16>(row.pOut);
+    s16 const* const a = In<s16>(row.pA);
+    s16 const* const b = In<s16>(row.pB);
+    s16 const* const mask = In<s16>(row.pMask);
+    s32 const alpha14 = c.iAlpha14, alpha16 = c.iAlpha16;
+    s32 const pass = c.bPassB ? 16384 : 0;
+    s32 const back = c.bPassB ? 1 : 0;
+    s32 const selected[4] = {c.abSelected[0], c.abSelected[1], c.abSelected[2], c.abSelected[3]};
+    Lanes<s32> const lanes(selected);
+    ForLanes(row.iPixels * c.iSamples, [=, &lanes](int i, int lane) {
+        s32 const m = mask[i];
+        // alpha16 * m stays below 2^30 within the range in which it counts.
+        s32 const inside = Clamp(m, 0, 16384);
+        s32 const folded = ((alpha16 * inside + 32768) >> 16) + (back ? 16384 - inside : 0);
+        s32 const weight = m > 16383 ? alpha14 : folded;
+        out[i] = MixS2_14(a[i], b[i], static_cast<s16>(m < 1 || !lanes[lane] ? pass : weight));
+    });
+}
+
+void BlendMaskF(Row const& row, BlendMaskFloat const& c) {
+    float* const out = Out<float>(row.pOut);
+    float const* const a = In<float>(row.pA);
+    float const* const b = In<float>(row.pB);
+    float const* const mask = In<float>(row.pMask);
+    float const alpha = c.fAlpha;
+    s32 const selected[4] = {c.abSelected[0], c.abSelected[1], c.abSelected[2], c.abSelected[3]};
+    Lanes<s32> const lanes(selected);
+    auto const blend = [=, &lanes](float const* pass, auto fold) {
+        ForLanes(row.iPixels * c.iSamples, [=, &lanes](int i, int lane) {
+            float const m = mask[i];
+            float const weight = m >= 1.0f ? alpha : fold(m);
+            float const mixed = a[i] + (b[i] - a[i]) * weight;
+            out[i] = m <= 0.0f || !lanes[lane] ? pass[i] : mixed;
+        });
+    };
+    if (c.bPassB) {
+        blend(b, [alpha](float m) { return 1.0f - m + m * alpha; });
+    } else {
+        blend(a, [alpha](float m) { return alpha * m; });
+    }
+}
+
+template <class T, int kShift>
+void General(Row const& row, GeneralBlendWeights const& c) {
+    T* const out = Out<T>(row.pOut);
+    T const* const a = In<T>(row.pA);
+    T const* const b = In<T>(row.pB);
+    u32 const weightA = c.uWeightA, weightB = c.uWeightB;
+    // Two products of at most 65535 * 32768, or 255 * 65536, fit 32 unsigned bits; the low bits are kept unsaturated.
+    ForEach(row.iPixels * c.iSamples,
+            [=](int i) { out[i] = static_cast<T>((a[i] * weightA + b[i] * weightB) >> kShift); });
+}
+
+}  // namespace
+
+BlendRows const g_oBlendRows{Blend8,        Blend16,    BlendS2_14,      BlendFloat,
+                             BlendMaskS214, BlendMaskF, General<u8, 16>, General<u16, 15>};
+
+QZIL_ROWS_END

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "qzil/kernel/row.h"
+
+namespace qzil {
+
+/// Weights of B for the channels of a pixel; a channel that is not selected has the weight that gives the
+/// passed-through pixel, none or full.
+template <class Weight>
+struct BlendWeights {
+    Weight aWeights[4];
+    int iSamples;
+};
+
+/// S2.14 with a mask.
+struct BlendMaskS2_14 {
+    s32 iAlpha14;
+    s32 iAlpha16;
+    bool bPassB;
+    bool abSelected[4];
+    int iSamples;
+};
+
+/// Float with a mask.
+struct BlendMaskFloat {
+    float fAlpha;
+    bool bPassB;
+    bool abSelected[4];
+    int iSamples;
+};
+
+/// (A * weight of A + B * weight of B) >> 16 for 8 bits, >> 15 for 16 bits.
+struct GeneralBlendWeights {
+    u32 uWeightA;
+    u32 uWeightB;
+    int iSamples;
+};
+
+struct BlendRows {
+    kernel::TypedRow<BlendWeights<u8>> pBlend8;
+    kernel::TypedRow<BlendWeights<u16>> pBlend16;
+    kernel::TypedRow<BlendWeights<s16>> pBlendS2_14;
+    kernel::TypedRow<BlendWeights<float>> pBlendFloat;
+    kernel::TypedRow<BlendMaskS2_14> pBlendMaskS2_14;
+    kernel::TypedRow<BlendMaskFloat> pBlendMaskFloat;
+    kernel::TypedRow<GeneralBlendWeights> pGeneral8;
+    kernel::TypedRow<GeneralBlendWeights> pGeneral16;
+};
+QZIL_ROW_TABLE(BlendRows)
+
+}  // namespace qzil

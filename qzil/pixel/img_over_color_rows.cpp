@@ -1,0 +1,234 @@
+#include "qzil/pixel/img_over_color_rows.h"
+
+#include "qzil/kernel/shapes.h"
+
+QZIL_ROWS_BEGIN
+namespace {
+
+using kernel::Row;
+
+/// Repeats each pixel's alpha over its four samples.
+QZIL_INLINE void SpreadAlpha(u8* out, u8 const* in, int pixels) {
+    ForEach(pixels, [=](int i) {
+        u32 pixel;
+        __builtin_memcpy(&pixel, in + 4 * i, sizeof pixel);
+        u32 const four = (pixel >> 24) * 0x01010101u;
+        __builtin_memcpy(out + 4 * i, &four, sizeof four);
+    });
+}
+
+/// Pixels of a stretch whose alpha is spread at a time.
+constexpr int kSpread = 256;
+
+/// Calls op(first sample, samples, alpha of each sample) for parts of a stretch.
+template <class Op>
+QZIL_INLINE void ForAlpha(Row const& row, Op op) {
+    alignas(64) u8 alpha[4 * kSpread];
+    for (int x = 0; x < row.iPixels; x += kSpread) {
+        int const pixels = Min(kSpread, row.iPixels - x);
+        SpreadAlpha(alpha, In<u8>(row.pA) + 4 * x, pixels);
+        op(4 * x, 4 * pixels, alpha);
+    }
+}
+
+QZIL_INLINE u8 Select(u8 word, u8 taken, u8 passed) {
+    return static_cast<u8>((taken & word) | (passed & ~word));
+}
+
+QZIL_INLINE u8 AddLimited(u8 a, u8 b) {
+    return static_cast<u8>(Min(a + b, 255));
+}
+
+/// Without a mask the weights are those of a full one.
+void Premultiplied8(Row const& row, OverColor8 const& c) {
+    Lanes<u8> const background(c.aBackground[0], c.aBackground[1], c.aBackground[2], c.aBackground[3]);
+    Lanes<u8> const word(c.aWord[0], c.aWord[1], c.aWord[2], c.aWord[3]);
+    u8 const opacity = c.uOpacity;
+    ForAlpha(row, [&, opacity](int first, int samples, u8 const* alpha) {
+        u8* const out = Out<u8>(row.pOut) + first;
+        u8 const* const in = In<u8>(row.pA) + first;
+        if (!row.pMask && opacity == 255) {
+            ForLanes(samples, [=, &background, &word](int i, int lane) {
+                u8 const behind = NormMult(static_cast<u8>(255 - alpha[i]), background[lane]);
+                out[i] = Select(word[lane], AddLimited(in[i], behind), in[i]);
+            });
+        } else if (!row.pMask) {
+            ForLanes(samples, [=, &background, &word](int i, int lane) {
+                u8 const t = static_cast<u8>(255 - NormMult(alpha[i], opacity));
+                u8 const result = AddLimited(NormMult(in[i], opacity), NormMult(t, background[lane]));
+                out[i] = Select(word[lane], result, in[i]);
+            });
+        } else {
+            u8 const* const mask = In<u8>(row.pMask) + first;
+            ForLanes(samples, [=, &background, &word](int i, int lane) {
+                u8 const m = mask[i], w = NormMult(m, opacity);
+                u8 const scaled = NormMult(in[i], static_cast<u8>(255 - (m - w)));
+                u8 const t = static_cast<u8>(m - NormMult(w, alpha[i]));
+                out[i] = Select(word[lane], AddLimited(scaled, NormMult(t, background[lane])), in[i]);
+            });
+        }
+    });
+}
+
+void Straight8(Row const& row, OverColor8 const& c) {
+    Lanes<u8> const background(c.aBackground[0], c.aBackground[1], c.aBackground[2], c.aBackground[3]);
+    Lanes<u8> const word(c.aWord[0], c.aWord[1], c.aWord[2], c.aWord[3]);
+    // The alpha channel's own foreground value is full.
+    Lanes<u8> const full(0, 0, 0, 255);
+    u8 const opacity = c.uOpacity;
+    ForAlpha(row, [&, opacity](int first, int samples, u8 const* alpha) {
+        u8* const out = Out<u8>(row.pOut) + first;
+        u8 const* const in = In<u8>(row.pA) + first;
+        if (!row.pMask) {
+            ForLanes(samples, [=, &background, &word, &full](int i, int lane) {
+                u8 const weight = NormMult(alpha[i], opacity);
+                u8 const front = static_cast<u8>(in[i] | full[lane]);
+                out[i] = Select(word[lane], MixNormMult(background[lane], front, weight), in[i]);
+            });
+        } else {
+            u8 const* const mask = In<u8>(row.pMask) + first;
+            ForLanes(samples, [=, &background, &word, &full](int i, int lane) {
+                u8 const m = mask[i], weight = NormMult(alpha[i], opacity);
+                u8 const w = static_cast<u8>(255 - NormMult(m, static_cast<u8>(255 - weight)));
+                u8 const color = MixNormMult(background[lane], in[i], w);
+                u8 const covered = MixNormMult(in[i], MixNormMult(background[lane], 255, weight), m);
+                out[i] = Select(word[lane], Select(full[lane], covered, color), in[i]);
+            });
+        }
+    });
+}
+
+/// x * weight / 255 with sign: the rounded 257 product.
+QZIL_INLINE s32 Scale(s32 x, s32 weight) {
+    return (x * weight * 257 + 32896) >> 16;
+}
+
+void Yuva8(Row const& row, OverColorYuva8 const& c) {
+    u8* const out = Out<u8>(row.pOut);
+    u8* const alphaOut = Out<u8>(row.pAlphaOut);
+    u8 const* const in = In<u8>(row.pA);
+    u8 const* const alpha = In<u8>(row.pAlphaIn);
+    s32 const y = c.aBackground[0], cb = c.aBackground[1], cr = c.aBackground[2];
+    s32 const opacity = c.uOpacity;
+    u8 const backAlpha = c.uAlpha;
+    bool const premultiplied = c.bPremultiplied;
+    // A weight of 255 scales by exactly 1, so neither full alpha nor full opacity needs a case of its own.
+    auto const over = [=](s32 sample, s32 center, s32 a, s32 t, s32 back) {
+        s32 const x = Scale(Scale(sample - center, premultiplied ? 255 : a), opacity);
+        return static_cast<u8>(Clamp(x + Scale(back, t) + center, 0, 255));
+    };
+    ForEach(row.iPixels / 2, [=](int i) {
+        s32 const a0 = alpha[2 * i], a1 = alpha[2 * i + 1];
+        s32 const t0 = 255 - NormMult(static_cast<u8>(a0), static_cast<u8>(opacity));
+        s32 const t1 = 255 - NormMult(static_cast<u8>(a1), static_cast<u8>(opacity));
+        u8 const s0 = in[4 * i], s1 = in[4 * i + 1], s2 = in[4 * i + 2], s3 = in[4 * i + 3];
+        out[4 * i] = over(s0, 128, a0, t0, cb);
+        out[4 * i + 1] = over(s1, 16, a0, t0, y);
+        out[4 * i + 2] = over(s2, 128, a0, t0, cr);
+        out[4 * i + 3] = over(s3, 16, a1, t1, y);
+    });
+    int const written = row.iPixels & ~1;
+    if (c.bWritesAlpha) {
+        ForEach(written, [=](int i) {
+            u8 const w = NormMult(alpha[i], static_cast<u8>(opacity));
+            alphaOut[i] = AddLimited(w, NormMult(static_cast<u8>(255 - w), backAlpha));
+        });
+    } else {
+        ForEach(written, [=](int i) { alphaOut[i] = alpha[i]; });
+    }
+}
+
+/// Samples as reals of their own scale.
+struct FloatSamples {
+    using T = float;
+    static constexpr float kFull = 1.0f;
+    QZIL_INLINE static float FromReal(float v) { return v; }
+};
+struct S14Samples {
+    using T = s16;
+    static constexpr float kFull = 16384.0f;
+    QZIL_INLINE static s16 FromReal(float v) { return RoundToS2_14(v); }
+};
+
+/// The weights of one pixel.
+struct Weights {
+    float fBack;
+    float fFront;
+    float fKeep;  ///< of the input's alpha
+    bool bCopies;
+};
+
+template <class S>
+QZIL_INLINE Weights WeightsOf(OverColorReal const& c, float alpha, typename S::T const* mask) {
+    float const raw = mask ? static_cast<float>(*mask) / S::kFull : 1.0f;
+    float const m = raw > 1.0f ? 1.0f : raw;
+    Weights weights{0, 0, 1.0f - (1.0f - c.fOpacity) * m, raw <= 0.0f};
+    if (c.bHasAlpha) {
+        float const limited = alpha > 0.0f ? (alpha < 1.0f ? alpha : 1.0f) : 0.0f;
+        weights.fBack = (1.0f - limited * c.fOpacity) * m;
+        weights.fFront = c.bPremultiplied ? weights.fKeep : 1.0f - weights.fBack;
+    } else {
+        weights.fBack = (1.0f - c.fOpacity) * m;
+        weights.fFront = 1.0f - weights.fBack;
+    }
+    return weights;
+}
+
+template <class S>
+QZIL_INLINE typename S::T Mixed(typename S::T in, float front, float back, float background) {
+    return S::FromReal(front * static_cast<float>(in) + back * background);
+}
+
+template <class S>
+void Rgba(Row const& row, OverColorReal const& constants) {
+    using T = typename S::T;
+    OverColorReal const c = constants;
+    T* const out = Out<T>(row.pOut);
+    T const* const in = In<T>(row.pA);
+    T const* const mask = In<T>(row.pMask);
+    ForEach(row.iPixels, [=](int i) {
+        T const* const p = in + 4 * i;
+        T const alpha = p[3];
+        Weights const w = WeightsOf<S>(c, static_cast<float>(alpha) / S::kFull, mask ? mask + i : nullptr);
+        for (int channel = 0; channel < 4; ++channel) {
+            float const front = channel == 3 ? w.fKeep : w.fFront;
+            T const result = Mixed<S>(p[channel], front, w.fBack, c.aBackground[channel]);
+            out[4 * i + channel] = w.bCopies || !c.abSelected[channel] ? p[channel] : result;
+        }
+    });
+}
+
+/// Luma by its own pixel; chroma by the first pixel of its pair, counted from the line's start.
+template <class S>
+void Ycca(Row const& row, OverColorReal const& constants) {
+    using T = typename S::T;
+    OverColorReal const c = constants;
+    T* const out = Out<T>(row.pOut);
+    T* const alphaOut = Out<T>(row.pAlphaOut);
+    T const* const in = In<T>(row.pA);
+    T const* const alpha = In<T>(row.pAlphaIn);
+    T const* const mask = In<T>(row.pMask);
+    bool const hasAlpha = c.bHasAlpha && alpha && alphaOut;
+    Weights chroma{};
+    for (int i = 0; i < row.iPixels; ++i) {
+        float const a = hasAlpha ? static_cast<float>(alpha[i]) / S::kFull : 1.0f;
+        Weights const w = WeightsOf<S>(c, a, mask ? mask + i : nullptr);
+        bool const odd = (i & 1) != 0;
+        if (!odd) chroma = w;
+        T const uv = in[2 * i], y = in[2 * i + 1];
+        T const newUv = Mixed<S>(uv, chroma.fFront, chroma.fBack, c.aBackground[odd ? 2 : 0]);
+        T const newY = Mixed<S>(y, w.fFront, w.fBack, c.aBackground[1]);
+        out[2 * i] = chroma.bCopies ? uv : newUv;
+        out[2 * i + 1] = w.bCopies ? y : newY;
+        if (!hasAlpha) continue;
+        T const newAlpha = Mixed<S>(alpha[i], w.fKeep, w.fBack, c.fAlpha);
+        alphaOut[i] = w.bCopies || !c.bWritesAlpha ? alpha[i] : newAlpha;
+    }
+}
+
+}  // namespace
+
+OverColorRows const g_oOverColorRows{Premultiplied8,   Straight8,          Yuva8,           Rgba<FloatSamples>,
+                                     Rgba<S14Samples>, Ycca<FloatSamples>, Ycca<S14Samples>};
+
+QZIL_ROWS_END
