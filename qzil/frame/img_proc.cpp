@@ -295,8 +295,10 @@ qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kerne
     walk.iLines = box.Size.y;
     walk.bOddX = (m_oOutputOffset.x & 1) != 0;
     walk.uMode = m_uProcessingMode;
-    walk.pStop = [](void const* self) { return static_cast<qzILImgProc const*>(self)->IsInterrupted(); };
-    walk.pStopContext = this;
+    if (HasInterrupt()) {
+        walk.pStop = [](void const* self) { return static_cast<qzILImgProc const*>(self)->IsInterrupted(); };
+        walk.pStopContext = this;
+    }
     kernel::RunRows(walk, traits, call);
     return 1;
 }

@@ -86,6 +86,8 @@ public:
 protected:
     static int AlwaysFalse() { return 0; }
     bool IsInterrupted() const;
+    /// False while no host has set a function or a flag: nobody can see in which order lines are done.
+    bool HasInterrupt() const { return m_pInterruptFlag || m_pInterruptFct != AlwaysFalse; }
     /// Records a code and returns -1.
     qzILStatus Fail(unsigned code);
 

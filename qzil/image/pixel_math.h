@@ -48,30 +48,44 @@ QZIL_INLINE constexpr u16 DivideBy255(u16 t) {
     return static_cast<u16>(static_cast<u32>(static_cast<u16>(t + 128)) * 257u >> 16);
 }
 
+// The rules below exist on samples, and on values widened to twice the width of a sample, as loops hold them.
+
 /// The entry of ilNormMult.
+QZIL_INLINE constexpr u16 WideNormMult(u16 a, u16 b) {
+    return DivideBy255(static_cast<u16>(a * b));
+}
 QZIL_INLINE constexpr u8 NormMult(u8 a, u8 b) {
-    return static_cast<u8>(DivideBy255(static_cast<u16>(a * b)));
+    return static_cast<u8>(WideNormMult(a, b));
 }
 
 /// The table mix of 8-bit values: p for m = 0, r for m = 255, by the formula alone.
+QZIL_INLINE constexpr u16 WideMixNormMult(u16 p, u16 r, u16 m) {
+    return static_cast<u16>(WideNormMult(static_cast<u16>(255 - m), p) + WideNormMult(m, r));
+}
 QZIL_INLINE constexpr u8 MixNormMult(u8 p, u8 r, u8 m) {
-    return static_cast<u8>(DivideBy255(static_cast<u16>((255 - m) * p)) + DivideBy255(static_cast<u16>(m * r)));
+    return static_cast<u8>(WideMixNormMult(p, r, m));
 }
 
 /// The rounded 257 mix of 8-bit values, p + ((m * (r - p) * 257 + 32896) >> 16): p for m = 0, r for m = 255.
 /// With t = m * (r - p) + 128 it is p + ((t + (t >> 8)) >> 8), since 32896 is 128 * 257. Shifted up by 255 * p the sum
 /// stays in 16 unsigned bits: with z = 255 * p + t, the result is (z + ((z + p) >> 8)) >> 8.
-QZIL_INLINE constexpr u8 Mix257(u8 p, u8 r, u8 m) {
+QZIL_INLINE constexpr u16 WideMix257(u16 p, u16 r, u16 m) {
     u16 const z = static_cast<u16>((255 - m) * p + m * r + 128);
-    return static_cast<u8>(static_cast<u16>(z + (static_cast<u16>(z + p) >> 8)) >> 8);
+    return static_cast<u16>(static_cast<u16>(z + (static_cast<u16>(z + p) >> 8)) >> 8);
+}
+QZIL_INLINE constexpr u8 Mix257(u8 p, u8 r, u8 m) {
+    return static_cast<u8>(WideMix257(p, r, m));
 }
 
 /// The 16-bit mix, p + ((w * 0x10001 * (r - p) + 0x80008000) >> 32): p for w = 0, r for w = 65535.
 /// As for the 8-bit mix, z = 65535 * p + w * (r - p) + 32768 and the sums behind it fit 32 unsigned bits, since
 /// 65535 * 65535 + 32768 + 2 * 65535 is below 2^32.
+QZIL_INLINE constexpr u32 WideMix16(u32 p, u32 r, u32 w) {
+    u32 const z = (p << 16) - p + w * (r - p) + 32768u;
+    return (z + ((z + p) >> 16)) >> 16;
+}
 QZIL_INLINE constexpr u16 Mix16(u16 p, u16 r, u16 w) {
-    u32 const z = (u32{p} << 16) - p + u32{w} * (u32{r} - u32{p}) + 32768u;
-    return static_cast<u16>((z + ((z + p) >> 16)) >> 16);
+    return static_cast<u16>(WideMix16(p, r, w));
 }
 
 QZIL_INLINE constexpr s16 ClampS16(s32 value) {
@@ -80,8 +94,11 @@ QZIL_INLINE constexpr s16 ClampS16(s32 value) {
 
 /// The S2.14 mix, p + ((w * (r - p) + 8192) >> 14) limited to the channel. For w of 0 to 16384 the product is below
 /// 2^31: |r - p| is at most 65535.
+QZIL_INLINE constexpr s32 WideMixS2_14(s32 p, s32 r, s32 w) {
+    return Clamp<s32>(p + ((w * (r - p) + 8192) >> 14), -32768, 32767);
+}
 QZIL_INLINE constexpr s16 MixS2_14(s16 p, s16 r, s16 w) {
-    return ClampS16(p + ((w * (s32{r} - s32{p}) + 8192) >> 14));
+    return static_cast<s16>(WideMixS2_14(p, r, w));
 }
 
 QZIL_INLINE constexpr float MixFloat(float p, float r, float w) {

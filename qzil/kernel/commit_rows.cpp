@@ -72,35 +72,42 @@ QZIL_INLINE void Commit(void* out, void const* pass, void const* result, void co
     T const* const r = In<T>(result);
     T const* const m = In<T>(mask);
     Lanes<Word> const select(word);
-    auto const choose = [&select](int lane, T taken, T passed) {
-        Word const bits = select[lane];
-        return static_cast<T>((static_cast<Word>(taken) & bits) | (static_cast<Word>(passed) & ~bits));
-    };
     bool const all = (word[0] & word[1] & word[2] & word[3]) == static_cast<Word>(~Word{0});
     if (!m) {
-        ForLanes(samples, [=](int i, int lane) { o[i] = choose(lane, r[i], p[i]); });
+        ForLanes(samples, [=, &select](int i, int lane) {
+            Word const bits = select[lane];
+            o[i] = static_cast<T>((static_cast<Word>(r[i]) & bits) | (static_cast<Word>(p[i]) & ~bits));
+        });
     } else if (all) {
-        ForEach(samples, [=](int i) { o[i] = mix(p[i], r[i], m[i]); });
+        ForPairs(samples, [=](int i, int, auto which) {
+            Store(which, o + i, Each(mix, Load(which, p + i), Load(which, r + i), Load(which, m + i)));
+        });
     } else {
-        ForLanes(samples, [=](int i, int lane) { o[i] = choose(lane, mix(p[i], r[i], m[i]), p[i]); });
+        // The formulas leave a pixel mixed toward itself as it is, so an unselected channel only needs a mask of 0.
+        ForPairs(samples, [=, &select](int i, int lane, auto which) {
+            auto const kept = Load(which, reinterpret_cast<T const*>(select.At(lane)));
+            auto const weight = Each([](auto value, auto bits) { return static_cast<decltype(value)>(value & bits); },
+                                     Load(which, m + i), kept);
+            Store(which, o + i, Each(mix, Load(which, p + i), Load(which, r + i), weight));
+        });
     }
 }
 
 void CommitNormMult(void* out, void const* pass, void const* result, void const* mask, int samples, u8 const* word) {
-    Commit<u8>(out, pass, result, mask, samples, word, [](u8 p, u8 r, u8 m) { return MixNormMult(p, r, m); });
+    Commit<u8>(out, pass, result, mask, samples, word, [](u16 p, u16 r, u16 m) { return WideMixNormMult(p, r, m); });
 }
 
 void CommitMix257(void* out, void const* pass, void const* result, void const* mask, int samples, u8 const* word) {
-    Commit<u8>(out, pass, result, mask, samples, word, [](u8 p, u8 r, u8 m) { return Mix257(p, r, m); });
+    Commit<u8>(out, pass, result, mask, samples, word, [](u16 p, u16 r, u16 m) { return WideMix257(p, r, m); });
 }
 
 void CommitUInt16(void* out, void const* pass, void const* result, void const* mask, int samples, u16 const* word) {
-    Commit<u16>(out, pass, result, mask, samples, word, [](u16 p, u16 r, u16 m) { return Mix16(p, r, m); });
+    Commit<u16>(out, pass, result, mask, samples, word, [](u32 p, u32 r, u32 m) { return WideMix16(p, r, m); });
 }
 
 void CommitS2_14(void* out, void const* pass, void const* result, void const* mask, int samples, u16 const* word) {
     Commit<s16>(out, pass, result, mask, samples, word,
-                [](s16 p, s16 r, s16 m) { return MixS2_14(p, r, Clamp<s16>(m, 0, 16384)); });
+                [](s32 p, s32 r, s32 m) { return WideMixS2_14(p, r, Clamp(m, 0, 16384)); });
 }
 
 /// Float keeps its tests, since 0 times infinity is not 0, and selects whole bit patterns.

@@ -1,5 +1,6 @@
 #include "qzil/kernel/levels.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -8,18 +9,24 @@ namespace qzil::kernel {
 namespace {
 
 CpuLevel Detect() {
-#ifdef QZIL_HAS_V3
+#ifdef QZIL_HAS_X86_LEVELS
     bool const v3 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
                     __builtin_cpu_supports("fma") && __builtin_cpu_supports("popcnt");
-    return v3 ? CpuLevel::V3 : CpuLevel::Baseline;
-#else
-    return CpuLevel::Baseline;
+    bool const v4 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                    __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
+                    __builtin_cpu_supports("avx512vl");
+    if (v3 && v4) return CpuLevel::V4;
+    if (v3) return CpuLevel::V3;
 #endif
+    return CpuLevel::Baseline;
 }
 
 CpuLevel FirstChoice() {
     char const* const pWanted = std::getenv("QZIL_CPU_LEVEL");
-    return pWanted && std::strcmp(pWanted, "baseline") == 0 ? CpuLevel::Baseline : HighestCpuLevel();
+    CpuLevel level = HighestCpuLevel();
+    if (pWanted && std::strcmp(pWanted, "baseline") == 0) level = CpuLevel::Baseline;
+    if (pWanted && std::strcmp(pWanted, "v3") == 0) level = std::min(level, CpuLevel::V3);
+    return level;
 }
 
 std::atomic<CpuLevel>& Active() {

@@ -8,11 +8,13 @@ namespace qzil::kernel {
 enum class CpuLevel {
     Baseline,  ///< what every processor of the architecture has
     V3,        ///< x86-64-v3: AVX2
+    V4,        ///< x86-64-v4: AVX-512
 };
 
 /// The highest level that this build and this processor have.
 QZIL_API CpuLevel HighestCpuLevel();
-/// The level in use: the highest, unless the environment variable QZIL_CPU_LEVEL ("baseline", "v3") or a call says
+/// The level in use: the highest, unless the environment variable QZIL_CPU_LEVEL ("baseline", "v3",
+/// "v4") or a call says
 /// less.
 QZIL_API CpuLevel ActiveCpuLevel();
 /// Makes a level the one in use, for tests and measurements; false when it is not there.

@@ -98,7 +98,7 @@ struct Walk {
     int iLines = 0;
     bool bOddX = false;  ///< the box starts on an odd column as 4:2:2 parity counts it
     unsigned uMode = 0;
-    /// True stops the walk.
+    /// Asked after each line, from the first on; true stops the walk. Null where no interrupt is set.
     bool (*pStop)(void const* context) = nullptr;
     void const* pStopContext = nullptr;
 };
@@ -112,16 +112,23 @@ void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call);
 // A table of row functions is a plain struct of function pointers. QZIL_ROW_TABLE(Table) behind its definition, in
 // namespace qzil, declares one instance per CPU level and Get<Table>(), the instance of the active level. The row
 // source defines the instance as Table const g_oTable{...} inside QZIL_ROWS_BEGIN and QZIL_ROWS_END.
-#ifdef QZIL_HAS_V3
-#define QZIL_ROW_TABLE(Table)                                                                            \
-    namespace baseline {                                                                                 \
-    extern Table const g_o##Table;                                                                       \
-    }                                                                                                    \
-    namespace v3 {                                                                                       \
-    extern Table const g_o##Table;                                                                       \
-    }                                                                                                    \
-    QZIL_INLINE Table const& Get##Table() {                                                              \
-        return kernel::ActiveCpuLevel() == kernel::CpuLevel::V3 ? v3::g_o##Table : baseline::g_o##Table; \
+#ifdef QZIL_HAS_X86_LEVELS
+#define QZIL_ROW_TABLE(Table)                                 \
+    namespace baseline {                                      \
+    extern Table const g_o##Table;                            \
+    }                                                         \
+    namespace v3 {                                            \
+    extern Table const g_o##Table;                            \
+    }                                                         \
+    namespace v4 {                                            \
+    extern Table const g_o##Table;                            \
+    }                                                         \
+    QZIL_INLINE Table const& Get##Table() {                   \
+        switch (kernel::ActiveCpuLevel()) {                   \
+            case kernel::CpuLevel::V4: return v4::g_o##Table; \
+            case kernel::CpuLevel::V3: return v3::g_o##Table; \
+            default: return baseline::g_o##Table;             \
+        }                                                     \
     }
 #else
 #define QZIL_ROW_TABLE(Table)               \

@@ -2,6 +2,8 @@
 
 #include "qzil/kernel/row.h"
 
+#include <type_traits>
+
 // The loops of row functions. Included by row sources only: everything here belongs to the namespace of one CPU level.
 //
 // The loops are plain code for the compiler's vectors. A loop's pointers and constants are locals of the function that
@@ -31,6 +33,86 @@ QZIL_INLINE void ForLanes(int samples, Op op) {
     for (int lane = 0; lane < samples - i; ++lane) op(i + lane, lane);
 }
 
+/// Two neighbouring samples of 8 or 16 bits in the halves of one word, each widened to the width of the word. Integer
+/// rules work on such pairs: no vector has to be unpacked, widened or packed again.
+template <class Value>
+struct Two {
+    Value oEven;
+    Value oOdd;
+};
+
+template <class T>
+struct Widened;
+template <>
+struct Widened<u8> {
+    using Value = u16;
+    using Word = u16 __attribute__((may_alias, aligned(1)));
+};
+template <>
+struct Widened<u16> {
+    using Value = u32;
+    using Word = u32 __attribute__((may_alias, aligned(2)));
+};
+template <>
+struct Widened<s16> {
+    using Value = s32;
+    using Word = u32 __attribute__((may_alias, aligned(2)));
+};
+
+/// How many samples of a pair exist: both, or the first only, at the end of an odd count.
+struct Both {};
+struct First {};
+
+template <class T>
+QZIL_INLINE auto Load(Both, T const* p) -> Two<typename Widened<T>::Value> {
+    auto const word = *reinterpret_cast<typename Widened<T>::Word const*>(p);
+    if constexpr (T(-1) < T(0)) {
+        return {static_cast<s32>(word << 16) >> 16, static_cast<s32>(word) >> 16};
+    } else {
+        constexpr int kBits = 8 * sizeof(T);
+        using Value = typename Widened<T>::Value;
+        return {static_cast<Value>(word & static_cast<T>(~T{0})), static_cast<Value>(word >> kBits)};
+    }
+}
+template <class T>
+QZIL_INLINE auto Load(First, T const* p) -> Two<typename Widened<T>::Value> {
+    return {static_cast<typename Widened<T>::Value>(*p), 0};
+}
+
+/// Stores values that fit their samples.
+template <class T, class Value>
+QZIL_INLINE void Store(Both, T* p, Two<Value> v) {
+    using Word = typename Widened<T>::Word;
+    constexpr int kBits = 8 * sizeof(T);
+    u32 const low = static_cast<u32>(v.oEven) & static_cast<std::make_unsigned_t<T>>(~T{0});
+    *reinterpret_cast<Word*>(p) = static_cast<Word>(low | static_cast<u32>(v.oOdd) << kBits);
+}
+template <class T, class Value>
+QZIL_INLINE void Store(First, T* p, Two<Value> v) {
+    *p = static_cast<T>(v.oEven);
+}
+
+/// Applies a rule to both halves of pairs.
+template <class Rule, class Value, class... Values>
+QZIL_INLINE auto Each(Rule rule, Two<Value> first, Two<Values>... more) {
+    using Result = decltype(rule(first.oEven, more.oEven...));
+    return Two<Result>{rule(first.oEven, more.oEven...), rule(first.oOdd, more.oOdd...)};
+}
+
+/// Calls op(i, lane, which) for every two samples.
+template <class Op>
+QZIL_INLINE void ForPairs(int samples, Op op) {
+    int i = 0;
+    for (; i + kBlock <= samples; i += kBlock) {
+#pragma GCC ivdep
+        for (int lane = 0; lane < kBlock; lane += 2) op(i + lane, lane, Both{});
+    }
+    int const rest = (samples - i) & ~1;
+#pragma GCC ivdep
+    for (int lane = 0; lane < rest; lane += 2) op(i + lane, lane, Both{});
+    if (samples & 1) op(samples - 1, rest, First{});
+}
+
 /// Four values, one for each channel of a pixel, repeated over a block.
 template <class T>
 struct Lanes {
@@ -44,6 +126,7 @@ struct Lanes {
         for (int i = 0; i < kBlock; ++i) aValues[i] = values[i & 3];
     }
     QZIL_INLINE T operator[](int lane) const { return aValues[lane]; }
+    QZIL_INLINE T const* At(int lane) const { return aValues + lane; }
 };
 
 template <class T>

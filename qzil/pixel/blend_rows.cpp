@@ -8,36 +8,45 @@ namespace {
 using kernel::Row;
 
 /// Mixes A and B by the weights of the lanes, or by one weight where all are equal.
-template <class T, class Weight, class Mix>
-QZIL_INLINE void Blend(Row const& row, BlendWeights<Weight> const& c, Mix mix) {
+template <class T, class Mix>
+QZIL_INLINE void Blend(Row const& row, BlendWeights<T> const& c, Mix mix) {
     T* const out = Out<T>(row.pOut);
     T const* const a = In<T>(row.pA);
     T const* const b = In<T>(row.pB);
     int const samples = row.iPixels * c.iSamples;
-    Weight const w[4] = {c.aWeights[0], c.aWeights[1], c.aWeights[2], c.aWeights[3]};
+    T const w[4] = {c.aWeights[0], c.aWeights[1], c.aWeights[2], c.aWeights[3]};
     if (w[0] == w[1] && w[1] == w[2] && w[2] == w[3]) {
-        Weight const weight = w[0];
-        ForEach(samples, [=](int i) { out[i] = mix(a[i], b[i], weight); });
+        typename Widened<T>::Value const weight = w[0];
+        ForPairs(samples, [=](int i, int, auto which) {
+            auto const byWeight = [=](auto x, auto y) { return mix(x, y, weight); };
+            Store(which, out + i, Each(byWeight, Load(which, a + i), Load(which, b + i)));
+        });
     } else {
-        Lanes<Weight> const lanes(w);
-        ForLanes(samples, [=, &lanes](int i, int lane) { out[i] = mix(a[i], b[i], lanes[lane]); });
+        Lanes<T> const lanes(w);
+        ForPairs(samples, [=, &lanes](int i, int lane, auto which) {
+            Store(which, out + i, Each(mix, Load(which, a + i), Load(which, b + i), Load(which, lanes.At(lane))));
+        });
     }
 }
 
 void Blend8(Row const& row, BlendWeights<u8> const& c) {
-    Blend<u8>(row, c, [](u8 a, u8 b, u8 w) { return MixNormMult(a, b, w); });
+    Blend(row, c, [](u16 a, u16 b, u16 w) { return WideMixNormMult(a, b, w); });
 }
 
 void Blend16(Row const& row, BlendWeights<u16> const& c) {
-    Blend<u16>(row, c, [](u16 a, u16 b, u16 w) { return Mix16(a, b, w); });
+    Blend(row, c, [](u32 a, u32 b, u32 w) { return WideMix16(a, b, w); });
 }
 
 void BlendS2_14(Row const& row, BlendWeights<s16> const& c) {
-    Blend<s16>(row, c, [](s16 a, s16 b, s16 w) { return MixS2_14(a, b, w); });
+    Blend(row, c, [](s32 a, s32 b, s32 w) { return WideMixS2_14(a, b, w); });
 }
 
 void BlendFloat(Row const& row, BlendWeights<float> const& c) {
-    Blend<float>(row, c, [](float a, float b, float w) { return a + (b - a) * w; });
+    float* const out = Out<float>(row.pOut);
+    float const* const a = In<float>(row.pA);
+    float const* const b = In<float>(row.pB);
+    Lanes<float> const weight(c.aWeights);
+    ForLanes(row.iPixels * c.iSamples, [=, &weight](int i, int lane) { out[i] = a[i] + (b[i] - a[i]) * weight[lane]; });
 }
 
 /// The mask is folded into the weight: from the passed-through pixel at 0 to alpha at full.
@@ -48,16 +57,19 @@ void BlendMaskS214(Row const& row, BlendMaskS2_14 const& c) {
     s16 const* const mask = In<s16>(row.pMask);
     s32 const alpha14 = c.iAlpha14, alpha16 = c.iAlpha16;
     s32 const pass = c.bPassB ? 16384 : 0;
-    s32 const back = c.bPassB ? 1 : 0;
-    s32 const selected[4] = {c.abSelected[0], c.abSelected[1], c.abSelected[2], c.abSelected[3]};
-    Lanes<s32> const lanes(selected);
-    ForLanes(row.iPixels * c.iSamples, [=, &lanes](int i, int lane) {
-        s32 const m = mask[i];
+    s32 const backward = c.bPassB ? -1 : 0;
+    auto const fold = [=](s32 m, s32 selected) {
         // alpha16 * m stays below 2^30 within the range in which it counts.
         s32 const inside = Clamp(m, 0, 16384);
-        s32 const folded = ((alpha16 * inside + 32768) >> 16) + (back ? 16384 - inside : 0);
+        s32 const folded = ((alpha16 * inside + 32768) >> 16) + ((16384 - inside) & backward);
         s32 const weight = m > 16383 ? alpha14 : folded;
-        out[i] = MixS2_14(a[i], b[i], static_cast<s16>(m < 1 || !lanes[lane] ? pass : weight));
+        return m < 1 || selected == 0 ? pass : weight;
+    };
+    Lanes<s16> const selected(c.abSelected[0], c.abSelected[1], c.abSelected[2], c.abSelected[3]);
+    ForPairs(row.iPixels * c.iSamples, [=, &selected](int i, int lane, auto which) {
+        auto const weight = Each(fold, Load(which, mask + i), Load(which, selected.At(lane)));
+        auto const mix = [](s32 x, s32 y, s32 w) { return WideMixS2_14(x, y, w); };
+        Store(which, out + i, Each(mix, Load(which, a + i), Load(which, b + i), weight));
     });
 }
 

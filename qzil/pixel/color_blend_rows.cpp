@@ -10,38 +10,44 @@ using kernel::Row;
 void ScaleAdd(Row const& row, ScaleAdd8 const& c) {
     u8* const out = Out<u8>(row.pOut);
     u8 const* const in = In<u8>(row.pA);
-    Lanes<u8> const scale(c.aScale[0], c.aScale[1], c.aScale[2], c.aScale[3]);
-    Lanes<u8> const add(c.aAdd[0], c.aAdd[1], c.aAdd[2], c.aAdd[3]);
-    ForLanes(row.iPixels * c.iSamples, [=, &scale, &add](int i, int lane) {
-        out[i] = static_cast<u8>(NormMult(scale[lane], in[i]) + add[lane]);
+    Lanes<u8> const scale(c.aScale), add(c.aAdd);
+    auto const rule = [](u16 v, u16 s, u16 a) { return static_cast<u16>(WideNormMult(s, v) + a); };
+    ForPairs(row.iPixels * c.iSamples, [=, &scale, &add](int i, int lane, auto which) {
+        Store(which, out + i, Each(rule, Load(which, in + i), Load(which, scale.At(lane)), Load(which, add.At(lane))));
+    });
+}
+
+/// A rule of input, colour, weight and mask over a line.
+template <class T, class Rule>
+QZIL_INLINE void ForMasked(Row const& row, ColorBlendConstants<T> const& c, Rule rule) {
+    T* const out = Out<T>(row.pOut);
+    T const* const in = In<T>(row.pA);
+    T const* const mask = In<T>(row.pMask);
+    Lanes<T> const color(c.aColor), weight(c.aWeight);
+    ForPairs(row.iPixels * c.iSamples, [=, &color, &weight](int i, int lane, auto which) {
+        Store(which, out + i,
+              Each(rule, Load(which, in + i), Load(which, color.At(lane)), Load(which, weight.At(lane)),
+                   Load(which, mask + i)));
     });
 }
 
 void Mask8(Row const& row, ColorBlendConstants<u8> const& c) {
-    u8* const out = Out<u8>(row.pOut);
-    u8 const* const in = In<u8>(row.pA);
-    u8 const* const mask = In<u8>(row.pMask);
-    Lanes<u8> const color(c.aColor[0], c.aColor[1], c.aColor[2], c.aColor[3]);
-    Lanes<u8> const weight(c.aWeight[0], c.aWeight[1], c.aWeight[2], c.aWeight[3]);
-    ForLanes(row.iPixels * c.iSamples, [=, &color, &weight](int i, int lane) {
-        out[i] = MixNormMult(in[i], color[lane], NormMult(mask[i], weight[lane]));
-    });
+    ForMasked(row, c,
+              [](u16 v, u16 color, u16 weight, u16 m) { return WideMixNormMult(v, color, WideNormMult(m, weight)); });
 }
 
 void Blend16(Row const& row, ColorBlendConstants<u16> const& c) {
-    u16* const out = Out<u16>(row.pOut);
-    u16 const* const in = In<u16>(row.pA);
-    u16 const* const mask = In<u16>(row.pMask);
-    Lanes<u16> const color(c.aColor[0], c.aColor[1], c.aColor[2], c.aColor[3]);
-    Lanes<u16> const weight(c.aWeight[0], c.aWeight[1], c.aWeight[2], c.aWeight[3]);
-    int const samples = row.iPixels * c.iSamples;
-    if (!mask) {
-        ForLanes(samples, [=, &color, &weight](int i, int lane) { out[i] = Mix16(in[i], color[lane], weight[lane]); });
+    if (row.pMask) {
+        ForMasked(row, c, [](u32 v, u32 color, u32 weight, u32 m) { return WideMix16(v, color, m * weight / 65535u); });
         return;
     }
-    ForLanes(samples, [=, &color, &weight](int i, int lane) {
-        u16 const w = static_cast<u16>(u32{mask[i]} * weight[lane] / 65535u);
-        out[i] = Mix16(in[i], color[lane], w);
+    u16* const out = Out<u16>(row.pOut);
+    u16 const* const in = In<u16>(row.pA);
+    Lanes<u16> const color(c.aColor), weight(c.aWeight);
+    auto const rule = [](u32 v, u32 to, u32 w) { return WideMix16(v, to, w); };
+    ForPairs(row.iPixels * c.iSamples, [=, &color, &weight](int i, int lane, auto which) {
+        Store(which, out + i,
+              Each(rule, Load(which, in + i), Load(which, color.At(lane)), Load(which, weight.At(lane))));
     });
 }
 
@@ -55,8 +61,7 @@ void BlendFloat(Row const& row, ColorBlendConstants<float> const& c) {
         adds[i] = c.aColor[i] * c.aWeight[i];
     }
     Lanes<float> const scale(scales), add(adds);
-    Lanes<float> const color(c.aColor[0], c.aColor[1], c.aColor[2], c.aColor[3]);
-    Lanes<float> const weight(c.aWeight[0], c.aWeight[1], c.aWeight[2], c.aWeight[3]);
+    Lanes<float> const color(c.aColor), weight(c.aWeight);
     int const samples = row.iPixels * c.iSamples;
     if (!mask) {
         ForLanes(samples, [=, &scale, &add](int i, int lane) { out[i] = scale[lane] * in[i] + add[lane]; });
@@ -79,8 +84,7 @@ void BlendS2_14(Row const& row, ColorBlendConstants<float> const& c) {
         adds[i] = c.aColor[i] * c.aWeight[i];
     }
     Lanes<float> const scale(scales), add(adds);
-    Lanes<float> const color(c.aColor[0], c.aColor[1], c.aColor[2], c.aColor[3]);
-    Lanes<float> const weight(c.aWeight[0], c.aWeight[1], c.aWeight[2], c.aWeight[3]);
+    Lanes<float> const color(c.aColor), weight(c.aWeight);
     int const samples = row.iPixels * c.iSamples;
     if (!mask) {
         ForLanes(samples, [=, &scale, &add](int i, int lane) {

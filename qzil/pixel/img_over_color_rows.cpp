@@ -31,71 +31,82 @@ QZIL_INLINE void ForAlpha(Row const& row, Op op) {
     }
 }
 
-QZIL_INLINE u8 Select(u8 word, u8 taken, u8 passed) {
-    return static_cast<u8>((taken & word) | (passed & ~word));
+/// The bits of a word from one value, the others from another.
+QZIL_INLINE u16 Select(u16 word, u16 taken, u16 passed) {
+    return static_cast<u16>((taken & word) | (passed & ~word));
 }
 
-QZIL_INLINE u8 AddLimited(u8 a, u8 b) {
-    return static_cast<u8>(Min(a + b, 255));
+QZIL_INLINE u16 AddLimited(u16 a, u16 b) {
+    return static_cast<u16>(Min(a + b, 255));
 }
 
-/// Without a mask the weights are those of a full one.
-void Premultiplied8(Row const& row, OverColor8 const& c) {
-    Lanes<u8> const background(c.aBackground[0], c.aBackground[1], c.aBackground[2], c.aBackground[3]);
-    Lanes<u8> const word(c.aWord[0], c.aWord[1], c.aWord[2], c.aWord[3]);
-    u8 const opacity = c.uOpacity;
-    ForAlpha(row, [&, opacity](int first, int samples, u8 const* alpha) {
+QZIL_INLINE u16 Rest(u16 weight) {
+    return static_cast<u16>(255 - weight);
+}
+
+/// Without a mask the weights are those of a full one. `plain` is the rule without a mask, of input, alpha and
+/// background; `masked` has the mask behind them; both see which bits belong to the alpha channel.
+template <class Plain, class Masked>
+QZIL_INLINE void OverColor(Row const& row, OverColor8 const& c, Plain plain, Masked masked) {
+    Lanes<u8> const background(c.aBackground), word(c.aWord), isAlpha(0, 0, 0, 255);
+    ForAlpha(row, [&](int first, int samples, u8 const* alpha) {
         u8* const out = Out<u8>(row.pOut) + first;
         u8 const* const in = In<u8>(row.pA) + first;
-        if (!row.pMask && opacity == 255) {
-            ForLanes(samples, [=, &background, &word](int i, int lane) {
-                u8 const behind = NormMult(static_cast<u8>(255 - alpha[i]), background[lane]);
-                out[i] = Select(word[lane], AddLimited(in[i], behind), in[i]);
-            });
-        } else if (!row.pMask) {
-            ForLanes(samples, [=, &background, &word](int i, int lane) {
-                u8 const t = static_cast<u8>(255 - NormMult(alpha[i], opacity));
-                u8 const result = AddLimited(NormMult(in[i], opacity), NormMult(t, background[lane]));
-                out[i] = Select(word[lane], result, in[i]);
+        auto const finish = [](u16 taken, u16 passed, u16 bits) { return Select(bits, taken, passed); };
+        if (row.pMask) {
+            u8 const* const mask = In<u8>(row.pMask) + first;
+            ForPairs(samples, [=, &background, &word, &isAlpha](int i, int lane, auto which) {
+                auto const v = Load(which, in + i);
+                auto const result = Each(masked, v, Load(which, alpha + i), Load(which, background.At(lane)),
+                                         Load(which, isAlpha.At(lane)), Load(which, mask + i));
+                Store(which, out + i, Each(finish, result, v, Load(which, word.At(lane))));
             });
         } else {
-            u8 const* const mask = In<u8>(row.pMask) + first;
-            ForLanes(samples, [=, &background, &word](int i, int lane) {
-                u8 const m = mask[i], w = NormMult(m, opacity);
-                u8 const scaled = NormMult(in[i], static_cast<u8>(255 - (m - w)));
-                u8 const t = static_cast<u8>(m - NormMult(w, alpha[i]));
-                out[i] = Select(word[lane], AddLimited(scaled, NormMult(t, background[lane])), in[i]);
+            ForPairs(samples, [=, &background, &word, &isAlpha](int i, int lane, auto which) {
+                auto const v = Load(which, in + i);
+                auto const result = Each(plain, v, Load(which, alpha + i), Load(which, background.At(lane)),
+                                         Load(which, isAlpha.At(lane)));
+                Store(which, out + i, Each(finish, result, v, Load(which, word.At(lane))));
             });
         }
     });
+}
+
+void Premultiplied8(Row const& row, OverColor8 const& c) {
+    u16 const opacity = c.uOpacity;
+    auto const masked = [=](u16 v, u16 alpha, u16 background, u16, u16 m) {
+        u16 const w = WideNormMult(m, opacity);
+        u16 const scaled = WideNormMult(v, Rest(static_cast<u16>(m - w)));
+        u16 const t = static_cast<u16>(m - WideNormMult(w, alpha));
+        return AddLimited(scaled, WideNormMult(t, background));
+    };
+    if (opacity == 255) {
+        auto const opaque = [](u16 v, u16 alpha, u16 background, u16) {
+            return AddLimited(v, WideNormMult(Rest(alpha), background));
+        };
+        OverColor(row, c, opaque, masked);
+    } else {
+        auto const plain = [=](u16 v, u16 alpha, u16 background, u16) {
+            u16 const t = Rest(WideNormMult(alpha, opacity));
+            return AddLimited(WideNormMult(v, opacity), WideNormMult(t, background));
+        };
+        OverColor(row, c, plain, masked);
+    }
 }
 
 void Straight8(Row const& row, OverColor8 const& c) {
-    Lanes<u8> const background(c.aBackground[0], c.aBackground[1], c.aBackground[2], c.aBackground[3]);
-    Lanes<u8> const word(c.aWord[0], c.aWord[1], c.aWord[2], c.aWord[3]);
+    u16 const opacity = c.uOpacity;
     // The alpha channel's own foreground value is full.
-    Lanes<u8> const full(0, 0, 0, 255);
-    u8 const opacity = c.uOpacity;
-    ForAlpha(row, [&, opacity](int first, int samples, u8 const* alpha) {
-        u8* const out = Out<u8>(row.pOut) + first;
-        u8 const* const in = In<u8>(row.pA) + first;
-        if (!row.pMask) {
-            ForLanes(samples, [=, &background, &word, &full](int i, int lane) {
-                u8 const weight = NormMult(alpha[i], opacity);
-                u8 const front = static_cast<u8>(in[i] | full[lane]);
-                out[i] = Select(word[lane], MixNormMult(background[lane], front, weight), in[i]);
-            });
-        } else {
-            u8 const* const mask = In<u8>(row.pMask) + first;
-            ForLanes(samples, [=, &background, &word, &full](int i, int lane) {
-                u8 const m = mask[i], weight = NormMult(alpha[i], opacity);
-                u8 const w = static_cast<u8>(255 - NormMult(m, static_cast<u8>(255 - weight)));
-                u8 const color = MixNormMult(background[lane], in[i], w);
-                u8 const covered = MixNormMult(in[i], MixNormMult(background[lane], 255, weight), m);
-                out[i] = Select(word[lane], Select(full[lane], covered, color), in[i]);
-            });
-        }
-    });
+    auto const plain = [=](u16 v, u16 alpha, u16 background, u16 isAlpha) {
+        return WideMixNormMult(background, v | isAlpha, WideNormMult(alpha, opacity));
+    };
+    auto const masked = [=](u16 v, u16 alpha, u16 background, u16 isAlpha, u16 m) {
+        u16 const weight = WideNormMult(alpha, opacity);
+        u16 const w = Rest(WideNormMult(m, Rest(weight)));
+        u16 const covered = WideMixNormMult(v, WideMixNormMult(background, 255, weight), m);
+        return Select(isAlpha, covered, WideMixNormMult(background, v, w));
+    };
+    OverColor(row, c, plain, masked);
 }
 
 /// x * weight / 255 with sign: the rounded 257 product.
@@ -131,7 +142,7 @@ void Yuva8(Row const& row, OverColorYuva8 const& c) {
     if (c.bWritesAlpha) {
         ForEach(written, [=](int i) {
             u8 const w = NormMult(alpha[i], static_cast<u8>(opacity));
-            alphaOut[i] = AddLimited(w, NormMult(static_cast<u8>(255 - w), backAlpha));
+            alphaOut[i] = static_cast<u8>(AddLimited(w, NormMult(static_cast<u8>(255 - w), backAlpha)));
         });
     } else {
         ForEach(written, [=](int i) { alphaOut[i] = alpha[i]; });
