@@ -171,7 +171,7 @@ TEST(Persist, AFailureOfAnyStepIsReturned) {
     FailingStream counting(target.Get(), 0, kBroken);
     EXPECT_EQ(Persist(image)->Save(&counting, 0), kOk);
     EXPECT_EQ(counting.Calls(), 5);
-    FailingStream warning(target.Get(), 2, kFalse);
+    FailingStream warning(target.Get(), 5, kFalse);
     Rewind(target);
     EXPECT_EQ(Persist(NewImage())->Load(&warning), kOk) << "only a negative result is a failure";
 }
