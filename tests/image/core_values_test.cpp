@@ -230,4 +230,14 @@ TEST(SplitBoxes, SidesHaveTheRowsOfInnerAndTheOthersTheFullWidth) {
     EXPECT_TRUE(top.IsEmpty() && right.IsEmpty() && bottom.IsEmpty());
 }
 
+// The default mask rectangle reaches the end of the 32-bit coordinates.
+TEST(SplitBoxes, HugeRectanglesDoNotOverflow) {
+    constexpr int kMax = 0x7FFFFFFF;
+    qzILBbox2l left, top, right, bottom;
+    qzILSplitBoxes({5, 6, 2, 3}, {1, 1, kMax, kMax}, &left, &top, &right, &bottom);
+    EXPECT_EQ(left, qzILBbox2l(1, 6, 4, 3));
+    EXPECT_EQ(right, qzILBbox2l(7, 6, kMax - 6, 3));
+    EXPECT_EQ(top.Size.y + std::int64_t{bottom.Size.y}, std::int64_t{kMax} - 3);
+}
+
 }  // namespace

@@ -70,6 +70,22 @@ TEST(ImageHelper, FieldsOfAnAlphaPlaneFormat) {
     EXPECT_EQ(helper.m_pLineZero, nullptr);
 }
 
+// A loaded image may have no rows and yet a width and a pixel size whose product leaves the address space.
+TEST(ImageHelper, AnImageWithoutRowsIsHarmless) {
+    auto const image = MakeImage(MFIF_BGRA_RAW_32, 1, 1);
+    image->SetPixelSize(0x08000000);
+    ASSERT_EQ(image->Allocate(0x0660FFFF, 0), 0);
+    Ref<IXFImage> other;
+    ASSERT_EQ(qzILCloneImageNoData(image.Get(), IID_IXFImage, other.Out()), 0);
+    qzILImageHelper const helper(image.Get());
+    EXPECT_EQ(helper.m_iHeight, 0);
+    qzILBbox2l const region(0, 0, 2, 2);
+    unsigned char pixel[16] = {};
+    qzILCopyImage(image.Get(), other.Get(), &region, nullptr, 0);
+    qzILFillRegion(image.Get(), region, pixel, 15);
+    EXPECT_TRUE(Bytes(image).empty());
+}
+
 struct Copy {
     bool bRegion, bOffset;
     qzILBbox2l oRegion;
