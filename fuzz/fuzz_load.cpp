@@ -43,9 +43,12 @@ void Use(IXFImage* image) {
     Require(static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * pixelSize == arraySize);
     // Pixels of no bytes are harmless but may be countless.
     if (arraySize == 0 && std::int64_t{width} * height > 1 << 20) return;
-    unsigned char pixel[64] = {};
+    unsigned char pixel[256] = {};
     image->GetPixel(pixel, static_cast<float>(width) - 0.5f, static_cast<float>(height) - 0.5f);
-    if (pixelSize <= sizeof pixel) {
+    unsigned channelSize = 0;
+    image->GetChannelSize(&channelSize);
+    // A host's pixel has room for the sizes that it knows.
+    if (pixelSize <= 64 && channelSize <= 16) {
         image->FillLine(pixel, 0, 0, width - 1, height - 1);
         image->FillRegion(pixel, width / 2, height / 2, width - width / 2, height - height / 2);
     }

@@ -86,6 +86,34 @@ TEST(ImageHelper, AnImageWithoutRowsIsHarmless) {
     EXPECT_TRUE(Bytes(image).empty());
 }
 
+// A stream may describe any sizes: a channel larger than its pixel, or channels that no format has.
+TEST(ImageHelper, SizesThatContradictTheFormatStayInsideTheArray) {
+    struct Case {
+        GUID oFormat;
+        unsigned uPixelSize, uChannelSize;
+    };
+    for (Case const& c :
+         {Case{MFIF_CbYCrYA_24, 0, 0xC0000001}, Case{MFIF_CbYCrYA_24, 3, 5}, Case{MFIF_CbYCrYA_24, 16, 0x80000000},
+          Case{MFIF_CbYCrYA_10_6_FR, 24, 8}, Case{MFIF_CbYCrYA_10_6_FR, 300, 100}, Case{MFIF_RGBA_RAW_32, 1, 4},
+          Case{MFIF_RGBA_RAW_32, 4, 0xFFFFFFFF}, Case{MFIF_MONO_RAW_8, 0, 0}}) {
+        SCOPED_TRACE(NameOf(c.oFormat) + ' ' + std::to_string(c.uPixelSize) + ' ' + std::to_string(c.uChannelSize));
+        auto const image = MakeImage(c.oFormat, 1, 1);
+        image->SetPixelSize(c.uPixelSize);
+        image->SetChannelSize(c.uChannelSize);
+        ASSERT_EQ(image->Allocate(5, 3), 0);
+        Ref<IXFImage> other, color, alpha;
+        ASSERT_EQ(qzILCloneImage(image.Get(), IID_IXFImage, other.Out()), 0);
+        qzILBbox2l const region(0, 0, 4, 3);
+        qzILVector2l const offset(1, 0);
+        qzILCopyImage(image.Get(), other.Get(), &region, &offset, 0x100);
+        qzILCopyImage(other.Get(), other.Get(), &region, &offset, 0);
+        qzILSplitYCCAImage(image.Get(), color.Typed(), alpha.Typed());
+        if (c.uChannelSize > 1000) continue;
+        ByteVector pixel(4096);
+        for (unsigned channels : {15u, 7u, 8u, 2u}) qzILFillRegion(image.Get(), region, pixel.data(), channels);
+    }
+}
+
 struct Copy {
     bool bRegion, bOffset;
     qzILBbox2l oRegion;
