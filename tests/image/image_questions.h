@@ -1,0 +1,61 @@
+#pragma once
+
+#include "qzil/image/image.h"
+#include "qzil/image/image_ops.h"
+#include "qzil/platform/host.h"
+#include "support/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+/// Short forms of the questions that tests ask an image.
+namespace qzil::test {
+
+using Image = Ref<IXFImage>;
+
+inline Image NewImage() {
+    Image image;
+    EXPECT_EQ(qzILCreateImage(nullptr, IID_IXFImage, image.Out()), platform::kOk);
+    return image;
+}
+
+struct Size {
+    int iWidth = -1, iHeight = -1;
+    bool operator==(Size const&) const = default;
+};
+inline Size ResOf(Image const& image) {
+    Size size;
+    image->GetRes(&size.iWidth, &size.iHeight);
+    return size;
+}
+inline void* PixelsOf(Image const& image) {
+    void* pixels = &pixels;
+    image->GetPixelArray(&pixels);
+    return pixels;
+}
+inline unsigned SizeOf(Image const& image) {
+    unsigned size = 12345;
+    image->GetPixelArraySize(&size);
+    return size;
+}
+
+struct Statistics {
+    MemStatKey uKey;
+    std::string oClass;
+    int iKind;
+    std::uint32_t uObject, uDynamic, uFlags;
+};
+inline Statistics g_oStatistics;
+
+inline Statistics Report(Image const& image) {
+    g_oStatistics = {};
+    CQZStatManager::SetHook([](MemStatKey key, char const* name, int kind, std::uint32_t object, std::uint32_t dynamic,
+                               std::uint32_t flags) { g_oStatistics = {key, name, kind, object, dynamic, flags}; });
+    auto const reporter = As<IQZAddMemSizeToStatManager>(image.Get(), IID_IQZAddMemSizeToStatManager);
+    EXPECT_EQ(reporter->AddMemSizeToStatManager(77), platform::kOk);
+    CQZStatManager::SetHook(nullptr);
+    return g_oStatistics;
+}
+
+}  // namespace qzil::test
