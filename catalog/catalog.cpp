@@ -1,0 +1,101 @@
+#include "catalog/catalog.h"
+
+#include "catalog/effect.h"
+#include "qzil/frame/dyadic.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace qzil::catalog {
+
+Instance::Instance(Entry const& entry) : m_pEntry(&entry), m_pEffect(entry.pCreate()), m_oInputs(entry.oInputs.size()) {
+    for (std::size_t i = 0; i < entry.oParameters.size(); ++i) Set(i, entry.oParameters[i].oDefault);
+}
+
+void Instance::SetInput(std::size_t index, IXFImage* image) {
+    m_pEntry->oInputs.at(index).oSet(*m_pEffect, image);
+    m_oInputs[index] = image;
+    ApplyTables();
+    ApplyDominant();
+}
+
+void Instance::Set(std::size_t index, Value const& value) {
+    Parameter const& parameter = m_pEntry->oParameters.at(index);
+    if (value.index() != parameter.oDefault.index()) {
+        throw std::invalid_argument(parameter.sEffect + ": --" + parameter.sName + " takes " + Allowed(parameter) +
+                                    ".");
+    }
+    if (parameter.eKind != Kind::Lut) return parameter.oSet(*m_pEffect, value);
+    auto const& lut = std::get<std::shared_ptr<Lut const>>(value);
+    auto const found = std::find_if(m_oTables.begin(), m_oTables.end(),
+                                    [index](Tables const& tables) { return tables.uParameter == index; });
+    if (found != m_oTables.end()) {
+        found->pLut = lut;
+    } else {
+        m_oTables.push_back({index, lut, std::make_unique<void*[]>(4)});
+    }
+    ApplyTables();
+}
+
+void Instance::Set(std::string_view name, Value const& value) {
+    Parameter const* const pParameter = m_pEntry->FindParameter(name);
+    if (!pParameter) {
+        throw std::invalid_argument(m_pEntry->sName + " has no parameter '" + std::string(name) + "'.");
+    }
+    Set(static_cast<std::size_t>(pParameter - m_pEntry->oParameters.data()), value);
+}
+
+/// Points the effect at the tables that suit the channel size of its first input.
+void Instance::ApplyTables() {
+    unsigned channelSize = 1;
+    if (!m_oInputs.empty() && m_oInputs[0]) m_oInputs[0]->GetChannelSize(&channelSize);
+    for (Tables const& tables : m_oTables) {
+        void const* pTable = nullptr;
+        if (tables.pLut && channelSize == 1 && !tables.pLut->oBytes.empty()) pTable = tables.pLut->oBytes.data();
+        if (tables.pLut && channelSize == 2 && !tables.pLut->oWords.empty()) pTable = tables.pLut->oWords.data();
+        // The effects take writable pointers, and only read.
+        std::fill_n(tables.pPointers.get(), 4, const_cast<void*>(pTable));
+        m_pEntry->oParameters[tables.uParameter].oSetLut(*m_pEffect, tables.pPointers.get());
+    }
+}
+
+void Instance::SetDominant(bool b) {
+    m_bDominantSet = true;
+    m_bDominantB = b;
+    ApplyDominant();
+}
+
+void Instance::ApplyDominant() {
+    if (!m_pEntry->bTwoInputs || !m_bDominantSet || m_oInputs.size() < 2) return;
+    static_cast<qzILDyadicImgProc&>(*m_pEffect).SetDominantInput(m_oInputs[m_bDominantB ? 1 : 0]);
+}
+
+void Instance::SetInputOffset(qzILVector2l const& offset) {
+    if (m_pEntry->bTwoInputs) static_cast<qzILDyadicImgProc&>(*m_pEffect).SetInputOffset(offset);
+}
+
+Parameter const* Entry::FindParameter(std::string_view name) const {
+    auto const found =
+        std::find_if(oParameters.begin(), oParameters.end(), [name](auto const& known) { return known.sName == name; });
+    return found != oParameters.end() ? &*found : nullptr;
+}
+
+std::span<Entry const> Effects() {
+    static std::vector<Entry> const l_oEffects = [] {
+        std::vector<Entry> all;
+        for (auto const family : {FrameEffects, PixelEffects}) {
+            std::vector<Entry> entries = family();
+            std::move(entries.begin(), entries.end(), std::back_inserter(all));
+        }
+        return all;
+    }();
+    return l_oEffects;
+}
+
+Entry const* Find(std::string_view name) {
+    auto const all = Effects();
+    auto const found = std::find_if(all.begin(), all.end(), [name](Entry const& entry) { return entry.sName == name; });
+    return found != all.end() ? &*found : nullptr;
+}
+
+}  // namespace qzil::catalog

@@ -1,0 +1,109 @@
+#include "catalog/effect.h"
+#include "qzil/pixel/blend.h"
+#include "qzil/pixel/color_blend.h"
+#include "qzil/pixel/composite.h"
+#include "qzil/pixel/img_over_color.h"
+#include "qzil/pixel/invert.h"
+#include "qzil/pixel/lut_map.h"
+#include "qzil/pixel/output_alpha.h"
+#include "qzil/pixel/premult.h"
+
+namespace qzil::catalog {
+
+namespace {
+
+constexpr Range kShare{0.0, 1.0};
+
+std::vector<Choice> AlphaModes() {
+    return {{"zero", qzILAlphaZero}, {"full", qzILAlphaFull}, {"derived", qzILAlphaDerived}};
+}
+
+/// The effect takes its two weights together.
+void SetAlphaA(qzILGeneralBlendImage& effect, double alpha) {
+    double a = 0.0, b = 0.0;
+    effect.GetAlphas(a, b);
+    effect.SetAlphas(alpha, b);
+}
+
+void SetAlphaB(qzILGeneralBlendImage& effect, double alpha) {
+    double a = 0.0, b = 0.0;
+    effect.GetAlphas(a, b);
+    effect.SetAlphas(a, alpha);
+}
+
+}  // namespace
+
+std::vector<Entry> PixelEffects() {
+    return {
+        Effect<qzILInvertImg>("invert", "pixel", "Inverts the selected channels")
+            .Input("input", &qzILInvertImg::SetInputImg),
+
+        Effect<qzILMonadicLutMapImg>("lut", "pixel", "Maps every channel through a curve")
+            .Input("input", &qzILMonadicLutMapImg::SetInputImg)
+            .Lut(
+                "curve", &qzILMonadicLutMapImg::SetLut, ParseCurve,
+                "invert, gamma:G with G from 0.01 to 100, posterize:N with N from 2 to 256, or points x:y,x:y,... from "
+                "0 to 1 with ascending x",
+                "gamma:2.2", "curve from the old to the new value; gamma:2.2 brightens (v to the power of 1/2.2)"),
+
+        Effect<qzILDyadicLutMapImg>("lut2", "pixel", "Maps every pair of channel values of two images through a rule")
+            .Input("a", &qzILDyadicLutMapImg::SetInputImgA)
+            .Input("b", &qzILDyadicLutMapImg::SetInputImgB)
+            .Lut("rule", &qzILDyadicLutMapImg::SetLut, ParsePairRule,
+                 "one of multiply, screen, difference, add, min, max", "multiply", "how the two values are combined"),
+
+        Effect<qzILBlendImg>("blend", "pixel", "Cross-fades two images")
+            .Input("a", &qzILBlendImg::SetInputImgA)
+            .Input("b", &qzILBlendImg::SetInputImgB)
+            .Real("alpha", &qzILBlendImg::SetAlpha, kShare, "0.5", "share of the second image"),
+
+        Effect<qzILGeneralBlendImage>("general-blend", "pixel", "Adds two images, each with a weight of its own")
+            .Input("a", &qzILGeneralBlendImage::SetInputImgA)
+            .Input("b", &qzILGeneralBlendImage::SetInputImgB)
+            .Real("alpha-a", SetAlphaA, kShare, "0.5", "weight of the first image; sums above full scale wrap")
+            .Real("alpha-b", SetAlphaB, kShare, "0.5", "weight of the second image"),
+
+        Effect<qzILAdjustPremultImg>("adjust-premult", "pixel",
+                                     "Rescales the second image's colours from the first one's alpha to its own")
+            .Input("a", &qzILAdjustPremultImg::SetInputImgA)
+            .Input("b", &qzILAdjustPremultImg::SetInputImgB),
+
+        Effect<qzILUnpremultiplyImg>("unpremultiply", "pixel",
+                                     "Removes a background colour and rebuilds the alpha that explains the image")
+            .Input("input", &qzILUnpremultiplyImg::SetInputImg)
+            .Color("background", &qzILUnpremultiplyImg::SetBackgroundColor, "0,0,0,0",
+                   "colour the image was composited over; transparent black undoes premultiplication"),
+
+        Effect<qzILCompositeImg>("composite", "pixel", "Mixes the second image over the first through a mask")
+            .Input("a", &qzILCompositeImg::SetInputImgA)
+            .Input("b", &qzILCompositeImg::SetInputImgB)
+            .MaskRequired()
+            .Real("alpha", &qzILCompositeImg::SetAlpha, kShare, "1", "strength of the mask")
+            .Choice("alpha-mode", &qzILCompositeImg::SetAlphaMode, AlphaModes(), "derived",
+                    "alpha of the result: zero, full, or derived, the OR of both images' alphas"),
+
+        Effect<qzILCopyOverImg>("copy-over", "pixel", "Copies the second image over the dominant one through a mask")
+            .Input("a", &qzILCopyOverImg::SetInputImgA)
+            .Input("b", &qzILCopyOverImg::SetInputImgB),
+
+        Effect<qzILImgOverColor>("over-color", "pixel", "Composites an image over a flat colour by its alpha")
+            .Input("input", &qzILImgOverColor::SetInputImg)
+            .Color("background", &qzILImgOverColor::SetBackgroundColor, "0,0,0,1", "colour behind the image, straight")
+            .Flag("premultiplied", &qzILImgOverColor::SetInputImgPremultiplied, "off",
+                  "the image's colours are already multiplied by its alpha")
+            .Real("opacity", &qzILImgOverColor::SetForegroundOpacity, kShare, "1", "opacity of the image"),
+
+        Effect<qzILColorBlendImg>("color-blend", "pixel", "Mixes a flat colour into an image")
+            .Input("input", &qzILColorBlendImg::SetInputImg)
+            .Color("color", &qzILColorBlendImg::SetBlendColor, "1,1,1,1", "colour to mix in")
+            .Real("alpha", &qzILColorBlendImg::SetAlpha, kShare, "0.5", "share of the colour"),
+
+        Effect<qzILOutputAlpha>("output-alpha", "pixel", "Shows an image's alpha as a grey picture")
+            .Input("input", &qzILOutputAlpha::SetInputImg)
+            .Flag("reverse", &qzILOutputAlpha::SetShowReverseFlag, "off", "shows transparency instead of opacity")
+            .Choice("alpha-mode", &qzILOutputAlpha::SetAlphaMode, AlphaModes(), "full",
+                    "alpha of the result: zero, full, or derived, the shown value"),
+    };
+}
+
+}  // namespace qzil::catalog

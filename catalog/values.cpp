@@ -1,0 +1,128 @@
+#include "catalog/catalog.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace qzil::catalog {
+
+namespace {
+
+constexpr char kColorForms[] = "a colour: r,g,b or r,g,b,a from 0 to 1, or #rrggbb or #rrggbbaa";
+
+std::string Number(double value) {
+    std::ostringstream text;
+    text << value;
+    return text.str();
+}
+
+bool ParseFlag(std::string_view text) {
+    if (text == "on" || text == "true" || text == "yes" || text == "1") return true;
+    if (text == "off" || text == "false" || text == "no" || text == "0") return false;
+    throw std::invalid_argument("not a flag");
+}
+
+qzILColor ParseHexColor(std::string_view digits) {
+    std::uint32_t value = 0;
+    auto const [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+    if (error != std::errc() || end != digits.data() + digits.size() || (digits.size() != 6 && digits.size() != 8)) {
+        throw std::invalid_argument("not a colour");
+    }
+    if (digits.size() == 6) value = value << 8 | 0xFF;
+    auto const channel = [value](int shift) { return (value >> shift & 0xFF) / 255.0; };
+    return {channel(24), channel(16), channel(8), channel(0)};
+}
+
+double ParseIn(Range const& range, std::string_view text) {
+    double const value = ParseReal(text);
+    if (value < range.dfMin || value > range.dfMax) throw std::invalid_argument("out of range");
+    return value;
+}
+
+long ParseInteger(Range const& range, std::string_view text) {
+    double const value = ParseIn(range, text);
+    if (value != std::floor(value)) throw std::invalid_argument("not a whole number");
+    return static_cast<long>(value);
+}
+
+long ParseChoice(std::vector<Choice> const& choices, std::string_view text) {
+    for (Choice const& choice : choices) {
+        if (text == choice.sName || text == std::to_string(choice.iValue)) return choice.iValue;
+    }
+    throw std::invalid_argument("no such choice");
+}
+
+Value Parse(Parameter const& parameter, std::string_view text) {
+    switch (parameter.eKind) {
+        case Kind::Real: return ParseIn(parameter.oRange, text);
+        case Kind::Integer: return ParseInteger(parameter.oRange, text);
+        case Kind::Flag: return ParseFlag(text);
+        case Kind::Choice: return ParseChoice(parameter.oChoices, text);
+        case Kind::Color: return ParseColor(text);
+        case Kind::Lut: return parameter.pParseLut(text);
+    }
+    throw std::invalid_argument("no such kind");
+}
+
+}  // namespace
+
+double ParseReal(std::string_view text) {
+    double value = 0.0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
+        throw std::invalid_argument("not a number");
+    }
+    return value;
+}
+
+qzILColor ParseColor(std::string_view text) {
+    if (text.starts_with('#')) return ParseHexColor(text.substr(1));
+    double values[4] = {0.0, 0.0, 0.0, 1.0};
+    std::size_t count = 0;
+    for (bool more = true; more; ++count) {
+        std::size_t const comma = text.find(',');
+        more = comma != std::string_view::npos;
+        if (count == 4) throw std::invalid_argument("not a colour");
+        values[count] = ParseIn({0.0, 1.0}, text.substr(0, comma));
+        if (more) text.remove_prefix(comma + 1);
+    }
+    if (count < 3) throw std::invalid_argument("not a colour");
+    return {values[0], values[1], values[2], values[3]};
+}
+
+std::string Allowed(Parameter const& parameter) {
+    switch (parameter.eKind) {
+        case Kind::Real:
+        case Kind::Integer: {
+            std::string text = parameter.eKind == Kind::Real ? "a number from " : "a whole number from ";
+            text += Number(parameter.oRange.dfMin) + " to " + Number(parameter.oRange.dfMax);
+            return parameter.sUnit.empty() ? text : text + " " + parameter.sUnit;
+        }
+        case Kind::Flag: return "on or off";
+        case Kind::Choice: {
+            std::string text = "one of ";
+            for (Choice const& choice : parameter.oChoices) {
+                if (&choice != &parameter.oChoices.front()) text += ", ";
+                text += choice.sName;
+            }
+            return text;
+        }
+        case Kind::Color: return kColorForms;
+        case Kind::Lut: return parameter.sLutForms;
+    }
+    return {};
+}
+
+Value ParseValue(Parameter const& parameter, std::string_view text) {
+    try {
+        return Parse(parameter, text);
+    } catch (std::invalid_argument const&) {
+        throw std::invalid_argument(parameter.sEffect + ": --" + parameter.sName + " is '" + std::string(text) +
+                                    "', but takes " + Allowed(parameter) + ".");
+    }
+}
+
+}  // namespace qzil::catalog

@@ -1,0 +1,261 @@
+#include "catalog/catalog.h"
+#include "qzil/frame/monadic.h"
+#include "qzil/image/formats.h"
+#include "qzil/image/image_helper.h"
+#include "qzil/image/image_ops.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <set>
+#include <stdexcept>
+
+namespace qzil::catalog {
+namespace {
+
+constexpr int kSide = 16;
+
+Ref<IXFImage> MakeImage(GUID const& format, int fill) {
+    Ref<IXFImage> image;
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, kSide, kSide, format, image.Out()) < 0) return {};
+    void* pPixels = nullptr;
+    unsigned size = 0;
+    image->GetPixelArray(&pPixels);
+    image->GetPixelArraySize(&size);
+    std::memset(pPixels, fill, size);
+    return image;
+}
+
+/// The mono mask format of a format's channel type.
+GUID MaskFormat(GUID const& format) {
+    switch (GetChannelTypeFromFormat(format)) {
+        case XFChannelTypeUInt16: return MFIF_MONO_RAW_16;
+        case XFChannelTypeS2_14: return MFIF_MONO_S2_14;
+        case XFChannelTypeFloat: return MFIF_MONO_FLOAT;
+        default: return MFIF_MONO_RAW_8;
+    }
+}
+
+std::string Refusal(std::string const& effect, std::string const& parameter, std::string const& text) {
+    try {
+        ParseValue(*Find(effect)->FindParameter(parameter), text);
+    } catch (std::invalid_argument const& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(Catalog, DefaultsRunOnEveryFormat) {
+    for (Entry const& entry : Effects()) {
+        EXPECT_FALSE(entry.oFormats.empty()) << entry.sName;
+        for (GUID const& format : entry.oFormats) {
+            SCOPED_TRACE(entry.sName + " on " + FormatName(format));
+            Instance instance = entry.Make();
+            std::vector<Ref<IXFImage>> inputs;
+            for (std::size_t i = 0; i < entry.oInputs.size(); ++i) {
+                inputs.push_back(MakeImage(format, static_cast<int>(0x20 + 16 * i)));
+                ASSERT_TRUE(inputs.back());
+                instance.SetInput(i, inputs.back().Get());
+            }
+            Ref<IXFImage> const output = MakeImage(format, 0);
+            Ref<IXFImage> const mask = MakeImage(MaskFormat(format), 0x30);
+            instance.Effect().SetOutputImg(output.Get());
+            if (entry.bMaskRequired) {
+                EXPECT_NE(instance.Effect().Verify(), 1);
+                instance.Effect().SetMask(0, 0, kSide, kSide, mask.Get(), XFImageChannelMono);
+            }
+            ASSERT_EQ(instance.Effect().Verify(), 1) << ErrorSentence(entry, instance.Effect().GetLastError());
+            ASSERT_EQ(instance.Effect().Execute(), 1) << ErrorSentence(entry, instance.Effect().GetLastError());
+        }
+    }
+}
+
+TEST(Catalog, NamesAreUniqueAndDescribed) {
+    std::set<std::string> names;
+    for (Entry const& entry : Effects()) {
+        EXPECT_TRUE(names.insert(entry.sName).second) << entry.sName;
+        EXPECT_EQ(Find(entry.sName), &entry);
+        EXPECT_FALSE(entry.sSummary.empty()) << entry.sName;
+        std::set<std::string> parameters;
+        for (Parameter const& parameter : entry.oParameters) {
+            EXPECT_TRUE(parameters.insert(parameter.sName).second) << entry.sName << " " << parameter.sName;
+            EXPECT_FALSE(parameter.sHelp.empty()) << entry.sName << " " << parameter.sName;
+            EXPECT_EQ(parameter.sEffect, entry.sName);
+        }
+    }
+    EXPECT_EQ(Find("no-such-effect"), nullptr);
+}
+
+/// The catalogue's range is the range of Verify.
+TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
+    for (Entry const& entry : Effects()) {
+        for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
+            Parameter const& parameter = entry.oParameters[i];
+            if (parameter.eKind != Kind::Real && parameter.eKind != Kind::Choice) continue;
+            auto const verifies = [&](Value const& value) {
+                GUID const& format = entry.oFormats[0];
+                Ref<IXFImage> const image = MakeImage(format, 1), output = MakeImage(format, 0);
+                Ref<IXFImage> const mask = MakeImage(MaskFormat(format), 1);
+                Instance instance = entry.Make();
+                for (std::size_t k = 0; k < entry.oInputs.size(); ++k) instance.SetInput(k, image.Get());
+                instance.Effect().SetOutputImg(output.Get());
+                instance.Effect().SetMask(0, 0, kSide, kSide, mask.Get(), XFImageChannelMono);
+                instance.Set(i, value);
+                return instance.Effect().Verify() == 1;
+            };
+            SCOPED_TRACE(entry.sName + " " + parameter.sName);
+            if (parameter.eKind == Kind::Choice) {
+                for (Choice const& choice : parameter.oChoices) EXPECT_TRUE(verifies(choice.iValue)) << choice.sName;
+                EXPECT_FALSE(verifies(99l));
+            } else {
+                EXPECT_TRUE(verifies(parameter.oRange.dfMin));
+                EXPECT_TRUE(verifies(parameter.oRange.dfMax));
+                EXPECT_FALSE(verifies(std::nextafter(parameter.oRange.dfMin, -1e9)));
+                EXPECT_FALSE(verifies(std::nextafter(parameter.oRange.dfMax, 1e9)));
+            }
+        }
+    }
+}
+
+TEST(Catalog, RefusedTextsAreSentences) {
+    EXPECT_EQ(Refusal("blend", "alpha", "1.5"), "blend: --alpha is '1.5', but takes a number from 0 to 1.");
+    EXPECT_EQ(Refusal("output-alpha", "reverse", "maybe"), "output-alpha: --reverse is 'maybe', but takes on or off.");
+    EXPECT_EQ(Refusal("composite", "alpha-mode", "or"),
+              "composite: --alpha-mode is 'or', but takes one of zero, full, derived.");
+    struct {
+        char const* pEffect;
+        char const* pParameter;
+        char const* pText;
+    } const cases[] = {
+        {"blend", "alpha", ""},
+        {"blend", "alpha", "0.5x"},
+        {"blend", "alpha", "nan"},
+        {"blend", "alpha", "inf"},
+        {"blend", "alpha", "-0.001"},
+        {"over-color", "background", "0,0"},
+        {"over-color", "background", "0,0,0,0,0"},
+        {"over-color", "background", "0,0,1.01"},
+        {"over-color", "background", "0,,0"},
+        {"over-color", "background", "#12345"},
+        {"over-color", "background", "#12345g"},
+        {"over-color", "background", "#-12345"},
+        {"over-color", "background", "red"},
+        {"lut", "curve", "gamma:0"},
+        {"lut", "curve", "gamma:"},
+        {"lut", "curve", "gamma"},
+        {"lut", "curve", "posterize:1"},
+        {"lut", "curve", "posterize:2.5"},
+        {"lut", "curve", "0:0,0.5:2"},
+        {"lut", "curve", "0.5:0,0.5:1"},
+        {"lut", "curve", "1:0,0:1"},
+        {"lut", "curve", "0:0,"},
+        {"lut2", "rule", "divide"},
+    };
+    for (auto const& c : cases) {
+        EXPECT_NE(Refusal(c.pEffect, c.pParameter, c.pText).find(" but takes "), std::string::npos)
+            << c.pEffect << " " << c.pParameter << " " << c.pText;
+    }
+}
+
+TEST(Catalog, ColorsAreReadAsWritten) {
+    EXPECT_EQ(ParseColor("0.25,0.5,1"), qzILColor(0.25, 0.5, 1.0, 1.0));
+    EXPECT_EQ(ParseColor("0,0,0,0.5"), qzILColor(0.0, 0.0, 0.0, 0.5));
+    EXPECT_EQ(ParseColor("#ff0033"), qzILColor(1.0, 0.0, 0.2, 1.0));
+    EXPECT_EQ(ParseColor("#00FF0033"), qzILColor(0.0, 1.0, 0.0, 0.2));
+}
+
+TEST(Catalog, TablesFollowTheirText) {
+    auto const curve = [](char const* text) {
+        return std::get<std::shared_ptr<Lut const>>(ParseValue(*Find("lut")->FindParameter("curve"), text));
+    };
+    auto const rule = [](char const* text, int a, int b) {
+        auto const lut = std::get<std::shared_ptr<Lut const>>(ParseValue(*Find("lut2")->FindParameter("rule"), text));
+        return lut->oBytes[static_cast<std::size_t>(b * 256 + a)];
+    };
+    EXPECT_EQ(curve("invert")->oBytes[10], 245);
+    EXPECT_EQ(curve("invert")->oWords[10], 65525);
+    EXPECT_EQ(curve("gamma:2")->oBytes[64], 128);  // sqrt(64 / 255) = 0.50098
+    EXPECT_EQ(curve("posterize:2")->oBytes[127], 0);
+    EXPECT_EQ(curve("posterize:2")->oBytes[128], 255);
+    EXPECT_EQ(curve("posterize:3")->oBytes[100], 128);
+    EXPECT_EQ(curve("posterize:4")->oBytes[255], 255);
+    EXPECT_EQ(curve("0.2:0.1,0.6:0.9")->oBytes[0], 26);     // flat before
+    EXPECT_EQ(curve("0.2:0.1,0.6:0.9")->oBytes[102], 128);  // half-way
+    EXPECT_EQ(curve("0.2:0.1,0.6:0.9")->oBytes[255], 230);  // flat behind
+
+    EXPECT_EQ(rule("multiply", 128, 128), 64);
+    EXPECT_EQ(rule("screen", 128, 128), 192);
+    EXPECT_EQ(rule("difference", 10, 30), 20);
+    EXPECT_EQ(rule("difference", 30, 10), 20);
+    EXPECT_EQ(rule("add", 200, 100), 255);
+    EXPECT_EQ(rule("min", 200, 100), 100);
+    EXPECT_EQ(rule("max", 200, 100), 200);
+}
+
+/// Sets an input after its tables, and the other way round, in both depths.
+TEST(Catalog, LookUpTablesSuitTheDepthOfTheInput) {
+    Entry const& entry = *Find("lut");
+    for (bool tablesFirst : {true, false}) {
+        Instance instance = entry.Make();
+        for (GUID const& format : {MFIF_MONO_RAW_16, MFIF_MONO_RAW_8}) {
+            Ref<IXFImage> const image = MakeImage(format, 0x10), output = MakeImage(format, 0);
+            Value const invert = ParseValue(entry.oParameters[0], "invert");
+            if (tablesFirst) instance.Set("curve", invert);
+            instance.SetInput(0, image.Get());
+            if (!tablesFirst) instance.Set("curve", invert);
+            instance.Effect().SetOutputImg(output.Get());
+            ASSERT_EQ(instance.Effect().Verify(), 1);
+            ASSERT_EQ(instance.Effect().Execute(), 1);
+            void* pPixels = nullptr;
+            output->GetPixelArray(&pPixels);
+            EXPECT_EQ(static_cast<unsigned char*>(pPixels)[0], 0xEF) << FormatName(format);
+            EXPECT_EQ(static_cast<unsigned char*>(pPixels)[1], 0xEF) << FormatName(format);
+        }
+    }
+}
+
+/// Where only the dominant input has pixels, the output shows it; the rest is transparent black.
+TEST(Catalog, DominantInputAndOffset) {
+    for (bool dominantFirst : {true, false}) {
+        for (bool b : {false, true}) {
+            Instance instance = Find("blend")->Make();
+            Ref<IXFImage> const imageA = MakeImage(MFIF_MONO_RAW_8, 100), imageB = MakeImage(MFIF_MONO_RAW_8, 200);
+            Ref<IXFImage> const output = MakeImage(MFIF_MONO_RAW_8, 7);
+            if (dominantFirst) instance.SetDominant(b);
+            instance.SetInput(0, imageA.Get());
+            instance.SetInput(1, imageB.Get());
+            if (!dominantFirst) instance.SetDominant(b);
+            instance.SetInputOffset({4, 0});
+            instance.Effect().SetOutputImg(output.Get());
+            ASSERT_EQ(instance.Effect().Verify(), 1);
+            ASSERT_EQ(instance.Effect().Execute(), 1);
+            qzILImageHelper const helper(output.Get());
+            EXPECT_EQ(*helper.GetPixelPtr(0, 0), b ? 0 : 100);
+            EXPECT_EQ(*helper.GetPixelPtr(4, 0), 150);
+        }
+    }
+}
+
+TEST(Catalog, WrongValuesAreRefused) {
+    Instance instance = Find("blend")->Make();
+    EXPECT_THROW(instance.Set("alpha", Value(true)), std::invalid_argument);
+    EXPECT_THROW(instance.Set("opacity", Value(0.5)), std::invalid_argument);
+    EXPECT_THROW(instance.Set(std::size_t{1}, Value(0.5)), std::out_of_range);
+    EXPECT_THROW(instance.SetInput(2, nullptr), std::out_of_range);
+}
+
+TEST(Catalog, EveryErrorHasASentence) {
+    Entry const& entry = *Find("composite");
+    for (unsigned code : {0x10001u, 0x10006u, 0x1000Du, 0x10012u, 0x10017u, 0x10018u, 0x10034u, 0x10059u, 0x1005Au,
+                          0x10060u, 0x1006Cu, 0x1006Du, 0x20001u, 0x20002u}) {
+        std::string const sentence = ErrorSentence(entry, code);
+        EXPECT_TRUE(sentence.starts_with("composite: ")) << sentence;
+        EXPECT_EQ(sentence.find("failed with error"), std::string::npos) << sentence;
+        EXPECT_TRUE(sentence.ends_with(").")) << sentence;
+    }
+    EXPECT_NE(ErrorSentence(entry, 0x1FFFFu).find("0x1FFFF"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace qzil::catalog
