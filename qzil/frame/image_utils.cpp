@@ -61,7 +61,10 @@ HRESULT qzILFillImageWithColor(IXFImage* image, qzILColor const& color, unsigned
     qzILSplitBoxes(hole, whole, &boxes[0], &boxes[1], &boxes[2], &boxes[3]);
 
     GUID format{};
+    unsigned pixelSize = 0;
     image->GetFormat(&format);
+    image->GetPixelSize(&pixelSize);
+    if (pixelSize > sizeof(PixelBlock)) return kInvalidArgument;
     bool const byChannel = !CoversWholePlanes(format, mode);
     PixelBlock const pixel = ColorAsPixel(color, format);
     for (qzILBbox2l const& box : boxes) {

@@ -365,6 +365,7 @@ HRESULT CMFImage::FillLine(void* pixel, int x0, int y0, int x1, int y1) {
     unsigned pixelSize = 0;
     if (HRESULT const result = GetPixelSize(&pixelSize); result < 0) return result;
     if (!m_oState.pPixels) return kFailure;
+    if (pixelSize == 0) return kOk;
 
     bool const swapped = y1 - y0 > x1 - x0;
     std::uint64_t const limit = m_oState.iExternal ? UINT64_MAX : d.uPixelArraySize;

@@ -1,5 +1,10 @@
 #include "qzil/image/image_helper.h"
 
+namespace {
+/// Far above any format's; keeps every product of sizes in 64 bits.
+constexpr unsigned kLargestPixel = 0xFFFF;
+}  // namespace
+
 namespace qzil {
 
 std::int64_t LineOrder::MemoryRow(std::int64_t line, std::int64_t height) const {
@@ -40,13 +45,16 @@ void qzILImageHelper::SetImage(IXFImage* image) {
     std::int64_t const row1 = order.MemoryRow(1, m_iHeight);
     std::int64_t const row2 = order.MemoryRow(2, m_iHeight);
     std::int64_t const channel = m_uChannelSize;
+    // A channel larger than its pixel, or an image without pixels, has no address: the lines stay null.
+    bool const sound = m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel && m_iWidth > 0 && m_iHeight > 0;
     m_iPixelStep = static_cast<std::int32_t>(m_iSeparateAlpha ? m_uPixelSize - m_uChannelSize : m_uPixelSize);
+    if (!sound) m_iPixelStep = 0;
     std::ptrdiff_t const lineBytes = std::ptrdiff_t{m_iPixelStep} * m_iWidth;
     m_iLineStepA = lineBytes * (row1 - row0);
     m_iLineStepB = lineBytes * (row2 - row1);
     m_iAlphaPixelStep = m_iSeparateAlpha ? static_cast<std::int32_t>(channel) : m_iPixelStep;
     m_iAlphaLineStep = !m_iSeparateAlpha ? m_iLineStepA : (m_iTopDown ? -channel : channel) * m_iWidth;
-    if (!m_pPixelArray) return;
+    if (!m_pPixelArray || !sound) return;
 
     m_pLineZero = m_pPixelArray + lineBytes * row0;
     if (m_iSeparateAlpha) {

@@ -2,6 +2,8 @@
 
 #include "qzil/image/format_relations.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 using namespace qzil::platform;
@@ -44,6 +46,7 @@ void CopyLines(qzILImageHelper const& source, qzILImageHelper const& destination
     std::size_t const colorBytes = static_cast<std::size_t>(destination.m_iPixelStep) * box.Size.x;
     std::size_t const alphaBytes =
         destination.m_iSeparateAlpha ? std::size_t{destination.m_uChannelSize} * box.Size.x : 0;
+    if (colorBytes + alphaBytes == 0) return;
     for (int row = 0; row < box.Size.y; ++row) {
         int const y = box.Origin.y + row;
         if (SkipsLine(mode, y)) continue;
@@ -113,10 +116,12 @@ HRESULT FillRegionLines(IXFImage* image, qzILBbox2l const& region, void const* p
     std::size_t const width = static_cast<std::size_t>(box.Size.x);
     auto const colorLine = [&](int y) { return helper.GetPixelPtr(box.Origin.x, y); };
 
-    if (IsPairFormat(format)) {
+    // Sizes set by hand may contradict the format; only its own layouts are filled by pairs.
+    bool const beside = step == 3 * size;
+    if (IsPairFormat(format) && size <= sizeof(float) && (beside || step == 2 * size)) {
         bool const fillColor = (mode & kModeColor) != 0;
         bool const fillAlpha = (mode & kModeAlpha) != 0;
-        if (step == 3 * size) {
+        if (beside) {
             // Alpha beside each luma and chroma sample.
             unsigned char unit[2 * 3 * sizeof(float)];
             for (std::size_t i = 0; i < 2; ++i) {
@@ -265,7 +270,9 @@ HRESULT qzILCopyImage(IXFImage* source, IXFImage* destination, qzILBbox2l const*
         sourceHelper.m_uChannelSize != destinationHelper.m_uChannelSize || sourceHelper.m_iPixelStep < 0) {
         return kInvalidArgument;
     }
-    qzILVector2l const shift = target - from.Origin;
+    std::int64_t const shiftX = std::int64_t{target.x} - from.Origin.x, shiftY = std::int64_t{target.y} - from.Origin.y;
+    if (std::abs(shiftX) > INT32_MAX || std::abs(shiftY) > INT32_MAX) return kOk;
+    qzILVector2l const shift(static_cast<int>(shiftX), static_cast<int>(shiftY));
     qzILBbox2l const box = Moved(from.Intersect(sourceBox), shift).Intersect(destinationBox);
     bool const wholeImages = shift == qzILVector2l() && box == sourceBox && box == destinationBox &&
                              (mode & kModeNoLines) == 0 && sourceHelper.m_iTopDown == destinationHelper.m_iTopDown;
@@ -292,12 +299,17 @@ void qzILSplitBoxes(qzILBbox2l const& inner, qzILBbox2l const& outer, qzILBbox2l
         *left = outer;
         return;
     }
-    int const outerRight = outer.Origin.x + outer.Size.x, holeRight = hole.Origin.x + hole.Size.x;
-    int const outerBottom = outer.Origin.y + outer.Size.y, holeBottom = hole.Origin.y + hole.Size.y;
-    *left = {outer.Origin.x, hole.Origin.y, hole.Origin.x - outer.Origin.x, hole.Size.y};
-    *right = {holeRight, hole.Origin.y, outerRight - holeRight, hole.Size.y};
-    *top = {outer.Origin.x, outer.Origin.y, outer.Size.x, hole.Origin.y - outer.Origin.y};
-    *bottom = {outer.Origin.x, holeBottom, outer.Size.x, outerBottom - holeBottom};
+    std::int64_t const outerRight = std::int64_t{outer.Origin.x} + outer.Size.x;
+    std::int64_t const outerBottom = std::int64_t{outer.Origin.y} + outer.Size.y;
+    std::int64_t const holeRight = std::int64_t{hole.Origin.x} + hole.Size.x;
+    std::int64_t const holeBottom = std::int64_t{hole.Origin.y} + hole.Size.y;
+    // A part that would start behind the last coordinate is empty, and starts on it.
+    auto const start = [](std::int64_t value) { return static_cast<int>(std::min<std::int64_t>(value, INT32_MAX)); };
+    auto const size = [](std::int64_t value) { return static_cast<int>(value); };
+    *left = {outer.Origin.x, hole.Origin.y, size(std::int64_t{hole.Origin.x} - outer.Origin.x), hole.Size.y};
+    *right = {start(holeRight), hole.Origin.y, size(outerRight - holeRight), hole.Size.y};
+    *top = {outer.Origin.x, outer.Origin.y, outer.Size.x, size(std::int64_t{hole.Origin.y} - outer.Origin.y)};
+    *bottom = {outer.Origin.x, start(holeBottom), outer.Size.x, size(outerBottom - holeBottom)};
 }
 
 HRESULT qzILSplitYCCAImage(IXFImage* image, IXFImage** color, IXFImage** alpha) {
