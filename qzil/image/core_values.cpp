@@ -67,13 +67,13 @@ void _qzILTRACE(char const* format, ...) {
     if (length >= 0) qzil::platform::OutputDebugStringA(text);
 }
 
-qzILVector2l& qzILVector2l::operator=(qzILVector2f const& v) {
+qzILVector2l& qzILVector2l::Assign(qzILVector2f const& v) {
     x = Truncate(v.x);
     y = Truncate(v.y);
     return *this;
 }
 
-qzILVector2l& qzILVector2l::operator=(qzILVector2d const& v) {
+qzILVector2l& qzILVector2l::Assign(qzILVector2d const& v) {
     x = Truncate(v.x);
     y = Truncate(v.y);
     return *this;
@@ -99,28 +99,12 @@ qzILVector2l& qzILVector2l::operator-=(qzILVector2f const& v) {
     return *this -= qzILVector2l(Truncate(v.x), Truncate(v.y));
 }
 
-qzILVector2f& qzILVector2f::operator=(qzILVector2l const& v) {
-    return *this = qzILVector2f(static_cast<float>(v.x), static_cast<float>(v.y));
-}
-
-qzILVector2f& qzILVector2f::operator=(qzILVector2d const& v) {
-    return *this = qzILVector2f(static_cast<float>(v.x), static_cast<float>(v.y));
-}
-
 qzILVector2f& qzILVector2f::operator+=(qzILVector2l const& v) {
     return *this = *this + v;
 }
 
 qzILVector2f& qzILVector2f::operator-=(qzILVector2l const& v) {
     return *this = *this - v;
-}
-
-qzILVector2d& qzILVector2d::operator=(qzILVector2l const& v) {
-    return *this = qzILVector2d(v.x, v.y);
-}
-
-qzILVector2d& qzILVector2d::operator=(qzILVector2f const& v) {
-    return *this = qzILVector2d(v.x, v.y);
 }
 
 qzILVector2d& qzILVector2d::operator+=(qzILVector2l const& v) {

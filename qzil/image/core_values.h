@@ -4,6 +4,7 @@
 #include "qzil/platform/com.h"
 
 #include <cstdint>
+#include <type_traits>
 
 /// Result of the effect protocol: 1 success, -1 failure. The reason of a failure stands in the effect's error value.
 using qzILStatus = std::int32_t;
@@ -107,8 +108,11 @@ public:
     qzILVector2l(qzILVector2l const&) = default;
     virtual ~qzILVector2l() = default;
     qzILVector2l& operator=(qzILVector2l const&) = default;
-    qzILVector2l& operator=(qzILVector2f const& v);  ///< truncated toward zero
-    qzILVector2l& operator=(qzILVector2d const& v);  ///< truncated toward zero
+    /// Truncated toward zero. A template, so that `v = {x, y}` has one meaning.
+    template <class V>
+    requires(std::is_same_v<V, qzILVector2f> || std::is_same_v<V, qzILVector2d>) qzILVector2l& operator=(V const& v) {
+        return Assign(v);
+    }
     qzILVector2l& operator+=(qzILVector2l const& v);
     qzILVector2l& operator-=(qzILVector2l const& v);
     qzILVector2l& operator+=(qzILVector2f const& v);  ///< each float truncated first
@@ -119,6 +123,10 @@ public:
     static constexpr char m_ClassName[] = "qzILVector2l";
     std::int32_t x;
     std::int32_t y;
+
+private:
+    qzILVector2l& Assign(qzILVector2f const& v);
+    qzILVector2l& Assign(qzILVector2d const& v);
 };
 
 class QZIL_API qzILVector2f {
@@ -127,8 +135,10 @@ public:
     qzILVector2f(qzILVector2f const&) = default;
     virtual ~qzILVector2f() = default;
     qzILVector2f& operator=(qzILVector2f const&) = default;
-    qzILVector2f& operator=(qzILVector2l const& v);
-    qzILVector2f& operator=(qzILVector2d const& v);
+    template <class V>
+    requires(std::is_same_v<V, qzILVector2l> || std::is_same_v<V, qzILVector2d>) qzILVector2f& operator=(V const& v) {
+        return *this = qzILVector2f(static_cast<float>(v.x), static_cast<float>(v.y));
+    }
     qzILVector2f& operator+=(qzILVector2l const& v);
     qzILVector2f& operator-=(qzILVector2l const& v);
     bool operator==(qzILVector2f const& v) const { return x == v.x && y == v.y; }
@@ -145,8 +155,10 @@ public:
     qzILVector2d(qzILVector2d const&) = default;
     virtual ~qzILVector2d() = default;
     qzILVector2d& operator=(qzILVector2d const&) = default;
-    qzILVector2d& operator=(qzILVector2l const& v);
-    qzILVector2d& operator=(qzILVector2f const& v);
+    template <class V>
+    requires(std::is_same_v<V, qzILVector2l> || std::is_same_v<V, qzILVector2f>) qzILVector2d& operator=(V const& v) {
+        return *this = qzILVector2d(v.x, v.y);
+    }
     qzILVector2d& operator+=(qzILVector2l const& v);
     qzILVector2d& operator-=(qzILVector2l const& v);
     bool operator==(qzILVector2d const& v) const { return x == v.x && y == v.y; }

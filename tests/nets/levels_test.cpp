@@ -1,0 +1,93 @@
+// Every effect gives the same bytes at every CPU level, whatever the width, and writes nothing beside its region.
+
+#include "qzil/kernel/levels.h"
+#include "nets/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace qzil::test {
+namespace {
+
+constexpr std::size_t kCanary = 64;
+
+class LevelGuard {
+public:
+    LevelGuard() : m_eLevel(kernel::ActiveCpuLevel()) {}
+    ~LevelGuard() { kernel::ForceCpuLevel(m_eLevel); }
+
+private:
+    kernel::CpuLevel m_eLevel;
+};
+
+/// Runs a scene into an output between canaries; the bytes with them.
+std::vector<unsigned char> RunBetweenCanaries(Scene const& scene, kernel::CpuLevel level) {
+    EXPECT_TRUE(kernel::ForceCpuLevel(level));
+    Images images(scene);
+    auto const initial = Bytes(images.oOutput);
+    std::vector<unsigned char> memory(initial.size() + 2 * kCanary, 0xA5);
+    std::memcpy(memory.data() + kCanary, initial.data(), initial.size());
+    images.oOutput->SetPixelArray(memory.data() + kCanary);
+    catalog::Instance instance = Prepare(scene, images);
+    EXPECT_EQ(instance.Effect().Verify(), 1) << scene.Describe();
+    EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+    images.oOutput->SetPixelArray(nullptr);
+    for (std::size_t i = 0; i < kCanary; ++i) {
+        EXPECT_EQ(memory[i], 0xA5) << scene.Describe() << " byte " << i << " before the image";
+        EXPECT_EQ(memory[memory.size() - 1 - i], 0xA5) << scene.Describe() << " byte " << i << " behind the image";
+    }
+    return memory;
+}
+
+void CompareLevels(Scene const& scene) {
+    auto const expected = RunBetweenCanaries(scene, kernel::CpuLevel::Baseline);
+    for (auto const level : {kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
+        if (level > kernel::HighestCpuLevel()) continue;
+        auto const actual = RunBetweenCanaries(scene, level);
+        ASSERT_EQ(DescribeDifference(expected, actual), "")
+            << scene.Describe() << " level " << static_cast<int>(level) << " against the baseline";
+    }
+}
+
+/// The variants of one effect, format and width: channels, mask, parameters and dominance drawn at random.
+void CheckWidth(catalog::Entry const& entry, GUID const& format, int width, int height, Random& random) {
+    bool const video = IsVideo(format);
+    for (int variant = 0; variant < 3; ++variant) {
+        Scene scene = PlainScene(entry, format, width, height);
+        scene.uSeed = static_cast<std::uint64_t>(width * 8 + variant + 1);
+        scene.oValues = RandomValues(entry, random);
+        scene.uMode = video || variant == 0 ? 15 : static_cast<unsigned>(random.Below(16));
+        scene.bDominantB = scene.HasB() && !entry.bMaskRequired && variant == 2;
+        if (!video && (variant > 0 || entry.bMaskRequired)) {
+            scene.oMaskFormat = MaskFormatFor(format, variant == 2);
+            if (scene.oMaskFormat == GUID_NULL) continue;
+            scene.uMaskChannel = variant == 2 ? XFImageChannel2 : XFImageChannelMono;
+            scene.oMaskRect = scene.oRoi;
+        }
+        CompareLevels(scene);
+    }
+}
+
+class LevelsNet : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(LevelsNet, EveryWidthGivesTheBytesOfTheBaseline) {
+    LevelGuard const guard;
+    catalog::Entry const& entry = catalog::Effects()[GetParam()];
+    Random random(GetParam() + 1);
+    for (GUID const& format : entry.oFormats) {
+        for (int width = 1; width <= 67 && !HasFatalFailure(); ++width) CheckWidth(entry, format, width, 2, random);
+        CheckWidth(entry, format, 1920, 2, random);
+        if (HasFatalFailure()) return;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Effects, LevelsNet, testing::Range<std::size_t>(0, catalog::Effects().size()),
+                         [](auto const& instance) {
+                             std::string name = catalog::Effects()[instance.param].sName;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
+
+}  // namespace
+}  // namespace qzil::test
