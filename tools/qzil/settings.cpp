@@ -108,11 +108,15 @@ void ForceLevel(catalog::Entry const& entry, std::string const& text) {
     }
 }
 
+std::string InputNames(catalog::Entry const& entry, char const* between) {
+    std::string names;
+    for (catalog::Input const& input : entry.oInputs) names += (names.empty() ? "" : between) + input.sName;
+    return names;
+}
+
 void AddOptions(CLI::App& app, Settings& settings, Texts& texts) {
     catalog::Entry const& entry = *settings.pEntry;
-    std::string names;
-    for (catalog::Input const& input : entry.oInputs) names += (names.empty() ? "" : " ") + input.sName;
-    app.add_option("INPUT", settings.oInputs, "Input pictures: " + names);
+    app.add_option("INPUT", settings.oInputs, "Input pictures: " + InputNames(entry, " "));
     app.add_option("-o,--output", settings.sOutput, "Picture to write: .png, .tif or .tiff")->required();
 
     texts.oParameters.resize(entry.oParameters.size());
@@ -151,7 +155,9 @@ void CheckCounts(Settings const& settings) {
     std::size_t const wanted = entry.oInputs.size(), given = settings.oInputs.size();
     if (given != wanted) {
         throw Failure(kWrongUsage, entry.sName + ": " + std::to_string(given) +
-                                       " input pictures are given, but takes " + std::to_string(wanted) + ".");
+                                       (given == 1 ? " input picture is" : " input pictures are") +
+                                       " given, but the effect takes " + std::to_string(wanted) + " (" +
+                                       InputNames(entry, ", ") + ").");
     }
     if (entry.bMaskRequired && settings.sMask.empty()) {
         throw Failure(kWrongUsage, entry.sName + ": --mask is missing, but this effect needs a mask picture.");
