@@ -34,7 +34,7 @@ done
 # What the library exports: the classes and functions of its public headers, by name and in full.
 exported=$(nm -DC --defined-only "$library" | cut -c18- | cut -d' ' -f2- | LC_ALL=C sort -u)
 names='qzIL[A-Za-z0-9_]*|_qzILTRACE|CMFImage|CQZ[A-Za-z]*|il[A-Z][A-Za-z]*'
-names="$names|Get[A-Za-z0-9]*FromFormat|IsFormat[A-Za-z0-9]*|qzil"
+names="$names|Get[A-Za-z0-9]*FromFormat|IsFormat[A-Za-z0-9_]*|qzil"
 prefix='((vtable|typeinfo|typeinfo name|VTT) for |(non-)?virtual thunk to |guard variable for )?'
 unknown=$(grep -vE "^$prefix($names)(\$|::|\(|\[)" <<<"$exported" | grep -vE '^operator[-+*]\((qzILVector2|float, qzILVector2)' || true)
 [ -z "$unknown" ] || fail "exported, but not of the public interface: $unknown"

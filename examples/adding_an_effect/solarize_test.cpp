@@ -16,7 +16,8 @@ namespace {
 
 /// The rule on one sample, in wide integers.
 long Model(long value, long full, double threshold) {
-    return value > std::floor(threshold * static_cast<double>(full) + 0.5) ? full - value : value;
+    long const limit = std::lround(threshold * static_cast<double>(full));
+    return value > limit ? full - value : value;
 }
 
 long SampleAt(std::span<unsigned char const> bytes, std::size_t index, std::size_t size) {
