@@ -25,7 +25,7 @@ using Image = Ref<IXFImage>;
 
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
-/// Turns of one benchmark. The caches are cold for both sides: an image is larger than they are.
+/// Turns of one benchmark.
 constexpr int kTurns = 24;
 
 unsigned char* PixelsOf(Image const& image) {
