@@ -19,6 +19,9 @@ struct CommitRows {
     void (*pChroma8)(u8* out, u8 const* mask, int pixels, bool oddX);
     void (*pChroma16)(u16* out, u16 const* mask, int pixels, bool oddX);
     void (*pChroma32)(u32* out, u32 const* mask, int pixels, bool oddX);
+    /// Writes past the caches, where the processor can; Fence makes what was written visible to other threads.
+    void (*pStream)(u8* out, u8 const* from, int bytes);
+    void (*pFence)();
     /// out = pass mixed toward result by mask in the channels that `word` selects (all bits set), pass in the others;
     /// a null mask takes the result. Values are repeated per sample.
     void (*pNormMult)(void* out, void const* pass, void const* result, void const* mask, int samples, u8 const word[4]);

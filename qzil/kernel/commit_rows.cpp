@@ -1,6 +1,10 @@
 #include "qzil/kernel/commit.h"
 #include "qzil/kernel/shapes.h"
 
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
 QZIL_ROWS_BEGIN
 namespace {
 
@@ -61,6 +65,45 @@ void Chroma(T* out, T const* mask, int pixels, bool oddX) {
         out[4 * i + 3] = mask[2 * i + 1];
     });
     if (pixels & 1) out[2 * pixels - 2] = out[2 * pixels - 1] = mask[pixels - 1];
+}
+
+#if defined(__AVX512F__)
+constexpr int kVector = 64;
+QZIL_INLINE void StreamVector(u8* out, u8 const* from) {
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(out), _mm512_loadu_si512(from));
+}
+#elif defined(__AVX2__)
+constexpr int kVector = 32;
+QZIL_INLINE void StreamVector(u8* out, u8 const* from) {
+    __m256i const value = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(from));
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(out), value);
+}
+#elif defined(__SSE2__)
+constexpr int kVector = 16;
+QZIL_INLINE void StreamVector(u8* out, u8 const* from) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(out), _mm_loadu_si128(reinterpret_cast<__m128i const*>(from)));
+}
+#else
+constexpr int kVector = 64;
+QZIL_INLINE void StreamVector(u8* out, u8 const* from) {
+    __builtin_memcpy(out, from, kVector);
+}
+#endif
+
+void Stream(u8* out, u8 const* from, int bytes) {
+    // Streaming stores are aligned ones; the ends of a stretch that is not aligned go the ordinary way.
+    int const misaligned = static_cast<int>(reinterpret_cast<__UINTPTR_TYPE__>(out) % kVector);
+    int const head = misaligned == 0 ? 0 : Min(kVector - misaligned, bytes);
+    for (int i = 0; i < head; ++i) out[i] = from[i];
+    int i = head;
+    for (; i + kVector <= bytes; i += kVector) StreamVector(out + i, from + i);
+    for (; i < bytes; ++i) out[i] = from[i];
+}
+
+void Fence() {
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
 }
 
 /// Integer mixes need no test for the ends of the mask: their formulas give both exactly.
@@ -143,6 +186,8 @@ CommitRows const g_oCommitRows{
     Chroma<u8>,
     Chroma<u16>,
     Chroma<u32>,
+    Stream,
+    Fence,
     CommitNormMult,
     CommitMix257,
     CommitUInt16,

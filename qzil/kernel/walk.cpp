@@ -7,12 +7,18 @@
 namespace qzil::kernel {
 namespace {
 
-/// Pixels of a stretch: its scratch lines stay in the first-level cache, and its length is even for 4:2:2.
-constexpr int kStretch = 512;
+/// Bytes of output that are worked on at a time, so that the scratch lines stay in the first-level cache.
+constexpr int kStretchBytes = 2048;
+/// Mask values of a stretch are at most as many as its samples, and as wide.
 constexpr int kMaxPixelBytes = 16;
 
+/// Frames of this size and more, inputs and output together, outgrow the last-level cache: their output is written past
+/// it, since reading a line into the cache only to overwrite it would cost as much as another input.
+constexpr std::int64_t kStreamBytes = 20 << 20;
+constexpr int kStreamAlignment = 64;
+
 struct alignas(64) Scratch {
-    unsigned char auBytes[kStretch * kMaxPixelBytes];
+    unsigned char auBytes[kStretchBytes + kStreamAlignment + 2 * kMaxPixelBytes];
 };
 
 /// Lays out the mask values of a stretch.
@@ -114,54 +120,109 @@ private:
 
 }  // namespace
 
+namespace {
+
+/// What is decided once per walk.
+class Runner {
+public:
+    Runner(Walk const& walk, RowTraits const& traits, RowCall const& call)
+        : m_oWalk(walk),
+          m_oTraits(traits),
+          m_oCall(call),
+          m_oRows(GetCommitRows()),
+          m_oMaskReader(walk, traits, m_oRows) {
+        bool const masked = walk.oMask.pFirst != nullptr;
+        m_uChannels = traits.bHasChannels ? walk.uMode & 15u : 15u;
+        m_iPixelBytes = traits.iSamples * traits.iSampleBytes;
+        m_bMixes = masked && !traits.bTakesMask;
+        m_bSelects = m_uChannels != 15 && !traits.bTakesChannels;
+        m_bPolls = traits.bPolls && walk.pStop;
+        bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
+        std::int64_t const images = walk.oB.pFirst ? 3 : 2;
+        m_bStreams = !inPlace && images * walk.iWidth * walk.iLines * m_iPixelBytes >= kStreamBytes;
+    }
+
+    void Run() {
+        // Lines do not depend on each other. Unless an interrupt could tell, they are done in the order of memory:
+        // against it, the processor's prefetch loses its way at every line and a frame takes twice as long.
+        bool const backward = !m_bPolls && LineStep(m_oWalk.oOut, m_oWalk.iWidth) < 0;
+        Cursor a(m_oWalk.oA, m_oWalk, backward), b(m_oWalk.oB, m_oWalk, backward), out(m_oWalk.oOut, m_oWalk, backward),
+            mask(m_oWalk.oMask, m_oWalk, backward), alphaIn(m_oWalk.oAlphaIn, m_oWalk, backward),
+            alphaOut(m_oWalk.oAlphaOut, m_oWalk, backward);
+        for (int line = 0; line < m_oWalk.iLines; ++line) {
+            for (int x = 0, pixels = 0; x < m_oWalk.iWidth; x += pixels) {
+                pixels = std::min(StretchFrom(out.At(x)), m_oWalk.iWidth - x);
+                Row row{};
+                row.iPixels = pixels;
+                row.bOddX = m_oWalk.bOddX;
+                row.pA = a.At(x);
+                row.pB = b.At(x);
+                row.pPass = m_oWalk.bPassB ? row.pB : row.pA;
+                row.pAlphaIn = alphaIn.At(x);
+                row.pAlphaOut = alphaOut.At(x);
+                if (mask.At(x)) row.pMask = m_oMaskReader.Read(mask.At(x), pixels, m_oWalk.bOddX);
+                Stretch(row, out.At(x));
+            }
+            // Every pointer ends on the last line, never a line beyond it.
+            if (line + 1 < m_oWalk.iLines) {
+                for (Cursor* const pCursor : {&a, &b, &out, &mask, &alphaIn, &alphaOut}) pCursor->NextLine();
+            }
+            if (m_bPolls && m_oWalk.pStop(m_oWalk.pStopContext)) break;
+        }
+        if (m_bStreams) m_oRows.pFence();
+    }
+
+private:
+    /// Pixels of the stretch that starts at an address: an even number, and such that the next stretch starts aligned
+    /// for streaming where whole pixel pairs allow it.
+    int StretchFrom(unsigned char const* out) const {
+        int const pairBytes = 2 * m_iPixelBytes;
+        int const misaligned = static_cast<int>(reinterpret_cast<std::uintptr_t>(out) % kStreamAlignment);
+        int const lead = misaligned % pairBytes == 0 && misaligned != 0 ? kStreamAlignment - misaligned : 0;
+        return (kStretchBytes / pairBytes + lead / pairBytes) * 2;
+    }
+
+    void Stretch(Row& row, unsigned char* out) {
+        bool const commits = m_bMixes || m_bSelects;
+        void const* pResult = row.pB;
+        if (m_oCall.pFunction) {
+            pResult = row.pOut = commits || m_bStreams ? m_oScratch.auBytes : out;
+            m_oCall.pFunction(row, m_oCall.pContext);
+        }
+        int const samples = row.iPixels * m_oTraits.iSamples;
+        int const bytes = row.iPixels * m_iPixelBytes;
+        if (commits) {
+            void* const pCommitted = m_bStreams ? m_oScratch.auBytes : out;
+            Commit(m_oRows, m_oTraits, pCommitted, row.pPass, pResult, m_bMixes ? row.pMask : nullptr, samples,
+                   m_bSelects ? m_uChannels : 15u);
+            pResult = pCommitted;
+        }
+        if (m_bStreams) {
+            m_oRows.pStream(out, static_cast<u8 const*>(pResult), bytes);
+        } else if (pResult != out) {
+            std::memmove(out, pResult, static_cast<std::size_t>(bytes));
+        }
+    }
+
+    Walk const& m_oWalk;
+    RowTraits const& m_oTraits;
+    RowCall const& m_oCall;
+    CommitRows const& m_oRows;
+    MaskReader m_oMaskReader;
+    Scratch m_oScratch;
+    unsigned m_uChannels;
+    int m_iPixelBytes;
+    bool m_bMixes;
+    bool m_bSelects;
+    bool m_bPolls;
+    bool m_bStreams;
+};
+
+}  // namespace
+
 void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call) {
     if (walk.iWidth <= 0 || walk.iLines <= 0) return;
-    CommitRows const& rows = GetCommitRows();
-    MaskReader maskReader(walk, traits, rows);
-    Scratch scratch;
-    unsigned const channels = traits.bHasChannels ? walk.uMode & 15u : 15u;
-    bool const masked = walk.oMask.pFirst != nullptr;
-    bool const mixes = masked && !traits.bTakesMask;
-    bool const selects = channels != 15 && !traits.bTakesChannels;
-
-    // Lines do not depend on each other. Unless an interrupt could tell, they are done in the order of memory: against
-    // it, the processor's prefetch loses its way at every line and a frame takes twice as long.
-    bool const polls = traits.bPolls && walk.pStop;
-    bool const backward = !polls && LineStep(walk.oOut, walk.iWidth) < 0;
-    Cursor a(walk.oA, walk, backward), b(walk.oB, walk, backward), out(walk.oOut, walk, backward),
-        mask(walk.oMask, walk, backward), alphaIn(walk.oAlphaIn, walk, backward),
-        alphaOut(walk.oAlphaOut, walk, backward);
-    for (int line = 0; line < walk.iLines; ++line) {
-        for (int x = 0; x < walk.iWidth; x += kStretch) {
-            Row row{};
-            row.iPixels = std::min(kStretch, walk.iWidth - x);
-            row.bOddX = walk.bOddX;
-            row.pA = a.At(x);
-            row.pB = b.At(x);
-            row.pPass = walk.bPassB ? row.pB : row.pA;
-            row.pAlphaIn = alphaIn.At(x);
-            row.pAlphaOut = alphaOut.At(x);
-            if (masked) row.pMask = maskReader.Read(mask.At(x), row.iPixels, walk.bOddX);
-            void* const pOut = out.At(x);
-            void const* pResult = row.pB;
-            if (call.pFunction) {
-                pResult = row.pOut = mixes || selects ? scratch.auBytes : pOut;
-                call.pFunction(row, call.pContext);
-            }
-            int const samples = row.iPixels * traits.iSamples;
-            if (mixes || selects) {
-                Commit(rows, traits, pOut, row.pPass, pResult, mixes ? row.pMask : nullptr, samples,
-                       selects ? channels : 15u);
-            } else if (pResult != pOut) {
-                std::memmove(pOut, pResult, static_cast<std::size_t>(samples) * traits.iSampleBytes);
-            }
-        }
-        // Every pointer ends on the last line, never a line beyond it.
-        if (line + 1 < walk.iLines) {
-            for (Cursor* const pCursor : {&a, &b, &out, &mask, &alphaIn, &alphaOut}) pCursor->NextLine();
-        }
-        if (polls && walk.pStop(walk.pStopContext)) return;
-    }
+    Runner(walk, traits, call).Run();
 }
 
 }  // namespace qzil::kernel
