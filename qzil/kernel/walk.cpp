@@ -30,15 +30,19 @@ public:
     /// The values of the pixels from `mask` on; in place where the mask's own line serves.
     void const* Read(unsigned char const* mask, int pixels, bool oddX) {
         switch (m_oTraits.iSampleBytes) {
-            case 1: return ReadAs<u8>(mask, pixels, oddX, m_oRows.pGather8, m_oRows.pRepeat8, m_oRows.pChroma8);
-            case 2: return ReadAs<u16>(mask, pixels, oddX, m_oRows.pGather16, m_oRows.pRepeat16, m_oRows.pChroma16);
-            default: return ReadAs<u32>(mask, pixels, oddX, m_oRows.pGather32, m_oRows.pRepeat32, m_oRows.pChroma32);
+            case 1: return ReadAs<u8>(mask, pixels, oddX, m_oRows.pGather8, m_oRows.pChroma8);
+            case 2: return ReadAs<u16>(mask, pixels, oddX, m_oRows.pGather16, m_oRows.pChroma16);
+            default: return ReadAs<u32>(mask, pixels, oddX, m_oRows.pGather32, m_oRows.pChroma32);
         }
+    }
+    /// See Row.
+    bool IsPerPair() const {
+        return m_oTraits.eMaskLayout == MaskLayout::Samples && m_oTraits.iSamples == 4 && m_oTraits.iSampleBytes < 4;
     }
 
 private:
-    template <class T, class Gather, class Repeat, class Chroma>
-    void const* ReadAs(unsigned char const* mask, int pixels, bool oddX, Gather gather, Repeat repeat, Chroma chroma) {
+    template <class T, class Gather, class Chroma>
+    void const* ReadAs(unsigned char const* mask, int pixels, bool oddX, Gather gather, Chroma chroma) {
         auto const* pValues = reinterpret_cast<T const*>(mask);
         if (m_iStride != 1) {
             gather(reinterpret_cast<T*>(m_oDense.auBytes), pValues, pixels, m_iStride);
@@ -49,7 +53,7 @@ private:
             case MaskLayout::Pixel: return pValues;
             case MaskLayout::Samples:
                 if (m_oTraits.iSamples == 1) return pValues;
-                repeat(pLaid, pValues, pixels, m_oTraits.iSamples);
+                Repeat(pValues, pixels);
                 return pLaid;
             case MaskLayout::Pair8:
                 if constexpr (sizeof(T) == 1) m_oRows.pPair8(pLaid, pValues, pixels);
@@ -57,6 +61,20 @@ private:
             case MaskLayout::Chroma: chroma(pLaid, pValues, pixels, oddX); return pLaid;
         }
         return pValues;
+    }
+
+    void Repeat(u8 const* values, int pixels) { m_oRows.pRepeat8(Laid<u16>(), values, pixels); }
+    void Repeat(u16 const* values, int pixels) {
+        if (m_oTraits.eMix == MixRule::S2_14) {
+            m_oRows.pRepeatS2_14(Laid<s32>(), reinterpret_cast<s16 const*>(values), pixels);
+        } else {
+            m_oRows.pRepeat16(Laid<u32>(), values, pixels);
+        }
+    }
+    void Repeat(u32 const* values, int pixels) { m_oRows.pRepeat32(Laid<u32>(), values, pixels); }
+    template <class T>
+    T* Laid() {
+        return reinterpret_cast<T*>(m_oLaid.auBytes);
     }
 
     CommitRows const& m_oRows;
@@ -76,19 +94,14 @@ struct ChannelWord {
     }
 };
 
-void Commit(CommitRows const& rows, RowTraits const& traits, void* out, void const* pass, void const* result,
-            void const* mask, int samples, unsigned channels) {
-    switch (traits.eMix) {
-        case MixRule::NormMult:
-            rows.pNormMult(out, pass, result, mask, samples, ChannelWord<u8>(channels).aWord);
-            break;
-        case MixRule::Mix257: rows.pMix257(out, pass, result, mask, samples, ChannelWord<u8>(channels).aWord); break;
-        case MixRule::UInt16: rows.pUInt16(out, pass, result, mask, samples, ChannelWord<u16>(channels).aWord); break;
-        case MixRule::S2_14: rows.pS2_14(out, pass, result, mask, samples, ChannelWord<u16>(channels).aWord); break;
-        case MixRule::Float: rows.pFloat(out, pass, result, mask, samples, ChannelWord<u32>(channels).aWord); break;
-        case MixRule::FloatLimited:
-            rows.pFloatLimited(out, pass, result, mask, samples, ChannelWord<u32>(channels).aWord);
-            break;
+void Commit(CommitRows const& rows, MixRule mix, CommitArgs const& args, unsigned channels) {
+    switch (mix) {
+        case MixRule::NormMult: rows.pNormMult(args, ChannelWord<u8>(channels).aWord); break;
+        case MixRule::Mix257: rows.pMix257(args, ChannelWord<u8>(channels).aWord); break;
+        case MixRule::UInt16: rows.pUInt16(args, ChannelWord<u16>(channels).aWord); break;
+        case MixRule::S2_14: rows.pS2_14(args, ChannelWord<u16>(channels).aWord); break;
+        case MixRule::Float: rows.pFloat(args, ChannelWord<u32>(channels).aWord); break;
+        case MixRule::FloatLimited: rows.pFloatLimited(args, ChannelWord<u32>(channels).aWord); break;
     }
 }
 
@@ -155,6 +168,7 @@ public:
                 Row row{};
                 row.iPixels = pixels;
                 row.bOddX = m_oWalk.bOddX;
+                row.bMaskPerPair = m_oMaskReader.IsPerPair();
                 row.pA = a.At(x);
                 row.pB = b.At(x);
                 row.pPass = m_oWalk.bPassB ? row.pB : row.pA;
@@ -193,8 +207,9 @@ private:
         int const bytes = row.iPixels * m_iPixelBytes;
         if (commits) {
             void* const pCommitted = m_bStreams ? m_oScratch.auBytes : out;
-            Commit(m_oRows, m_oTraits, pCommitted, row.pPass, pResult, m_bMixes ? row.pMask : nullptr, samples,
-                   m_bSelects ? m_uChannels : 15u);
+            CommitArgs const args{pCommitted,       row.pPass, pResult, m_bMixes ? row.pMask : nullptr,
+                                  row.bMaskPerPair, samples};
+            Commit(m_oRows, m_oTraits.eMix, args, m_bSelects ? m_uChannels : 15u);
             pResult = pCommitted;
         }
         if (m_bStreams) {
