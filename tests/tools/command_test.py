@@ -1,0 +1,372 @@
+"""Runs the built command: command_test.py QZIL SOURCE_ROOT. Needs nothing but Python itself."""
+
+import os
+import pathlib
+import re
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+import zlib
+
+QZIL, ROOT = os.path.abspath(sys.argv[1]), pathlib.Path(sys.argv[2]).resolve()
+SAMPLES = ROOT / "samples"
+OK, DIFFERENT, USAGE, UNREADABLE, REFUSED, UNWRITABLE, INTERRUPTED = 0, 1, 2, 3, 4, 5, 130
+MONO = ["MONO_RAW_8", "MONO_RAW_8_TD", "MONO_RAW_16", "MONO_S2_14", "MONO_FLOAT", "MONO_FLOAT_BU"]
+COLOUR = ["RGBA_RAW_32", "RGBA_RAW_64", "RGBA_S2_14", "RGBA_FLOAT", "RGBA_FLOAT_BU", "BGRA_RAW_32", "DIB_RAW_32",
+          "RGB_RAW_24"]
+WIDTH, HEIGHT = 24, 17  # odd height: a field mistaken for the other one shows
+
+
+def write_png(path, width, height, pixel):
+    """An 8-bit RGBA picture of pixel(x, y), or a grey one when it gives numbers."""
+    grey = isinstance(pixel(0, 0), int)
+    rows = b"".join(b"\0" + b"".join(bytes([pixel(x, y)] if grey else pixel(x, y)) for x in range(width))
+                    for y in range(height))
+
+    def chunk(name, data):
+        return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+    header = struct.pack(">IIBBBBB", width, height, 8, 0 if grey else 6, 0, 0, 0)
+    path.write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows)) +
+                     chunk(b"IEND", b""))
+
+
+def picture(x, y):
+    return (x * 10, y * 15, (x * 7 + y * 3) % 256, 255)
+
+
+class Command(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.a = self.draw("a.png", picture)
+        self.out = self.folder / "out.png"
+
+    def draw(self, name, pixel, width=WIDTH, height=HEIGHT):
+        write_png(self.folder / name, width, height, pixel)
+        return self.folder / name
+
+    def qzil(self, *arguments, code=OK):
+        done = subprocess.run([QZIL, *map(str, arguments)], capture_output=True, text=True, timeout=60)
+        self.assertEqual(done.returncode, code, f"{arguments}\n{done.stdout}{done.stderr}")
+        return done.stderr if code not in (OK, DIFFERENT) else done.stdout
+
+    def refused(self, sentence, *arguments, code=USAGE):
+        """Fails with this sentence, and without a file that was not there before."""
+        before = sorted(self.folder.rglob("*"))
+        self.assertEqual(self.qzil(*arguments, code=code), f"qzil: {sentence}\n")
+        self.assertEqual(sorted(self.folder.rglob("*")), before)
+
+    def run_effect(self, *arguments):
+        self.qzil("run", *arguments, "-o", self.out)
+        return self.out
+
+    def expect(self, path, pixel, width=WIDTH, height=HEIGHT, most=0):
+        """The picture's pixels are pixel(x, y)."""
+        wanted = self.draw("wanted.png", pixel, width, height)
+        self.qzil("diff", path, wanted, "--max", most)
+
+
+class Describing(Command):
+    def test_list_names_what_describe_describes(self):
+        names = re.findall(r"^  (\S+) ", self.qzil("list"), re.MULTILINE)
+        self.assertIn("blend", names)
+        for name in names:
+            text = self.qzil("describe", name)
+            self.assertTrue(text.startswith(name + " - "), text)
+            self.assertIn("* MFIF_RGBA_RAW_32\n", text)
+            self.assertIn("--roi", self.qzil("run", name, "--help"))
+        self.refused("there is no effect 'blnd'; qzil list names all effects.", "describe", "blnd")
+
+    def test_help_tells_every_exit_code(self):
+        text = self.qzil("--help")
+        for code in (OK, DIFFERENT, USAGE, UNREADABLE, REFUSED, UNWRITABLE, INTERRUPTED):
+            self.assertRegex(text, rf"(?m)^  {code}  ")
+
+    def test_info(self):
+        self.assertEqual(self.qzil("info", self.a), f"{self.a}: 24 x 17 pixels, RGBA, 8 bits\n")
+        grey = self.draw("g.png", lambda x, y: 3)
+        self.assertEqual(self.qzil("info", grey), f"{grey}: 24 x 17 pixels, grey, 8 bits\n")
+
+
+class Documents(Command):
+    def test_the_examples_of_the_page_run(self):
+        blocks = re.findall(r"```sh\n(.*?)```", (ROOT / "docs" / "command.md").read_text(), re.DOTALL)
+        self.assertGreater(len(blocks), 4)
+        (self.folder / "samples").symlink_to(SAMPLES)
+        environment = dict(os.environ, PATH=os.path.dirname(QZIL) + ":" + os.environ["PATH"])
+        for line in "".join(blocks).replace("\\\n", "").splitlines():
+            if line.startswith("qzil "):
+                done = subprocess.run(line, shell=True, cwd=self.folder, env=environment, capture_output=True,
+                                      text=True)
+                self.assertEqual(done.returncode, OK, f"{line}\n{done.stderr}")
+
+    def test_demo(self):
+        done = subprocess.run([ROOT / "tools" / "demo.sh", QZIL, self.folder / "demo"], capture_output=True, text=True)
+        self.assertEqual(done.returncode, OK, done.stderr)
+        for line in done.stdout.splitlines():
+            self.assertIn("pixels, RGB", self.qzil("info", line.split()[0]))
+        self.assertTrue(done.stdout.endswith("contact-sheet.png\n"))
+
+
+class Comparing(Command):
+    def test_diff_finds_the_first_place(self):
+        b = self.draw("b.png", lambda x, y: (picture(x, y)[0], picture(x, y)[1] + (4 if (x, y) == (5, 6) else 0),
+                                             picture(x, y)[2], 251 if (x, y) == (7, 8) else 255))
+        text = self.qzil("diff", self.a, b, code=DIFFERENT)
+        self.assertRegex(text, r"(?m)^red +0 +0$")
+        self.assertRegex(text, r"(?m)^green +4 +0\.00980392$")  # 4 / 408 pixels
+        self.assertIn("first difference at 5,6 from the top left: green 90 and 94\n", text)
+        self.qzil("diff", self.a, b, "--max", 3.9, code=DIFFERENT)
+        self.qzil("diff", self.a, b, "--max", 4)
+        self.qzil("diff", self.a, self.a)
+        self.qzil("diff", self.a, self.draw("c.png", picture, WIDTH - 1), code=DIFFERENT)
+        self.qzil("diff", self.a, b, "--max", -1, code=USAGE)
+
+    def test_hash_is_of_the_pixels(self):
+        wide = self.folder / "a.tif"
+        self.qzil("run", "copy", self.a, "-o", wide)
+        first = self.qzil("hash", self.a)
+        self.assertRegex(first, r"^[0-9a-f]{16}\n$")
+        self.assertEqual(self.qzil("hash", wide), first)
+        other = self.draw("b.png", lambda x, y: (*picture(x, y)[:3], 255 - (x == 23 and y == 16)))
+        self.assertNotEqual(self.qzil("hash", other), first)
+        # Frozen: a hash that a user has kept must stay true.
+        self.assertEqual(self.qzil("hash", self.draw("one.png", lambda x, y: 77, 1, 1)), "61215c78076a6d03\n")
+
+
+class Formats(Command):
+    def test_copies_come_back(self):
+        for name in COLOUR + MONO:
+            with self.subTest(format=name):
+                grey = self.draw("g.png", lambda x, y: x * 10 + y)
+                source = self.a if name in COLOUR else grey
+                for suffix in ("png", "tif"):
+                    out = self.folder / f"out.{suffix}"
+                    self.qzil("run", "copy", source, "--format", name, "-o", out)
+                    self.qzil("diff", source, out, "--max", 0.51)
+
+    def test_effects_agree_in_every_format(self):
+        b = self.draw("b.png", lambda x, y: (255 - y * 9, x * 5, 200, 255))
+        mask = self.draw("m.png", lambda x, y: (x * 11 + y * 29) % 256)
+        # At 8 bits a blend through a mask rounds four products, all others two at most.
+        cases = [("blend", 2, 1, ["--alpha", 0.2]), ("blend", 2, 2, ["--alpha", 0.2, "--mask", mask]),
+                 ("invert", 1, 0.01, []), ("color-blend", 1, 1, ["--color", "#2080c0", "--alpha", 0.6]),
+                 ("copy-over", 2, 1, ["--mask", mask]), ("composite", 2, 1, ["--mask", mask]),
+                 ("over-color", 1, 1, ["--background", "0,1,0", "--opacity", 0.4]),
+                 ("lut", 1, 1, ["--curve", "0:1,1:0.2"]), ("general-blend", 2, 1, []),
+                 ("copy", 1, 0.01, ["--roi", "3,2,10,5", "--offset", "1,9"]),
+                 ("invert", 1, 0.01, ["--field", "odd", "--mask-rect", "2,3,7,8"])]
+        for effect, inputs, most, arguments in cases:
+            formats = [f for f in COLOUR if f"* MFIF_{f}\n" in self.qzil("describe", effect)]
+            reference = self.folder / "reference.png"
+            for name in formats:
+                with self.subTest(effect=effect, format=name):
+                    self.qzil("run", effect, *[self.a, b][:inputs], *arguments, "--format", name, "-o", self.out)
+                    if name == "RGBA_RAW_32":
+                        self.out.rename(reference)
+                    else:
+                        self.qzil("diff", reference, self.out, "--max", most)
+
+    def test_grey_stays_grey(self):
+        grey = self.draw("g.png", lambda x, y: x * 10 + y)
+        self.assertIn(", grey, 8 bits", self.qzil("info", self.run_effect("invert", grey)))
+        self.expect(self.out, lambda x, y: 255 - x * 10 - y)
+        self.assertIn(", RGBA, 8 bits", self.qzil("info", self.run_effect("blend", grey, self.a)))
+
+    def test_levels_give_equal_pictures(self):
+        self.qzil("run", "blend", SAMPLES / "cliff.png", SAMPLES / "tulips.png", "--cpu", "baseline", "-o", self.out)
+        other = self.folder / "default.png"
+        self.qzil("run", "blend", SAMPLES / "cliff.png", SAMPLES / "tulips.png", "-o", other)
+        self.qzil("diff", self.out, other)
+
+
+class Regions(Command):
+    """Coordinates count from the top left of the shown picture."""
+
+    def inverted_where(self, inside):
+        def pixel(x, y):
+            r, g, b, a = picture(x, y)
+            return (255 - r, 255 - g, 255 - b, a) if inside(x, y) else (r, g, b, a)
+        return pixel
+
+    def test_roi_stays_in_place(self):
+        self.run_effect("invert", self.a, "--roi", "3,2,10,5")
+        self.expect(self.out, self.inverted_where(lambda x, y: 3 <= x < 13 and 2 <= y < 7))
+
+    def test_crop_and_shift(self):
+        self.run_effect("copy", self.a, "--roi", "3,2,10,5", "--size", "10,5")
+        self.expect(self.out, lambda x, y: picture(x + 3, y + 2), 10, 5)
+        self.run_effect("copy", self.a, "--offset", "4,3")
+        self.expect(self.out, lambda x, y: picture(x - 4, y - 3) if x >= 4 and y >= 3 else picture(x, y))
+        self.run_effect("copy", self.a, "--roi", "3,2,10,5", "--offset", "1,9")
+        self.expect(self.out, lambda x, y: picture(x + 2, y - 7) if 1 <= x < 11 and 9 <= y < 14 else picture(x, y))
+
+    def test_outside_the_input_is_the_background(self):
+        self.run_effect("copy", self.a, "--size", "30,20", "--offset", "2,1", "--background", "#ff8000")
+
+        def pixel(x, y):
+            if x < 2 or y < 1:
+                return (0, 0, 0, 0)  # outside the region
+            return picture(x - 2, y - 1) if x < 26 and y < 18 else (255, 128, 0, 255)
+        self.expect(self.out, pixel, 30, 20)
+
+    def test_an_effects_own_background(self):
+        self.run_effect("over-color", self.a, "--roi", "-2,0,10,4", "--offset", "0,0", "--background", "0,0,1",
+                        "--opacity", "0", "--default-color", "1,0,0,1", "--channels", "rgba")
+        self.expect(self.out, lambda x, y: picture(x, y) if x >= 10 or y >= 4 else
+                    (255, 0, 0, 255) if x < 2 else (0, 0, 255, 255))
+
+    def test_masks(self):
+        mask = self.draw("m.png", lambda x, y: 255 if x < 5 and y < 6 else 0)
+        self.run_effect("invert", self.a, "--mask", mask)
+        self.expect(self.out, self.inverted_where(lambda x, y: x < 5 and y < 6))
+        small = self.draw("s.png", lambda x, y: 255 if y == 0 else 0, 6, 4)
+        self.run_effect("invert", self.a, "--mask", small, "--mask-rect", "7,3,6,4")
+        self.expect(self.out, self.inverted_where(lambda x, y: 7 <= x < 13 and y == 3))
+        self.run_effect("invert", self.a, "--mask-rect", "7,3,6,4")
+        self.expect(self.out, self.inverted_where(lambda x, y: 7 <= x < 13 and 3 <= y < 7))
+
+    def test_fields_count_from_the_top(self):
+        for height in (HEIGHT, HEIGHT - 1):
+            a = self.draw("f.png", picture, WIDTH, height)
+            for name, parity in (("even", 0), ("odd", 1)):
+                self.run_effect("invert", a, "--field", name)
+                self.expect(self.out, self.inverted_where(lambda x, y: y % 2 == parity), WIDTH, height)
+
+    def test_channels(self):
+        for text, selected in (("r", "r"), ("gb", "gb"), ("a", "a"), ("9", "ra"), ("0", ""), ("rgba", "rgba")):
+            self.run_effect("invert", self.a, "--channels", text)
+            self.expect(self.out, lambda x, y: tuple(255 - v if c in selected else v
+                                                     for v, c in zip(picture(x, y), "rgba")))
+
+    def test_second_input(self):
+        b = self.draw("b.png", lambda x, y: (y, x, 9, 255), 8, 6)
+        arguments = ["blend", self.a, b, "--alpha", "1", "--input-offset", "10,4"]
+        inside = lambda x, y: 10 <= x < 18 and 4 <= y < 10
+        self.run_effect(*arguments)
+        self.expect(self.out, lambda x, y: (y - 4, x - 10, 9, 255) if inside(x, y) else picture(x, y))
+        self.run_effect(*arguments, "--dominant", "b")
+        self.expect(self.out, lambda x, y: (y - 4, x - 10, 9, 255) if inside(x, y) else (0, 0, 0, 0))
+        self.run_effect("blend", self.a, b, "--alpha", "1")
+        self.expect(self.out, lambda x, y: (y, x, 9, 255) if x < 8 and y < 6 else picture(x, y))
+
+
+class Failing(Command):
+    def test_usage(self):
+        run = ["run", "blend", self.a, self.a, "-o", self.out]
+        takes = "but takes X,Y,W,H in whole pixels from the top left, with W and H from 1."
+        self.refused("blend: --alpha is '1.5', but takes a number from 0 to 1.", *run, "--alpha", "1.5")
+        for text in ("1,2,3", "1,2,3,4,5", "1,2,0,4", "1,2,3,4x", "1;2,3,4", "9999999,0,1,1"):
+            self.refused(f"blend: --roi is '{text}', {takes}", *run, "--roi", text)
+        self.refused("blend: --offset is '1', but takes X,Y in whole pixels from the top left.", *run, "--offset", "1")
+        self.refused("blend: --size is '0,5', but takes W,H in whole pixels from 1 to 32768.", *run, "--size", "0,5")
+        self.refused("blend: --field is 'top', but takes odd or even.", *run, "--field", "top")
+        self.refused("blend: --dominant is 'c', but takes a or b.", *run, "--dominant", "c")
+        for text in ("16", "-1", "rgbx", "rgb,a"):
+            self.refused(f"blend: --channels is '{text}', but takes letters of rgba, or a number from 0 to 15.", *run,
+                         "--channels", text)
+        self.refused("blend: --default-color is 'red', but takes a colour: r,g,b or r,g,b,a from 0 to 1, or #rrggbb or "
+                     "#rrggbbaa.", *run, "--background", "red")
+        self.refused("composite: --format is 'MONO_RAW_8', but takes one of MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64.",
+                     "run", "composite", self.a, self.a, "--mask", self.a, "--format", "MONO_RAW_8", "-o", self.out)
+        self.refused("composite: --mask is missing, but this effect needs a mask picture.", "run", "composite", self.a,
+                     self.a, "-o", self.out)
+        self.refused("blend: 1 input picture is given, but the effect takes 2 (a, b).", "run", "blend", self.a, "-o",
+                     self.out)
+        for arguments in ([], ["run"], ["run", "blnd"], ["frobnicate"], [*run, "--alpah", "1"], [*run, "--roi", ""],
+                          [*run, "--alpha", ""], run[:-2], ["diff", self.a],
+                          ["run", "copy", self.a, "--dominant", "a", "-o", self.out]):
+            self.assertTrue(self.qzil(*arguments, code=USAGE).startswith("qzil: "), arguments)
+
+    def test_unreadable(self):
+        broken = self.folder / "broken.png"
+        broken.write_bytes(self.a.read_bytes()[:60])
+        for path in (self.folder / "missing.png", broken, self.folder):
+            for arguments in (["info", path], ["hash", path], ["diff", self.a, path],
+                              ["run", "invert", path, "-o", self.out],
+                              ["run", "invert", self.a, "--mask", path, "-o", self.out]):
+                sentence = self.qzil(*arguments, code=UNREADABLE)
+                self.assertIn(str(path), sentence)
+                self.assertFalse(self.out.exists())
+
+    def test_refused(self):
+        small = self.draw("s.png", lambda x, y: 255, 6, 4)
+        run = ["run", "invert", self.a, "-o", self.out]
+        self.refused("invert: --mask is a picture of 6 x 4 pixels, but takes the size of the first input, 24 x 17, "
+                     "unless --mask-rect says where it lies.", *run, "--mask", small, code=REFUSED)
+        self.refused("invert: --mask-rect is '0,0,6,5', but takes the size of the mask, 6 x 4 pixels.", *run, "--mask",
+                     small, "--mask-rect", "0,0,6,5", code=REFUSED)
+        self.refused("invert: --roi is '20,0,5,5', but takes a region that fits at 20,0 into the output of 24 x 17 "
+                     "pixels.", *run, "--roi", "20,0,5,5", code=REFUSED)
+        self.refused("invert: --offset is '-1,0', but takes a place inside the output of 24 x 17 pixels.", *run,
+                     "--offset", "-1,0", code=REFUSED)
+
+    def test_unwritable(self):
+        self.out.write_text("kept")
+        for path in (self.folder / "no" / "folder.png", self.folder / "out.xyz", self.folder):
+            self.assertIn(str(path), self.qzil("run", "invert", self.a, "-o", path, code=UNWRITABLE))
+        self.qzil("run", "blend", self.a, self.a, "--alpha", "2", "-o", self.out, code=USAGE)
+        self.assertEqual(self.out.read_text(), "kept")
+        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["a.png", "out.png"])
+
+    def test_interrupt_while_reading(self):
+        fifo = self.folder / "in.png"
+        os.mkfifo(fifo)
+        command = subprocess.Popen([QZIL, "run", "invert", fifo, "-o", self.out], stderr=subprocess.PIPE, text=True)
+        with open(fifo, "wb") as pipe:  # opens when the command has opened its end
+            pipe.write(self.a.read_bytes()[:50])
+            pipe.flush()
+            time.sleep(0.2)
+            command.send_signal(signal.SIGINT)
+            _, error = command.communicate(timeout=20)
+        self.assertEqual((command.returncode, error), (INTERRUPTED, "qzil: interrupted; nothing was written.\n"))
+        self.assertFalse(self.out.exists())
+
+    def test_interrupt_at_any_time(self):
+        """The output is whole or absent, and the exit code tells which."""
+        big = self.draw("big.png", lambda x, y: (x & 255, y & 255, 7, 255), 1000, 700)
+        interrupted = 0
+        for delay in (0.004, 0.008, 0.015, 0.03, 0.06, 0.12):
+            self.out.unlink(missing_ok=True)
+            command = subprocess.Popen([QZIL, "run", "invert", big, "--format", "RGBA_FLOAT", "-o", self.out],
+                                       stderr=subprocess.DEVNULL)
+            timer = threading.Timer(delay, command.send_signal, [signal.SIGINT])
+            timer.start()
+            code = command.wait(timeout=60)
+            timer.join()
+            # Before the command has its handler, the signal ends it as it ends any program.
+            self.assertIn(code, (OK, INTERRUPTED, -signal.SIGINT))
+            self.assertEqual(self.out.exists(), code == OK)
+            if code == OK:
+                self.qzil("info", self.out)
+            interrupted += code == INTERRUPTED
+            self.assertEqual([p.name for p in self.folder.glob("*.part*")], [])
+        self.assertGreater(interrupted, 0)
+
+
+class Sheets(Command):
+    def test_sheet(self):
+        b = self.draw("b.png", lambda x, y: (0, 255, 0, 255), 8, 8)
+        c = self.draw("c.png", lambda x, y: (255, 0, 0, 255) if x < 4 else (0, 0, 255, 255), 8, 6)
+        self.qzil("sheet", b, c, "--columns", 2, "--shrink", 4, "--margin", 1, "-o", self.out)
+
+        def pixel(x, y):
+            if y in (1, 2) and x in (1, 2):
+                return (0, 255, 0, 255)
+            if y in (1, 2) and x in (4, 5):
+                return (255, 0, 0, 255) if x == 4 else (0, 0, 255, 255)
+            return (32, 32, 32, 255)
+        self.expect(self.out, pixel, 7, 4)
+        self.qzil("sheet", b, "--shrink", 0, "-o", self.out, code=USAGE)
+        self.qzil("sheet", self.folder / "missing.png", "-o", self.out, code=UNREADABLE)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "media/picture.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <stdexcept>
+#include <string>
+
+namespace qzil::command {
+
+enum ExitCode {
+    kOk = 0,
+    kDifferent = 1,      ///< diff found differences
+    kWrongUsage = 2,     ///< an argument is unknown, missing or out of its range
+    kUnreadable = 3,     ///< an input cannot be read
+    kRefused = 4,        ///< the effect refused its images or parameters, or there was not enough memory
+    kUnwritable = 5,     ///< the output cannot be written
+    kInterrupted = 130,  ///< as a shell reports an interrupt
+};
+
+/// Ends the command with a sentence for the user and an exit code.
+struct Failure : std::runtime_error {
+    Failure(ExitCode code, std::string const& sentence) : std::runtime_error(sentence), eCode(code) {}
+    ExitCode eCode;
+};
+
+media::Picture ReadInput(std::string const& path);
+void WriteOutput(std::string const& path, media::Picture const& picture);
+/// A sample with 1.0 as full scale.
+double SampleOf(media::Picture const& picture, int x, int y, int channel);
+std::string SizeText(int width, int height);
+
+// Each adds its subcommand. The subcommand runs while the arguments are parsed, and puts its exit code into `result`.
+void AddList(CLI::App& app, int& result);
+void AddDescribe(CLI::App& app, int& result);
+void AddInfo(CLI::App& app, int& result);
+void AddRun(CLI::App& app, int& result);
+void AddDiff(CLI::App& app, int& result);
+void AddHash(CLI::App& app, int& result);
+void AddSheet(CLI::App& app, int& result);
+
+}  // namespace qzil::command

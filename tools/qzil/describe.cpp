@@ -1,0 +1,40 @@
+#include "catalog/catalog.h"
+#include "command.h"
+#include "qzil/image/formats.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace qzil::command {
+
+namespace {
+
+void Describe(std::string const& name) {
+    catalog::Entry const* const pEntry = catalog::Find(name);
+    if (!pEntry) throw Failure(kWrongUsage, "there is no effect '" + name + "'; qzil list names all effects.");
+    std::printf("%s - %s\n\n", pEntry->sName.c_str(), pEntry->sSummary.c_str());
+    std::printf("inputs:");
+    for (catalog::Input const& input : pEntry->oInputs) std::printf(" %s", input.sName.c_str());
+    std::printf("\nmask:   %s\n\nparameters:\n", pEntry->bMaskRequired ? "required" : "optional");
+    if (pEntry->oParameters.empty()) std::printf("  none\n");
+    for (catalog::Parameter const& parameter : pEntry->oParameters) {
+        std::printf("  --%s  %s\n      %s; default %s\n", parameter.sName.c_str(), parameter.sHelp.c_str(),
+                    catalog::Allowed(parameter).c_str(), parameter.sDefault.c_str());
+    }
+    // Video and other formats are for hosts that hold such images.
+    std::printf("\nformats (* = for --format of qzil run):\n");
+    for (GUID const& format : pEntry->oFormats) {
+        std::printf("  %c %s\n", Contains(media::WorkingFormats(), format) ? '*' : ' ', FormatName(format));
+    }
+}
+
+}  // namespace
+
+void AddDescribe(CLI::App& app, int&) {
+    CLI::App* const pCommand = app.add_subcommand("describe", "Tells an effect's inputs, parameters and formats");
+    auto const name = std::make_shared<std::string>();
+    pCommand->add_option("EFFECT", *name, "Name of the effect")->required();
+    pCommand->callback([name] { Describe(*name); });
+}
+
+}  // namespace qzil::command

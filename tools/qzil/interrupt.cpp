@@ -1,0 +1,30 @@
+#include "interrupt.h"
+
+#include <signal.h>
+#include <csignal>
+#include <type_traits>
+
+namespace qzil::command {
+
+namespace {
+
+static_assert(std::is_same_v<std::sig_atomic_t, int>, "a signal handler may set the flag that effects poll");
+int volatile s_iInterrupted = 0;
+
+}  // namespace
+
+void CatchInterrupts() {
+    struct sigaction action = {};
+    action.sa_handler = [](int) { s_iInterrupted = 1; };
+    sigaction(SIGINT, &action, nullptr);
+}
+
+int volatile* InterruptFlag() {
+    return &s_iInterrupted;
+}
+
+bool IsInterrupted() {
+    return s_iInterrupted != 0;
+}
+
+}  // namespace qzil::command

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace qzil::command {
+
+/// From now on Ctrl-C sets a flag and ends waiting reads, instead of ending the process.
+void CatchInterrupts();
+/// The flag, in the form that effects poll.
+int volatile* InterruptFlag();
+bool IsInterrupted();
+
+}  // namespace qzil::command
