@@ -1,0 +1,314 @@
+#include "qzil/image/image.h"
+
+#include "support/picture.h"
+#include "support/plain_layout.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+namespace {
+
+using namespace qzil::test;
+using namespace qzil::platform;
+using Image = Ref<IXFImage>;
+using ByteVector = std::vector<unsigned char>;
+
+ByteVector Snapshot(Image const& image) {
+    return {Bytes(image).begin(), Bytes(image).end()};
+}
+
+TEST(Region, ArgumentsAreCheckedMathematically) {
+    auto const image = MakeRandomImage(MFIF_RGBA_RAW_32, 6, 5, 1);
+    ByteVector const before = Snapshot(image);
+    unsigned char buffer[6 * 5 * 4] = {};
+    constexpr int kMax = 0x7FFFFFFF;
+    struct Case {
+        int x, y, w, h;
+    };
+    for (Case const& c : {Case{-1, 0, 2, 2}, Case{0, -1, 2, 2}, Case{0, 0, 0, 2}, Case{0, 0, 2, 0}, Case{0, 0, -1, 2},
+                          Case{5, 0, 2, 2}, Case{0, 4, 2, 2}, Case{0, 0, 7, 1}, Case{0, 0, 1, 6}, Case{6, 0, 1, 1},
+                          Case{kMax, 0, kMax, 1}, Case{0, kMax, 1, kMax}, Case{kMax, kMax, 2, 2}}) {
+        EXPECT_EQ(image->CopyRegion(buffer, c.x, c.y, c.w, c.h), kInvalidArgument) << c.x << ' ' << c.w;
+        EXPECT_EQ(image->PasteRegion(buffer, c.x, c.y, c.w, c.h), kInvalidArgument) << c.x << ' ' << c.w;
+        EXPECT_EQ(image->FillRegion(buffer, c.x, c.y, c.w, c.h), kInvalidArgument) << c.x << ' ' << c.w;
+    }
+    EXPECT_EQ(image->CopyRegion(nullptr, 0, 0, 1, 1), kInvalidArgument);
+    EXPECT_EQ(image->PasteRegion(nullptr, 0, 0, 1, 1), kInvalidArgument);
+    EXPECT_EQ(image->FillRegion(nullptr, 0, 0, 1, 1), kInvalidArgument);
+    EXPECT_EQ(DescribeDifference(before, Bytes(image)), "");
+    EXPECT_EQ(image->CopyRegion(buffer, 0, 0, 6, 5), kOk);
+}
+
+// The buffer of a region is laid out like an image of the region's size.
+TEST(Region, CopyAndPasteInTheLayoutOfTheFormat) {
+    Random random(8);
+    std::vector<GUID> formats = DescribedFormats();
+    formats.push_back(MFIF_RGB_S2_14);
+    for (GUID const& format : formats) {
+        for (int round = 0; round < 12; ++round) {
+            int const w = random.Between(1, 8), h = random.Between(1, 8);
+            Image image;
+            if (format == MFIF_RGB_S2_14) {
+                // Its sizes are not set by the format.
+                image = MakeImage(MFIF_RGBA_S2_14, 1, 1);
+                image->SetFormat(format);
+                image->SetPixelSize(6);
+                image->SetChannelSize(2);
+                ASSERT_EQ(image->Allocate(w, h), kOk);
+                FillRandom(image.Get(), random.Next());
+            } else {
+                image = MakeRandomImage(format, w, h, random.Next());
+            }
+            PlainLayout const layout(image.Get());
+            int const x = random.Below(w), y = random.Below(h);
+            PlainLayout region = layout;
+            region.iWidth = random.Between(1, w - x);
+            region.iHeight = random.Between(1, h - y);
+            std::size_t const size = layout.uPixelSize * static_cast<std::size_t>(region.iWidth * region.iHeight);
+            ByteVector expected(size), pasted = Snapshot(image), fresh(size);
+            for (auto& byte : fresh) byte = static_cast<unsigned char>(random.Next() >> 30);
+            for (int j = 0; j < region.iHeight; ++j) {
+                for (int i = 0; i < region.iWidth; ++i) {
+                    std::size_t const inImage = layout.Pixel(x + i, y + j), inBuffer = region.Pixel(i, j);
+                    std::memcpy(&expected[inBuffer], &Bytes(image)[inImage], layout.PixelStep());
+                    std::memcpy(&pasted[inImage], &fresh[inBuffer], layout.PixelStep());
+                    if (!layout.HasAlphaPlane()) continue;
+                    std::memcpy(&expected[region.Alpha(i, j)], &Bytes(image)[layout.Alpha(x + i, y + j)],
+                                layout.uChannelSize);
+                    std::memcpy(&pasted[layout.Alpha(x + i, y + j)], &fresh[region.Alpha(i, j)], layout.uChannelSize);
+                }
+            }
+            ByteVector actual(size);
+            ASSERT_EQ(image->CopyRegion(actual.data(), x, y, region.iWidth, region.iHeight), kOk);
+            ASSERT_EQ(DescribeDifference(expected, actual), "") << NameOf(format) << " round " << round;
+            ASSERT_EQ(image->PasteRegion(fresh.data(), x, y, region.iWidth, region.iHeight), kOk);
+            ASSERT_EQ(DescribeDifference(pasted, Bytes(image)), "") << NameOf(format) << " round " << round;
+        }
+    }
+}
+
+TEST(Region, FillCountsLinesAsTheFormatDoes) {
+    for (GUID const& format : {MFIF_RGBA_RAW_32, MFIF_BGRA_RAW_32}) {
+        auto const image = MakeImage(format, 4, 5);
+        unsigned char pixel[4] = {1, 2, 3, 4};
+        ASSERT_EQ(image->FillRegion(pixel, 1, 1, 2, 1), kOk);
+        int const row = IsFormatTopDown(format) ? 3 : 1;
+        for (int y = 0; y < 5; ++y) {
+            for (int x = 0; x < 4; ++x) {
+                bool const filled = y == row && (x == 1 || x == 2);
+                ASSERT_EQ(Bytes(image)[(y * 4 + x) * 4], filled ? 1 : 0) << NameOf(format) << ' ' << x << ' ' << y;
+            }
+        }
+    }
+}
+
+// The symmetric double-step line, written as steps of a walker at each end.
+class DoubleStep {
+public:
+    DoubleStep(int width, int height, int x0, int y0, int x1, int y1) : m_oGrid(width * height), m_iWidth(width) {
+        m_bSwap = y1 - y0 > x1 - x0;
+        m_oLow = m_bSwap ? End{y0, x0} : End{x0, y0};
+        m_oHigh = m_bSwap ? End{y1, x1} : End{x1, y1};
+        Plot(m_oLow);
+        Plot(m_oHigh);
+        int const dx = m_oHigh.major - m_oLow.major, dy = m_oHigh.minor - m_oLow.minor;
+        if (dx > 1) Draw(dx, dy);
+    }
+    ByteVector const& Grid() const { return m_oGrid; }
+
+private:
+    struct End {
+        int major, minor;
+    };
+    struct Pair {
+        bool bFirst, bSecond;  // which of the two pixels takes the minor step
+    };
+
+    void Plot(End const& end) {
+        int const x = m_bSwap ? end.minor : end.major, y = m_bSwap ? end.major : end.minor;
+        m_oGrid.at(static_cast<std::size_t>(y * m_iWidth + x)) = 1;
+    }
+    void Step(End& end, int direction, bool minor) {
+        end.major += direction;
+        if (minor) end.minor += direction;
+        Plot(end);
+    }
+    Pair Choose(int dx, int dy, int& d) const {
+        int const both = 4 * dy - 2 * dx;
+        Pair pair{};
+        if (both < 0) {
+            if (d < 0) {
+                d += 4 * dy;
+                return {false, false};
+            }
+            pair = d < 2 * dy ? Pair{false, true} : Pair{true, false};
+        } else {
+            if (d > 0) {
+                d += 4 * (dy - dx);
+                return {true, true};
+            }
+            pair = d < 2 * (dy - dx) ? Pair{false, true} : Pair{true, false};
+        }
+        d += both;
+        return pair;
+    }
+    void Draw(int dx, int dy) {
+        int d = 4 * dy - 2 * dx < 0 ? 4 * dy - dx : 4 * (dy - dx) + dx;
+        for (int round = 0; round < (dx - 1) / 4; ++round) {
+            Pair const pair = Choose(dx, dy, d);
+            Step(m_oLow, 1, pair.bFirst);
+            Step(m_oLow, 1, pair.bSecond);
+            Step(m_oHigh, -1, pair.bFirst);
+            Step(m_oHigh, -1, pair.bSecond);
+        }
+        int const left = (dx - 1) % 4;
+        if (left == 0) return;
+        Pair const pair = Choose(dx, dy, d);
+        Step(m_oLow, 1, pair.bFirst);
+        if (left > 1) Step(m_oLow, 1, pair.bSecond);
+        if (left > 2) Step(m_oHigh, -1, pair.bFirst);
+    }
+
+    ByteVector m_oGrid;
+    int m_iWidth;
+    bool m_bSwap = false;
+    End m_oLow{}, m_oHigh{};
+};
+
+TEST(Line, EveryLineOfASmallImage) {
+    constexpr int kWidth = 23, kHeight = 22;
+    unsigned char one = 1;
+    auto const image = MakeImage(MFIF_MONO_RAW_8, kWidth + 1, kHeight + 1);
+    for (int dx = 0; dx <= kWidth; ++dx) {
+        for (int dy = 0; dy <= kHeight; ++dy) {
+            int const x0 = (kWidth - dx) / 2, y0 = (kHeight - dy) / 3;
+            std::ranges::fill(Bytes(image), static_cast<unsigned char>(0));
+            ASSERT_EQ(image->FillLine(&one, x0, y0, x0 + dx, y0 + dy), kOk);
+            DoubleStep const model(kWidth + 1, kHeight + 1, x0, y0, x0 + dx, y0 + dy);
+            ASSERT_EQ(DescribeDifference(model.Grid(), Bytes(image)), "") << "line of " << dx << " by " << dy;
+            // One pixel for each step of the longer axis, none further than one pixel from the true line.
+            int count = 0;
+            int const length = std::max({dx, dy, 1});
+            for (int y = 0; y <= kHeight; ++y) {
+                for (int x = 0; x <= kWidth; ++x) {
+                    if (!Bytes(image)[static_cast<std::size_t>(y * (kWidth + 1) + x)]) continue;
+                    ++count;
+                    ASSERT_LT(std::abs((x - x0) * dy - (y - y0) * dx), length) << "line of " << dx << " by " << dy;
+                }
+            }
+            ASSERT_EQ(count, std::max(dx, dy) + 1) << "line of " << dx << " by " << dy;
+        }
+    }
+}
+
+TEST(Line, MemoryRowsWholePixelsAndNothingOutside) {
+    for (GUID const& format : {MFIF_RGBA_RAW_32, MFIF_BGRA_RAW_32, MFIF_RGBA_FLOAT}) {
+        auto const image = MakeImage(format, 4, 3);
+        unsigned char pixel[16];
+        std::memset(pixel, 5, sizeof pixel);
+        ASSERT_EQ(image->FillLine(pixel, 1, 0, 3, 0), kOk);
+        std::size_t const size = GetPixelSizeFromFormat(format);
+        for (std::size_t i = 0; i < Bytes(image).size(); ++i) {
+            ASSERT_EQ(Bytes(image)[i], i >= size && i < 4 * size ? 5 : 0) << NameOf(format) << ' ' << i;
+        }
+    }
+    auto const point = MakeImage(MFIF_MONO_RAW_8, 1, 1);
+    unsigned char one = 1;
+    EXPECT_EQ(point->FillLine(&one, 0, 0, 0, 0), kOk);
+    EXPECT_EQ(Bytes(point)[0], 1);
+}
+
+TEST(Line, RunsTowardGrowingCoordinatesInsideTheImage) {
+    auto const image = MakeImage(MFIF_MONO_RAW_8, 8, 6);
+    unsigned char one = 1;
+    struct Case {
+        int x0, y0, x1, y1;
+    };
+    for (Case const& c : {Case{-1, 0, 3, 3}, Case{0, -1, 3, 3}, Case{3, 0, 2, 3}, Case{0, 3, 3, 2}, Case{0, 0, 8, 3},
+                          Case{0, 0, 3, 6}, Case{0, 0, 0x7FFFFFFF, 0}}) {
+        EXPECT_EQ(image->FillLine(&one, c.x0, c.y0, c.x1, c.y1), kInvalidArgument) << c.x0 << ' ' << c.y0;
+    }
+    EXPECT_EQ(image->FillLine(nullptr, 0, 0, 1, 1), kInvalidArgument);
+    EXPECT_EQ(image->FillLine(&one, 7, 5, 7, 5), kOk);
+    EXPECT_EQ(std::ranges::count(Bytes(image), 1), 1);
+}
+
+template <class T>
+void ExpectInterpolated(GUID const& format, int channels) {
+    constexpr int kWidth = 5, kHeight = 4;
+    auto const image = MakeRandomImage(format, kWidth, kHeight, 21);
+    auto const* const p = reinterpret_cast<T const*>(Bytes(image).data());
+    for (float y : {0.0f, 0.5f, 1.25f, 2.875f, 3.0f}) {
+        for (float x : {0.0f, 0.25f, 1.0f, 2.5f, 3.999f, 4.0f, 4.5f}) {
+            T actual[4] = {};
+            ASSERT_EQ(image->GetPixel(actual, x, y), kOk) << x << ' ' << y;
+            int const ix = static_cast<int>(x), iy = static_cast<int>(y);
+            float const fx = x - static_cast<float>(ix), fy = y - static_cast<float>(iy);
+            int const right = fx != 0 ? ix + 1 : ix, upper = fy != 0 ? iy + 1 : iy;
+            if ((upper * kWidth + right) >= kWidth * kHeight) continue;  // defined only not to leave the array
+            for (int c = 0; c < channels; ++c) {
+                auto const at = [&](int column, int row) {
+                    return static_cast<float>(p[(row * kWidth + column) * channels + c]);
+                };
+                float const a = at(ix, iy) + (at(right, iy) - at(ix, iy)) * fx;
+                float const b = at(ix, upper) + (at(right, upper) - at(ix, upper)) * fx;
+                ASSERT_EQ(actual[c], static_cast<T>(a + (b - a) * fy + 0.5f)) << NameOf(format) << ' ' << x << ' ' << y;
+            }
+        }
+    }
+}
+
+TEST(GetPixel, InterpolatesInFloat) {
+    ExpectInterpolated<unsigned char>(MFIF_RGBA_RAW_32, 4);
+    ExpectInterpolated<unsigned char>(MFIF_DIB_RAW_32, 4);
+    ExpectInterpolated<unsigned char>(MFIF_MONO_RAW_8, 1);
+    ExpectInterpolated<std::uint16_t>(MFIF_RGBA_RAW_64, 4);
+    ExpectInterpolated<std::uint16_t>(MFIF_MONO_RAW_16, 1);
+}
+
+TEST(GetPixel, RefusesPlacesOutsideAndOtherFormats) {
+    auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 5, 4, 2);
+    unsigned char pixel[16] = {};
+    float const nan = std::numeric_limits<float>::quiet_NaN();
+    for (auto const& [x, y] :
+         {std::pair{-0.1f, 0.0f}, {0.0f, -0.1f}, {5.0f, 0.0f}, {0.0f, 4.0f}, {1e30f, 0.0f}, {nan, 0.0f}, {0.0f, nan}}) {
+        EXPECT_EQ(image->GetPixel(pixel, x, y), kInvalidArgument) << x << ' ' << y;
+    }
+    EXPECT_EQ(image->GetPixel(pixel, 4, 3), kOk);
+    EXPECT_EQ(pixel[0], Bytes(image)[19]);
+    for (GUID const& format : DescribedFormats()) {
+        bool const isRead = format == MFIF_RGBA_RAW_32 || format == MFIF_DIB_RAW_32 || format == MFIF_RGBA_RAW_64 ||
+                            format == MFIF_MONO_RAW_8 || format == MFIF_MONO_RAW_16;
+        EXPECT_EQ(MakeImage(format, 2, 2)->GetPixel(pixel, 0, 0), isRead ? kOk : kFailure) << NameOf(format);
+    }
+}
+
+// The array is a block of its own, so that an address checker sees any step beyond it.
+TEST(GetPixel, NeverLeavesThePixelArray) {
+    for (auto const& [format, size] : {std::pair{MFIF_RGBA_RAW_32, 4}, {MFIF_MONO_RAW_8, 1}, {MFIF_RGBA_RAW_64, 8}}) {
+        auto const pixels = std::make_unique<unsigned char[]>(static_cast<std::size_t>(3 * 2 * size));
+        auto const image = MakeImage(format, 3, 2);
+        image->SetPixelArray(pixels.get());
+        unsigned char pixel[8];
+        for (float x : {2.0f, 2.5f, 2.999f}) {
+            for (float y : {0.5f, 1.0f, 1.5f, 1.999f}) image->GetPixel(pixel, x, y);
+        }
+    }
+    auto const bare = MakeImage(MFIF_MONO_RAW_8, 0, 0);
+    bare->SetRes(10, 10);
+    unsigned char pixel[8] = {};
+    bare->GetPixel(pixel, 5, 5);
+    bare->SetPixelArray(nullptr);
+    bare->GetPixel(pixel, 5, 5);
+    bare->FillLine(pixel, 0, 0, 9, 9);
+    bare->FillRegion(pixel, 0, 0, 10, 10);
+    unsigned char buffer[100];
+    bare->CopyRegion(buffer, 0, 0, 10, 10);
+    bare->PasteRegion(buffer, 0, 0, 10, 10);
+}
+
+}  // namespace

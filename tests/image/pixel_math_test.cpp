@@ -1,0 +1,272 @@
+#include "qzil/image/pixel_math.h"
+
+#include "support/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace {
+
+using Int = std::int64_t;
+using qzil::test::Random;
+
+Int NormMultRule(Int a, Int b) {
+    return (a * b + 127) / 255;
+}
+
+TEST(Tables, EveryEntryFollowsItsRule) {
+    for (Int a = 0; a < 256; ++a) {
+        for (Int b = 0; b < 256; ++b) {
+            ASSERT_EQ(ilNormMult[a][b], NormMultRule(a, b)) << a << ' ' << b;
+            ASSERT_EQ(ilInvNormMult[a][b], a + b - NormMultRule(a, b)) << a << ' ' << b;
+            ASSERT_EQ(ilNormDiv[a][b], b == 0 ? 0 : std::min<Int>(255, (a * 255 + b / 2) / b)) << a << ' ' << b;
+            // 42.5 a / b + 0.5 over the common denominator 2 b
+            ASSERT_EQ(ilHueTable[a][b], b == 0 ? 0 : std::min<Int>(255, (85 * a + b) / (2 * b))) << a << ' ' << b;
+            ASSERT_EQ(qzil::NormMult(static_cast<qzil::u8>(a), static_cast<qzil::u8>(b)), NormMultRule(a, b));
+        }
+    }
+}
+
+TEST(Tables, KnownEntries) {
+    EXPECT_EQ(ilNormMult[128][255], 128);
+    EXPECT_EQ(ilNormMult[0][200], 0);
+    EXPECT_EQ(ilInvNormMult[255][7], 255);
+    EXPECT_EQ(ilInvNormMult[0][7], 7);
+    EXPECT_EQ(ilNormDiv[1][2], 128);
+    EXPECT_EQ(ilNormDiv[3][2], 255);
+    EXPECT_EQ(ilNormDiv[9][0], 0);
+    EXPECT_EQ(ilHueTable[1][1], 43);
+}
+
+TEST(PixelMath, DivisionBy255IsRoundedToNearest) {
+    for (Int t = 0; t <= 255 * 255; ++t) {
+        // No tie is possible: 255 is odd.
+        ASSERT_EQ(qzil::DivideBy255(static_cast<qzil::u16>(t)), (2 * t + 255) / 510) << t;
+    }
+}
+
+Int Mix257Rule(Int a, Int b, Int m) {
+    return a + ((m * (b - a) * 257 + 32896) >> 16);
+}
+
+TEST(PixelMath, EightBitMixesOverEveryPairAndWeight) {
+    using Math = qzILImageMath<qzILFormat<unsigned char>>;
+    static std::array<std::array<Int, 256>, 256> l_oMult;
+    for (Int a = 0; a < 256; ++a) {
+        for (Int b = 0; b < 256; ++b) l_oMult[a][b] = NormMultRule(a, b);
+    }
+    for (int m = 0; m < 256; ++m) {
+        auto const w = static_cast<qzil::u8>(m);
+        for (int a = 0; a < 256; ++a) {
+            auto const p = static_cast<qzil::u8>(a);
+            for (int b = 0; b < 256; ++b) {
+                auto const r = static_cast<qzil::u8>(b);
+                if (qzil::Mix257(p, r, w) != Mix257Rule(a, b, m) ||
+                    qzil::MixNormMult(p, r, w) != l_oMult[255 - m][a] + l_oMult[m][b]) {
+                    FAIL() << "a " << a << " b " << b << " m " << m << ": " << int{qzil::Mix257(p, r, w)}
+                           << ", expected " << Mix257Rule(a, b, m) << "; by table " << int{qzil::MixNormMult(p, r, w)}
+                           << ", expected " << l_oMult[255 - m][a] + l_oMult[m][b];
+                }
+            }
+            ASSERT_EQ(Math::Blend(p, w, 0), p);
+            ASSERT_EQ(Math::Blend(p, w, 255), w);
+            ASSERT_EQ(Math::BlendByTable(p, w, 0), p);
+            ASSERT_EQ(Math::BlendByTable(p, w, 255), w);
+        }
+    }
+}
+
+// End values and their neighbours, powers of two, and a coarse grid.
+template <class T>
+std::vector<T> Structured() {
+    std::vector<T> values;
+    Int const low = std::numeric_limits<T>::min();
+    Int const high = std::numeric_limits<T>::max();
+    for (Int base : {low, high, Int{0}, Int{255}, Int{256}, Int{16384}, Int{32767}}) {
+        for (Int d = -2; d <= 2; ++d) {
+            if (base + d >= low && base + d <= high) values.push_back(static_cast<T>(base + d));
+        }
+    }
+    for (Int v = low; v <= high; v += 2731) values.push_back(static_cast<T>(v));
+    return values;
+}
+
+Int Mix16Rule(Int a, Int b, Int m) {
+    return a + ((m * 0x10001 * (b - a) + 0x80008000) >> 32);
+}
+
+TEST(PixelMath, SixteenBitMix) {
+    using Math = qzILImageMath<qzILFormat<unsigned short>>;
+    auto const check = [](qzil::u16 a, qzil::u16 b, qzil::u16 m) {
+        ASSERT_EQ(qzil::Mix16(a, b, m), Mix16Rule(a, b, m)) << a << ' ' << b << ' ' << m;
+    };
+    auto const values = Structured<qzil::u16>();
+    for (auto a : values) {
+        for (auto b : values) {
+            for (auto m : values) check(a, b, m);
+        }
+    }
+    Random random(16);
+    for (int i = 0; i < 1000000; ++i) {
+        auto const bits = random.Next();
+        check(static_cast<qzil::u16>(bits), static_cast<qzil::u16>(bits >> 16), static_cast<qzil::u16>(bits >> 32));
+    }
+    for (int v = 0; v < 65536; ++v) {
+        auto const a = static_cast<qzil::u16>(v);
+        for (auto const b : std::initializer_list<qzil::u16>{0, 1, 255, 32768, 65534, 65535}) {
+            check(a, b, a);
+            check(b, a, a);
+            ASSERT_EQ(Math::Blend(a, b, 0), a);
+            ASSERT_EQ(Math::Blend(a, b, 65535), b);
+        }
+    }
+}
+
+Int MixS2_14Rule(Int a, Int b, Int m) {
+    return std::clamp<Int>(a + ((m * (b - a) + 8192) >> 14), -32768, 32767);
+}
+
+TEST(PixelMath, FixedPointMix) {
+    using Math = qzILImageMath<qzILFormat<short>>;
+    auto const check = [](short a, short b, short m) {
+        ASSERT_EQ(qzil::MixS2_14(a, b, m), MixS2_14Rule(a, b, m)) << a << ' ' << b << ' ' << m;
+        ASSERT_EQ(Math::Blend(a, b, m), MixS2_14Rule(a, b, m)) << a << ' ' << b << ' ' << m;
+    };
+    auto const values = Structured<short>();
+    for (auto a : values) {
+        for (auto b : values) {
+            for (auto m : values) {
+                if (m >= 0 && m <= 16384) check(a, b, m);
+            }
+        }
+    }
+    Random random(14);
+    for (int i = 0; i < 1000000; ++i) {
+        auto const bits = random.Next();
+        check(static_cast<short>(bits), static_cast<short>(bits >> 16), static_cast<short>((bits >> 32) % 16385));
+    }
+    for (int v = -32768; v <= 32767; ++v) {
+        auto const a = static_cast<short>(v);
+        for (short b : {short{-32768}, short{0}, short{16384}, short{32767}}) {
+            ASSERT_EQ(qzil::MixS2_14(a, b, 0), a);
+            ASSERT_EQ(qzil::MixS2_14(a, b, 16384), b);
+            ASSERT_EQ(Math::Blend(a, b, -1), a) << "a mask below black is black";
+            ASSERT_EQ(Math::Blend(a, b, 16385), b) << "a mask above full is full";
+        }
+    }
+}
+
+TEST(PixelMath, FloatMix) {
+    using Math = qzILImageMath<qzILFormat<float>>;
+    constexpr float kInf = std::numeric_limits<float>::infinity();
+    EXPECT_EQ(Math::Blend(0.25f, 0.75f, 0.5f), 0.5f);
+    EXPECT_EQ(Math::Blend(0.1f, 0.7f, 0.3f), 0.1f + 0.3f * (0.7f - 0.1f));
+    EXPECT_EQ(Math::Blend(0.25f, kInf, 0.0f), 0.25f) << "no weight gives exactly a";
+    EXPECT_EQ(Math::Blend(kInf, 0.25f, 1.0f), 0.25f) << "full weight gives exactly b";
+    EXPECT_EQ(Math::Blend(1e30f, 1.0f, 1.0f), 1.0f);
+}
+
+template <class T>
+void ExpectNearestOfEveryValue(double scale) {
+    using Format = qzILFormat<T>;
+    for (Int c = std::numeric_limits<T>::min(); c <= std::numeric_limits<T>::max(); ++c) {
+        ASSERT_EQ(Format::FromReal(static_cast<double>(c) / scale), c);
+        ASSERT_EQ(Format::FromReal((static_cast<double>(c) + 0.49) / scale), c) << c;
+        ASSERT_EQ(Format::FromReal((static_cast<double>(c) - 0.49) / scale), c) << c;
+        ASSERT_EQ(Format::ToFloat(static_cast<T>(c)), static_cast<float>(c) / static_cast<float>(scale));
+    }
+    EXPECT_EQ(Format::FromReal(1e300), std::numeric_limits<T>::max());
+    EXPECT_EQ(Format::FromReal(-1e300), std::numeric_limits<T>::min());
+    EXPECT_EQ(Format::FromReal(std::numeric_limits<double>::infinity()), std::numeric_limits<T>::max());
+}
+
+TEST(PixelMath, ParametersBecomeChannelValues) {
+    ExpectNearestOfEveryValue<unsigned char>(255.0);
+    ExpectNearestOfEveryValue<unsigned short>(65535.0);
+    ExpectNearestOfEveryValue<short>(16384.0);
+    using Short = qzILFormat<short>;
+    EXPECT_EQ(Short::FromReal(2.0), 32767);
+    EXPECT_EQ(Short::FromReal(-2.0), -32768);
+    EXPECT_EQ(Short::FromReal(0.5 / 16384), 1) << "halves go away from zero";
+    EXPECT_EQ(Short::FromReal(-0.5 / 16384), -1);
+    EXPECT_EQ(Short::FromReal(32766.75 / 16384), 32767);
+    EXPECT_EQ(qzILFormat<unsigned char>::FromReal(0.5 / 255), 1);
+    EXPECT_EQ(qzILFormat<float>::FromReal(-3.25), -3.25f);
+    static_assert(qzILFormat<unsigned char>::kFull == 255 && qzILFormat<unsigned short>::kFull == 65535 &&
+                  qzILFormat<short>::kFull == 16384 && qzILFormat<float>::kFull == 1.0f);
+}
+
+TEST(PixelMath, RoundingGoesHalfAwayFromZero) {
+    for (auto const& [value, expected] : std::vector<std::pair<double, int>>{
+             {0.5, 1}, {-0.5, -1}, {0.49, 0}, {-0.49, 0}, {1.5, 2}, {2.5, 3}, {-2.5, -3}, {-1.51, -2}, {0.0, 0}}) {
+        EXPECT_EQ(qzil::RoundHalfAway(value), expected) << value;
+        EXPECT_EQ(qzil::RoundHalfAwayFloat(static_cast<float>(value)), expected) << value;
+        EXPECT_EQ(qzil::RoundToS2_14(static_cast<float>(value)), expected) << value;
+    }
+    EXPECT_EQ(qzil::RoundToS2_14(40000.0f), 32767);
+    EXPECT_EQ(qzil::RoundToS2_14(-40000.0f), -32768);
+}
+
+template <int N>
+void ExpectFixedMath() {
+    using Fixed = qzILFixedMath<N>;
+    constexpr Int kOne = Int{1} << N;
+    constexpr Int kHalf = kOne / 2;
+    static_assert(Fixed::kOne == kOne && Fixed::kHalf == kHalf);
+    static_assert(sizeof(typename Fixed::Sum) == (N == 31 ? 8 : 4));
+    EXPECT_EQ(Fixed::Weight(0.75), kOne / 4 * 3);
+    EXPECT_EQ(Fixed::Weight(0.9999999999), kOne - 1) << "weights are truncated";
+    EXPECT_EQ(Fixed::Weight(-0.25), -kOne / 4);
+    struct Case {
+        Int iSum, iUnsigned, iSigned;
+    };
+    for (Case const c : {Case{0, 0, 0}, Case{kHalf - 1, 0, 0}, Case{kHalf, 1, 1}, Case{3 * kOne, 3, 3},
+                         Case{3 * kOne + kHalf, 4, 4}, Case{-1, 0, -1}, Case{-kHalf, 0, -1}, Case{-kHalf - 1, -1, -2},
+                         Case{-kOne, -1, -2}, Case{-kOne - kHalf, -1, -2}, Case{-5 * kOne, -5, -6}}) {
+        auto const sum = static_cast<typename Fixed::Sum>(c.iSum);
+        EXPECT_EQ(Fixed::Narrow(sum), c.iUnsigned) << c.iSum;
+        EXPECT_EQ(Fixed::NarrowSigned(sum), c.iSigned) << c.iSum;
+    }
+}
+
+TEST(FixedPoint, SumsAreNarrowedByTheirSign) {
+    ExpectFixedMath<16>();
+    ExpectFixedMath<20>();
+    ExpectFixedMath<31>();
+}
+
+template <class T, int N>
+void ExpectInterpolation() {
+    using Unsigned = qzILFixedPoint<qzILImageMath<qzILFormat<T>>, N>;
+    using Signed = qzILSignedFixedPoint<qzILImageMath<qzILFormat<T>>, N>;
+    constexpr Int kOne = Int{1} << N;
+    Random random(N);
+    for (int i = 0; i < 20000; ++i) {
+        auto const a = static_cast<T>(random.Next());
+        auto const b = static_cast<T>(random.Next());
+        Int const w = static_cast<Int>(random.Next() % static_cast<std::uint64_t>(kOne + 1));
+        auto const weight = static_cast<typename Unsigned::Sum>(w);
+        Int const sum = (kOne - w) * a + w * b;
+        ASSERT_EQ(Signed::Interpolate(a, b, weight), static_cast<T>((sum + (sum < 0 ? -kOne : 0) + kOne / 2) >> N))
+            << Int{a} << ' ' << Int{b} << ' ' << w;
+        ASSERT_EQ(Unsigned::Interpolate(a, b, weight), static_cast<T>((sum + kOne / 2) >> N))
+            << Int{a} << ' ' << Int{b} << ' ' << w;
+    }
+}
+
+TEST(FixedPoint, InterpolationUsesTheNarrowRuleOfItsKind) {
+    ExpectInterpolation<unsigned char, 16>();
+    ExpectInterpolation<unsigned char, 20>();
+    ExpectInterpolation<unsigned short, 31>();
+    ExpectInterpolation<short, 31>();
+    using Signed = qzILSignedFixedPoint<qzILImageMath<qzILFormat<short>>, 31>;
+    EXPECT_EQ(Signed::Interpolate(-1, -1, 0), -2) << "deliberately one unit low";
+    using Floating = qzILFloatingPoint<qzILImageMath<qzILFormat<float>>>;
+    EXPECT_EQ(Floating::Interpolate(0.25f, 0.75f, Floating::Weight(0.5)), 0.5f);
+}
+
+}  // namespace

@@ -1,0 +1,284 @@
+#include "qzil/image/format_relations.h"
+
+#include "image/format_rows.h"
+#include "support/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+using qzil::platform::kFailure;
+using qzil::test::kFormatRows;
+using qzil::test::NameOf;
+
+using Pairs = std::map<GUID, GUID>;
+using Relation = HRESULT (*)(GUID const&, GUID*);
+
+struct Answer {
+    HRESULT iResult;
+    GUID oFormat;
+};
+
+// Asks with a result that is preset, so that a function that writes nothing is found out.
+Answer Ask(Relation relation, GUID const& format) {
+    Answer answer{12345, CLSID_ILImage};
+    answer.iResult = relation(format, &answer.oFormat);
+    return answer;
+}
+
+GUID const kUnknown = CLSID_ILImage;
+
+// Every format of the library and one that nobody knows.
+std::vector<GUID> EveryFormat() {
+    std::vector<GUID> all;
+    for (auto const& row : kFormatRows) all.push_back(row.oNamed);
+    all.push_back(kUnknown);
+    return all;
+}
+
+void ExpectAnswer(Relation relation, GUID const& format, HRESULT result, GUID const& sibling) {
+    auto const answer = Ask(relation, format);
+    EXPECT_EQ(answer.iResult, result) << NameOf(format);
+    EXPECT_EQ(answer.oFormat, sibling) << NameOf(format) << " gives " << NameOf(answer.oFormat) << ", not "
+                                       << NameOf(sibling);
+}
+
+// Rows give 0 and their sibling; formats that have the property 1 and themselves; all others the failure.
+void ExpectTable(Relation relation, Pairs const& rows, bool (*hasProperty)(GUID const&)) {
+    for (GUID const& format : EveryFormat()) {
+        if (auto const row = rows.find(format); row != rows.end()) {
+            ExpectAnswer(relation, format, 0, row->second);
+        } else if (hasProperty(format)) {
+            ExpectAnswer(relation, format, 1, format);
+        } else {
+            ExpectAnswer(relation, format, kFailure, GUID_NULL);
+        }
+    }
+}
+
+TEST(Relations, PrecisionComparesChannelSizes) {
+    for (auto const& a : kFormatRows) {
+        for (auto const& b : kFormatRows) {
+            ASSERT_EQ(qzILIsEqualPrecisionFormat(a.oNamed, b.oNamed), a.uChannelSize == b.uChannelSize);
+            ASSERT_EQ(qzILIsLowerPrecisionFormat(a.oNamed, b.oNamed), a.uChannelSize < b.uChannelSize);
+        }
+    }
+}
+
+TEST(Relations, WorkingRgbFormat) {
+    Pairs const s2_14{
+        {MFIF_CbYCrY_S2_14, {}},         {MFIF_CbYCrYA_S2_14, {}},   {MFIF_CbYCrY709_S2_14, {}},
+        {MFIF_CbYCrY709A_S2_14, {}},     {MFIF_MONO_S2_14, {}},      {MFIF_CbYCrA_S2_14_4444, {}},
+        {MFIF_CbYCr709A_S2_14_4444, {}}, {MFIF_CbYCrY_10_6, {}},     {MFIF_CbYCrY709_10_6, {}},
+        {MFIF_CbYCrYA_10_6, {}},         {MFIF_CbYCrY709A_10_6, {}},
+    };
+    Pairs const floats{
+        {MFIF_CbYCrY_FLOAT, {}},      {MFIF_CbYCrYA_FLOAT, {}},        {MFIF_CbYCrY709_FLOAT, {}},
+        {MFIF_CbYCrY709A_FLOAT, {}},  {MFIF_MONO_FLOAT, {}},           {MFIF_MONO_FLOAT_BU, {}},
+        {MFIF_CbYCrA_FLOAT_4444, {}}, {MFIF_CbYCr709A_FLOAT_4444, {}},
+    };
+    for (auto const& row : kFormatRows) {
+        GUID result = kUnknown;
+        bool const isRgb = qzILFindAssociateRGBImageFormat(row.oNamed, &result);
+        EXPECT_EQ(isRgb, row.Is('R')) << row.pName;
+        GUID const expected = row.Is('R')                   ? row.oNamed
+                              : floats.contains(row.oNamed) ? MFIF_RGBA_FLOAT
+                              : s2_14.contains(row.oNamed)  ? MFIF_RGBA_S2_14
+                                                            : MFIF_RGBA_RAW_32;
+        EXPECT_EQ(result, expected) << row.pName;
+    }
+}
+
+TEST(Relations, WorkingYccFormat) {
+    // float, S2.14, other; each with and without alpha; each 601 and 709
+    GUID const choice[3][2][2] = {
+        {{MFIF_CbYCrYA_FLOAT, MFIF_CbYCrY709A_FLOAT}, {MFIF_CbYCrY_FLOAT, MFIF_CbYCrY709_FLOAT}},
+        {{MFIF_CbYCrYA_S2_14, MFIF_CbYCrY709A_S2_14}, {MFIF_CbYCrY_S2_14, MFIF_CbYCrY709_S2_14}},
+        {{MFIF_CbYCrYA_24, MFIF_CbYCrY709A_24}, {MFIF_CbYCrY_16, MFIF_CbYCrY709_16}}};
+    for (auto const& row : kFormatRows) {
+        for (XFColorModel model : {64u, 0xFFFFFFFFu, 512u, 0u, 1u, 4096u}) {
+            GUID result = kUnknown;
+            bool const isYcc = qzILFindAssociateYCCImageFormat(row.oNamed, &result, model);
+            EXPECT_EQ(isYcc, row.Is('Y')) << row.pName;
+            int const type = row.Is('f') ? 0 : row.Is('s') ? 1 : 2;
+            bool const is601 = model == 64 || model == 0xFFFFFFFF;
+            GUID const expected = row.Is('Y') ? row.oNamed : choice[type][row.Is('A') ? 0 : 1][is601 ? 0 : 1];
+            EXPECT_EQ(result, expected) << row.pName << " model " << model;
+        }
+    }
+}
+
+Pairs const& WithAlphaRows() {
+    static Pairs const l_oRows{
+        {MFIF_RGB_RAW_24, MFIF_RGBA_RAW_32},
+        {MFIF_RGB_S2_14, MFIF_RGBA_S2_14},
+        {MFIF_RGB_FLOAT, MFIF_RGBA_FLOAT},
+        {MFIF_RGB_FLOAT_BU, MFIF_RGBA_FLOAT_BU},
+        {MFIF_CbYCrY_16, MFIF_CbYCrYA_24},
+        {MFIF_CbYCrY_16_SF_TFL, MFIF_CbYCrYA_24},
+        {MFIF_CbYCrY_16_SF_TFF, MFIF_CbYCrYA_24},
+        {MFIF_CbYCrY709_16, MFIF_CbYCrY709A_24},
+        {MFIF_CbYCrY709_16_SF_TFL, MFIF_CbYCrY709A_24},
+        {MFIF_CbYCrY709_16_SF_TFF, MFIF_CbYCrY709A_24},
+        {MFIF_CbYCrY_16_FR, MFIF_CbYCrYA_24_FR},
+        {MFIF_CbYCrY709_16_FR, MFIF_CbYCrY709A_24_FR},
+        {MFIF_CbYCrY_S2_14, MFIF_CbYCrYA_S2_14},
+        {MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709A_S2_14},
+        {MFIF_CbYCrY_FLOAT, MFIF_CbYCrYA_FLOAT},
+        {MFIF_CbYCrY709_FLOAT, MFIF_CbYCrY709A_FLOAT},
+        {MFIF_CbYCrY_20, MFIF_CbYCrYA_30},
+        {MFIF_CbYCrY709_20, MFIF_CbYCrY709A_30},
+        {MFIF_CbYCrY_20_FR, MFIF_CbYCrYA_30_FR},
+        {MFIF_CbYCrY709_20_FR, MFIF_CbYCrY709A_30_FR},
+        {MFIF_CbYCrY_10_6, MFIF_CbYCrYA_10_6},
+        {MFIF_CbYCrY709_10_6, MFIF_CbYCrY709A_10_6},
+        {MFIF_CbYCrY_10_6_FR, MFIF_CbYCrYA_10_6_FR},
+        {MFIF_CbYCrY709_10_6_FR, MFIF_CbYCrY709A_10_6_FR},
+        {MFIF_YCC_422_16, MFIF_YCCA_24},
+        {MFIF_YCC_422_16_SF_NTSC, MFIF_YCCA_24},
+        {MFIF_YCC_422_16_SF_PAL, MFIF_YCCA_24},
+        {MFIF_YCC709_422_16, MFIF_YCC709A_24},
+        {MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709A_24},
+        {MFIF_YCC709_422_16_SF_ODD, MFIF_YCC709A_24},
+    };
+    return l_oRows;
+}
+
+TEST(Relations, SiblingWithAlpha) {
+    ExpectTable(qzILFindAssociateImageFormatWithAlpha, WithAlphaRows(), IsFormatWithAlpha);
+}
+
+TEST(Relations, SiblingWithoutAlpha) {
+    Pairs rows;
+    for (auto const& [without, with] : WithAlphaRows()) {
+        if (!IsFormatSplitField(without)) rows.emplace(with, without);
+    }
+    ExpectTable(qzILFindAssociateImageFormatWithoutAlpha, rows,
+                [](GUID const& format) { return !IsFormatWithAlpha(format); });
+}
+
+TEST(Relations, LowerPrecision) {
+    Pairs const rows{
+        {MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14},
+        {MFIF_RGBA_FLOAT_BU, MFIF_RGBA_S2_14},
+        {MFIF_RGBA_S2_14, MFIF_RGBA_RAW_32},
+        {MFIF_MONO_FLOAT, MFIF_MONO_S2_14},
+        {MFIF_MONO_S2_14, MFIF_MONO_RAW_8},
+        {MFIF_CbYCrY_FLOAT, MFIF_CbYCrY_S2_14},
+        {MFIF_CbYCrYA_FLOAT, MFIF_CbYCrYA_S2_14},
+        {MFIF_CbYCrY709_FLOAT, MFIF_CbYCrY709_S2_14},
+        {MFIF_CbYCrY709A_FLOAT, MFIF_CbYCrY709A_S2_14},
+        {MFIF_CbYCrY_S2_14, MFIF_CbYCrY_16},
+        {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16},
+        {MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709_16},
+        {MFIF_CbYCrY709_10_6, MFIF_CbYCrY709_16},
+        {MFIF_CbYCrYA_S2_14, MFIF_CbYCrYA_24},
+        {MFIF_CbYCrYA_10_6, MFIF_CbYCrYA_24},
+        {MFIF_CbYCrY709A_S2_14, MFIF_CbYCrY709A_24},
+        {MFIF_CbYCrY709A_10_6, MFIF_CbYCrY709A_24},
+        {MFIF_CbYCrA_10_6_4444, MFIF_CbYCrA_8_4444},
+        {MFIF_CbYCr709A_10_6_4444, MFIF_CbYCr709A_8_4444},
+    };
+    ExpectTable(qzILFindAssociateImageFormatWithLowerPrecision, rows, [](GUID const&) { return false; });
+}
+
+Pairs const& ChromaFirstRows() {
+    static Pairs const l_oRows{
+        {MFIF_YCC_422_16, MFIF_CbYCrY_16},
+        {MFIF_YCC_422_16_SF_NTSC, MFIF_CbYCrY_16_SF_TFL},
+        {MFIF_YCC_422_16_SF_PAL, MFIF_CbYCrY_16_SF_TFF},
+        {MFIF_YCC709_422_16, MFIF_CbYCrY709_16},
+        {MFIF_YCC709_422_16_SF_EVEN, MFIF_CbYCrY709_16_SF_TFL},
+        {MFIF_YCC709_422_16_SF_ODD, MFIF_CbYCrY709_16_SF_TFF},
+    };
+    return l_oRows;
+}
+
+TEST(Relations, ChromaFirst) {
+    ExpectTable(qzILFindAssociateAltYUVImageFormat, ChromaFirstRows(),
+                [](GUID const& format) { return IsFormatAlternateYUV(format) || !IsFormatYCC(format); });
+}
+
+TEST(Relations, ChromaFirstAndNotSplitField) {
+    Pairs rows = ChromaFirstRows();
+    for (GUID const& format :
+         {MFIF_YCC_422_16_SF_NTSC, MFIF_YCC_422_16_SF_PAL, MFIF_CbYCrY_16_SF_TFL, MFIF_CbYCrY_16_SF_TFF}) {
+        rows[format] = MFIF_CbYCrY_16;
+    }
+    for (GUID const& format :
+         {MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709_422_16_SF_ODD, MFIF_CbYCrY709_16_SF_TFL, MFIF_CbYCrY709_16_SF_TFF}) {
+        rows[format] = MFIF_CbYCrY709_16;
+    }
+    ExpectTable(qzILFindAssociateAltYUVNonSFImageFormat, rows,
+                [](GUID const& format) { return IsFormatAlternateYUV(format) || !IsFormatYCC(format); });
+}
+
+template <XFChannelType kType>
+HRESULT AtType(GUID const& format, GUID* result) {
+    return qzILConvertFormatBasedOnChannelType(format, kType, result);
+}
+
+// Columns: RGB; 4:4:4:4 601, 709; alpha 601, 709; no alpha 601, 709.
+void ExpectFamily(Relation relation, GUID const (&family)[7]) {
+    for (auto const& row : kFormatRows) {
+        int const place = row.Is('R') ? 0 : (row.Is('4') ? 1 : row.Is('a') ? 3 : 5) + (row.Is('6') ? 0 : 1);
+        GUID const& expected = family[place];
+        ExpectAnswer(relation, row.oNamed, expected == GUID_NULL ? kFailure : 0, expected);
+    }
+    ExpectAnswer(relation, kUnknown, 0, family[6]);
+}
+
+TEST(Relations, FamilyAtAChannelType) {
+    ExpectFamily(AtType<2>, {MFIF_RGBA_RAW_32, MFIF_CbYCrA_8_4444, MFIF_CbYCr709A_8_4444, MFIF_CbYCrYA_24,
+                             MFIF_CbYCrY709A_24, MFIF_CbYCrY_16, MFIF_CbYCrY709_16});
+    ExpectFamily(AtType<4>, {MFIF_RGBA_S2_14, MFIF_CbYCrA_S2_14_4444, MFIF_CbYCr709A_S2_14_4444, MFIF_CbYCrYA_S2_14,
+                             MFIF_CbYCrY709A_S2_14, MFIF_CbYCrY_S2_14, MFIF_CbYCrY709_S2_14});
+    ExpectFamily(AtType<8>, {GUID_NULL, MFIF_CbYCrA_10_6_4444, MFIF_CbYCr709A_10_6_4444, MFIF_CbYCrYA_10_6,
+                             MFIF_CbYCrY709A_10_6, MFIF_CbYCrY_10_6, MFIF_CbYCrY709_10_6});
+    ExpectFamily(AtType<64>, {MFIF_RGBA_FLOAT, MFIF_CbYCrA_FLOAT_4444, MFIF_CbYCr709A_FLOAT_4444, MFIF_CbYCrYA_FLOAT,
+                              MFIF_CbYCrY709A_FLOAT, MFIF_CbYCrY_FLOAT, MFIF_CbYCrY709_FLOAT});
+    for (Relation other : {AtType<0>, AtType<1>, AtType<6>, AtType<16>, AtType<32>, AtType<66>, AtType<0xFFFFFFFF>}) {
+        for (GUID const& format : EveryFormat()) ExpectAnswer(other, format, kFailure, GUID_NULL);
+    }
+    ExpectAnswer(AtType<2>, MFIF_MONO_RAW_8, 0, MFIF_CbYCrY709_16);
+    ExpectAnswer(AtType<2>, MFIF_CbYCrYA_30, 0, MFIF_CbYCrY_16);
+}
+
+TEST(Relations, PlanesOfASeparateAlphaFormat) {
+    struct Planes {
+        GUID oColor, oAlpha;
+    };
+    std::map<GUID, Planes> const rows{
+        {MFIF_CbYCrYA_24, {MFIF_CbYCrY_16, MFIF_MONO_RAW_8_TD}},
+        {MFIF_CbYCrY709A_24, {MFIF_CbYCrY709_16, MFIF_MONO_RAW_8_TD}},
+        {MFIF_CbYCrYA_24_FR, {MFIF_CbYCrY_16_FR, MFIF_MONO_RAW_8_TD}},
+        {MFIF_CbYCrY709A_24_FR, {MFIF_CbYCrY709_16_FR, MFIF_MONO_RAW_8_TD}},
+        {MFIF_YCCA_24, {MFIF_YCC_422_16, MFIF_MONO_RAW_8_TD}},
+        {MFIF_YCC709A_24, {MFIF_YCC709_422_16, MFIF_MONO_RAW_8_TD}},
+        {MFIF_CbYCrYA_S2_14, {MFIF_CbYCrY_S2_14, MFIF_MONO_S2_14}},
+        {MFIF_CbYCrY709A_S2_14, {MFIF_CbYCrY709_S2_14, MFIF_MONO_S2_14}},
+        {MFIF_CbYCrYA_FLOAT, {MFIF_CbYCrY_FLOAT, MFIF_MONO_FLOAT}},
+        {MFIF_CbYCrY709A_FLOAT, {MFIF_CbYCrY709_FLOAT, MFIF_MONO_FLOAT}},
+        {MFIF_CbYCrYA_30, {MFIF_CbYCrY_20, MFIF_MONO_RAW_10}},
+        {MFIF_CbYCrY709A_30, {MFIF_CbYCrY709_20, MFIF_MONO_RAW_10}},
+        {MFIF_CbYCrYA_30_FR, {MFIF_CbYCrY_20_FR, MFIF_MONO_RAW_10}},
+        {MFIF_CbYCrY709A_30_FR, {MFIF_CbYCrY709_20_FR, MFIF_MONO_RAW_10}},
+        {MFIF_CbYCrYA_10_6, {MFIF_CbYCrY_10_6, MFIF_MONO_RAW_16_TD}},
+        {MFIF_CbYCrY709A_10_6, {MFIF_CbYCrY709_10_6, MFIF_MONO_RAW_16_TD}},
+        {MFIF_CbYCrYA_10_6_FR, {MFIF_CbYCrY_10_6_FR, MFIF_MONO_RAW_16_TD}},
+        {MFIF_CbYCrY709A_10_6_FR, {MFIF_CbYCrY709_10_6_FR, MFIF_MONO_RAW_16_TD}},
+    };
+    ASSERT_EQ(rows.size(), 18u);
+    for (GUID const& format : EveryFormat()) {
+        auto const row = rows.find(format);
+        GUID color = kUnknown;
+        GUID alpha = kUnknown;
+        EXPECT_EQ(qzILSplitYCCAImageFormat(format, &color, &alpha), row == rows.end() ? kFailure : 0) << NameOf(format);
+        EXPECT_EQ(color, row == rows.end() ? GUID_NULL : row->second.oColor) << NameOf(format);
+        EXPECT_EQ(alpha, row == rows.end() ? GUID_NULL : row->second.oAlpha) << NameOf(format);
+    }
+}
+
+}  // namespace

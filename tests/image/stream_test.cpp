@@ -1,0 +1,272 @@
+#include "qzil/platform/stream.h"
+
+#include "qzil/image/image.h"
+#include "qzil/image/image_ops.h"
+#include "support/failing_stream.h"
+#include "support/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+namespace {
+
+using namespace qzil::test;
+using namespace qzil::platform;
+using Image = Ref<IXFImage>;
+using Stream = Ref<IStream>;
+using ByteVector = std::vector<unsigned char>;
+constexpr HRESULT kBroken = Result(0x80030001);
+
+Stream MemoryStream(ByteVector const& bytes = {}) {
+    Stream stream;
+    EXPECT_EQ(CreateMemoryStream(bytes.data(), bytes.size(), stream.Typed()), kOk);
+    return stream;
+}
+
+void Rewind(Stream const& stream) {
+    EXPECT_EQ(stream->Seek(LARGE_INTEGER{}, 0, nullptr), kOk);
+}
+
+ByteVector Contents(Stream const& stream) {
+    Rewind(stream);
+    ByteVector bytes(100000);
+    std::uint32_t read = 0;
+    EXPECT_EQ(stream->Read(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &read), kOk);
+    bytes.resize(read);
+    return bytes;
+}
+
+Ref<IPersistStream> Persist(Image const& image) {
+    return As<IPersistStream>(image.Get(), IID_IPersistStream);
+}
+
+Image NewImage() {
+    Image image;
+    EXPECT_EQ(qzILCreateImage(nullptr, IID_IXFImage, image.Out()), kOk);
+    return image;
+}
+
+Image Described() {
+    auto image = MakeRandomImage(MFIF_CbYCrYA_24, 6, 5, 12);
+    image->SetSize(2.5, 3.5);
+    image->SetPos(-4.5, 5.5);
+    image->SetOriginalRes(7, -8);
+    image->SetCompress(1);
+    image->SetNumChannels(11);
+    image->SetAllAttributes(0xC0FFEE01);
+    auto const frame = As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter);
+    frame->SetHeaderSize(33);
+    frame->SetFooterSize(44);
+    return image;
+}
+
+ByteVector Saved(Image const& image) {
+    auto const stream = MemoryStream();
+    EXPECT_EQ(Persist(image)->Save(stream.Get(), 1), kOk);
+    return Contents(stream);
+}
+
+template <class T>
+T At(ByteVector const& bytes, std::size_t offset) {
+    T value;
+    std::memcpy(&value, &bytes.at(offset), sizeof value);
+    return value;
+}
+
+template <class T>
+void Put(ByteVector& bytes, std::size_t offset, T value) {
+    std::memcpy(&bytes.at(offset), &value, sizeof value);
+}
+
+void ExpectEmpty(Image const& image) {
+    EXPECT_EQ(image->IsEqual(NewImage().Get()), 0);
+    void* pixels = &pixels;
+    image->GetPixelArray(&pixels);
+    EXPECT_EQ(pixels, nullptr);
+}
+
+TEST(Save, PutsEveryFieldAtItsPlace) {
+    auto const image = Described();
+    ByteVector const bytes = Saved(image);
+    ASSERT_EQ(bytes.size(), 100u + 90u);
+    constexpr unsigned char kFormat[16] = {0x08, 0xbb, 0x99, 0xc2, 0x6d, 0xf4, 0xd3, 0x11,
+                                           0xa2, 0x96, 0x08, 0x00, 0x36, 0x04, 0x43, 0xca};
+    EXPECT_EQ(std::memcmp(bytes.data(), kFormat, 16), 0);
+    std::uint32_t const words[][2] = {{16, 6},  {20, 5}, {56, 11},         {60, 2},          {64, 1},  {68, 1}, {72, 3},
+                                      {76, 90}, {80, 7}, {84, 0xFFFFFFF8}, {88, 0xC0FFEE01}, {92, 33}, {96, 44}};
+    for (auto const& [offset, value] : words) EXPECT_EQ(At<std::uint32_t>(bytes, offset), value) << offset;
+    double const reals[] = {2.5, 3.5, -4.5, 5.5};
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(At<double>(bytes, 24 + 8 * i), reals[i]);
+    EXPECT_EQ(DescribeDifference(Bytes(image), std::span(bytes).subspan(100)), "");
+    ULARGE_INTEGER size{};
+    EXPECT_EQ(Persist(image)->GetSizeMax(&size), kOk);
+    EXPECT_EQ(size.QuadPart, 190u);
+    GUID classId{};
+    EXPECT_EQ(Persist(image)->GetClassID(&classId), kOk);
+    EXPECT_EQ(classId, CLSID_ILImage);
+    EXPECT_EQ(Persist(image)->GetClassID(nullptr), kInvalidArgument);
+    EXPECT_EQ(Persist(image)->IsDirty(), 0);
+}
+
+TEST(Load, GivesBackWhatWasSaved) {
+    auto const image = Described(), loaded = MakeRandomImage(MFIF_RGBA_FLOAT, 9, 9, 1);
+    auto const stream = MemoryStream(Saved(image));
+    ASSERT_EQ(Persist(loaded)->Load(stream.Get()), kOk);
+    EXPECT_EQ(loaded->IsEqual(image.Get()), 0);
+    unsigned header = 0, footer = 0;
+    auto const frame = As<IXFImageHeaderFooter>(loaded.Get(), IID_IXFImageHeaderFooter);
+    frame->GetHeaderSize(&header);
+    frame->GetFooterSize(&footer);
+    EXPECT_EQ(header, 33u);
+    EXPECT_EQ(footer, 44u);
+}
+
+TEST(Load, IgnoresTheStoredArraySize) {
+    auto const image = Described();
+    for (std::uint32_t wrong : {0u, 1u, 91u, 0xFFFFFFFFu}) {
+        ByteVector bytes = Saved(image);
+        Put(bytes, 76, wrong);
+        auto const loaded = NewImage();
+        ASSERT_EQ(Persist(loaded)->Load(MemoryStream(bytes).Get()), kOk);
+        EXPECT_EQ(loaded->IsEqual(image.Get()), 0) << wrong;
+    }
+}
+
+TEST(Persist, RefusesNullExternalPixelsAndUserData) {
+    auto const image = Described();
+    auto const stream = MemoryStream(Saved(image));
+    auto const expect = [&](IStream* target, HRESULT result) {
+        EXPECT_EQ(Persist(image)->Save(target, 0), result);
+        EXPECT_EQ(Persist(image)->Load(target), result);
+        EXPECT_EQ(FormatOf(image.Get()), MFIF_CbYCrYA_24) << "untouched";
+    };
+    expect(nullptr, kInvalidArgument);
+    image->SetUserData(image.Get());
+    expect(stream.Get(), kUnexpected);
+    image->SetUserData(nullptr);
+    unsigned char pixel[90] = {};
+    image->SetPixelArray(pixel);
+    expect(stream.Get(), kUnexpected);
+}
+
+TEST(Persist, AFailureOfAnyStepIsReturned) {
+    auto const image = Described();
+    ByteVector const bytes = Saved(image);
+    for (int call = 1; call <= 5; ++call) {
+        auto const target = MemoryStream();
+        FailingStream writes(target.Get(), call, kBroken);
+        EXPECT_EQ(Persist(image)->Save(&writes, 0), kBroken) << call;
+        EXPECT_EQ(writes.Calls(), call) << "nothing is written behind a failure";
+        auto const source = MemoryStream(bytes);
+        FailingStream reads(source.Get(), call, kBroken);
+        auto const loaded = MakeRandomImage(MFIF_RGBA_RAW_32, 3, 3, 1);
+        EXPECT_EQ(Persist(loaded)->Load(&reads), kBroken) << call;
+        EXPECT_EQ(reads.Calls(), call);
+        ExpectEmpty(loaded);
+    }
+    auto const target = MemoryStream();
+    FailingStream counting(target.Get(), 0, kBroken);
+    EXPECT_EQ(Persist(image)->Save(&counting, 0), kOk);
+    EXPECT_EQ(counting.Calls(), 5);
+    FailingStream warning(target.Get(), 5, kFalse);
+    Rewind(target);
+    EXPECT_EQ(Persist(NewImage())->Load(&warning), kOk) << "only a negative result is a failure";
+}
+
+TEST(Load, ShortStreamsAreNotFailures) {
+    ByteVector const whole = Saved(Described());
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        ByteVector const cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        auto const loaded = MakeRandomImage(MFIF_RGBA_RAW_32, 3, 3, 1);
+        ASSERT_EQ(Persist(loaded)->Load(MemoryStream(cut).Get()), kOk) << length;
+        int w = 0, h = 0;
+        unsigned pixelSize = 0, header = 9, attributes = 9;
+        loaded->GetRes(&w, &h);
+        loaded->GetPixelSize(&pixelSize);
+        ASSERT_EQ(Bytes(loaded).size(), static_cast<unsigned>(w * h) * pixelSize) << length;
+        if (length >= 76) {
+            ASSERT_EQ(Bytes(loaded).size(), 90u) << length;
+        }
+        As<IXFImageHeaderFooter>(loaded.Get(), IID_IXFImageHeaderFooter)->GetHeaderSize(&header);
+        loaded->GetAllAttributes(&attributes);
+        ASSERT_EQ(attributes, length >= 92 ? 0xC0FFEE01u : length > 88 ? attributes : 0u) << length;
+        ASSERT_EQ(header, length > 92 ? 33u : 0u) << "at " << length << " of the stream it starts at 0";
+    }
+}
+
+TEST(Load, HostileSizesAreOutOfMemoryAndLeaveTheImageEmpty) {
+    struct Case {
+        std::int32_t iWidth, iHeight;
+        std::uint32_t uPixelSize, uHeader, uFooter;
+        HRESULT iResult;
+    };
+    for (Case const& c :
+         {Case{65536, 65536, 1, 0, 0, kOutOfMemory}, Case{65536, 16384, 4, 0, 0, kOutOfMemory},
+          Case{0x7FFFFFFF, 0x7FFFFFFF, 0xFFFFFFFF, 0, 0, kOutOfMemory}, Case{65535, 65537, 1, 0, 0, kOutOfMemory},
+          Case{1, 1, 1, 0xFFFFFFFF, 0, kOutOfMemory}, Case{1, 1, 1, 0, 0xFFFFFFFF, kOutOfMemory},
+          Case{1, 1, 1, 0x80000000, 0x80000000, kOutOfMemory}, Case{-1, 1, 1, 0, 0, kInvalidArgument},
+          Case{1, -2147483647 - 1, 1, 0, 0, kInvalidArgument}}) {
+        ByteVector bytes = Saved(Described());
+        Put(bytes, 16, c.iWidth);
+        Put(bytes, 20, c.iHeight);
+        Put(bytes, 72, c.uPixelSize);
+        Put(bytes, 92, c.uHeader);
+        Put(bytes, 96, c.uFooter);
+        auto const loaded = MakeRandomImage(MFIF_RGBA_RAW_32, 3, 3, 1);
+        EXPECT_EQ(Persist(loaded)->Load(MemoryStream(bytes).Get()), c.iResult) << c.iWidth << ' ' << c.iHeight;
+        ExpectEmpty(loaded);
+        EXPECT_EQ(loaded->Allocate(2, 2), kOk);
+    }
+}
+
+TEST(Streams, MemoryGrowsSeeksAndEnds) {
+    auto const stream = MemoryStream({1, 2, 3});
+    unsigned char buffer[8] = {};
+    std::uint32_t count = 9;
+    EXPECT_EQ(stream->Read(buffer, 2, &count), kOk);
+    EXPECT_EQ(count, 2u);
+    EXPECT_GE(stream->Read(buffer, 8, &count), 0) << "a read at the end is no failure";
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(buffer[0], 3);
+    LARGE_INTEGER distance{};
+    ULARGE_INTEGER position{};
+    distance.QuadPart = -1;
+    EXPECT_EQ(stream->Seek(distance, 2, &position), kOk);
+    EXPECT_EQ(position.QuadPart, 2u);
+    unsigned char const more[] = {7, 8, 9};
+    EXPECT_EQ(stream->Write(more, 3, &count), kOk);
+    EXPECT_EQ(count, 3u);
+    EXPECT_EQ(Contents(stream), (ByteVector{1, 2, 7, 8, 9}));
+    distance.QuadPart = -100;
+    EXPECT_LT(stream->Seek(distance, 0, nullptr), 0);
+    EXPECT_LT(stream->Seek({}, 7, nullptr), 0) << "an origin that does not exist";
+    EXPECT_GE(stream->Read(nullptr, 0, nullptr), 0) << "the count is optional";
+}
+
+TEST(Streams, AnImageSurvivesAFile) {
+    auto const path = std::filesystem::temp_directory_path() / ("qzil_stream_test_" + std::to_string(std::rand()));
+    auto const image = Described(), loaded = NewImage();
+    {
+        Stream file;
+        ASSERT_EQ(CreateFileStream(path.c_str(), FileMode::Write, file.Typed()), kOk);
+        EXPECT_EQ(Persist(image)->Save(file.Get(), 0), kOk);
+    }
+    EXPECT_EQ(std::filesystem::file_size(path), 190u);
+    {
+        Stream file;
+        ASSERT_EQ(CreateFileStream(path.c_str(), FileMode::Read, file.Typed()), kOk);
+        EXPECT_EQ(Persist(loaded)->Load(file.Get()), kOk);
+        EXPECT_LT(file->Write("x", 1, nullptr), 0) << "opened for reading";
+    }
+    EXPECT_EQ(loaded->IsEqual(image.Get()), 0);
+    std::filesystem::remove(path);
+    Stream missing;
+    EXPECT_EQ(CreateFileStream(path.c_str(), FileMode::Read, missing.Typed()), kFailure);
+    EXPECT_EQ(CreateFileStream((path / "in").c_str(), FileMode::Write, missing.Typed()), kFailure);
+    EXPECT_FALSE(missing);
+}
+
+}  // namespace
