@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/setup.h"
+#include "model/scene.h"
 
 namespace qzil::test::model {
 
@@ -36,13 +36,19 @@ private:
 
     template <class T>
     WeightOf<T> Weight() const {
-        if constexpr (kIsFloat<T>) return static_cast<float>(dfAlpha);
-        return Round(dfAlpha * 16384);
+        if constexpr (kIsFloat<T>) {
+            return static_cast<float>(dfAlpha);
+        } else {
+            return Round(dfAlpha * 16384);
+        }
     }
     template <class T>
     static T Weighted(T a, T b, WeightOf<T> w) {
-        if constexpr (kIsFloat<T>) return a + (b - a) * w;
-        return static_cast<T>(Limit14(a + Part14(static_cast<i64>(w), static_cast<i64>(b) - static_cast<i64>(a))));
+        if constexpr (kIsFloat<T>) {
+            return a + (b - a) * w;
+        } else {
+            return static_cast<T>(Limit14(a + Part14(w, b - a)));
+        }
     }
     /// The weight that leads from A to B when a mask folds into alpha.
     template <class T>

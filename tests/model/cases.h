@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/format_lists.h"
-#include "model/setup.h"
+#include "model/scene.h"
 
 /// Parameters that the tests of several effects share.
 namespace qzil::test::model {
@@ -19,10 +19,10 @@ inline std::string Text(qzILColor const& c) {
 }
 
 /// A 256 x 256 picture of an 8-bit format, for all pairs of two values.
-inline Setup Square(GUID const& format, XFImageChannel mask = 0, unsigned mode = 15) {
-    Setup setup{.oFormat = format, .iWidth = 256, .iHeight = 256, .uMode = mode, .uMask = mask};
-    setup.Make();
-    return setup;
+inline Scene Square(GUID const& format, XFImageChannel mask = 0, unsigned mode = 15) {
+    Scene scene{.oFormat = format, .iWidth = 256, .iHeight = 256, .uMode = mode, .uMask = mask};
+    scene.Make();
+    return scene;
 }
 
 }  // namespace qzil::test::model

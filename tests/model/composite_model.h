@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/setup.h"
+#include "model/scene.h"
 
 namespace qzil::test::model {
 

@@ -9,22 +9,22 @@ namespace {
 class Composite : public testing::TestWithParam<GUID> {};
 
 TEST_P(Composite, EqualsModel) {
-    ForEachSetup(GetParam(), kMasked | kDyadic, [](Setup& setup) {
-        if (!setup.uMask) return;
-        setup.bDominantB = false;  // what the host sets does not last
+    ForEachScene(GetParam(), kMasked | kDyadic, [](Scene& scene) {
+        if (!scene.uMask) return;
+        scene.bDominantB = false;  // what the host sets does not last
         for (double const alpha : kAlphas) {
             for (unsigned const mode : {1u, 2u, 3u}) {
-                if (setup.iInPlace) setup.Make();
+                if (scene.iInPlace) scene.Make();
                 qzILCompositeImg effect;
                 effect.SetAlpha(alpha);
                 effect.SetAlphaMode(mode);
-                Configure(setup, effect);
-                effect.SetDominantInput(setup.oB.Get());
+                Configure(scene, effect);
+                effect.SetDominantInput(scene.oB.Get());
                 ASSERT_EQ(effect.Verify(), 1) << effect.GetLastError();
                 EXPECT_EQ(effect.GetProcessingMode() & 15, 15u);
-                EXPECT_EQ(effect.GetDominantInput(), setup.oA.Get());
-                setup.uMode = 15;
-                ExpectModel(setup, effect, CompositeModel{alpha, mode}, Text("alpha", alpha) + Text("alpha mode", mode));
+                EXPECT_EQ(effect.GetDominantInput(), scene.oA.Get());
+                scene.uMode = 15;
+                ExpectModel(scene, effect, CompositeModel{alpha, mode}, Text("alpha", alpha) + Text("alpha mode", mode));
             }
         }
     });
@@ -32,57 +32,57 @@ TEST_P(Composite, EqualsModel) {
 INSTANTIATE_TEST_SUITE_P(Formats, Composite, testing::ValuesIn(kComposite), ParamName);
 
 TEST(CompositeBytes, EveryAlphaThroughEveryMask) {
-    Setup setup{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 256, .iHeight = 32, .uMask = 16};
-    setup.Make();
-    FillBytes(setup.oMask.Get(), -1, [](int x, int, int) { return x; });
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 256, .iHeight = 32, .uMask = 16};
+    scene.Make();
+    FillBytes(scene.oMask.Get(), -1, [](int x, int, int) { return x; });
     for (int a = 0; a < 256; ++a) {
         qzILCompositeImg effect;
         effect.SetAlpha(a / 255.0);
-        ExpectModel(setup, effect, CompositeModel{a / 255.0, 3}, Text("alpha", a / 255.0));
+        ExpectModel(scene, effect, CompositeModel{a / 255.0, 3}, Text("alpha", a / 255.0));
     }
 }
 
 TEST(CompositeWords, EveryMaskValue) {
-    Setup setup = Square(MFIF_RGBA_RAW_64, 16);
-    FillAllWords(setup.oMask.Get());
+    Scene scene = Square(MFIF_RGBA_RAW_64, 16);
+    FillAllWords(scene.oMask.Get());
     for (double const alpha : kAlphas) {
         qzILCompositeImg effect;
         effect.SetAlpha(alpha);
-        ExpectModel(setup, effect, CompositeModel{alpha, 3}, Text("alpha", alpha));
+        ExpectModel(scene, effect, CompositeModel{alpha, 3}, Text("alpha", alpha));
     }
 }
 
 TEST(Composite, AlphasAreJoinedWhereTheMaskIsEmpty) {
-    Setup setup{.oFormat = MFIF_RGBA_RAW_32, .uMask = 16};
-    setup.Make();
-    FillBytes(setup.oA.Get(), -1, [](int, int, int) { return 0x30; });
-    FillBytes(setup.oB.Get(), -1, [](int, int, int) { return 0x05; });
-    FillBytes(setup.oMask.Get(), -1, [](int, int, int) { return 0; });
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .uMask = 16};
+    scene.Make();
+    FillBytes(scene.oA.Get(), -1, [](int, int, int) { return 0x30; });
+    FillBytes(scene.oB.Get(), -1, [](int, int, int) { return 0x05; });
+    FillBytes(scene.oMask.Get(), -1, [](int, int, int) { return 0; });
     qzILCompositeImg effect;
-    Configure(setup, effect);
+    Configure(scene, effect);
     ASSERT_EQ(effect.Execute(), 1);
-    auto const out = Bytes(setup.oOut);
+    auto const out = Bytes(scene.oOut);
     for (std::size_t i = 0; i < out.size(); ++i) ASSERT_EQ(out[i], i % 4 == 3 ? 0x35 : 0x30);
 }
 
 class CopyOver : public testing::TestWithParam<GUID> {};
 
 TEST_P(CopyOver, EqualsModel) {
-    ForEachSetup(GetParam(), kMasked | kDyadic | kSpecials, [](Setup& setup) {
+    ForEachScene(GetParam(), kMasked | kDyadic | kSpecials, [](Scene& scene) {
         qzILCopyOverImg effect;
-        ExpectModel(setup, effect, CopyOverModel{});
+        ExpectModel(scene, effect, CopyOverModel{});
     });
 }
 INSTANTIATE_TEST_SUITE_P(Formats, CopyOver, testing::ValuesIn(kCopyOver), ParamName);
 
 TEST(CopyOverBytes, EveryPassedValueThroughEveryMask) {
-    Setup setup = Square(MFIF_MONO_RAW_8, 16);
-    FillBytes(setup.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(setup.oMask.Get(), -1, [](int, int y, int) { return y; });
+    Scene scene = Square(MFIF_MONO_RAW_8, 16);
+    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
     for (int b = 0; b < 256; b += 5) {
-        FillBytes(setup.oB.Get(), -1, [&](int, int, int) { return b; });
+        FillBytes(scene.oB.Get(), -1, [&](int, int, int) { return b; });
         qzILCopyOverImg effect;
-        ExpectModel(setup, effect, CopyOverModel{}, Text("b", b));
+        ExpectModel(scene, effect, CopyOverModel{}, Text("b", b));
     }
 }
 

@@ -9,9 +9,9 @@ namespace {
 class Invert : public testing::TestWithParam<GUID> {};
 
 TEST_P(Invert, EqualsModel) {
-    ForEachSetup(GetParam(), kMasked | kSpecials | kVideoMasks, [](Setup& setup) {
+    ForEachScene(GetParam(), kMasked | kSpecials | kVideoMasks, [](Scene& scene) {
         qzILInvertImg effect;
-        ExpectModel(setup, effect, InvertModel{});
+        ExpectModel(scene, effect, InvertModel{});
     });
 }
 INSTANTIATE_TEST_SUITE_P(Formats, Invert, testing::ValuesIn(kInvert), ParamName);
@@ -25,10 +25,10 @@ class InvertWords : public testing::TestWithParam<GUID> {};
 
 TEST_P(InvertWords, EveryValueThroughEndsOfTheMask) {
     for (XFImageChannel const mask : {0, 16}) {
-        Setup setup = Square(GetParam(), IsFormatYCC(GetParam()) ? 0 : mask);
-        FillAllWords(setup.oA.Get());
+        Scene scene = Square(GetParam(), IsFormatYCC(GetParam()) ? 0 : mask);
+        FillAllWords(scene.oA.Get());
         qzILInvertImg effect;
-        ExpectModel(setup, effect, InvertModel{});
+        ExpectModel(scene, effect, InvertModel{});
     }
 }
 INSTANTIATE_TEST_SUITE_P(Formats, InvertWords,
@@ -37,21 +37,21 @@ INSTANTIATE_TEST_SUITE_P(Formats, InvertWords,
                          ParamName);
 
 TEST(InvertBytes, EveryValueThroughEveryMask) {
-    Setup setup = Square(MFIF_MONO_RAW_8, 16);
-    FillBytes(setup.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(setup.oMask.Get(), -1, [](int, int y, int) { return y; });
+    Scene scene = Square(MFIF_MONO_RAW_8, 16);
+    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
     qzILInvertImg effect;
-    ExpectModel(setup, effect, InvertModel{});
+    ExpectModel(scene, effect, InvertModel{});
 }
 
 TEST(Invert, ModeEightOnAnAlphaPlaneCopiesColour) {
-    Setup setup{.oFormat = MFIF_CbYCrYA_24, .uMode = 8};
-    setup.Make();
+    Scene scene{.oFormat = MFIF_CbYCrYA_24, .uMode = 8};
+    scene.Make();
     qzILInvertImg effect;
-    Configure(setup, effect);
+    Configure(scene, effect);
     ASSERT_EQ(effect.Verify(), 1);
     ASSERT_EQ(effect.Execute(), 1);
-    auto const in = Bytes(setup.oA), out = Bytes(setup.oOut);
+    auto const in = Bytes(scene.oA), out = Bytes(scene.oOut);
     for (std::size_t i = 0; i < 48; ++i) EXPECT_EQ(out[i], i < 32 ? in[i] : 255 - in[i]) << "byte " << i;
 }
 

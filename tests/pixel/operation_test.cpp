@@ -27,25 +27,25 @@ struct Dyadic : qzILDyadicPixelProc {
 class Operation : public testing::TestWithParam<GUID> {};
 
 TEST_P(Operation, EqualsModel) {
-    ForEachSetup(GetParam(), kMasked, [](Setup& setup) {
+    ForEachScene(GetParam(), kMasked, [](Scene& scene) {
         Monadic effect;
-        ExpectModel(setup, effect, PointModel{[](int, int v, int) { return Twisted(v); }});
+        ExpectModel(scene, effect, PointModel{[](int, int v, int) { return Twisted(v); }});
     });
-    ForEachSetup(GetParam(), kMasked | kDyadic, [](Setup& setup) {
+    ForEachScene(GetParam(), kMasked | kDyadic, [](Scene& scene) {
         Dyadic effect;
-        ExpectModel(setup, effect, PointModel{[](int, int a, int b) { return Twisted(a, b); }});
+        ExpectModel(scene, effect, PointModel{[](int, int a, int b) { return Twisted(a, b); }});
     });
 }
 // The base's own operations give 0.
 TEST_P(Operation, OfTheBaseIsZero) {
-    ForEachSetup(GetParam(), kMasked | kDyadic, [](Setup& setup) {
+    ForEachScene(GetParam(), kMasked | kDyadic, [](Scene& scene) {
         qzILDyadicPixelProc dyadic;
-        ExpectModel(setup, dyadic, PointModel{[](int, int, int) { return 0; }});
-        setup.Make();
-        setup.bDominantB = false;
-        if (setup.iInPlace == 2) setup.iInPlace = 0;
+        ExpectModel(scene, dyadic, PointModel{[](int, int, int) { return 0; }});
+        scene.Make();
+        scene.bDominantB = false;
+        if (scene.iInPlace == 2) scene.iInPlace = 0;
         qzILMonadicPixelProc monadic;
-        ExpectModel(setup, monadic, PointModel{[](int, int, int) { return 0; }});
+        ExpectModel(scene, monadic, PointModel{[](int, int, int) { return 0; }});
     });
 }
 INSTANTIATE_TEST_SUITE_P(Formats, Operation, testing::ValuesIn(kInteger), ParamName);
@@ -54,12 +54,12 @@ INSTANTIATE_TEST_SUITE_P(Formats, Operation, testing::ValuesIn(kInteger), ParamN
 class NoOperation : public testing::TestWithParam<GUID> {};
 
 TEST_P(NoOperation, WritesNothing) {
-    Setup setup{.oFormat = GetParam(), .iWidth = 9};
-    setup.Make();
+    Scene scene{.oFormat = GetParam(), .iWidth = 9};
+    scene.Make();
     Monadic monadic;
-    ExpectModel(setup, monadic, [](auto const&) {});
+    ExpectModel(scene, monadic, [](auto const&) {});
     Dyadic dyadic;
-    ExpectModel(setup, dyadic, [](auto const&) {});
+    ExpectModel(scene, dyadic, [](auto const&) {});
 }
 INSTANTIATE_TEST_SUITE_P(Formats, NoOperation,
                          testing::Values(MFIF_RGBA_S2_14, MFIF_RGBA_FLOAT, MFIF_MONO_FLOAT, MFIF_MONO_S2_14,
@@ -83,15 +83,15 @@ TEST_P(MonadicLut, EqualsModel) {
         std::size_t const channel = static_cast<std::size_t>(c), value = static_cast<std::size_t>(v);
         return wide ? int{words[channel * 65536 + value]} : int{bytes[channel * 256 + value]};
     }};
-    auto const run = [&](Setup& setup) {
+    auto const run = [&](Scene& scene) {
         qzILMonadicLutMapImg effect;
         effect.SetLut(tables);
-        ExpectModel(setup, effect, model);
+        ExpectModel(scene, effect, model);
     };
-    ForEachSetup(GetParam(), kMasked, run);
-    Setup setup = Square(GetParam());
-    if (wide) FillAllWords(setup.oA.Get());
-    run(setup);
+    ForEachScene(GetParam(), kMasked, run);
+    Scene scene = Square(GetParam());
+    if (wide) FillAllWords(scene.oA.Get());
+    run(scene);
 }
 INSTANTIATE_TEST_SUITE_P(Formats, MonadicLut, testing::ValuesIn(kMonadicLut), ParamName);
 
@@ -104,16 +104,16 @@ TEST_P(DyadicLut, EqualsModel) {
     void* tables[4];
     for (std::size_t c = 0; c < 4; ++c) tables[c] = &bytes[c * 65536];
     PointModel const model{[&](int c, int a, int b) { return bytes[static_cast<std::size_t>(c * 65536 + b * 256 + a)]; }};
-    auto const run = [&](Setup& setup) {
+    auto const run = [&](Scene& scene) {
         qzILDyadicLutMapImg effect;
         effect.SetLut(tables);
-        ExpectModel(setup, effect, model);
+        ExpectModel(scene, effect, model);
     };
-    ForEachSetup(GetParam(), kMasked | kDyadic, run);
-    Setup setup = Square(GetParam());
-    FillBytes(setup.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(setup.oB.Get(), -1, [](int, int y, int) { return y; });
-    run(setup);
+    ForEachScene(GetParam(), kMasked | kDyadic, run);
+    Scene scene = Square(GetParam());
+    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+    FillBytes(scene.oB.Get(), -1, [](int, int y, int) { return y; });
+    run(scene);
 }
 INSTANTIATE_TEST_SUITE_P(Formats, DyadicLut, testing::ValuesIn(kDyadicLut), ParamName);
 

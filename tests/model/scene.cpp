@@ -1,4 +1,4 @@
-#include "model/setup.h"
+#include "model/scene.h"
 
 #include <array>
 
@@ -95,7 +95,7 @@ void FillAllWords(IXFImage* image) {
     for (std::size_t i = 0; i < bytes.size() / 2; ++i) Put(bytes, i, static_cast<u16>(i / samples));
 }
 
-void Setup::Make() {
+void Scene::Make() {
     oA = MakeImage(oFormat, iWidth, iHeight);
     oB = MakeImage(oFormat, iWidth, iHeight);
     oOut = MakeImage(oFormat, iWidth, iHeight);
@@ -109,7 +109,7 @@ void Setup::Make() {
     FillMask(oMask.Get(), uSeed * 4 + 3);
 }
 
-std::string Setup::Describe() const {
+std::string Scene::Describe() const {
     std::ostringstream text;
     text << NameOf(oFormat) << ' ' << iWidth << 'x' << iHeight << " mode " << uMode << " mask " << uMask << " dominant "
          << (bDominantB ? 'B' : 'A') << " in place " << iInPlace << (bSpecials ? " specials" : "") << " seed " << uSeed;

@@ -6,6 +6,7 @@
 
 #include "qzil/frame/dyadic.h"
 #include "qzil/frame/monadic.h"
+#include "qzil/image/image_ops.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@
 #include <string>
 #include <vector>
 
-/// Runs one set-up through an effect and through its plain model.
+/// Runs one scene through an effect and through its plain model.
 namespace qzil::test::model {
 
 enum class Kind { Rgba, Mono, Video };
@@ -54,7 +55,7 @@ struct Line {
     }
 };
 
-struct Setup {
+struct Scene {
     GUID oFormat{};
     int iWidth = 8;
     int iHeight = 2;
@@ -64,7 +65,7 @@ struct Setup {
     int iInPlace = 0;  ///< 1: the output is input A, 2: it is input B
     bool bSpecials = false;
     std::uint64_t uSeed = 1;
-    Ref<IXFImage> oA, oB, oOut, oMask;
+    Ref<IXFImage> oA{}, oB{}, oOut{}, oMask{};
 
     /// Makes the images, with random and end values.
     void Make();
@@ -103,7 +104,7 @@ enum Sweep : unsigned { kDyadic = 1, kMasked = 2, kSpecials = 4, kVideoMasks = 8
 
 /// Every mask, channel selection, dominant input and width for a format; the parameters are `fn`'s business.
 template <class Fn>
-void ForEachSetup(GUID const& format, unsigned sweep, Fn fn) {
+void ForEachScene(GUID const& format, unsigned sweep, Fn fn) {
     bool const video = IsFormatYCC(format);
     std::uint64_t seed = 1;
     for (XFImageChannel const mask : kMasks) {
@@ -113,15 +114,15 @@ void ForEachSetup(GUID const& format, unsigned sweep, Fn fn) {
             if ((video && (mask || sweep & kStandardModes) && !standard)) continue;
             for (int dominant = 0; dominant < (sweep & kDyadic ? 2 : 1); ++dominant) {
                 for (int const width : kWidths) {
-                    Setup setup{.oFormat = format, .iWidth = width, .uMode = mode, .uMask = mask};
-                    setup.iHeight = 2 + static_cast<int>(seed % 2);
-                    setup.bDominantB = dominant != 0;
-                    setup.iInPlace = static_cast<int>(seed % 7);
-                    if (setup.iInPlace > (sweep & kDyadic ? 2 : 1)) setup.iInPlace = 0;
-                    setup.bSpecials = (sweep & kSpecials) && seed % 3 == 0;
-                    setup.uSeed = ++seed;
-                    setup.Make();
-                    fn(setup);
+                    Scene scene{.oFormat = format, .iWidth = width, .uMode = mode, .uMask = mask};
+                    scene.iHeight = 2 + static_cast<int>(seed % 2);
+                    scene.bDominantB = dominant != 0;
+                    scene.iInPlace = static_cast<int>(seed % 7);
+                    if (scene.iInPlace > (sweep & kDyadic ? 2 : 1)) scene.iInPlace = 0;
+                    scene.bSpecials = (sweep & kSpecials) && seed % 3 == 0;
+                    scene.uSeed = ++seed;
+                    scene.Make();
+                    fn(scene);
                     if (testing::Test::HasFailure()) return;
                 }
             }
@@ -142,13 +143,13 @@ void VisitType(XFChannelType type, Fn fn) {
 
 /// Mask values of a line.
 template <class T>
-std::vector<T> MaskLine(Setup const& setup, int y) {
+std::vector<T> MaskLine(Scene const& scene, int y) {
     std::vector<T> values;
-    if (!setup.oMask) return values;
-    PlainLayout const layout(setup.oMask.Get());
-    auto const bytes = Bytes(setup.oMask);
-    auto const channel = setup.uMask == 16 ? 0 : std::bit_width(setup.uMask) - 1;
-    for (int x = 0; x < setup.iWidth; ++x) {
+    if (!scene.oMask) return values;
+    PlainLayout const layout(scene.oMask.Get());
+    auto const bytes = Bytes(scene.oMask);
+    auto const channel = scene.uMask == 16 ? 0 : std::bit_width(scene.uMask) - 1;
+    for (int x = 0; x < scene.iWidth; ++x) {
         T value;
         std::memcpy(&value, &bytes[layout.Pixel(x, y)] + static_cast<std::size_t>(channel) * sizeof(T), sizeof(T));
         values.push_back(value);
@@ -156,24 +157,24 @@ std::vector<T> MaskLine(Setup const& setup, int y) {
     return values;
 }
 
-/// Sends every line of a set-up through a model, over the bytes that the output holds before.
+/// Sends every line of a scene through a model, over the bytes that the output holds before.
 template <class T, class Model>
-void RunModel(Setup const& setup, Model const& model, std::span<unsigned char> out, Planes planes) {
-    std::vector<unsigned char> const a(Bytes(setup.oA).begin(), Bytes(setup.oA).end());
-    std::vector<unsigned char> const b(Bytes(setup.oB).begin(), Bytes(setup.oB).end());
-    auto const& p = setup.bDominantB ? b : a;
-    PlainLayout const layout(setup.oA.Get());
-    GUID const& format = setup.oFormat;
+void RunModel(Scene const& scene, Model const& model, std::span<unsigned char> out, Planes planes) {
+    std::vector<unsigned char> const a(Bytes(scene.oA).begin(), Bytes(scene.oA).end());
+    std::vector<unsigned char> const b(Bytes(scene.oB).begin(), Bytes(scene.oB).end());
+    auto const& p = scene.bDominantB ? b : a;
+    PlainLayout const layout(scene.oA.Get());
+    GUID const& format = scene.oFormat;
     auto const at = [](auto& bytes, std::size_t place) { return reinterpret_cast<T*>(&bytes[place]); };
     auto const in = [](auto& bytes, std::size_t place) { return reinterpret_cast<T const*>(&bytes[place]); };
     auto const copy = [](Line<T> const& line) { std::copy_n(line.pP, line.iWidth * line.Samples(), line.pOut); };
-    for (int y = 0; y < setup.iHeight; ++y) {
-        auto const mask = MaskLine<T>(setup, y);
+    for (int y = 0; y < scene.iHeight; ++y) {
+        auto const mask = MaskLine<T>(scene, y);
         // Split fields are walked in memory order, the mask line by line.
-        std::size_t const c = IsFormatSplitField(format) ? static_cast<std::size_t>(y * setup.iWidth) * layout.PixelStep()
+        std::size_t const c = IsFormatSplitField(format) ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
                                                          : layout.Pixel(0, y);
         Kind const kind = IsFormatYCC(format) ? Kind::Video : IsFormatMono(format) ? Kind::Mono : Kind::Rgba;
-        Line<T> line{kind,     format,   setup.iWidth, setup.uMode, setup.bDominantB, in(a, c), in(b, c), in(p, c),
+        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c), in(b, c), in(p, c),
                      nullptr,  nullptr,  at(out, c),   nullptr};
         if (!mask.empty()) line.pMask = mask.data();
         if (!layout.HasAlphaPlane()) {
@@ -181,22 +182,22 @@ void RunModel(Setup const& setup, Model const& model, std::span<unsigned char> o
             continue;
         }
         std::size_t const s = layout.Alpha(0, y);
-        Line<T> alpha{Kind::Mono, format,  setup.iWidth, setup.uMode, setup.bDominantB, in(a, s), in(b, s), in(p, s),
+        Line<T> alpha{Kind::Mono, format,  scene.iWidth, scene.uMode, scene.bDominantB, in(a, s), in(b, s), in(p, s),
                       line.pMask, nullptr, at(out, s),   nullptr};
         if (planes == Planes::Whole) {
             line.pAlphaIn = alpha.pP;
             line.pAlphaOut = alpha.pOut;
             model(line);
         } else {
-            setup.uMode & 7 ? model(line) : copy(line);
-            setup.uMode & 8 ? model(alpha) : copy(alpha);
+            scene.uMode & 7 ? model(line) : copy(line);
+            scene.uMode & 8 ? model(alpha) : copy(alpha);
         }
     }
 }
 
 /// Empty when the samples are equal bit by bit (two NaN are equal), else the first difference.
 template <class T>
-std::string Compare(Setup const& setup, std::span<unsigned char const> expected, std::span<unsigned char const> actual) {
+std::string Compare(Scene const& scene, std::span<unsigned char const> expected, std::span<unsigned char const> actual) {
     auto const load = [](std::span<unsigned char const> bytes, std::size_t i) {
         T value;
         std::memcpy(&value, &bytes[i * sizeof(T)], sizeof(T));
@@ -205,9 +206,9 @@ std::string Compare(Setup const& setup, std::span<unsigned char const> expected,
     for (std::size_t i = 0; i < expected.size() / sizeof(T); ++i) {
         T const e = load(expected, i), f = load(actual, i);
         if (std::memcmp(&e, &f, sizeof(T)) == 0 || (e != e && f != f)) continue;
-        std::size_t const width = static_cast<std::size_t>(setup.iWidth);
-        std::size_t const samples = PlainLayout(setup.oA.Get()).PixelStep() / sizeof(T);
-        std::size_t const colours = width * samples * static_cast<std::size_t>(setup.iHeight);
+        std::size_t const width = static_cast<std::size_t>(scene.iWidth);
+        std::size_t const samples = PlainLayout(scene.oA.Get()).PixelStep() / sizeof(T);
+        std::size_t const colours = width * samples * static_cast<std::size_t>(scene.iHeight);
         bool const alpha = i >= colours;
         std::size_t const place = alpha ? i - colours : i, step = alpha ? 1 : samples;
         std::ostringstream text;
@@ -215,49 +216,49 @@ std::string Compare(Setup const& setup, std::span<unsigned char const> expected,
         text << (alpha ? "alpha plane" : "colour") << " memory row " << place / (width * step) << " x "
              << place / step % width << " sample " << place % step << ": expected " << +e << ", actual " << +f
              << "; pixel of A:";
-        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(setup.oA), i - place % step + c);
+        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oA), i - place % step + c);
         text << ", of B:";
-        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(setup.oB), i - place % step + c);
+        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oB), i - place % step + c);
         return text.str();
     }
     return {};
 }
 
 template <class Effect>
-void Configure(Setup const& setup, Effect& effect) {
+void Configure(Scene const& scene, Effect& effect) {
     if constexpr (std::is_base_of_v<qzILDyadicImgProc, Effect>) {
-        effect.SetInputImgA(setup.oA.Get());
-        effect.SetInputImgB(setup.oB.Get());
-        effect.SetDominantInput(setup.Dominant());
+        effect.SetInputImgA(scene.oA.Get());
+        effect.SetInputImgB(scene.oB.Get());
+        effect.SetDominantInput(scene.Dominant());
     } else {
-        effect.SetInputImg(setup.oA.Get());
+        effect.SetInputImg(scene.oA.Get());
     }
-    effect.SetOutputImg(setup.Output());
-    effect.SetProcessingMode(setup.uMode);
-    effect.SetMask({0, 0, setup.iWidth, setup.iHeight}, setup.oMask.Get(), setup.oMask ? setup.uMask : 16u);
+    effect.SetOutputImg(scene.Output());
+    effect.SetProcessingMode(scene.uMode);
+    effect.SetMask({0, 0, scene.iWidth, scene.iHeight}, scene.oMask.Get(), scene.oMask ? scene.uMask : 16u);
 }
 
 /// The effect must give the model's bytes.
 template <class Effect, class Model>
-void ExpectModel(Setup const& setup, Effect& effect, Model const& model, std::string const& parameters = {},
+void ExpectModel(Scene const& scene, Effect& effect, Model const& model, std::string const& parameters = {},
                  Planes planes = Planes::Split) {
-    Configure(setup, effect);
-    VisitType(GetChannelTypeFromFormat(setup.oFormat), [&](auto zero) {
+    Configure(scene, effect);
+    VisitType(GetChannelTypeFromFormat(scene.oFormat), [&](auto zero) {
         using T = decltype(zero);
-        auto const output = Bytes(setup.Output());
+        auto const output = Bytes(scene.Output());
         std::vector<unsigned char> expected(output.begin(), output.end());
-        RunModel<T>(setup, model, expected, planes);
+        RunModel<T>(scene, model, expected, planes);
         Ref<IXFImage> inputA, inputB;  // for the message, where the output overwrites an input
-        Setup before = setup;
-        if (setup.iInPlace) {
-            qzILCloneImage(setup.oA.Get(), IID_IXFImage, inputA.Out());
-            qzILCloneImage(setup.oB.Get(), IID_IXFImage, inputB.Out());
+        Scene before = scene;
+        if (scene.iInPlace) {
+            qzILCloneImage(scene.oA.Get(), IID_IXFImage, inputA.Out());
+            qzILCloneImage(scene.oB.Get(), IID_IXFImage, inputB.Out());
             before.oA = inputA;
             before.oB = inputB;
         }
-        ASSERT_EQ(effect.Execute(), 1) << Effect::m_ClassName << ' ' << setup.Describe() << ' ' << parameters;
+        ASSERT_EQ(effect.Execute(), 1) << Effect::m_ClassName << ' ' << scene.Describe() << ' ' << parameters;
         std::string const difference = Compare<T>(before, expected, output);
-        EXPECT_TRUE(difference.empty()) << Effect::m_ClassName << ' ' << setup.Describe() << ' ' << parameters << '\n'
+        EXPECT_TRUE(difference.empty()) << Effect::m_ClassName << ' ' << scene.Describe() << ' ' << parameters << '\n'
                                         << difference;
     });
 }
