@@ -70,6 +70,7 @@ private:
             i64 const d = i64{in[c]} - g[c];
             n = std::max(n, Divide(d * hi, d >= 0 ? hi - g[c] : lo - g[c], lo, hi));
         }
+        n = std::min<i64>(n, std::numeric_limits<T>::max());  // the new alpha is a channel value
         int const shift = kIsByte<T> ? 15 : 31;
         i64 const half = i64{1} << (shift - 1);
         for (int c = 0; c < 3; ++c) {
@@ -83,7 +84,7 @@ private:
             i64 const part = kIsS2_14<T> && product < 0 ? -((-product + half) >> shift) : (product + half) >> shift;
             out[c] = static_cast<T>(std::clamp((ba == 0 ? 0 : g[c]) + part, lo, hi));
         }
-        out[3] = static_cast<T>(std::min<i64>(n, std::numeric_limits<T>::max()));
+        out[3] = static_cast<T>(n);
     }
 
     static void Pixel(float const* in, float const* g, float* out) {
