@@ -143,7 +143,9 @@ TYPED_TEST(BadSetUp, Parameters) {
 TYPED_TEST(BadSetUp, BothFieldBitsTouchNothing) {
     TypeParam effect;
     effect.SetProcessingMode(0x300 | 15);
-    if constexpr (!std::is_same_v<TypeParam, qzILOutputAlpha>) EXPECT_EQ(effect.Execute(), 1);
+    if constexpr (!std::is_same_v<TypeParam, qzILOutputAlpha>) {
+        EXPECT_EQ(effect.Execute(), 1);
+    }
 }
 
 TYPED_TEST(BadSetUp, InterruptSetBeforehand) {
