@@ -18,8 +18,9 @@ struct Row {
     void const* pAlphaIn;  ///< alpha plane of the first input; null for formats without one
     void* pOut;
     void* pAlphaOut;
-    int iPixels;  ///< of the stretch
-    bool bOddX;   ///< the stretch starts on an odd pixel of its line
+    int iPixels;        ///< of the stretch
+    bool bMaskPerPair;  ///< mask values are widened, one for two samples: integer pixels of four samples
+    bool bOddX;         ///< the stretch starts on an odd pixel of its line
 };
 
 /// How a result is mixed into the passed-through pixel by a mask value.
@@ -35,7 +36,7 @@ enum class MixRule {
 /// How mask values are handed to a row function and to the commit.
 enum class MaskLayout {
     Pixel,    ///< one per pixel
-    Samples,  ///< repeated for each sample of a pixel
+    Samples,  ///< repeated for the samples of a pixel; see Row::bMaskPerPair
     Pair8,    ///< 4:2:2, 8 bits: byte 0 of a pair by its first pixel, byte 2 by its second, bytes 1 and 3 by their mean
     Chroma,   ///< 4:2:2: each luma by its own pixel, the chroma of a pair by the first
 };

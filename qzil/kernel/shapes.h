@@ -99,18 +99,68 @@ QZIL_INLINE auto Each(Rule rule, Two<Value> first, Two<Values>... more) {
     return Two<Result>{rule(first.oEven, more.oEven...), rule(first.oOdd, more.oOdd...)};
 }
 
-/// Calls op(i, lane, which) for every two samples.
+/// Stores the bits that `select` names from values, the others from `pass`; all lie at the same lanes.
+template <class T, class Value>
+QZIL_INLINE void StoreSelected(Both, T* p, Two<Value> v, T const* pass, T const* select) {
+    using Word = typename Widened<T>::Word;
+    T packed[2];
+    Store(Both{}, packed, v);
+    u32 const taken = *reinterpret_cast<Word const*>(packed), passed = *reinterpret_cast<Word const*>(pass);
+    u32 const bits = *reinterpret_cast<Word const*>(select);
+    *reinterpret_cast<Word*>(p) = static_cast<Word>((taken & bits) | (passed & ~bits));
+}
+template <class T, class Value>
+QZIL_INLINE void StoreSelected(First, T* p, Two<Value> v, T const* pass, T const* select) {
+    *p = static_cast<T>((static_cast<T>(v.oEven) & *select) | (*pass & ~*select));
+}
+
+/// How mask values lie beside the samples: a value per sample, or one widened value for the two samples of a pair,
+/// which belong to one pixel.
+struct PerSample {};
+struct PerPair {};
+
+/// Where a pair stands: its first sample, the place of that in a block, and the number of the pair.
+struct Place {
+    int i;
+    int iLane;
+    int iPair;
+};
+
+template <class T, class Which>
+QZIL_INLINE auto LoadMask(Which which, PerSample, void const* mask, Place at) {
+    return Load(which, static_cast<T const*>(mask) + at.i);
+}
+template <class T, class Which>
+QZIL_INLINE auto LoadMask(Which, PerPair, void const* mask, Place at) {
+    using Value = typename Widened<T>::Value;
+    Value const value = static_cast<Value const*>(mask)[at.iPair];
+    return Two<Value>{value, value};
+}
+
+/// Calls f with the layout of a row's mask.
+template <class F>
+QZIL_INLINE void WithMaskLayout(kernel::Row const& row, F f) {
+    if (row.bMaskPerPair) {
+        f(PerPair{});
+    } else {
+        f(PerSample{});
+    }
+}
+
+/// Calls op(place, which) for every two samples.
 template <class Op>
 QZIL_INLINE void ForPairs(int samples, Op op) {
-    int i = 0;
-    for (; i + kBlock <= samples; i += kBlock) {
+    constexpr int kPairs = kBlock / 2;
+    int const pairs = samples / 2;
+    int pair = 0;
+    for (; pair + kPairs <= pairs; pair += kPairs) {
 #pragma GCC ivdep
-        for (int lane = 0; lane < kBlock; lane += 2) op(i + lane, lane, Both{});
+        for (int k = 0; k < kPairs; ++k) op(Place{2 * (pair + k), 2 * k, pair + k}, Both{});
     }
-    int const rest = (samples - i) & ~1;
+    int const rest = pairs - pair;
 #pragma GCC ivdep
-    for (int lane = 0; lane < rest; lane += 2) op(i + lane, lane, Both{});
-    if (samples & 1) op(samples - 1, rest, First{});
+    for (int k = 0; k < rest; ++k) op(Place{2 * (pair + k), 2 * k, pair + k}, Both{});
+    if (samples & 1) op(Place{samples - 1, 2 * rest, pairs}, First{});
 }
 
 /// Four values, one for each channel of a pixel, repeated over a block.

@@ -7,12 +7,18 @@
 namespace qzil::kernel {
 namespace {
 
-/// Pixels of a stretch: its scratch lines stay in the first-level cache, and its length is even for 4:2:2.
-constexpr int kStretch = 512;
+/// Bytes of output that are worked on at a time, so that the scratch lines stay in the first-level cache.
+constexpr int kStretchBytes = 2048;
+/// Mask values of a stretch are at most as many as its samples, and as wide.
 constexpr int kMaxPixelBytes = 16;
 
+/// Frames of this size and more, inputs and output together, outgrow the last-level cache: their output is written past
+/// it, since reading a line into the cache only to overwrite it would cost as much as another input.
+constexpr std::int64_t kStreamBytes = 20 << 20;
+constexpr int kStreamAlignment = 64;
+
 struct alignas(64) Scratch {
-    unsigned char auBytes[kStretch * kMaxPixelBytes];
+    unsigned char auBytes[kStretchBytes + kStreamAlignment + 2 * kMaxPixelBytes];
 };
 
 /// Lays out the mask values of a stretch.
@@ -24,15 +30,19 @@ public:
     /// The values of the pixels from `mask` on; in place where the mask's own line serves.
     void const* Read(unsigned char const* mask, int pixels, bool oddX) {
         switch (m_oTraits.iSampleBytes) {
-            case 1: return ReadAs<u8>(mask, pixels, oddX, m_oRows.pGather8, m_oRows.pRepeat8, m_oRows.pChroma8);
-            case 2: return ReadAs<u16>(mask, pixels, oddX, m_oRows.pGather16, m_oRows.pRepeat16, m_oRows.pChroma16);
-            default: return ReadAs<u32>(mask, pixels, oddX, m_oRows.pGather32, m_oRows.pRepeat32, m_oRows.pChroma32);
+            case 1: return ReadAs<u8>(mask, pixels, oddX, m_oRows.pGather8, m_oRows.pChroma8);
+            case 2: return ReadAs<u16>(mask, pixels, oddX, m_oRows.pGather16, m_oRows.pChroma16);
+            default: return ReadAs<u32>(mask, pixels, oddX, m_oRows.pGather32, m_oRows.pChroma32);
         }
+    }
+    /// See Row.
+    bool IsPerPair() const {
+        return m_oTraits.eMaskLayout == MaskLayout::Samples && m_oTraits.iSamples == 4 && m_oTraits.iSampleBytes < 4;
     }
 
 private:
-    template <class T, class Gather, class Repeat, class Chroma>
-    void const* ReadAs(unsigned char const* mask, int pixels, bool oddX, Gather gather, Repeat repeat, Chroma chroma) {
+    template <class T, class Gather, class Chroma>
+    void const* ReadAs(unsigned char const* mask, int pixels, bool oddX, Gather gather, Chroma chroma) {
         auto const* pValues = reinterpret_cast<T const*>(mask);
         if (m_iStride != 1) {
             gather(reinterpret_cast<T*>(m_oDense.auBytes), pValues, pixels, m_iStride);
@@ -43,7 +53,7 @@ private:
             case MaskLayout::Pixel: return pValues;
             case MaskLayout::Samples:
                 if (m_oTraits.iSamples == 1) return pValues;
-                repeat(pLaid, pValues, pixels, m_oTraits.iSamples);
+                Repeat(pValues, pixels);
                 return pLaid;
             case MaskLayout::Pair8:
                 if constexpr (sizeof(T) == 1) m_oRows.pPair8(pLaid, pValues, pixels);
@@ -51,6 +61,20 @@ private:
             case MaskLayout::Chroma: chroma(pLaid, pValues, pixels, oddX); return pLaid;
         }
         return pValues;
+    }
+
+    void Repeat(u8 const* values, int pixels) { m_oRows.pRepeat8(Laid<u16>(), values, pixels); }
+    void Repeat(u16 const* values, int pixels) {
+        if (m_oTraits.eMix == MixRule::S2_14) {
+            m_oRows.pRepeatS2_14(Laid<s32>(), reinterpret_cast<s16 const*>(values), pixels);
+        } else {
+            m_oRows.pRepeat16(Laid<u32>(), values, pixels);
+        }
+    }
+    void Repeat(u32 const* values, int pixels) { m_oRows.pRepeat32(Laid<u32>(), values, pixels); }
+    template <class T>
+    T* Laid() {
+        return reinterpret_cast<T*>(m_oLaid.auBytes);
     }
 
     CommitRows const& m_oRows;
@@ -70,19 +94,14 @@ struct ChannelWord {
     }
 };
 
-void Commit(CommitRows const& rows, RowTraits const& traits, void* out, void const* pass, void const* result,
-            void const* mask, int samples, unsigned channels) {
-    switch (traits.eMix) {
-        case MixRule::NormMult:
-            rows.pNormMult(out, pass, result, mask, samples, ChannelWord<u8>(channels).aWord);
-            break;
-        case MixRule::Mix257: rows.pMix257(out, pass, result, mask, samples, ChannelWord<u8>(channels).aWord); break;
-        case MixRule::UInt16: rows.pUInt16(out, pass, result, mask, samples, ChannelWord<u16>(channels).aWord); break;
-        case MixRule::S2_14: rows.pS2_14(out, pass, result, mask, samples, ChannelWord<u16>(channels).aWord); break;
-        case MixRule::Float: rows.pFloat(out, pass, result, mask, samples, ChannelWord<u32>(channels).aWord); break;
-        case MixRule::FloatLimited:
-            rows.pFloatLimited(out, pass, result, mask, samples, ChannelWord<u32>(channels).aWord);
-            break;
+void Commit(CommitRows const& rows, MixRule mix, CommitArgs const& args, unsigned channels) {
+    switch (mix) {
+        case MixRule::NormMult: rows.pNormMult(args, ChannelWord<u8>(channels).aWord); break;
+        case MixRule::Mix257: rows.pMix257(args, ChannelWord<u8>(channels).aWord); break;
+        case MixRule::UInt16: rows.pUInt16(args, ChannelWord<u16>(channels).aWord); break;
+        case MixRule::S2_14: rows.pS2_14(args, ChannelWord<u16>(channels).aWord); break;
+        case MixRule::Float: rows.pFloat(args, ChannelWord<u32>(channels).aWord); break;
+        case MixRule::FloatLimited: rows.pFloatLimited(args, ChannelWord<u32>(channels).aWord); break;
     }
 }
 
@@ -114,54 +133,111 @@ private:
 
 }  // namespace
 
+namespace {
+
+/// What is decided once per walk.
+class Runner {
+public:
+    Runner(Walk const& walk, RowTraits const& traits, RowCall const& call)
+        : m_oWalk(walk),
+          m_oTraits(traits),
+          m_oCall(call),
+          m_oRows(GetCommitRows()),
+          m_oMaskReader(walk, traits, m_oRows) {
+        bool const masked = walk.oMask.pFirst != nullptr;
+        m_uChannels = traits.bHasChannels ? walk.uMode & 15u : 15u;
+        m_iPixelBytes = traits.iSamples * traits.iSampleBytes;
+        m_bMixes = masked && !traits.bTakesMask;
+        m_bSelects = m_uChannels != 15 && !traits.bTakesChannels;
+        m_bPolls = traits.bPolls && walk.pStop;
+        bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
+        std::int64_t const images = walk.oB.pFirst ? 3 : 2;
+        m_bStreams = !inPlace && images * walk.iWidth * walk.iLines * m_iPixelBytes >= kStreamBytes;
+    }
+
+    void Run() {
+        // Lines do not depend on each other. Unless an interrupt could tell, they are done in the order of memory:
+        // against it, the processor's prefetch loses its way at every line and a frame takes twice as long.
+        bool const backward = !m_bPolls && LineStep(m_oWalk.oOut, m_oWalk.iWidth) < 0;
+        Cursor a(m_oWalk.oA, m_oWalk, backward), b(m_oWalk.oB, m_oWalk, backward), out(m_oWalk.oOut, m_oWalk, backward),
+            mask(m_oWalk.oMask, m_oWalk, backward), alphaIn(m_oWalk.oAlphaIn, m_oWalk, backward),
+            alphaOut(m_oWalk.oAlphaOut, m_oWalk, backward);
+        for (int line = 0; line < m_oWalk.iLines; ++line) {
+            for (int x = 0, pixels = 0; x < m_oWalk.iWidth; x += pixels) {
+                pixels = std::min(StretchFrom(out.At(x)), m_oWalk.iWidth - x);
+                Row row{};
+                row.iPixels = pixels;
+                row.bOddX = m_oWalk.bOddX;
+                row.bMaskPerPair = m_oMaskReader.IsPerPair();
+                row.pA = a.At(x);
+                row.pB = b.At(x);
+                row.pPass = m_oWalk.bPassB ? row.pB : row.pA;
+                row.pAlphaIn = alphaIn.At(x);
+                row.pAlphaOut = alphaOut.At(x);
+                if (mask.At(x)) row.pMask = m_oMaskReader.Read(mask.At(x), pixels, m_oWalk.bOddX);
+                Stretch(row, out.At(x));
+            }
+            // Every pointer ends on the last line, never a line beyond it.
+            if (line + 1 < m_oWalk.iLines) {
+                for (Cursor* const pCursor : {&a, &b, &out, &mask, &alphaIn, &alphaOut}) pCursor->NextLine();
+            }
+            if (m_bPolls && m_oWalk.pStop(m_oWalk.pStopContext)) break;
+        }
+        if (m_bStreams) m_oRows.pFence();
+    }
+
+private:
+    /// Pixels of the stretch that starts at an address: an even number, and such that the next stretch starts aligned
+    /// for streaming where whole pixel pairs allow it.
+    int StretchFrom(unsigned char const* out) const {
+        int const pairBytes = 2 * m_iPixelBytes;
+        int const misaligned = static_cast<int>(reinterpret_cast<std::uintptr_t>(out) % kStreamAlignment);
+        int const lead = misaligned % pairBytes == 0 && misaligned != 0 ? kStreamAlignment - misaligned : 0;
+        return (kStretchBytes / pairBytes + lead / pairBytes) * 2;
+    }
+
+    void Stretch(Row& row, unsigned char* out) {
+        bool const commits = m_bMixes || m_bSelects;
+        void const* pResult = row.pB;
+        if (m_oCall.pFunction) {
+            pResult = row.pOut = commits || m_bStreams ? m_oScratch.auBytes : out;
+            m_oCall.pFunction(row, m_oCall.pContext);
+        }
+        int const samples = row.iPixels * m_oTraits.iSamples;
+        int const bytes = row.iPixels * m_iPixelBytes;
+        if (commits) {
+            void* const pCommitted = m_bStreams ? m_oScratch.auBytes : out;
+            CommitArgs const args{pCommitted,       row.pPass, pResult, m_bMixes ? row.pMask : nullptr,
+                                  row.bMaskPerPair, samples};
+            Commit(m_oRows, m_oTraits.eMix, args, m_bSelects ? m_uChannels : 15u);
+            pResult = pCommitted;
+        }
+        if (m_bStreams) {
+            m_oRows.pStream(out, static_cast<u8 const*>(pResult), bytes);
+        } else if (pResult != out) {
+            std::memmove(out, pResult, static_cast<std::size_t>(bytes));
+        }
+    }
+
+    Walk const& m_oWalk;
+    RowTraits const& m_oTraits;
+    RowCall const& m_oCall;
+    CommitRows const& m_oRows;
+    MaskReader m_oMaskReader;
+    Scratch m_oScratch;
+    unsigned m_uChannels;
+    int m_iPixelBytes;
+    bool m_bMixes;
+    bool m_bSelects;
+    bool m_bPolls;
+    bool m_bStreams;
+};
+
+}  // namespace
+
 void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call) {
     if (walk.iWidth <= 0 || walk.iLines <= 0) return;
-    CommitRows const& rows = GetCommitRows();
-    MaskReader maskReader(walk, traits, rows);
-    Scratch scratch;
-    unsigned const channels = traits.bHasChannels ? walk.uMode & 15u : 15u;
-    bool const masked = walk.oMask.pFirst != nullptr;
-    bool const mixes = masked && !traits.bTakesMask;
-    bool const selects = channels != 15 && !traits.bTakesChannels;
-
-    // Lines do not depend on each other. Unless an interrupt could tell, they are done in the order of memory: against
-    // it, the processor's prefetch loses its way at every line and a frame takes twice as long.
-    bool const polls = traits.bPolls && walk.pStop;
-    bool const backward = !polls && LineStep(walk.oOut, walk.iWidth) < 0;
-    Cursor a(walk.oA, walk, backward), b(walk.oB, walk, backward), out(walk.oOut, walk, backward),
-        mask(walk.oMask, walk, backward), alphaIn(walk.oAlphaIn, walk, backward),
-        alphaOut(walk.oAlphaOut, walk, backward);
-    for (int line = 0; line < walk.iLines; ++line) {
-        for (int x = 0; x < walk.iWidth; x += kStretch) {
-            Row row{};
-            row.iPixels = std::min(kStretch, walk.iWidth - x);
-            row.bOddX = walk.bOddX;
-            row.pA = a.At(x);
-            row.pB = b.At(x);
-            row.pPass = walk.bPassB ? row.pB : row.pA;
-            row.pAlphaIn = alphaIn.At(x);
-            row.pAlphaOut = alphaOut.At(x);
-            if (masked) row.pMask = maskReader.Read(mask.At(x), row.iPixels, walk.bOddX);
-            void* const pOut = out.At(x);
-            void const* pResult = row.pB;
-            if (call.pFunction) {
-                pResult = row.pOut = mixes || selects ? scratch.auBytes : pOut;
-                call.pFunction(row, call.pContext);
-            }
-            int const samples = row.iPixels * traits.iSamples;
-            if (mixes || selects) {
-                Commit(rows, traits, pOut, row.pPass, pResult, mixes ? row.pMask : nullptr, samples,
-                       selects ? channels : 15u);
-            } else if (pResult != pOut) {
-                std::memmove(pOut, pResult, static_cast<std::size_t>(samples) * traits.iSampleBytes);
-            }
-        }
-        // Every pointer ends on the last line, never a line beyond it.
-        if (line + 1 < walk.iLines) {
-            for (Cursor* const pCursor : {&a, &b, &out, &mask, &alphaIn, &alphaOut}) pCursor->NextLine();
-        }
-        if (polls && walk.pStop(walk.pStopContext)) return;
-    }
+    Runner(walk, traits, call).Run();
 }
 
 }  // namespace qzil::kernel

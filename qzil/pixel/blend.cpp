@@ -93,19 +93,24 @@ void qzILBlendImg::SetStartOffsetX(int n) {
     m_oBoxes.oProcessed.Size.x -= n;
 }
 
-template <class Weight>
-void qzILBlendImg::SetWeights(Weight (&weights)[4], Weight selected, Weight full, bool byChannel) const {
+namespace {
+
+template <class T>
+BlendWeight<T> WeightOf(T weight, kernel::RowTraits const& traits, unsigned mode) {
+    BlendWeight<T> constants{weight, {}, traits.iSamples};
     for (int i = 0; i < 4; ++i) {
-        bool const isSelected = !byChannel || (m_uProcessingMode >> i & 1) != 0;
-        weights[i] = isSelected ? selected : BIsDominant() ? full : Weight{0};
+        bool const selected = !traits.bHasChannels || (mode >> i & 1) != 0;
+        constants.aWord[i] = selected ? static_cast<T>(~T{0}) : T{0};
     }
+    return constants;
 }
 
+}  // namespace
+
 qzILStatus qzILBlendImg::Blend8(kernel::RowTraits const& traits) {
-    BlendWeights<u8> weights{{}, traits.iSamples};
     auto const alpha = static_cast<u8>(RoundHalfAway(255 * m_dfAlpha) & 255);
-    SetWeights(weights.aWeights, alpha, u8{255}, traits.bHasChannels);
-    return RunRows(traits, Bound(GetBlendRows().pBlend8, weights));
+    auto const weight = WeightOf(alpha, traits, m_uProcessingMode);
+    return RunRows(traits, Bound(GetBlendRows().pBlend8, weight));
 }
 
 qzILStatus qzILBlendImg::BlendRgba8() {
@@ -113,7 +118,7 @@ qzILStatus qzILBlendImg::BlendRgba8() {
     if (!m_oMaskLines.pFirst && channels == kModeColor) return Blend8_RGB_NoMask();
     if (!m_oMaskLines.pFirst && channels == kModeAllChannels) return Blend8_RGBA_NoMask();
     kernel::RowTraits traits = PixelTraits(Format(), MixRule::NormMult);
-    // A weight that passes a channel through also survives the mix: both products round to the same sum.
+    // A channel that passes through also survives the mix: the two products of a value and its complement sum to it.
     traits.bTakesChannels = true;
     return Blend8(traits);
 }
@@ -145,9 +150,8 @@ qzILStatus qzILBlendImg::Blend8_YCC422_NoMask() {
 qzILStatus qzILBlendImg::Blend16() {
     kernel::RowTraits traits = PixelTraits(Format(), MixRule::NormMult);
     traits.bTakesChannels = true;
-    BlendWeights<u16> weights{{}, traits.iSamples};
-    SetWeights(weights.aWeights, static_cast<u16>(FixedAlpha(m_dfAlpha, 65535)), u16{65535}, traits.bHasChannels);
-    return RunRows(traits, Bound(GetBlendRows().pBlend16, weights));
+    auto const weight = WeightOf(static_cast<u16>(FixedAlpha(m_dfAlpha, 65535)), traits, m_uProcessingMode);
+    return RunRows(traits, Bound(GetBlendRows().pBlend16, weight));
 }
 
 qzILStatus qzILBlendImg::BlendS2_14() {
@@ -156,9 +160,8 @@ qzILStatus qzILBlendImg::BlendS2_14() {
     if (traits.iSamples == 2) traits.eMaskLayout = MaskLayout::Chroma;
     s32 const alpha14 = FixedAlpha(m_dfAlpha, 16384);
     if (!m_oMaskLines.pFirst) {
-        BlendWeights<s16> weights{{}, traits.iSamples};
-        SetWeights(weights.aWeights, static_cast<s16>(alpha14), s16{16384}, traits.bHasChannels);
-        return RunRows(traits, Bound(GetBlendRows().pBlendS2_14, weights));
+        auto const weight = WeightOf(static_cast<s16>(alpha14), traits, m_uProcessingMode);
+        return RunRows(traits, Bound(GetBlendRows().pBlendS2_14, weight));
     }
     BlendMaskS2_14 constants{alpha14, FixedAlpha(m_dfAlpha, 65536), BIsDominant(), {}, traits.iSamples};
     for (int i = 0; i < 4; ++i) {
@@ -172,8 +175,11 @@ qzILStatus qzILBlendImg::BlendYCC422S2_14() {
 }
 
 qzILStatus qzILBlendImg::BlendFloat(kernel::RowTraits const& traits) {
-    BlendWeights<float> weights{{}, traits.iSamples};
-    SetWeights(weights.aWeights, static_cast<float>(m_dfAlpha), 1.0f, traits.bHasChannels);
+    BlendLanesFloat weights{{}, traits.iSamples};
+    for (int i = 0; i < 4; ++i) {
+        bool const selected = !traits.bHasChannels || (m_uProcessingMode >> i & 1) != 0;
+        weights.aWeights[i] = selected ? static_cast<float>(m_dfAlpha) : BIsDominant() ? 1.0f : 0.0f;
+    }
     return RunRows(traits, Bound(GetBlendRows().pBlendFloat, weights));
 }
 

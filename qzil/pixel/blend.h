@@ -51,8 +51,6 @@ private:
     struct Dispatch;
     qzILStatus Blend8(qzil::kernel::RowTraits const& traits);
     qzILStatus BlendFloat(qzil::kernel::RowTraits const& traits);
-    template <class Weight>
-    void SetWeights(Weight (&weights)[4], Weight selected, Weight full, bool byChannel) const;
 
     double m_dfAlpha;
 };

@@ -7,41 +7,42 @@ namespace {
 
 using kernel::Row;
 
-/// Mixes A and B by the weights of the lanes, or by one weight where all are equal.
+/// Mixes A and B by one weight in the selected channels.
 template <class T, class Mix>
-QZIL_INLINE void Blend(Row const& row, BlendWeights<T> const& c, Mix mix) {
+QZIL_INLINE void Blend(Row const& row, BlendWeight<T> const& c, Mix mix) {
     T* const out = Out<T>(row.pOut);
     T const* const a = In<T>(row.pA);
     T const* const b = In<T>(row.pB);
+    T const* const pass = In<T>(row.pPass);
     int const samples = row.iPixels * c.iSamples;
-    T const w[4] = {c.aWeights[0], c.aWeights[1], c.aWeights[2], c.aWeights[3]};
-    if (w[0] == w[1] && w[1] == w[2] && w[2] == w[3]) {
-        typename Widened<T>::Value const weight = w[0];
-        ForPairs(samples, [=](int i, int, auto which) {
-            auto const byWeight = [=](auto x, auto y) { return mix(x, y, weight); };
-            Store(which, out + i, Each(byWeight, Load(which, a + i), Load(which, b + i)));
-        });
+    typename Widened<T>::Value const weight = c.oWeight;
+    auto const mixed = [=](Place at, auto which) {
+        auto const byWeight = [=](auto x, auto y) { return mix(x, y, weight); };
+        return Each(byWeight, Load(which, a + at.i), Load(which, b + at.i));
+    };
+    if ((c.aWord[0] & c.aWord[1] & c.aWord[2] & c.aWord[3]) == static_cast<T>(~T{0})) {
+        ForPairs(samples, [=](Place at, auto which) { Store(which, out + at.i, mixed(at, which)); });
     } else {
-        Lanes<T> const lanes(w);
-        ForPairs(samples, [=, &lanes](int i, int lane, auto which) {
-            Store(which, out + i, Each(mix, Load(which, a + i), Load(which, b + i), Load(which, lanes.At(lane))));
+        Lanes<T> const word(c.aWord);
+        ForPairs(samples, [=, &word](Place at, auto which) {
+            StoreSelected(which, out + at.i, mixed(at, which), pass + at.i, word.At(at.iLane));
         });
     }
 }
 
-void Blend8(Row const& row, BlendWeights<u8> const& c) {
+void Blend8(Row const& row, BlendWeight<u8> const& c) {
     Blend(row, c, [](u16 a, u16 b, u16 w) { return WideMixNormMult(a, b, w); });
 }
 
-void Blend16(Row const& row, BlendWeights<u16> const& c) {
+void Blend16(Row const& row, BlendWeight<u16> const& c) {
     Blend(row, c, [](u32 a, u32 b, u32 w) { return WideMix16(a, b, w); });
 }
 
-void BlendS2_14(Row const& row, BlendWeights<s16> const& c) {
+void BlendS2_14(Row const& row, BlendWeight<s16> const& c) {
     Blend(row, c, [](s32 a, s32 b, s32 w) { return WideMixS2_14(a, b, w); });
 }
 
-void BlendFloat(Row const& row, BlendWeights<float> const& c) {
+void BlendFloat(Row const& row, BlendLanesFloat const& c) {
     float* const out = Out<float>(row.pOut);
     float const* const a = In<float>(row.pA);
     float const* const b = In<float>(row.pB);
@@ -54,7 +55,6 @@ void BlendMaskS214(Row const& row, BlendMaskS2_14 const& c) {
     s16* const out = Out<s16>(row.pOut);
     s16 const* const a = In<s16>(row.pA);
     s16 const* const b = In<s16>(row.pB);
-    s16 const* const mask = In<s16>(row.pMask);
     s32 const alpha14 = c.iAlpha14, alpha16 = c.iAlpha16;
     s32 const pass = c.bPassB ? 16384 : 0;
     s32 const backward = c.bPassB ? -1 : 0;
@@ -66,10 +66,15 @@ void BlendMaskS214(Row const& row, BlendMaskS2_14 const& c) {
         return m < 1 || selected == 0 ? pass : weight;
     };
     Lanes<s16> const selected(c.abSelected[0], c.abSelected[1], c.abSelected[2], c.abSelected[3]);
-    ForPairs(row.iPixels * c.iSamples, [=, &selected](int i, int lane, auto which) {
-        auto const weight = Each(fold, Load(which, mask + i), Load(which, selected.At(lane)));
-        auto const mix = [](s32 x, s32 y, s32 w) { return WideMixS2_14(x, y, w); };
-        Store(which, out + i, Each(mix, Load(which, a + i), Load(which, b + i), weight));
+    int const samples = row.iPixels * c.iSamples;
+    void const* const mask = row.pMask;
+    WithMaskLayout(row, [&](auto layout) {
+        ForPairs(samples, [=, &selected](Place at, auto which) {
+            auto const m = LoadMask<s16>(which, layout, mask, at);
+            auto const weight = Each(fold, m, Load(which, selected.At(at.iLane)));
+            auto const mix = [](s32 x, s32 y, s32 w) { return WideMixS2_14(x, y, w); };
+            Store(which, out + at.i, Each(mix, Load(which, a + at.i), Load(which, b + at.i), weight));
+        });
     });
 }
 

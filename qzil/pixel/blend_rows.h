@@ -4,11 +4,17 @@
 
 namespace qzil {
 
-/// Weights of B for the channels of a pixel; a channel that is not selected has the weight that gives the
-/// passed-through pixel, none or full.
-template <class Weight>
-struct BlendWeights {
-    Weight aWeights[4];
+/// One weight of B for the selected channels, whose word has all bits set; the others take the passed-through pixel.
+template <class T>
+struct BlendWeight {
+    T oWeight;
+    T aWord[4];
+    int iSamples;
+};
+
+/// Float without a mask: a channel that is not selected has the weight 0 or 1 that stands for the passed-through pixel.
+struct BlendLanesFloat {
+    float aWeights[4];
     int iSamples;
 };
 
@@ -37,10 +43,10 @@ struct GeneralBlendWeights {
 };
 
 struct BlendRows {
-    kernel::TypedRow<BlendWeights<u8>> pBlend8;
-    kernel::TypedRow<BlendWeights<u16>> pBlend16;
-    kernel::TypedRow<BlendWeights<s16>> pBlendS2_14;
-    kernel::TypedRow<BlendWeights<float>> pBlendFloat;
+    kernel::TypedRow<BlendWeight<u8>> pBlend8;
+    kernel::TypedRow<BlendWeight<u16>> pBlend16;
+    kernel::TypedRow<BlendWeight<s16>> pBlendS2_14;
+    kernel::TypedRow<BlendLanesFloat> pBlendFloat;
     kernel::TypedRow<BlendMaskS2_14> pBlendMaskS2_14;
     kernel::TypedRow<BlendMaskFloat> pBlendMaskFloat;
     kernel::TypedRow<GeneralBlendWeights> pGeneral8;

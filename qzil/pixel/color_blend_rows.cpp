@@ -12,8 +12,9 @@ void ScaleAdd(Row const& row, ScaleAdd8 const& c) {
     u8 const* const in = In<u8>(row.pA);
     Lanes<u8> const scale(c.aScale), add(c.aAdd);
     auto const rule = [](u16 v, u16 s, u16 a) { return static_cast<u16>(WideNormMult(s, v) + a); };
-    ForPairs(row.iPixels * c.iSamples, [=, &scale, &add](int i, int lane, auto which) {
-        Store(which, out + i, Each(rule, Load(which, in + i), Load(which, scale.At(lane)), Load(which, add.At(lane))));
+    ForPairs(row.iPixels * c.iSamples, [=, &scale, &add](Place at, auto which) {
+        auto const s = Load(which, scale.At(at.iLane)), a = Load(which, add.At(at.iLane));
+        Store(which, out + at.i, Each(rule, Load(which, in + at.i), s, a));
     });
 }
 
@@ -22,12 +23,15 @@ template <class T, class Rule>
 QZIL_INLINE void ForMasked(Row const& row, ColorBlendConstants<T> const& c, Rule rule) {
     T* const out = Out<T>(row.pOut);
     T const* const in = In<T>(row.pA);
-    T const* const mask = In<T>(row.pMask);
+    void const* const mask = row.pMask;
     Lanes<T> const color(c.aColor), weight(c.aWeight);
-    ForPairs(row.iPixels * c.iSamples, [=, &color, &weight](int i, int lane, auto which) {
-        Store(which, out + i,
-              Each(rule, Load(which, in + i), Load(which, color.At(lane)), Load(which, weight.At(lane)),
-                   Load(which, mask + i)));
+    int const samples = row.iPixels * c.iSamples;
+    WithMaskLayout(row, [&](auto layout) {
+        ForPairs(samples, [=, &color, &weight](Place at, auto which) {
+            auto const to = Load(which, color.At(at.iLane)), w = Load(which, weight.At(at.iLane));
+            auto const m = LoadMask<T>(which, layout, mask, at);
+            Store(which, out + at.i, Each(rule, Load(which, in + at.i), to, w, m));
+        });
     });
 }
 
@@ -45,9 +49,9 @@ void Blend16(Row const& row, ColorBlendConstants<u16> const& c) {
     u16 const* const in = In<u16>(row.pA);
     Lanes<u16> const color(c.aColor), weight(c.aWeight);
     auto const rule = [](u32 v, u32 to, u32 w) { return WideMix16(v, to, w); };
-    ForPairs(row.iPixels * c.iSamples, [=, &color, &weight](int i, int lane, auto which) {
-        Store(which, out + i,
-              Each(rule, Load(which, in + i), Load(which, color.At(lane)), Load(which, weight.At(lane))));
+    ForPairs(row.iPixels * c.iSamples, [=, &color, &weight](Place at, auto which) {
+        auto const to = Load(which, color.At(at.iLane)), w = Load(which, weight.At(at.iLane));
+        Store(which, out + at.i, Each(rule, Load(which, in + at.i), to, w));
     });
 }
 
@@ -77,7 +81,7 @@ void BlendFloat(Row const& row, ColorBlendConstants<float> const& c) {
 void BlendS2_14(Row const& row, ColorBlendConstants<float> const& c) {
     s16* const out = Out<s16>(row.pOut);
     s16 const* const in = In<s16>(row.pA);
-    s16 const* const mask = In<s16>(row.pMask);
+    void const* const mask = row.pMask;
     float scales[4], adds[4];
     for (int i = 0; i < 4; ++i) {
         scales[i] = 1.0f - c.aWeight[i];
@@ -92,11 +96,17 @@ void BlendS2_14(Row const& row, ColorBlendConstants<float> const& c) {
         });
         return;
     }
-    ForLanes(samples, [=, &color, &weight](int i, int lane) {
-        float const m = static_cast<float>(Clamp<s16>(mask[i], 0, 16384)) / 16384.0f;
-        float const w = weight[lane] * m;
-        s16 const mixed = RoundToS2_14((1.0f - w) * static_cast<float>(in[i]) + color[lane] * w);
-        out[i] = mask[i] < 1 ? in[i] : mixed;
+    auto const rule = [](s32 v, s32 m, float to, float most) {
+        float const w = most * (static_cast<float>(Clamp(m, 0, 16384)) / 16384.0f);
+        s32 const mixed = RoundToS2_14((1.0f - w) * static_cast<float>(v) + to * w);
+        return m < 1 ? v : mixed;
+    };
+    WithMaskLayout(row, [&](auto layout) {
+        ForPairs(samples, [=, &color, &weight](Place at, auto which) {
+            auto const v = Load(which, in + at.i), m = LoadMask<s16>(which, layout, mask, at);
+            Two<float> const to{color[at.iLane], color[at.iLane + 1]}, most{weight[at.iLane], weight[at.iLane + 1]};
+            Store(which, out + at.i, Each(rule, v, m, to, most));
+        });
     });
 }
 

@@ -28,20 +28,20 @@ void OverWithMask(Row const& row, CompositeConstants<T> const& c) {
     T* const out = Out<T>(row.pOut);
     T const* const a = In<T>(row.pA);
     T const* const b = In<T>(row.pB);
-    T const* const mask = In<T>(row.pMask);
+    void const* const mask = row.pMask;
     Value const alpha = c.oAlpha;
+    Value const derived = c.oDerived, fill = c.oFill;
     T const none{}, full = static_cast<T>(~T{0});
     Lanes<T> const color(full, full, full, none);
-    Lanes<T> const derived(none, none, none, c.oDerived);
-    Lanes<T> const fill(none, none, none, c.oFill);
-    auto const over = [=](Value x, Value y, Value m, Value colorBits, Value derivedBits, Value fillBits) {
+    auto const over = [=](Value x, Value y, Value m, Value colorBits) {
         Value const mixed = Mix(x, y, MaskedAlpha(m, alpha));
-        return static_cast<Value>((mixed & colorBits) | ((x | y) & derivedBits) | fillBits);
+        Value const last = ((x | y) & derived) | fill;
+        return static_cast<Value>((mixed & colorBits) | (last & ~colorBits));
     };
-    ForPairs(4 * row.iPixels, [=, &color, &derived, &fill](int i, int lane, auto which) {
-        Store(which, out + i,
-              Each(over, Load(which, a + i), Load(which, b + i), Load(which, mask + i), Load(which, color.At(lane)),
-                   Load(which, derived.At(lane)), Load(which, fill.At(lane))));
+    ForPairs(4 * row.iPixels, [=, &color](Place at, auto which) {
+        auto const m = LoadMask<T>(which, PerPair{}, mask, at);
+        Store(which, out + at.i,
+              Each(over, Load(which, a + at.i), Load(which, b + at.i), m, Load(which, color.At(at.iLane))));
     });
 }
 

@@ -7,27 +7,28 @@ namespace {
 
 using kernel::Row;
 
-/// Repeats each pixel's alpha over its four samples.
-QZIL_INLINE void SpreadAlpha(u8* out, u8 const* in, int pixels) {
+/// Each pixel's alpha, widened, for both pairs of its samples.
+QZIL_INLINE void SpreadAlpha(u16* out, u8 const* in, int pixels) {
     ForEach(pixels, [=](int i) {
         u32 pixel;
         __builtin_memcpy(&pixel, in + 4 * i, sizeof pixel);
-        u32 const four = (pixel >> 24) * 0x01010101u;
-        __builtin_memcpy(out + 4 * i, &four, sizeof four);
+        u32 const alpha = pixel >> 24;
+        u32 const two = alpha | alpha << 16;
+        __builtin_memcpy(out + 2 * i, &two, sizeof two);
     });
 }
 
 /// Pixels of a stretch whose alpha is spread at a time.
 constexpr int kSpread = 256;
 
-/// Calls op(first sample, samples, alpha of each sample) for parts of a stretch.
+/// Calls op(first pixel, pixels, alpha) for parts of a stretch.
 template <class Op>
 QZIL_INLINE void ForAlpha(Row const& row, Op op) {
-    alignas(64) u8 alpha[4 * kSpread];
+    alignas(64) u16 alpha[2 * kSpread];
     for (int x = 0; x < row.iPixels; x += kSpread) {
         int const pixels = Min(kSpread, row.iPixels - x);
         SpreadAlpha(alpha, In<u8>(row.pA) + 4 * x, pixels);
-        op(4 * x, 4 * pixels, alpha);
+        op(x, pixels, alpha);
     }
 }
 
@@ -49,25 +50,24 @@ QZIL_INLINE u16 Rest(u16 weight) {
 template <class Plain, class Masked>
 QZIL_INLINE void OverColor(Row const& row, OverColor8 const& c, Plain plain, Masked masked) {
     Lanes<u8> const background(c.aBackground), word(c.aWord), isAlpha(0, 0, 0, 255);
-    ForAlpha(row, [&](int first, int samples, u8 const* alpha) {
-        u8* const out = Out<u8>(row.pOut) + first;
-        u8 const* const in = In<u8>(row.pA) + first;
-        auto const finish = [](u16 taken, u16 passed, u16 bits) { return Select(bits, taken, passed); };
-        if (row.pMask) {
-            u8 const* const mask = In<u8>(row.pMask) + first;
-            ForPairs(samples, [=, &background, &word, &isAlpha](int i, int lane, auto which) {
-                auto const v = Load(which, in + i);
-                auto const result = Each(masked, v, Load(which, alpha + i), Load(which, background.At(lane)),
-                                         Load(which, isAlpha.At(lane)), Load(which, mask + i));
-                Store(which, out + i, Each(finish, result, v, Load(which, word.At(lane))));
+    ForAlpha(row, [&](int first, int pixels, u16 const* alpha) {
+        u8* const out = Out<u8>(row.pOut) + 4 * first;
+        u8 const* const in = In<u8>(row.pA) + 4 * first;
+        u16 const* const mask = row.pMask ? In<u16>(row.pMask) + 2 * first : nullptr;
+        auto const run = [&](auto result) {
+            ForPairs(4 * pixels, [=, &background, &word, &isAlpha](Place at, auto which) {
+                auto const behind = Load(which, background.At(at.iLane)), last = Load(which, isAlpha.At(at.iLane));
+                auto const a = LoadMask<u8>(which, PerPair{}, alpha, at);
+                StoreSelected(which, out + at.i, result(Load(which, in + at.i), a, behind, last, at, which), in + at.i,
+                              word.At(at.iLane));
+            });
+        };
+        if (mask) {
+            run([=](auto v, auto a, auto behind, auto last, Place at, auto which) {
+                return Each(masked, v, a, behind, last, LoadMask<u8>(which, PerPair{}, mask, at));
             });
         } else {
-            ForPairs(samples, [=, &background, &word, &isAlpha](int i, int lane, auto which) {
-                auto const v = Load(which, in + i);
-                auto const result = Each(plain, v, Load(which, alpha + i), Load(which, background.At(lane)),
-                                         Load(which, isAlpha.At(lane)));
-                Store(which, out + i, Each(finish, result, v, Load(which, word.At(lane))));
-            });
+            run([=](auto v, auto a, auto behind, auto last, Place, auto) { return Each(plain, v, a, behind, last); });
         }
     });
 }
@@ -96,17 +96,24 @@ void Premultiplied8(Row const& row, OverColor8 const& c) {
 
 void Straight8(Row const& row, OverColor8 const& c) {
     u16 const opacity = c.uOpacity;
-    // The alpha channel's own foreground value is full.
-    auto const plain = [=](u16 v, u16 alpha, u16 background, u16 isAlpha) {
-        return WideMixNormMult(background, v | isAlpha, WideNormMult(alpha, opacity));
-    };
     auto const masked = [=](u16 v, u16 alpha, u16 background, u16 isAlpha, u16 m) {
         u16 const weight = WideNormMult(alpha, opacity);
         u16 const w = Rest(WideNormMult(m, Rest(weight)));
         u16 const covered = WideMixNormMult(v, WideMixNormMult(background, 255, weight), m);
         return Select(isAlpha, covered, WideMixNormMult(background, v, w));
     };
-    OverColor(row, c, plain, masked);
+    // The alpha channel's own foreground value is full.
+    if (opacity == 255) {
+        auto const opaque = [](u16 v, u16 alpha, u16 background, u16 isAlpha) {
+            return WideMixNormMult(background, v | isAlpha, alpha);
+        };
+        OverColor(row, c, opaque, masked);
+    } else {
+        auto const plain = [=](u16 v, u16 alpha, u16 background, u16 isAlpha) {
+            return WideMixNormMult(background, v | isAlpha, WideNormMult(alpha, opacity));
+        };
+        OverColor(row, c, plain, masked);
+    }
 }
 
 /// x * weight / 255 with sign: the rounded 257 product.

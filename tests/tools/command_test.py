@@ -1,4 +1,4 @@
-"""Runs the built command: command_test.py QZIL SAMPLES. Needs nothing but Python itself."""
+"""Runs the built command: command_test.py QZIL SOURCE_ROOT. Needs nothing but Python itself."""
 
 import os
 import pathlib
@@ -13,7 +13,8 @@ import time
 import unittest
 import zlib
 
-QZIL, SAMPLES = sys.argv[1], pathlib.Path(sys.argv[2])
+QZIL, ROOT = os.path.abspath(sys.argv[1]), pathlib.Path(sys.argv[2]).resolve()
+SAMPLES = ROOT / "samples"
 OK, DIFFERENT, USAGE, UNREADABLE, REFUSED, UNWRITABLE, INTERRUPTED = 0, 1, 2, 3, 4, 5, 130
 MONO = ["MONO_RAW_8", "MONO_RAW_8_TD", "MONO_RAW_16", "MONO_S2_14", "MONO_FLOAT", "MONO_FLOAT_BU"]
 COLOUR = ["RGBA_RAW_32", "RGBA_RAW_64", "RGBA_S2_14", "RGBA_FLOAT", "RGBA_FLOAT_BU", "BGRA_RAW_32", "DIB_RAW_32",
@@ -94,6 +95,26 @@ class Describing(Command):
         self.assertEqual(self.qzil("info", grey), f"{grey}: 24 x 17 pixels, grey, 8 bits\n")
 
 
+class Documents(Command):
+    def test_the_examples_of_the_page_run(self):
+        blocks = re.findall(r"```sh\n(.*?)```", (ROOT / "docs" / "command.md").read_text(), re.DOTALL)
+        self.assertGreater(len(blocks), 4)
+        (self.folder / "samples").symlink_to(SAMPLES)
+        environment = dict(os.environ, PATH=os.path.dirname(QZIL) + ":" + os.environ["PATH"])
+        for line in "".join(blocks).replace("\\\n", "").splitlines():
+            if line.startswith("qzil "):
+                done = subprocess.run(line, shell=True, cwd=self.folder, env=environment, capture_output=True,
+                                      text=True)
+                self.assertEqual(done.returncode, OK, f"{line}\n{done.stderr}")
+
+    def test_demo(self):
+        done = subprocess.run([ROOT / "tools" / "demo.sh", QZIL, self.folder / "demo"], capture_output=True, text=True)
+        self.assertEqual(done.returncode, OK, done.stderr)
+        for line in done.stdout.splitlines():
+            self.assertIn("pixels, RGB", self.qzil("info", line.split()[0]))
+        self.assertTrue(done.stdout.endswith("contact-sheet.png\n"))
+
+
 class Comparing(Command):
     def test_diff_finds_the_first_place(self):
         b = self.draw("b.png", lambda x, y: (picture(x, y)[0], picture(x, y)[1] + (4 if (x, y) == (5, 6) else 0),
@@ -133,13 +154,15 @@ class Formats(Command):
 
     def test_effects_agree_in_every_format(self):
         b = self.draw("b.png", lambda x, y: (255 - y * 9, x * 5, 200, 255))
-        mask = self.draw("m.png", lambda x, y: (x * 11) % 256)
+        mask = self.draw("m.png", lambda x, y: (x * 11 + y * 29) % 256)
         # At 8 bits a blend through a mask rounds four products, all others two at most.
         cases = [("blend", 2, 1, ["--alpha", 0.2]), ("blend", 2, 2, ["--alpha", 0.2, "--mask", mask]),
                  ("invert", 1, 0.01, []), ("color-blend", 1, 1, ["--color", "#2080c0", "--alpha", 0.6]),
                  ("copy-over", 2, 1, ["--mask", mask]), ("composite", 2, 1, ["--mask", mask]),
                  ("over-color", 1, 1, ["--background", "0,1,0", "--opacity", 0.4]),
-                 ("lut", 1, 1, ["--curve", "0:1,1:0.2"]), ("general-blend", 2, 1, [])]
+                 ("lut", 1, 1, ["--curve", "0:1,1:0.2"]), ("general-blend", 2, 1, []),
+                 ("copy", 1, 0.01, ["--roi", "3,2,10,5", "--offset", "1,9"]),
+                 ("invert", 1, 0.01, ["--field", "odd", "--mask-rect", "2,3,7,8"])]
         for effect, inputs, most, arguments in cases:
             formats = [f for f in COLOUR if f"* MFIF_{f}\n" in self.qzil("describe", effect)]
             reference = self.folder / "reference.png"
@@ -258,14 +281,16 @@ class Failing(Command):
         self.refused("blend: 1 input picture is given, but the effect takes 2 (a, b).", "run", "blend", self.a, "-o",
                      self.out)
         for arguments in ([], ["run"], ["run", "blnd"], ["frobnicate"], [*run, "--alpah", "1"], [*run, "--roi", ""],
-                          [*run, "--alpha", ""], run[:-2], ["diff", self.a], ["run", "copy", self.a, "--dominant", "a"]):
+                          [*run, "--alpha", ""], run[:-2], ["diff", self.a],
+                          ["run", "copy", self.a, "--dominant", "a", "-o", self.out]):
             self.assertTrue(self.qzil(*arguments, code=USAGE).startswith("qzil: "), arguments)
 
     def test_unreadable(self):
         broken = self.folder / "broken.png"
         broken.write_bytes(self.a.read_bytes()[:60])
         for path in (self.folder / "missing.png", broken, self.folder):
-            for arguments in (["info", path], ["hash", path], ["diff", self.a, path], ["run", "invert", path, "-o", self.out],
+            for arguments in (["info", path], ["hash", path], ["diff", self.a, path],
+                              ["run", "invert", path, "-o", self.out],
                               ["run", "invert", self.a, "--mask", path, "-o", self.out]):
                 sentence = self.qzil(*arguments, code=UNREADABLE)
                 self.assertIn(str(path), sentence)

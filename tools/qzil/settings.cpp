@@ -8,7 +8,6 @@
 #include <array>
 #include <cctype>
 #include <charconv>
-#include <iostream>
 
 namespace qzil::command {
 
@@ -150,6 +149,21 @@ void AddOptions(CLI::App& app, Settings& settings, Texts& texts) {
     add("--dominant", texts.sDominant, "a or b: the input that decides which pixels exist (default a)");
 }
 
+std::vector<catalog::Value> ParseValues(catalog::Entry const& entry, CLI::App const& app,
+                                        std::vector<std::string> const& texts) {
+    std::vector<catalog::Value> values;
+    try {
+        for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
+            catalog::Parameter const& parameter = entry.oParameters[i];
+            bool const given = app.count("--" + parameter.sName) != 0;
+            values.push_back(given ? ParseValue(parameter, texts[i]) : parameter.oDefault);
+        }
+    } catch (std::invalid_argument const& error) {
+        throw Failure(kWrongUsage, error.what());
+    }
+    return values;
+}
+
 void CheckCounts(Settings const& settings) {
     catalog::Entry const& entry = *settings.pEntry;
     std::size_t const wanted = entry.oInputs.size(), given = settings.oInputs.size();
@@ -207,15 +221,7 @@ std::optional<Settings> ParseSettings(catalog::Entry const& entry, std::vector<s
                       entry.sName + ": " + error.what() + " (qzil run " + entry.sName + " --help tells more)");
     }
     CheckCounts(settings);
-    try {
-        for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
-            catalog::Parameter const& parameter = entry.oParameters[i];
-            bool const given = app.count("--" + parameter.sName) != 0;
-            settings.oValues.push_back(given ? ParseValue(parameter, texts.oParameters[i]) : parameter.oDefault);
-        }
-    } catch (std::invalid_argument const& error) {
-        throw Failure(kWrongUsage, error.what());
-    }
+    settings.oValues = ParseValues(entry, app, texts.oParameters);
     settings.oFormat = ParseFormat(entry, texts.sFormat);
     settings.oMaskRect = ParseBox(entry, "--mask-rect", texts.sMaskRect);
     settings.oRoi = ParseBox(entry, "--roi", texts.sRoi);

@@ -1,0 +1,265 @@
+#include "frame/effects_under_test.h"
+
+namespace qzil::test {
+namespace {
+
+template <class Effect>
+class Refusal : public testing::Test {};
+TYPED_TEST_SUITE(Refusal, AllEffects);
+
+// All faults at once, mended one by one in the order of the checks: each mending brings the next code out.
+TYPED_TEST(Refusal, OfTheFrameComesInOrder) {
+    TypeParam effect;
+    SetGoodParameters(effect);
+    effect.SetProcessingMode(1);
+    auto const output = MakeImage(MFIF_CbYCrY_16_FR, 16, 8), empty = WithoutPixels(MFIF_CbYCrY_16_FR);
+    auto const mask16 = MakeImage(MFIF_MONO_RAW_16, 16, 8), mask8 = MakeImage(MFIF_MONO_RAW_8, 16, 8);
+    auto const badMask = MakeImage(MFIF_BGRA_RAW_32, 16, 8), emptyMask = WithoutPixels(MFIF_BGRA_RAW_32);
+    effect.SetROI({3, 0, 17, 8});
+    effect.SetMask(0, 0, 17, 8, emptyMask.Get(), 1);
+    EXPECT_TRUE(Refuses(effect, 0x10002));
+    effect.SetOutputImg(empty.Get());
+    EXPECT_TRUE(Refuses(effect, 0x10003));
+    effect.SetOutputImg(output.Get());
+    EXPECT_TRUE(Refuses(effect, 0x10005));
+    effect.SetMask(0, 0, 17, 8, badMask.Get(), 16);
+    EXPECT_TRUE(Refuses(effect, 0x10006));
+    effect.SetMask(0, 0, 16, 8, badMask.Get(), 16);
+    EXPECT_TRUE(Refuses(effect, 0x10007));
+    effect.SetMask(0, 0, 16, 8, mask16.Get(), 1);
+    EXPECT_TRUE(Refuses(effect, 0x10008));
+    effect.SetMask(0, 0, 16, 8, mask16.Get(), 16);
+    EXPECT_TRUE(Refuses(effect, 0x10009));
+    effect.SetMask(0, 0, 16, 8, mask8.Get(), 16);
+    EXPECT_TRUE(Refuses(effect, 0x1000A));
+    effect.SetROI({3, 0, 13, 8});
+    if constexpr (std::is_same_v<TypeParam, qzILCompositeImg>) {
+        effect.SetProcessingMode(0);  // its Verify selects every channel by itself
+    } else {
+        EXPECT_TRUE(Refuses(effect, 0x20002));
+        effect.SetProcessingMode(7);
+    }
+    auto const rgba = MakeImage(MFIF_RGBA_RAW_32, 16, 8), same = MakeImage(MFIF_CbYCrY_16_FR, 16, 8);
+    auto const other = MakeImage(MFIF_RGBA_RAW_32, 16, 8);
+    if constexpr (kIsDyadic<TypeParam>) {
+        EXPECT_TRUE(Refuses(effect, 0x10013));
+        effect.SetInputImgA(empty.Get());
+        effect.SetDominantInput(other.Get());
+        EXPECT_TRUE(Refuses(effect, 0x10014));
+        auto const emptyB = WithoutPixels(MFIF_RGBA_RAW_32);
+        effect.SetInputImgB(emptyB.Get());
+        EXPECT_TRUE(Refuses(effect, 0x10015));
+        effect.SetInputImgA(same.Get());
+        EXPECT_TRUE(Refuses(effect, 0x10016));
+        effect.SetInputImgB(rgba.Get());
+        if constexpr (!std::is_same_v<TypeParam, qzILCompositeImg>) {
+            effect.SetDominantInput(other.Get());
+            EXPECT_TRUE(Refuses(effect, 0x10017));
+        }
+        effect.SetDominantInput(same.Get());
+    } else {
+        EXPECT_TRUE(Refuses(effect, 0x1000B));
+        effect.SetInputImg(empty.Get());
+        EXPECT_TRUE(Refuses(effect, 0x1000C));
+        effect.SetInputImg(rgba.Get());
+    }
+    EXPECT_TRUE(Refuses(effect, 0x20001));
+    effect.SetMask(0, 0, 16, 8, nullptr, 16);
+    EXPECT_TRUE(Refuses(effect, 0x10060));
+    effect.SetROI({0, 0, 16, 8});
+    EXPECT_TRUE(Refuses(effect, 0x1000E));
+    SetInputs(effect, same.Get());
+    if constexpr (requires { TypeParam::GetFormats(); }) {
+        EXPECT_TRUE(Refuses(effect, 0x1000D));
+    } else {
+        EXPECT_TRUE(Accepts(effect));
+    }
+}
+
+TYPED_TEST(Refusal, OfAMaskThatIsTheOutput) {
+    TypeParam effect;
+    SetGoodParameters(effect);
+    constexpr bool kAllChannels = std::is_same_v<TypeParam, qzILCompositeImg>;
+    auto const image = MakeImage(MFIF_RGBA_RAW_32, 16, 8), other = MakeImage(MFIF_RGBA_RAW_32, 16, 8);
+    auto const mono = MakeImage(MFIF_MONO_RAW_8, 16, 8);
+    SetInputs(effect, image.Get());
+    effect.SetOutputImg(image.Get());
+    effect.SetMask(0, 0, 16, 8, image.Get(), 8);
+    effect.SetProcessingMode(7);
+    if (kAllChannels) {
+        EXPECT_TRUE(Refuses(effect, 0x1006C));
+        return;
+    }
+    EXPECT_TRUE(Accepts(effect));
+    effect.SetProcessingMode(15);
+    EXPECT_TRUE(Refuses(effect, 0x1006C)) << "mask channel processed";
+    effect.SetProcessingMode(7);
+    SetInputs(effect, other.Get());
+    EXPECT_TRUE(Refuses(effect, 0x1006C)) << "input elsewhere";
+    SetInputs(effect, image.Get());
+    effect.SetROI({2, 0, 8, 8});
+    EXPECT_TRUE(Refuses(effect, 0x1006C)) << "shifted";
+    effect.SetOutputOffset({2, 0});
+    EXPECT_TRUE(Accepts(effect));
+    if constexpr (kIsDyadic<TypeParam>) {
+        effect.SetInputImgA(other.Get());
+        EXPECT_TRUE(Accepts(effect)) << "dominant B";
+        effect.SetInputOffset({2, 0});
+        EXPECT_TRUE(Refuses(effect, 0x1006C)) << "B is shifted";
+        effect.SetOutputOffset({0, 0});
+        EXPECT_TRUE(Accepts(effect)) << "output and input offset meet";
+        effect.SetInputOffset({0, 0});
+    }
+    effect.SetROI({0, 0, 16, 8});
+    effect.SetOutputOffset({0, 0});
+    SetInputs(effect, mono.Get());
+    effect.SetOutputImg(mono.Get());
+    effect.SetMask(0, 0, 16, 8, mono.Get(), 16);
+    EXPECT_TRUE(Refuses(effect, 0x1006C)) << "one channel";
+}
+
+TEST(FrameRefusal, MaskChannelMustSuitTheMask) {
+    qzILInvertImg effect;
+    auto const image = MakeImage(MFIF_RGBA_RAW_32, 4, 4), four = MakeImage(MFIF_RGBA_RAW_32, 4, 4);
+    auto const one = MakeImage(MFIF_MONO_RAW_8, 4, 4);
+    effect.SetInputImg(image.Get());
+    effect.SetOutputImg(image.Get());
+    for (unsigned channel = 0; channel <= 17; ++channel) {
+        effect.SetMask(0, 0, 4, 4, four.Get(), channel);
+        bool const single = channel == 1 || channel == 2 || channel == 4 || channel == 8;
+        EXPECT_TRUE(single ? Accepts(effect) : Refuses(effect, 0x10008)) << "channel " << channel << " of four";
+        effect.SetMask(0, 0, 4, 4, one.Get(), channel);
+        EXPECT_TRUE(channel == 16 ? Accepts(effect) : Refuses(effect, 0x10008)) << "channel " << channel << " of one";
+    }
+}
+
+TEST(FrameRefusal, EightMaskFormats) {
+    for (auto const& entry : AllFormats()) {
+        auto const mask = MakeImage(entry.oFormat, 4, 4);
+        if (!mask || Bytes(mask).empty()) continue;
+        unsigned channels = 0, size = 0;
+        mask->GetNumChannels(&channels);
+        mask->GetChannelSize(&size);
+        auto const image = MakeImage(size == 1 ? MFIF_RGBA_RAW_32 : size == 2 ? MFIF_RGBA_RAW_64 : MFIF_RGBA_FLOAT, 4, 4);
+        qzILCopyImg effect;
+        effect.SetInputImg(image.Get());
+        effect.SetOutputImg(image.Get());
+        effect.SetMask(0, 0, 4, 4, mask.Get(), channels == 1 ? 16u : 1u);
+        bool const accepted = entry.oFormat == MFIF_RGBA_RAW_32 || entry.oFormat == MFIF_RGBA_RAW_64 ||
+                              entry.oFormat == MFIF_MONO_RAW_8 || entry.oFormat == MFIF_MONO_RAW_16 ||
+                              entry.oFormat == MFIF_MONO_FLOAT || entry.oFormat == MFIF_MONO_S2_14 ||
+                              entry.oFormat == MFIF_RGBA_FLOAT || entry.oFormat == MFIF_RGBA_S2_14;
+        EXPECT_TRUE(accepted ? Accepts(effect) : Refuses(effect, 0x10007)) << entry.pName;
+    }
+}
+
+TEST(FrameRefusal, RegionMustFitTheOutput) {
+    struct Case {
+        qzILBbox2l oRoi;
+        qzILVector2l oOffset;
+        bool bFits;
+    };
+    Case const cases[] = {{{0, 0, 16, 8}, {0, 0}, true},   {{5, 5, 16, 8}, {0, 0}, true},  {{0, 0, 17, 8}, {0, 0}, false},
+                          {{0, 0, 16, 9}, {0, 0}, false},  {{0, 0, 8, 4}, {8, 4}, true},   {{0, 0, 8, 4}, {9, 4}, false},
+                          {{0, 0, 8, 4}, {-1, 0}, false},  {{0, 0, 8, 4}, {0, -1}, false}, {{0, 0, 0, 0}, {0, 0}, true},
+                          {{7, 7, 0, 0}, {0, 0}, true},    {{0, 0, 0, 0}, {1, 0}, false},  {{0, 0, 4, 0}, {0, 0}, false},
+                          {{0, 0, -1, -1}, {0, 0}, false}, {{0, 0, 0x7FFFFFFF, 8}, {2, 0}, false}};
+    auto const image = MakeImage(MFIF_RGBA_RAW_32, 16, 8);
+    for (Case const& c : cases) {
+        qzILInvertImg effect;
+        effect.SetInputImg(image.Get());
+        effect.SetOutputImg(image.Get());
+        effect.SetROI(c.oRoi);
+        effect.SetOutputOffset(c.oOffset);
+        EXPECT_TRUE(c.bFits ? Accepts(effect) : Refuses(effect, 0x1000A))
+            << "roi " << c.oRoi.Origin.x << ' ' << c.oRoi.Origin.y << ' ' << c.oRoi.Size.x << ' ' << c.oRoi.Size.y
+            << " offset " << c.oOffset.x << ' ' << c.oOffset.y;
+    }
+}
+
+TEST(FrameRefusal, ChannelsOfVideo) {
+    for (GUID const& format : {MFIF_CbYCrY_16, MFIF_CbYCrYA_24, MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8}) {
+        auto const image = MakeImage(format, 4, 4);
+        for (unsigned mode = 0; mode < 32; ++mode) {
+            qzILInvertImg effect;
+            effect.SetInputImg(image.Get());
+            effect.SetOutputImg(image.Get());
+            effect.SetProcessingMode(mode);
+            unsigned const bits = mode & 15;
+            bool const accepted = format == MFIF_CbYCrY_16    ? (bits & 7) == 7
+                                  : format == MFIF_CbYCrYA_24 ? bits == 15 || bits == 7 || bits == 8
+                                                              : true;
+            EXPECT_TRUE(accepted ? Accepts(effect) : Refuses(effect, 0x20002)) << NameOf(format) << " mode " << mode;
+        }
+    }
+}
+
+struct RegionCase {
+    char const* pWhat;
+    unsigned uCode;
+    GUID oFormat = MFIF_CbYCrY_16;
+    qzILBbox2l oRoi{0, 0, 16, 8};
+    qzILVector2l oOutputOffset{};
+    int iOutputWidth = 16;
+    int iWidthA = 16;
+    int iHeightA = 8;
+    int iWidthB = 0;  ///< 0: one input
+    qzILVector2l oOffsetB{};
+    qzILBbox2l oMaskRect{0, 0, 0x7FFFFFFF, 0x7FFFFFFF};
+    bool bMask = false;
+    int iAllowAny = 0;
+    unsigned uPrimary = 0;
+    qzILVector2l oOffsetA{};
+};
+
+TEST(FrameRefusal, VerifyRoiAndMask) {
+    GUID const fields = MFIF_CbYCrY_16_SF_TFL;
+    RegionCase const cases[] = {
+        {.pWhat = "whole", .uCode = 0},
+        {.pWhat = "RGB takes anything", .uCode = 0, .oFormat = MFIF_RGBA_RAW_32, .oRoi = {1, 0, 3, 8}, .oOutputOffset = {5, 0}, .oMaskRect = {1, 0, 1, 1}, .bMask = true},
+        {.pWhat = "mono takes anything", .uCode = 0, .oFormat = MFIF_MONO_RAW_8, .oRoi = {1, 0, 3, 8}, .oOutputOffset = {5, 0}, .bMask = true},
+        {.pWhat = "mask image", .uCode = 0x20001, .bMask = true},
+        {.pWhat = "clipping mask rectangle", .uCode = 0x20001, .oMaskRect = {0, 0, 15, 8}},
+        {.pWhat = "wide mask rectangle", .uCode = 0, .oMaskRect = {-2, -2, 30, 30}},
+        {.pWhat = "clipping before pairs", .uCode = 0x20001, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 3, 8}, .oMaskRect = {0, 0, 2, 8}},
+        {.pWhat = "odd start", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 14, 8}},
+        {.pWhat = "even start", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 14, 8}},
+        {.pWhat = "odd width inside", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 13, 8}},
+        {.pWhat = "odd width at the edge", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 13, 8}, .oOutputOffset = {}, .iOutputWidth = 13},
+        {.pWhat = "odd place", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {0, 0, 14, 8}, .oOutputOffset = {1, 0}},
+        {.pWhat = "odd start and odd place", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 14, 8}, .oOutputOffset = {1, 0}},
+        {.pWhat = "no input there", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 4, 8}},
+        {.pWhat = "no input, odd offset", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 4, 8}, .oOutputOffset = {1, 0}},
+        {.pWhat = "no input, odd width inside", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 3, 8}},
+        {.pWhat = "no input, odd width at the edge", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 3, 8}, .oOutputOffset = {12, 0}, .iOutputWidth = 15},
+        {.pWhat = "B at an odd place", .uCode = 0x10060, .iWidthB = 8, .oOffsetB = {3, 0}},
+        {.pWhat = "B at an even place", .uCode = 0, .iWidthB = 8, .oOffsetB = {2, 0}},
+        {.pWhat = "B of odd width", .uCode = 0x10060, .iWidthB = 7, .oOffsetB = {2, 0}},
+        {.pWhat = "odd A primary, even B", .uCode = 0x10060, .iWidthA = 15, .iWidthB = 8},
+        {.pWhat = "odd A, B primary", .uCode = 0, .iOutputWidth = 16, .iWidthA = 16, .iWidthB = 16, .uPrimary = 1},
+        {.pWhat = "whole field picture", .uCode = 0, .oFormat = fields},
+        {.pWhat = "part of a field picture", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 6}},
+        {.pWhat = "shifted field picture", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 2, 16, 8}},
+        {.pWhat = "field picture put elsewhere", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 8}, .oOutputOffset = {0, 2}},
+        {.pWhat = "field input of another size", .uCode = 0x10062, .oFormat = fields, .iHeightA = 10},
+        {.pWhat = "field inputs at a distance", .uCode = 0x10061, .oFormat = fields, .iWidthB = 16, .oOffsetB = {0, 2}},
+        {.pWhat = "field region before size", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .iHeightA = 10},
+        {.pWhat = "field size before place", .uCode = 0x10062, .oFormat = fields, .iHeightA = 10, .oOffsetA = {0, 2}},
+        {.pWhat = "mask before fields", .uCode = 0x20001, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .bMask = true},
+        {.pWhat = "any field region", .uCode = 0, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .iAllowAny = 1},
+        {.pWhat = "any field region, odd start", .uCode = 0x10060, .oFormat = fields, .oRoi = {1, 0, 14, 6}, .iAllowAny = 1},
+    };
+    for (RegionCase const& c : cases) {
+        auto const a = MakeImage(c.oFormat, c.iWidthA, c.iHeightA), output = MakeImage(c.oFormat, c.iOutputWidth, 8);
+        auto const b = MakeImage(c.oFormat, c.iWidthB ? c.iWidthB : 1, 8), mask = MakeImage(MFIF_MONO_RAW_8, 16, 8);
+        IXFImage* inputs[] = {a.Get(), b.Get()};
+        qzILVector2l const offsets[] = {c.oOffsetA, c.oOffsetB};
+        EXPECT_EQ(qzILVerifyROIAndMask(c.iAllowAny, inputs, offsets, c.iWidthB ? 2 : 1, output.Get(),
+                                       c.bMask ? mask.Get() : nullptr, c.oMaskRect, c.oRoi, c.oOutputOffset, c.uPrimary),
+                  c.uCode)
+            << c.pWhat;
+    }
+}
+
+}  // namespace
+}  // namespace qzil::test

@@ -1,0 +1,266 @@
+#pragma once
+
+#include "model/rules.h"
+#include "support/picture.h"
+#include "support/plain_layout.h"
+
+#include "qzil/frame/dyadic.h"
+#include "qzil/frame/monadic.h"
+#include "qzil/image/image_ops.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstring>
+#include <span>
+#include <string>
+#include <vector>
+
+/// Runs one scene through an effect and through its plain model.
+namespace qzil::test::model {
+
+enum class Kind { Rgba, Mono, Video };
+enum class Planes { Split, Whole };  ///< how an effect sees images with an alpha plane
+
+/// One line of a picture, as a model sees it. An alpha plane that is processed for itself is a mono line.
+template <class T>
+struct Line {
+    Kind eKind;
+    GUID oFormat;
+    int iWidth;
+    unsigned uMode;
+    bool bDominantB;
+    T const* pA;
+    T const* pB;
+    T const* pP;          ///< the dominant input
+    T const* pMask;       ///< null without a mask
+    T const* pAlphaIn;    ///< alpha plane, when it is seen together with the colours
+    T* pOut;
+    T* pAlphaOut;
+
+    int Samples() const { return eKind == Kind::Rgba ? 4 : eKind == Kind::Mono ? 1 : 2; }
+    bool Selects(int channel) const { return eKind == Kind::Mono || (uMode >> channel & 1); }
+    /// Stores a pixel's result by mask and channel selection.
+    template <class MixRule>
+    void Commit(int x, T const* result, MixRule mix) const {
+        for (int c = 0, n = Samples(); c < n; ++c) {
+            int const i = x * n + c;
+            T const p = pP[i];
+            if (!Selects(c) || (pMask && IsNone(pMask[x]))) {
+                pOut[i] = p;
+            } else {
+                pOut[i] = !pMask || IsFull(pMask[x]) ? result[c] : mix(pMask[x], p, result[c]);
+            }
+        }
+    }
+};
+
+struct Scene {
+    GUID oFormat{};
+    int iWidth = 8;
+    int iHeight = 2;
+    unsigned uMode = 15;
+    XFImageChannel uMask = 0;  ///< 0: no mask; 16: one channel; 1, 2, 4, 8: that channel of four
+    bool bDominantB = false;
+    int iInPlace = 0;  ///< 1: the output is input A, 2: it is input B
+    bool bSpecials = false;
+    std::uint64_t uSeed = 1;
+    Ref<IXFImage> oA{}, oB{}, oOut{}, oMask{};
+
+    /// Makes the images, with random and end values.
+    void Make();
+    IXFImage* Output() const { return iInPlace == 1 ? oA.Get() : iInPlace == 2 ? oB.Get() : oOut.Get(); }
+    IXFImage* Dominant() const { return bDominantB ? oB.Get() : oA.Get(); }
+    std::string Describe() const;
+};
+
+std::string ParamName(testing::TestParamInfo<GUID> const& info);
+GUID MaskFormat(GUID const& format, bool fourChannels);
+/// Fills by channel type, half of the samples end values.
+void FillEnds(IXFImage* image, std::uint64_t seed, bool specials);
+void FillMask(IXFImage* image, std::uint64_t seed);
+/// Puts the same value of 0 to 255 through a function of x and y into a channel (or all, -1) of an 8-bit image.
+template <class Fn>
+void FillBytes(IXFImage* image, int channel, Fn value) {
+    PlainLayout const layout(image);
+    auto const bytes = Bytes(image);
+    int const n = static_cast<int>(layout.PixelStep());
+    for (int y = 0; y < layout.iHeight; ++y) {
+        for (int x = 0; x < layout.iWidth; ++x) {
+            for (int c = 0; c < n; ++c) {
+                if (channel >= 0 && c != channel) continue;
+                bytes[layout.Pixel(x, y) + static_cast<std::size_t>(c)] = static_cast<u8>(value(x, y, c));
+            }
+        }
+    }
+}
+/// Fills every 16-bit sample of a 256 x 256 image with a number of its own pixel, 0 to 65535.
+void FillAllWords(IXFImage* image);
+
+inline constexpr int kWidths[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 17, 64, 67, 130, 600};
+inline constexpr XFImageChannel kMasks[] = {0, 16, 1, 2, 4, 8};
+
+enum Sweep : unsigned { kDyadic = 1, kMasked = 2, kSpecials = 4, kVideoMasks = 8, kStandardModes = 16 };
+
+/// Every mask, channel selection, dominant input and width for a format; the parameters are `fn`'s business.
+template <class Fn>
+void ForEachScene(GUID const& format, unsigned sweep, Fn fn) {
+    bool const video = IsFormatYCC(format);
+    std::uint64_t seed = 1;
+    for (XFImageChannel const mask : kMasks) {
+        if (mask && (!(sweep & kMasked) || (video && !(sweep & kVideoMasks)))) continue;
+        for (unsigned mode = 0; mode < 16; ++mode) {
+            bool const standard = mode == 7 || mode == 15 || (mode == 8 && IsFormatWithSeparateAlpha(format));
+            if ((video && (mask || sweep & kStandardModes) && !standard)) continue;
+            for (int dominant = 0; dominant < (sweep & kDyadic ? 2 : 1); ++dominant) {
+                for (int const width : kWidths) {
+                    Scene scene{.oFormat = format, .iWidth = width, .uMode = mode, .uMask = mask};
+                    scene.iHeight = 2 + static_cast<int>(seed % 2);
+                    scene.bDominantB = dominant != 0;
+                    scene.iInPlace = static_cast<int>(seed % 7);
+                    if (scene.iInPlace > (sweep & kDyadic ? 2 : 1)) scene.iInPlace = 0;
+                    scene.bSpecials = (sweep & kSpecials) && seed % 3 == 0;
+                    scene.uSeed = ++seed;
+                    scene.Make();
+                    fn(scene);
+                    if (testing::Test::HasFailure()) return;
+                }
+            }
+        }
+    }
+}
+
+template <class Fn>
+void VisitType(XFChannelType type, Fn fn) {
+    switch (type) {
+        case XFChannelTypeUInt8: return fn(u8{});
+        case XFChannelTypeUInt16: return fn(u16{});
+        case XFChannelTypeS2_14: return fn(short{});
+        case XFChannelTypeFloat: return fn(float{});
+        default: ADD_FAILURE() << "channel type " << type;
+    }
+}
+
+/// Mask values of a line.
+template <class T>
+std::vector<T> MaskLine(Scene const& scene, int y) {
+    std::vector<T> values;
+    if (!scene.oMask) return values;
+    PlainLayout const layout(scene.oMask.Get());
+    auto const bytes = Bytes(scene.oMask);
+    auto const channel = scene.uMask == 16 ? 0 : std::bit_width(scene.uMask) - 1;
+    for (int x = 0; x < scene.iWidth; ++x) {
+        T value;
+        std::memcpy(&value, &bytes[layout.Pixel(x, y)] + static_cast<std::size_t>(channel) * sizeof(T), sizeof(T));
+        values.push_back(value);
+    }
+    return values;
+}
+
+/// Sends every line of a scene through a model, over the bytes that the output holds before.
+template <class T, class Model>
+void RunModel(Scene const& scene, Model const& model, std::span<unsigned char> out, Planes planes) {
+    std::vector<unsigned char> const a(Bytes(scene.oA).begin(), Bytes(scene.oA).end());
+    std::vector<unsigned char> const b(Bytes(scene.oB).begin(), Bytes(scene.oB).end());
+    auto const& p = scene.bDominantB ? b : a;
+    PlainLayout const layout(scene.oA.Get());
+    GUID const& format = scene.oFormat;
+    auto const at = [](auto& bytes, std::size_t place) { return reinterpret_cast<T*>(&bytes[place]); };
+    auto const in = [](auto& bytes, std::size_t place) { return reinterpret_cast<T const*>(&bytes[place]); };
+    auto const copy = [](Line<T> const& line) { std::copy_n(line.pP, line.iWidth * line.Samples(), line.pOut); };
+    for (int y = 0; y < scene.iHeight; ++y) {
+        auto const mask = MaskLine<T>(scene, y);
+        // Split fields are walked in memory order, the mask line by line.
+        std::size_t const c = IsFormatSplitField(format) ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
+                                                         : layout.Pixel(0, y);
+        Kind const kind = IsFormatYCC(format) ? Kind::Video : IsFormatMono(format) ? Kind::Mono : Kind::Rgba;
+        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c), in(b, c), in(p, c),
+                     nullptr,  nullptr,  at(out, c),   nullptr};
+        if (!mask.empty()) line.pMask = mask.data();
+        if (!layout.HasAlphaPlane()) {
+            model(line);
+            continue;
+        }
+        std::size_t const s = layout.Alpha(0, y);
+        Line<T> alpha{Kind::Mono, format,  scene.iWidth, scene.uMode, scene.bDominantB, in(a, s), in(b, s), in(p, s),
+                      line.pMask, nullptr, at(out, s),   nullptr};
+        if (planes == Planes::Whole) {
+            line.pAlphaIn = alpha.pP;
+            line.pAlphaOut = alpha.pOut;
+            model(line);
+        } else {
+            scene.uMode & 7 ? model(line) : copy(line);
+            scene.uMode & 8 ? model(alpha) : copy(alpha);
+        }
+    }
+}
+
+/// Empty when the samples are equal bit by bit (two NaN are equal), else the first difference.
+template <class T>
+std::string Compare(Scene const& scene, std::span<unsigned char const> expected, std::span<unsigned char const> actual) {
+    auto const load = [](std::span<unsigned char const> bytes, std::size_t i) {
+        T value;
+        std::memcpy(&value, &bytes[i * sizeof(T)], sizeof(T));
+        return value;
+    };
+    for (std::size_t i = 0; i < expected.size() / sizeof(T); ++i) {
+        T const e = load(expected, i), f = load(actual, i);
+        if (std::memcmp(&e, &f, sizeof(T)) == 0 || (e != e && f != f)) continue;
+        std::size_t const width = static_cast<std::size_t>(scene.iWidth);
+        std::size_t const samples = PlainLayout(scene.oA.Get()).PixelStep() / sizeof(T);
+        std::size_t const colours = width * samples * static_cast<std::size_t>(scene.iHeight);
+        bool const alpha = i >= colours;
+        std::size_t const place = alpha ? i - colours : i, step = alpha ? 1 : samples;
+        std::ostringstream text;
+        text.precision(9);
+        text << (alpha ? "alpha plane" : "colour") << " memory row " << place / (width * step) << " x "
+             << place / step % width << " sample " << place % step << ": expected " << +e << ", actual " << +f
+             << "; pixel of A:";
+        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oA), i - place % step + c);
+        text << ", of B:";
+        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oB), i - place % step + c);
+        return text.str();
+    }
+    return {};
+}
+
+template <class Effect>
+void Configure(Scene const& scene, Effect& effect) {
+    if constexpr (std::is_base_of_v<qzILDyadicImgProc, Effect>) {
+        effect.SetInputImgA(scene.oA.Get());
+        effect.SetInputImgB(scene.oB.Get());
+        effect.SetDominantInput(scene.Dominant());
+    } else {
+        effect.SetInputImg(scene.oA.Get());
+    }
+    effect.SetOutputImg(scene.Output());
+    effect.SetProcessingMode(scene.uMode);
+    effect.SetMask({0, 0, scene.iWidth, scene.iHeight}, scene.oMask.Get(), scene.oMask ? scene.uMask : 16u);
+}
+
+/// The effect must give the model's bytes.
+template <class Effect, class Model>
+void ExpectModel(Scene const& scene, Effect& effect, Model const& model, std::string const& parameters = {},
+                 Planes planes = Planes::Split) {
+    Configure(scene, effect);
+    VisitType(GetChannelTypeFromFormat(scene.oFormat), [&](auto zero) {
+        using T = decltype(zero);
+        auto const output = Bytes(scene.Output());
+        std::vector<unsigned char> expected(output.begin(), output.end());
+        RunModel<T>(scene, model, expected, planes);
+        Ref<IXFImage> inputA, inputB;  // for the message, where the output overwrites an input
+        Scene before = scene;
+        if (scene.iInPlace) {
+            qzILCloneImage(scene.oA.Get(), IID_IXFImage, inputA.Out());
+            qzILCloneImage(scene.oB.Get(), IID_IXFImage, inputB.Out());
+            before.oA = inputA;
+            before.oB = inputB;
+        }
+        ASSERT_EQ(effect.Execute(), 1) << Effect::m_ClassName << ' ' << scene.Describe() << ' ' << parameters;
+        std::string const difference = Compare<T>(before, expected, output);
+        EXPECT_TRUE(difference.empty()) << Effect::m_ClassName << ' ' << scene.Describe() << ' ' << parameters << '\n'
+                                        << difference;
+    });
+}
+
+}  // namespace qzil::test::model

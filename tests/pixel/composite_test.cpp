@@ -1,0 +1,90 @@
+#include "model/cases.h"
+#include "model/composite_model.h"
+
+#include "qzil/pixel/composite.h"
+
+namespace qzil::test::model {
+namespace {
+
+class Composite : public testing::TestWithParam<GUID> {};
+
+TEST_P(Composite, EqualsModel) {
+    ForEachScene(GetParam(), kMasked | kDyadic, [](Scene& scene) {
+        if (!scene.uMask) return;
+        scene.bDominantB = false;  // what the host sets does not last
+        for (double const alpha : kAlphas) {
+            for (unsigned const mode : {1u, 2u, 3u}) {
+                if (scene.iInPlace) scene.Make();
+                qzILCompositeImg effect;
+                effect.SetAlpha(alpha);
+                effect.SetAlphaMode(mode);
+                Configure(scene, effect);
+                effect.SetDominantInput(scene.oB.Get());
+                ASSERT_EQ(effect.Verify(), 1) << effect.GetLastError();
+                EXPECT_EQ(effect.GetProcessingMode() & 15, 15u);
+                EXPECT_EQ(effect.GetDominantInput(), scene.oA.Get());
+                scene.uMode = 15;
+                ExpectModel(scene, effect, CompositeModel{alpha, mode}, Text("alpha", alpha) + Text("alpha mode", mode));
+            }
+        }
+    });
+}
+INSTANTIATE_TEST_SUITE_P(Formats, Composite, testing::ValuesIn(kComposite), ParamName);
+
+TEST(CompositeBytes, EveryAlphaThroughEveryMask) {
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 256, .iHeight = 32, .uMask = 16};
+    scene.Make();
+    FillBytes(scene.oMask.Get(), -1, [](int x, int, int) { return x; });
+    for (int a = 0; a < 256; ++a) {
+        qzILCompositeImg effect;
+        effect.SetAlpha(a / 255.0);
+        ExpectModel(scene, effect, CompositeModel{a / 255.0, 3}, Text("alpha", a / 255.0));
+    }
+}
+
+TEST(CompositeWords, EveryMaskValue) {
+    Scene scene = Square(MFIF_RGBA_RAW_64, 16);
+    FillAllWords(scene.oMask.Get());
+    for (double const alpha : kAlphas) {
+        qzILCompositeImg effect;
+        effect.SetAlpha(alpha);
+        ExpectModel(scene, effect, CompositeModel{alpha, 3}, Text("alpha", alpha));
+    }
+}
+
+TEST(Composite, AlphasAreJoinedWhereTheMaskIsEmpty) {
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .uMask = 16};
+    scene.Make();
+    FillBytes(scene.oA.Get(), -1, [](int, int, int) { return 0x30; });
+    FillBytes(scene.oB.Get(), -1, [](int, int, int) { return 0x05; });
+    FillBytes(scene.oMask.Get(), -1, [](int, int, int) { return 0; });
+    qzILCompositeImg effect;
+    Configure(scene, effect);
+    ASSERT_EQ(effect.Execute(), 1);
+    auto const out = Bytes(scene.oOut);
+    for (std::size_t i = 0; i < out.size(); ++i) ASSERT_EQ(out[i], i % 4 == 3 ? 0x35 : 0x30);
+}
+
+class CopyOver : public testing::TestWithParam<GUID> {};
+
+TEST_P(CopyOver, EqualsModel) {
+    ForEachScene(GetParam(), kMasked | kDyadic | kSpecials, [](Scene& scene) {
+        qzILCopyOverImg effect;
+        ExpectModel(scene, effect, CopyOverModel{});
+    });
+}
+INSTANTIATE_TEST_SUITE_P(Formats, CopyOver, testing::ValuesIn(kCopyOver), ParamName);
+
+TEST(CopyOverBytes, EveryPassedValueThroughEveryMask) {
+    Scene scene = Square(MFIF_MONO_RAW_8, 16);
+    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
+    for (int b = 0; b < 256; b += 5) {
+        FillBytes(scene.oB.Get(), -1, [&](int, int, int) { return b; });
+        qzILCopyOverImg effect;
+        ExpectModel(scene, effect, CopyOverModel{}, Text("b", b));
+    }
+}
+
+}  // namespace
+}  // namespace qzil::test::model
