@@ -57,7 +57,11 @@ TEST_P(Solarize, GivesTheModelsValues) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Levels, Solarize,
-                         testing::Values(kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4));
+                         testing::Values(kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4),
+                         [](auto const& instance) {
+                             constexpr char const* kNames[] = {"Baseline", "V3", "V4"};
+                             return kNames[static_cast<int>(instance.param)];
+                         });
 
 TEST(SolarizeVerify, RefusesThresholdsOutOfRangeAndOtherFormats) {
     catalog::Entry const entry = catalog::SolarizeEntry();
