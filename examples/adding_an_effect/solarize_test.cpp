@@ -56,12 +56,14 @@ TEST_P(Solarize, GivesTheModelsValues) {
     }
 }
 
+std::string LevelName(testing::TestParamInfo<kernel::CpuLevel> const& info) {
+    constexpr char const* kNames[] = {"Baseline", "V3", "V4"};
+    return kNames[static_cast<int>(info.param)];
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, Solarize,
                          testing::Values(kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4),
-                         [](auto const& instance) {
-                             constexpr char const* kNames[] = {"Baseline", "V3", "V4"};
-                             return kNames[static_cast<int>(instance.param)];
-                         });
+                         LevelName);
 
 TEST(SolarizeVerify, RefusesThresholdsOutOfRangeAndOtherFormats) {
     catalog::Entry const entry = catalog::SolarizeEntry();
