@@ -32,9 +32,9 @@ struct Line {
     bool bDominantB;
     T const* pA;
     T const* pB;
-    T const* pP;          ///< the dominant input
-    T const* pMask;       ///< null without a mask
-    T const* pAlphaIn;    ///< alpha plane, when it is seen together with the colours
+    T const* pP;        ///< the dominant input
+    T const* pMask;     ///< null without a mask
+    T const* pAlphaIn;  ///< alpha plane, when it is seen together with the colours
     T* pOut;
     T* pAlphaOut;
 
@@ -171,19 +171,20 @@ void RunModel(Scene const& scene, Model const& model, std::span<unsigned char> o
     for (int y = 0; y < scene.iHeight; ++y) {
         auto const mask = MaskLine<T>(scene, y);
         // Split fields are walked in memory order, the mask line by line.
-        std::size_t const c = IsFormatSplitField(format) ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
-                                                         : layout.Pixel(0, y);
+        std::size_t const c = IsFormatSplitField(format)
+                                  ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
+                                  : layout.Pixel(0, y);
         Kind const kind = IsFormatYCC(format) ? Kind::Video : IsFormatMono(format) ? Kind::Mono : Kind::Rgba;
-        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c), in(b, c), in(p, c),
-                     nullptr,  nullptr,  at(out, c),   nullptr};
+        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c),
+                     in(b, c), in(p, c), nullptr,      nullptr,     at(out, c),       nullptr};
         if (!mask.empty()) line.pMask = mask.data();
         if (!layout.HasAlphaPlane()) {
             model(line);
             continue;
         }
         std::size_t const s = layout.Alpha(0, y);
-        Line<T> alpha{Kind::Mono, format,  scene.iWidth, scene.uMode, scene.bDominantB, in(a, s), in(b, s), in(p, s),
-                      line.pMask, nullptr, at(out, s),   nullptr};
+        Line<T> alpha{Kind::Mono, format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, s),
+                      in(b, s),   in(p, s), line.pMask,   nullptr,     at(out, s),       nullptr};
         if (planes == Planes::Whole) {
             line.pAlphaIn = alpha.pP;
             line.pAlphaOut = alpha.pOut;
@@ -197,7 +198,8 @@ void RunModel(Scene const& scene, Model const& model, std::span<unsigned char> o
 
 /// Empty when the samples are equal bit by bit (two NaN are equal), else the first difference.
 template <class T>
-std::string Compare(Scene const& scene, std::span<unsigned char const> expected, std::span<unsigned char const> actual) {
+std::string Compare(Scene const& scene, std::span<unsigned char const> expected,
+                    std::span<unsigned char const> actual) {
     auto const load = [](std::span<unsigned char const> bytes, std::size_t i) {
         T value;
         std::memcpy(&value, &bytes[i * sizeof(T)], sizeof(T));
