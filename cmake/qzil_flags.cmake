@@ -10,3 +10,24 @@ endif()
 foreach(config RELEASE RELWITHDEBINFO)
   string(REPLACE "-O2" "-O3" CMAKE_CXX_FLAGS_${config} "${CMAKE_CXX_FLAGS_${config}}")
 endforeach()
+
+# The CPU levels that row sources are compiled for.
+set(QZIL_LEVELS baseline)
+if(NOT MSVC AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+  list(APPEND QZIL_LEVELS v3 v4)
+endif()
+
+# Makes a library of row objects one of a level.
+function(qzil_row_level target level)
+  target_compile_definitions(${target} PRIVATE QZIL_BUILDING QZIL_LEVEL=${level})
+  if(v3 IN_LIST QZIL_LEVELS)
+    target_compile_definitions(${target} PRIVATE QZIL_HAS_X86_LEVELS)
+  endif()
+  if(level STREQUAL v3)
+    target_compile_options(${target} PRIVATE -march=x86-64-v3)
+  elseif(level STREQUAL v4)
+    target_compile_options(${target} PRIVATE -march=x86-64-v4 -mprefer-vector-width=512)
+  endif()
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
+                                             VISIBILITY_INLINES_HIDDEN ON)
+endfunction()

@@ -3,6 +3,7 @@
 #include "qzil/frame/copy.h"
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/operation_rows.h"
+#include "qzil/frame/pixel_traits.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/kernel/row.h"
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "qzil/image/formats.h"
 #include "qzil/kernel/row.h"
 
 namespace qzil {
@@ -36,9 +35,5 @@ struct OperationRows {
     kernel::TypedRow<DyadicOperation> pDyadic16;
 };
 QZIL_ROW_TABLE(OperationRows)
-
-/// What a walk has to know of the formats that value functions and look-up tables serve: the 8- and 16-bit RGBA and
-/// mono formats; a sample size of 0 for all others.
-kernel::RowTraits OperationTraits(GUID const& format);
 
 }  // namespace qzil

@@ -1,6 +1,5 @@
 #include "qzil/frame/pixel_traits.h"
 
-#include "qzil/frame/operation_rows.h"
 #include "qzil/image/image_ops.h"
 
 namespace qzil {

@@ -10,6 +10,10 @@ namespace qzil {
 /// layout.
 kernel::RowTraits PixelTraits(GUID const& format, kernel::MixRule mix8);
 
+/// What a walk has to know of the formats that value functions and look-up tables serve: the 8- and 16-bit RGBA and
+/// mono formats; a sample size of 0 for all others.
+kernel::RowTraits OperationTraits(GUID const& format);
+
 /// The entry of a table for a channel type; null for a type that has none.
 template <class T>
 T const* EntryFor(kernel::ByType<T> const& table, XFChannelType type) {

@@ -1,6 +1,7 @@
 #include "qzil/pixel/lut_map.h"
 
 #include "qzil/frame/operation_rows.h"
+#include "qzil/frame/pixel_traits.h"
 #include "qzil/image/formats.h"
 
 #include <array>

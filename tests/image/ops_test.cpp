@@ -300,6 +300,10 @@ TEST(Create, ClearsTheResultAndAllocates) {
     ASSERT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, 6, 4, MFIF_CbYCrYA_24, image.Out()), 0);
     EXPECT_EQ(FormatOf(image.Get()), MFIF_CbYCrYA_24);
     EXPECT_EQ(Bytes(image).size(), 72u);
+    auto const clearPool = [] {
+        for (int i = 0; i < qzILMemoryPool::kClasses; ++i) CMFImage::s_pImageMemoryPool->ClearPool(i);
+    };
+    clearPool();
     auto const live = LiveBlocks();
     struct Case {
         int iWidth, iHeight;
@@ -312,6 +316,7 @@ TEST(Create, ClearsTheResultAndAllocates) {
         EXPECT_LT(qzILCreateAndAllocImage(c.pOuter, c.oIid, c.iWidth, c.iHeight, MFIF_RGBA_RAW_32, &out), 0);
         EXPECT_EQ(out, nullptr);
     }
+    clearPool();
     EXPECT_LE(LiveBlocks(), live) << "an image that failed is released";
 }
 

@@ -133,7 +133,8 @@ TEST(RobustnessNet, AnInterruptLeavesWholeLinesAndSucceeds) {
                     return true;
                 };
                 bool const finished = s_iPolls < stopAt && endsAfter(kHeight);
-                bool const stopped = s_iPolls == stopAt && (endsAfter(stopAt - 1) || endsAfter(std::min(stopAt, kHeight)));
+                bool const stopped =
+                    s_iPolls == stopAt && (endsAfter(stopAt - 1) || endsAfter(std::min(stopAt, kHeight)));
                 ASSERT_TRUE(finished || stopped) << scene.Describe() << " stopped at question " << stopAt;
             }
         }
