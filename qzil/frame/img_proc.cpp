@@ -263,12 +263,11 @@ void qzILImgProc::AdjustProcessedRegionBbox(qzILBbox2l& box) const {
 }
 
 Lines qzILImgProc::LinesOf(qzILImageHelper& helper, qzILBbox2l const& box, Lines* alpha) const {
-    Lines lines, alphaLines;
-    alphaLines.iPixelStep = helper.m_iAlphaPixelStep;
-    ExtractJumps(helper, box.Origin.x, box.Origin.y, box.Size.x, &lines.pFirst, nullptr, nullptr, &lines.iPixelStep,
-                 &lines.iJump, nullptr, &alphaLines.pFirst, &alphaLines.iJump, m_uProcessingMode);
-    if (alpha) *alpha = alphaLines;
-    return lines;
+    if (alpha) *alpha = {};
+    if (!helper.m_pLineZero) return {};
+    Jumps const jumps = JumpsOf(helper, box.Origin.x, box.Origin.y, box.Size.x, m_uProcessingMode);
+    if (alpha) *alpha = {jumps.pAlphaFirst, jumps.iAlphaLine, helper.m_iAlphaPixelStep};
+    return {jumps.pFirst, jumps.iLine, helper.m_iPixelStep};
 }
 
 Lines qzILImgProc::MaskLinesOf(qzILImageHelper& mask, qzILBbox2l const& box) const {

@@ -143,7 +143,7 @@ qzILStatus qzILMonadicPixelProc::DoEffect() {
     if (traits.iSampleBytes == 0) return 1;
     // A one-channel value function is a table: every value once instead of a virtual call per sample.
     if (traits.iSampleBytes == 1) {
-        LutConstants<u8> constants;
+        LutConstants<u8> constants{{}, traits.iSamples};
         u8 table[256];
         for (int i = 0; i < 256; ++i) table[i] = Operation8(static_cast<u8>(i));
         constants.SetAll(table);
@@ -153,7 +153,7 @@ qzILStatus qzILMonadicPixelProc::DoEffect() {
     std::unique_ptr<u16[]> const table(new (std::nothrow) u16[65536]);
     if (!table) return Fail(0x10001);
     for (int i = 0; i < 65536; ++i) table[i] = Operation16(static_cast<u16>(i));
-    LutConstants<u16> constants;
+    LutConstants<u16> constants{{}, traits.iSamples};
     constants.SetAll(table.get());
     RunRows(traits, kernel::Bound(GetOperationRows().pLut16, constants));
     return 1;

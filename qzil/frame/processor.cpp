@@ -8,6 +8,10 @@ qzILProcessor::qzILProcessor() {
     Init();
 }
 
+qzILStatus qzILProcessor::Verify() {
+    return 1;
+}
+
 void qzILProcessor::Init() {
     m_uProcessingMode = kModeColor;
     m_oLastError.Init();
@@ -44,11 +48,7 @@ int KeptLine(unsigned mode, int y) {
 
 }  // namespace
 
-void qzILProcessor::ExtractJumps(qzILImageHelper& helper, int x, int y, int width, unsigned char** firstPixel,
-                                 unsigned char** lineZero, unsigned char** lineOne, int* pixelStep,
-                                 std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
-                                 std::ptrdiff_t* alphaLineJump, unsigned mode) {
-    if (helper.IsEmpty() || !helper.m_pLineZero) return;
+qzILProcessor::Jumps qzILProcessor::JumpsOf(qzILImageHelper const& helper, int x, int y, int width, unsigned mode) {
     // Distances are differences of line terms; pointers beyond the image are never formed for them.
     auto const lineTerm = [&helper](std::ptrdiff_t line) -> std::ptrdiff_t {
         line += helper.m_iOffsetY;
@@ -56,41 +56,50 @@ void qzILProcessor::ExtractJumps(qzILImageHelper& helper, int x, int y, int widt
         return ((line + 1) >> 1) * helper.m_iLineStepA + (line >> 1) * helper.m_iLineStepB;
     };
     std::ptrdiff_t const lineBytes = std::ptrdiff_t{width} * helper.m_iPixelStep;
-    Give(lineZero, helper.GetPixelPtr(x, y));
-    Give(lineOne, helper.GetPixelPtr(x, y + 1));
-    Give(twoLineJump, lineTerm(y + 2) - lineTerm(y) - lineBytes);
-    Give(pixelStep, helper.m_iPixelStep);
-
     unsigned const fields = mode & kModeNoLines;
+    Jumps jumps;
+    jumps.iTwoLine = lineTerm(std::ptrdiff_t{y} + 2) - lineTerm(y) - lineBytes;
     int first = KeptLine(mode, y);
     int next = KeptLine(mode, first + 1);
     if (!helper.m_iSplitField) {
-        Give(firstPixel, helper.GetPixelPtr(x, first));
-        Give(lineJump, lineTerm(next) - lineTerm(first) - lineBytes);
+        jumps.pFirst = helper.GetPixelPtr(x, first);
+        jumps.iLine = lineTerm(next) - lineTerm(first) - lineBytes;
     } else if (fields == 0) {
-        Give(firstPixel, helper.m_pPixelArray);
-        Give(lineJump, std::ptrdiff_t{0});
-    } else if (fields == kModeNoLines) {
-        Give(firstPixel, static_cast<unsigned char*>(nullptr));
-        Give(lineJump, std::ptrdiff_t{0});
-    } else {
+        jumps.pFirst = helper.m_pPixelArray;
+    } else if (fields != kModeNoLines) {
         // A field lies together whatever y says; the helper's own line offset plays no part.
         first = fields == kModeSkipOddLines ? 0 : 1;
         next = first + 2;
-        Give(firstPixel, helper.GetPixelPtr(0, first - helper.m_iOffsetY));
-        Give(lineJump, lineTerm(next) - lineTerm(first) - lineBytes);
+        jumps.pFirst = helper.GetPixelPtr(0, first - helper.m_iOffsetY);
+        jumps.iLine = lineTerm(next) - lineTerm(first) - lineBytes;
     }
     if (helper.m_iSeparateAlpha) {
-        Give(alphaFirstPixel, helper.GetAlphaPtr(x, first));
-        Give(alphaLineJump, (std::ptrdiff_t{next} - first) * helper.m_iAlphaLineStep -
-                                std::ptrdiff_t{width} * helper.m_iAlphaPixelStep);
+        jumps.pAlphaFirst = helper.GetAlphaPtr(x, first);
+        jumps.iAlphaLine =
+            (std::ptrdiff_t{next} - first) * helper.m_iAlphaLineStep - std::ptrdiff_t{width} * helper.m_iAlphaPixelStep;
     }
+    return jumps;
+}
+
+void qzILProcessor::ExtractJumps(qzILImageHelper& helper, int x, int y, int width, unsigned char** firstPixel,
+                                 unsigned char** lineZero, unsigned char** lineOne, int* pixelStep, int* lineJump,
+                                 int* twoLineJump, unsigned char** alphaFirstPixel, int* alphaLineJump, unsigned mode) {
+    if (helper.IsEmpty() || !helper.m_pLineZero) return;
+    Jumps const jumps = JumpsOf(helper, x, y, width, mode);
+    Give(lineZero, helper.GetPixelPtr(x, y));
+    Give(lineOne, helper.GetPixelPtr(x, y + 1));
+    Give(pixelStep, helper.m_iPixelStep);
+    Give(firstPixel, jumps.pFirst);
+    Give(lineJump, static_cast<int>(jumps.iLine));
+    Give(twoLineJump, static_cast<int>(jumps.iTwoLine));
+    if (!helper.m_iSeparateAlpha) return;
+    Give(alphaFirstPixel, jumps.pAlphaFirst);
+    Give(alphaLineJump, static_cast<int>(jumps.iAlphaLine));
 }
 
 void qzILProcessor::ExtractJumps(IXFImage* image, int x, int y, int width, unsigned char** firstPixel,
-                                 unsigned char** lineZero, unsigned char** lineOne, int* pixelStep,
-                                 std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
-                                 std::ptrdiff_t* alphaLineJump, unsigned mode) {
+                                 unsigned char** lineZero, unsigned char** lineOne, int* pixelStep, int* lineJump,
+                                 int* twoLineJump, unsigned char** alphaFirstPixel, int* alphaLineJump, unsigned mode) {
     if (!image) return;
     qzILImageHelper helper(image);
     ExtractJumps(helper, x, y, width, firstPixel, lineZero, lineOne, pixelStep, lineJump, twoLineJump, alphaFirstPixel,
@@ -99,9 +108,8 @@ void qzILProcessor::ExtractJumps(IXFImage* image, int x, int y, int width, unsig
 
 void qzILProcessor::ExtractJumps(unsigned char* pixels, GUID const& format, int imageWidth, int imageHeight, int x,
                                  int y, int width, unsigned char** firstPixel, unsigned char** lineZero,
-                                 unsigned char** lineOne, int* pixelStep, std::ptrdiff_t* lineJump,
-                                 std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
-                                 std::ptrdiff_t* alphaLineJump, unsigned mode) {
+                                 unsigned char** lineOne, int* pixelStep, int* lineJump, int* twoLineJump,
+                                 unsigned char** alphaFirstPixel, int* alphaLineJump, unsigned mode) {
     qzil::Ref<IXFImage> image;
     if (qzILCreateImage(nullptr, IID_IXFImage, image.Out()) < 0) return;
     image->SetFormat(format);

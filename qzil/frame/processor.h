@@ -47,7 +47,7 @@ public:
     virtual ~qzILProcessor() = default;
 
     virtual qzILStatus Execute() = 0;
-    /// 1, or -1 with the reason in GetLastError. Execute does not call it.
+    /// 1, or -1 with the reason in GetLastError. Execute does not call it. The base's own answer is 1.
     virtual qzILStatus Verify() = 0;
     virtual char const* GetActualClassName() const { return m_ClassName; }
     static char const* GetClassNameA() { return m_ClassName; }
@@ -71,19 +71,26 @@ public:
     /// pixel behind a kept line's end to the next kept line. Split-field images are walked whole, in memory order,
     /// unless one field bit is set. Alpha outputs are written for formats with an alpha plane only.
     static void ExtractJumps(qzILImageHelper& helper, int x, int y, int width, unsigned char** firstPixel,
-                             unsigned char** lineZero, unsigned char** lineOne, int* pixelStep,
-                             std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
-                             std::ptrdiff_t* alphaLineJump, unsigned mode);
+                             unsigned char** lineZero, unsigned char** lineOne, int* pixelStep, int* lineJump,
+                             int* twoLineJump, unsigned char** alphaFirstPixel, int* alphaLineJump, unsigned mode);
     static void ExtractJumps(IXFImage* image, int x, int y, int width, unsigned char** firstPixel,
-                             unsigned char** lineZero, unsigned char** lineOne, int* pixelStep,
-                             std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump, unsigned char** alphaFirstPixel,
-                             std::ptrdiff_t* alphaLineJump, unsigned mode);
+                             unsigned char** lineZero, unsigned char** lineOne, int* pixelStep, int* lineJump,
+                             int* twoLineJump, unsigned char** alphaFirstPixel, int* alphaLineJump, unsigned mode);
     static void ExtractJumps(unsigned char* pixels, GUID const& format, int imageWidth, int imageHeight, int x, int y,
                              int width, unsigned char** firstPixel, unsigned char** lineZero, unsigned char** lineOne,
-                             int* pixelStep, std::ptrdiff_t* lineJump, std::ptrdiff_t* twoLineJump,
-                             unsigned char** alphaFirstPixel, std::ptrdiff_t* alphaLineJump, unsigned mode);
+                             int* pixelStep, int* lineJump, int* twoLineJump, unsigned char** alphaFirstPixel,
+                             int* alphaLineJump, unsigned mode);
 
 protected:
+    /// What ExtractJumps gives, in the width of an address.
+    struct Jumps {
+        unsigned char* pFirst = nullptr;
+        std::ptrdiff_t iLine = 0;
+        std::ptrdiff_t iTwoLine = 0;
+        unsigned char* pAlphaFirst = nullptr;
+        std::ptrdiff_t iAlphaLine = 0;
+    };
+    static Jumps JumpsOf(qzILImageHelper const& helper, int x, int y, int width, unsigned mode);
     static int AlwaysFalse() { return 0; }
     bool IsInterrupted() const;
     /// False while no host has set a function or a flag: nobody can see in which order lines are done.

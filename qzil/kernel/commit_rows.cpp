@@ -17,9 +17,16 @@ void Gather(T* out, T const* mask, int pixels, int stride) {
     }
 }
 
-template <class Value, class T>
+/// Both values of a pixel are written as one word.
+template <class Value, class T, class Both>
 void RepeatPairs(Value* out, T const* mask, int pixels) {
-    ForEach(pixels, [=](int i) { out[2 * i] = out[2 * i + 1] = mask[i]; });
+    constexpr int kBits = 8 * sizeof(Value);
+    ForEach(pixels, [=](int i) {
+        Both const value =
+            static_cast<Value>(mask[i]) & static_cast<Both>(static_cast<std::make_unsigned_t<Value>>(~0));
+        Both const two = value | value << kBits;
+        __builtin_memcpy(out + 2 * i, &two, sizeof two);
+    });
 }
 
 void Repeat32(u32* out, u32 const* mask, int pixels) {
@@ -102,8 +109,8 @@ QZIL_INLINE void Commit(kernel::CommitArgs const& args, Word const* word, Mix mi
     T const* const r = In<T>(args.pResult);
     void const* const mask = args.pMask;
     int const samples = args.iSamples;
-    Lanes<Word> const select(word);
     if (!mask) {
+        Lanes<Word> const select(word);
         ForLanes(samples, [=, &select](int i, int lane) {
             Word const bits = select[lane];
             o[i] = static_cast<T>((static_cast<Word>(r[i]) & bits) | (static_cast<Word>(p[i]) & ~bits));
@@ -118,6 +125,7 @@ QZIL_INLINE void Commit(kernel::CommitArgs const& args, Word const* word, Mix mi
         if (all) {
             ForPairs(samples, [=](Place at, auto which) { Store(which, o + at.i, mixed(at, which)); });
         } else {
+            Lanes<Word> const select(word);
             ForPairs(samples, [=, &select](Place at, auto which) {
                 auto const* const bits = reinterpret_cast<T const*>(select.At(at.iLane));
                 StoreSelected(which, o + at.i, mixed(at, which), p + at.i, bits);
@@ -174,9 +182,9 @@ CommitRows const g_oCommitRows{
     Gather<u8>,
     Gather<u16>,
     Gather<u32>,
-    RepeatPairs<u16, u8>,
-    RepeatPairs<u32, u16>,
-    RepeatPairs<s32, s16>,
+    RepeatPairs<u16, u8, u32>,
+    RepeatPairs<u32, u16, u64>,
+    RepeatPairs<s32, s16, u64>,
     Repeat32,
     Pair8,
     Chroma<u8>,

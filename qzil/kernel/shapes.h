@@ -168,12 +168,11 @@ template <class T>
 struct Lanes {
     T aValues[kBlock];
 
-    QZIL_INLINE explicit Lanes(T const* values) {
-        for (int i = 0; i < kBlock; ++i) aValues[i] = values[i & 3];
-    }
+    QZIL_INLINE explicit Lanes(T const* values) : Lanes(values[0], values[1], values[2], values[3]) {}
     QZIL_INLINE Lanes(T c0, T c1, T c2, T c3) {
         T const values[4] = {c0, c1, c2, c3};
-        for (int i = 0; i < kBlock; ++i) aValues[i] = values[i & 3];
+        // Whole pixels at a time: sample by sample this would cost as much as the row that it serves.
+        for (int i = 0; i < kBlock; i += 4) __builtin_memcpy(aValues + i, values, sizeof values);
     }
     QZIL_INLINE T operator[](int lane) const { return aValues[lane]; }
     QZIL_INLINE T const* At(int lane) const { return aValues + lane; }

@@ -31,8 +31,8 @@ protected:
 };
 TYPED_TEST_SUITE(BadSetUp, AllEffects);
 
-GUID const kSome[] = {MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8, MFIF_RGBA_FLOAT, MFIF_CbYCrY_16, MFIF_CbYCrYA_24,
-                      MFIF_CbYCrYA_S2_14, MFIF_CbYCrY_16_SF_TFL};
+GUID const kSome[] = {MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8,    MFIF_RGBA_FLOAT,      MFIF_CbYCrY_16,
+                      MFIF_CbYCrYA_24,  MFIF_CbYCrYA_S2_14, MFIF_CbYCrY_16_SF_TFL};
 
 TYPED_TEST(BadSetUp, AbsentImages) {
     TypeParam fresh;
@@ -60,10 +60,17 @@ TYPED_TEST(BadSetUp, Regions) {
         qzILVector2l oOffset;
     };
     constexpr int kMax = 0x7FFFFFFF;
-    Case const cases[] = {{{0, 0, 32, 32}, {0, 0}},          {{0, 0, 16, 8}, {5, 3}},     {{0, 0, 16, 8}, {-5, -3}},
-                          {{-4, -4, 30, 30}, {-2, -2}},      {{100, 100, 16, 8}, {0, 0}}, {{0, 0, 16, 8}, {1000, 1000}},
-                          {{0, 0, kMax, kMax}, {0, 0}},      {{0, 0, -5, -5}, {0, 0}},    {{3, 1, 5, 5}, {1, 1}},
-                          {{kMax, kMax, 16, 8}, {kMax, 0}},  {{-kMax, -kMax, kMax, kMax}, {-kMax, -kMax}},
+    Case const cases[] = {{{0, 0, 32, 32}, {0, 0}},
+                          {{0, 0, 16, 8}, {5, 3}},
+                          {{0, 0, 16, 8}, {-5, -3}},
+                          {{-4, -4, 30, 30}, {-2, -2}},
+                          {{100, 100, 16, 8}, {0, 0}},
+                          {{0, 0, 16, 8}, {1000, 1000}},
+                          {{0, 0, kMax, kMax}, {0, 0}},
+                          {{0, 0, -5, -5}, {0, 0}},
+                          {{3, 1, 5, 5}, {1, 1}},
+                          {{kMax, kMax, 16, 8}, {kMax, 0}},
+                          {{-kMax, -kMax, kMax, kMax}, {-kMax, -kMax}},
                           {{0, 0, 0, 8}, {0, 0}}};
     for (GUID const& format : kSome) {
         for (Case const& c : cases) {

@@ -35,7 +35,8 @@ void ExpectFormats(model::Formats const& accepted) {
         if (!ready.oInput || Bytes(ready.oInput).empty()) continue;
         bool const isAccepted = std::ranges::find(accepted, entry.oFormat) != accepted.end();
         if constexpr (std::is_same_v<Effect, qzILCompositeImg>) {
-            if (isAccepted) ready.Mask(GetChannelSizeFromFormat(entry.oFormat) == 1 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16);
+            if (isAccepted)
+                ready.Mask(GetChannelSizeFromFormat(entry.oFormat) == 1 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16);
         }
         EXPECT_TRUE(isAccepted ? Accepts(ready.oEffect) : Refuses(ready.oEffect, 0x1000D)) << entry.pName;
     }

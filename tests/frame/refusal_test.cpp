@@ -140,7 +140,10 @@ TEST(FrameRefusal, EightMaskFormats) {
         unsigned channels = 0, size = 0;
         mask->GetNumChannels(&channels);
         mask->GetChannelSize(&size);
-        auto const image = MakeImage(size == 1 ? MFIF_RGBA_RAW_32 : size == 2 ? MFIF_RGBA_RAW_64 : MFIF_RGBA_FLOAT, 4, 4);
+        auto const image = MakeImage(size == 1   ? MFIF_RGBA_RAW_32
+                                     : size == 2 ? MFIF_RGBA_RAW_64
+                                                 : MFIF_RGBA_FLOAT,
+                                     4, 4);
         qzILCopyImg effect;
         effect.SetInputImg(image.Get());
         effect.SetOutputImg(image.Get());
@@ -159,11 +162,12 @@ TEST(FrameRefusal, RegionMustFitTheOutput) {
         qzILVector2l oOffset;
         bool bFits;
     };
-    Case const cases[] = {{{0, 0, 16, 8}, {0, 0}, true},   {{5, 5, 16, 8}, {0, 0}, true},  {{0, 0, 17, 8}, {0, 0}, false},
-                          {{0, 0, 16, 9}, {0, 0}, false},  {{0, 0, 8, 4}, {8, 4}, true},   {{0, 0, 8, 4}, {9, 4}, false},
-                          {{0, 0, 8, 4}, {-1, 0}, false},  {{0, 0, 8, 4}, {0, -1}, false}, {{0, 0, 0, 0}, {0, 0}, true},
-                          {{7, 7, 0, 0}, {0, 0}, true},    {{0, 0, 0, 0}, {1, 0}, false},  {{0, 0, 4, 0}, {0, 0}, false},
-                          {{0, 0, -1, -1}, {0, 0}, false}, {{0, 0, 0x7FFFFFFF, 8}, {2, 0}, false}};
+    Case const cases[] = {
+        {{0, 0, 16, 8}, {0, 0}, true},   {{5, 5, 16, 8}, {0, 0}, true},         {{0, 0, 17, 8}, {0, 0}, false},
+        {{0, 0, 16, 9}, {0, 0}, false},  {{0, 0, 8, 4}, {8, 4}, true},          {{0, 0, 8, 4}, {9, 4}, false},
+        {{0, 0, 8, 4}, {-1, 0}, false},  {{0, 0, 8, 4}, {0, -1}, false},        {{0, 0, 0, 0}, {0, 0}, true},
+        {{7, 7, 0, 0}, {0, 0}, true},    {{0, 0, 0, 0}, {1, 0}, false},         {{0, 0, 4, 0}, {0, 0}, false},
+        {{0, 0, -1, -1}, {0, 0}, false}, {{0, 0, 0x7FFFFFFF, 8}, {2, 0}, false}};
     auto const image = MakeImage(MFIF_RGBA_RAW_32, 16, 8);
     for (Case const& c : cases) {
         qzILInvertImg effect;
@@ -216,22 +220,64 @@ TEST(FrameRefusal, VerifyRoiAndMask) {
     GUID const fields = MFIF_CbYCrY_16_SF_TFL;
     RegionCase const cases[] = {
         {.pWhat = "whole", .uCode = 0},
-        {.pWhat = "RGB takes anything", .uCode = 0, .oFormat = MFIF_RGBA_RAW_32, .oRoi = {1, 0, 3, 8}, .oOutputOffset = {5, 0}, .oMaskRect = {1, 0, 1, 1}, .bMask = true},
-        {.pWhat = "mono takes anything", .uCode = 0, .oFormat = MFIF_MONO_RAW_8, .oRoi = {1, 0, 3, 8}, .oOutputOffset = {5, 0}, .bMask = true},
+        {.pWhat = "RGB takes anything",
+         .uCode = 0,
+         .oFormat = MFIF_RGBA_RAW_32,
+         .oRoi = {1, 0, 3, 8},
+         .oOutputOffset = {5, 0},
+         .oMaskRect = {1, 0, 1, 1},
+         .bMask = true},
+        {.pWhat = "mono takes anything",
+         .uCode = 0,
+         .oFormat = MFIF_MONO_RAW_8,
+         .oRoi = {1, 0, 3, 8},
+         .oOutputOffset = {5, 0},
+         .bMask = true},
         {.pWhat = "mask image", .uCode = 0x20001, .bMask = true},
         {.pWhat = "clipping mask rectangle", .uCode = 0x20001, .oMaskRect = {0, 0, 15, 8}},
         {.pWhat = "wide mask rectangle", .uCode = 0, .oMaskRect = {-2, -2, 30, 30}},
-        {.pWhat = "clipping before pairs", .uCode = 0x20001, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 3, 8}, .oMaskRect = {0, 0, 2, 8}},
+        {.pWhat = "clipping before pairs",
+         .uCode = 0x20001,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {1, 0, 3, 8},
+         .oMaskRect = {0, 0, 2, 8}},
         {.pWhat = "odd start", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 14, 8}},
         {.pWhat = "even start", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 14, 8}},
         {.pWhat = "odd width inside", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 13, 8}},
-        {.pWhat = "odd width at the edge", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 13, 8}, .oOutputOffset = {}, .iOutputWidth = 13},
-        {.pWhat = "odd place", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {0, 0, 14, 8}, .oOutputOffset = {1, 0}},
-        {.pWhat = "odd start and odd place", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 14, 8}, .oOutputOffset = {1, 0}},
-        {.pWhat = "no input there", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 4, 8}},
-        {.pWhat = "no input, odd offset", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 4, 8}, .oOutputOffset = {1, 0}},
-        {.pWhat = "no input, odd width inside", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 3, 8}},
-        {.pWhat = "no input, odd width at the edge", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 3, 8}, .oOutputOffset = {12, 0}, .iOutputWidth = 15},
+        {.pWhat = "odd width at the edge",
+         .uCode = 0,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {2, 0, 13, 8},
+         .oOutputOffset = {},
+         .iOutputWidth = 13},
+        {.pWhat = "odd place",
+         .uCode = 0x10060,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {0, 0, 14, 8},
+         .oOutputOffset = {1, 0}},
+        {.pWhat = "odd start and odd place",
+         .uCode = 0x10060,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {1, 0, 14, 8},
+         .oOutputOffset = {1, 0}},
+        // An empty region keeps the origin that was computed for it, its part of the mask rectangle is all zero.
+        {.pWhat = "no input there", .uCode = 0x20001, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 4, 8}},
+        {.pWhat = "wider than the input", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {-2, 0, 16, 8}},
+        {.pWhat = "input at an even place, region at an odd one",
+         .uCode = 0x10060,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {-1, 0, 15, 8},
+         .oOutputOffset = {1, 0}},
+        {.pWhat = "odd width beyond the input",
+         .uCode = 0x10060,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {0, 0, 17, 8},
+         .iOutputWidth = 18},
+        {.pWhat = "odd width beyond the input, at the edge",
+         .uCode = 0,
+         .oFormat = MFIF_CbYCrY_16,
+         .oRoi = {0, 0, 17, 8},
+         .iOutputWidth = 17},
         {.pWhat = "B at an odd place", .uCode = 0x10060, .iWidthB = 8, .oOffsetB = {3, 0}},
         {.pWhat = "B at an even place", .uCode = 0, .iWidthB = 8, .oOffsetB = {2, 0}},
         {.pWhat = "B of odd width", .uCode = 0x10060, .iWidthB = 7, .oOffsetB = {2, 0}},
@@ -240,23 +286,36 @@ TEST(FrameRefusal, VerifyRoiAndMask) {
         {.pWhat = "whole field picture", .uCode = 0, .oFormat = fields},
         {.pWhat = "part of a field picture", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 6}},
         {.pWhat = "shifted field picture", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 2, 16, 8}},
-        {.pWhat = "field picture put elsewhere", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 8}, .oOutputOffset = {0, 2}},
+        {.pWhat = "field picture put elsewhere",
+         .uCode = 0x10060,
+         .oFormat = fields,
+         .oRoi = {0, 0, 16, 8},
+         .oOutputOffset = {0, 2}},
         {.pWhat = "field input of another size", .uCode = 0x10062, .oFormat = fields, .iHeightA = 10},
         {.pWhat = "field inputs at a distance", .uCode = 0x10061, .oFormat = fields, .iWidthB = 16, .oOffsetB = {0, 2}},
-        {.pWhat = "field region before size", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .iHeightA = 10},
+        {.pWhat = "field region before size",
+         .uCode = 0x10060,
+         .oFormat = fields,
+         .oRoi = {0, 0, 16, 6},
+         .iHeightA = 10},
         {.pWhat = "field size before place", .uCode = 0x10062, .oFormat = fields, .iHeightA = 10, .oOffsetA = {0, 2}},
         {.pWhat = "mask before fields", .uCode = 0x20001, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .bMask = true},
         {.pWhat = "any field region", .uCode = 0, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .iAllowAny = 1},
-        {.pWhat = "any field region, odd start", .uCode = 0x10060, .oFormat = fields, .oRoi = {1, 0, 14, 6}, .iAllowAny = 1},
+        {.pWhat = "any field region, odd start",
+         .uCode = 0x10060,
+         .oFormat = fields,
+         .oRoi = {1, 0, 14, 6},
+         .iAllowAny = 1},
     };
     for (RegionCase const& c : cases) {
         auto const a = MakeImage(c.oFormat, c.iWidthA, c.iHeightA), output = MakeImage(c.oFormat, c.iOutputWidth, 8);
         auto const b = MakeImage(c.oFormat, c.iWidthB ? c.iWidthB : 1, 8), mask = MakeImage(MFIF_MONO_RAW_8, 16, 8);
         IXFImage* inputs[] = {a.Get(), b.Get()};
         qzILVector2l const offsets[] = {c.oOffsetA, c.oOffsetB};
-        EXPECT_EQ(qzILVerifyROIAndMask(c.iAllowAny, inputs, offsets, c.iWidthB ? 2 : 1, output.Get(),
-                                       c.bMask ? mask.Get() : nullptr, c.oMaskRect, c.oRoi, c.oOutputOffset, c.uPrimary),
-                  c.uCode)
+        EXPECT_EQ(
+            qzILVerifyROIAndMask(c.iAllowAny, inputs, offsets, c.iWidthB ? 2 : 1, output.Get(),
+                                 c.bMask ? mask.Get() : nullptr, c.oMaskRect, c.oRoi, c.oOutputOffset, c.uPrimary),
+            c.uCode)
             << c.pWhat;
     }
 }

@@ -218,8 +218,8 @@ private:
         } else {
             if (kIsS2_14<T> && kind == Kind::Mono) {
                 bool const full = !mask || IsFull(*mask);
-                i64 const w = full ? Round(dfAlpha * 16384)
-                                   : (static_cast<i64>(*mask) * Round(dfAlpha * 65536) + 32768) >> 16;
+                i64 const w =
+                    full ? Round(dfAlpha * 16384) : (static_cast<i64>(*mask) * Round(dfAlpha * 65536) + 32768) >> 16;
                 i64 const from = static_cast<i64>(in);
                 return static_cast<T>(Limit14(from + Part14(w, Round(color * 16384) - from)));
             }
@@ -243,7 +243,8 @@ struct OutputAlphaModel {
             } else {
                 int const luma = IsFormatAlternateYUV(line.oFormat) ? 1 : 0;
                 T const v = Shown(line.pAlphaIn[x]);
-                line.pOut[2 * x + luma] = kIsByte<T> ? static_cast<T>((static_cast<i64>(v) * 56283 + 0x108000) >> 16) : v;
+                line.pOut[2 * x + luma] =
+                    kIsByte<T> ? static_cast<T>((static_cast<i64>(v) * 56283 + 0x108000) >> 16) : v;
                 line.pOut[2 * x + 1 - luma] = kIsByte<T> ? T{128} : T{0};
                 line.pAlphaOut[x] = Alpha(v);
             }

@@ -17,7 +17,8 @@ struct CompositeModel {
                 i64 const w = m == full ? a : kIsByte<T> ? NormMult(m, a) : m * a / 65535;
                 for (int c = 0; c < 3; ++c) {
                     T const p = line.pA[4 * x + c], b = line.pB[4 * x + c];
-                    T const mixed = kIsByte<T> ? static_cast<T>(TableMix(w, p, b)) : static_cast<T>(p + Part16(w, b - p));
+                    T const mixed =
+                        kIsByte<T> ? static_cast<T>(TableMix(w, p, b)) : static_cast<T>(p + Part16(w, b - p));
                     line.pOut[4 * x + c] = m == 0 ? p : mixed;
                 }
                 T const both = static_cast<T>(line.pA[4 * x + 3] | line.pB[4 * x + 3]);

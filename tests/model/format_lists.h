@@ -15,9 +15,9 @@ inline Formats operator+(Formats a, Formats const& b) {
 }
 
 inline Formats const kFrames422{MFIF_YCC_422_16, MFIF_YCC709_422_16, MFIF_CbYCrY_16, MFIF_CbYCrY709_16};
-inline Formats const kFields422{MFIF_YCC_422_16_SF_NTSC,    MFIF_YCC_422_16_SF_PAL,   MFIF_YCC709_422_16_SF_EVEN,
-                                MFIF_YCC709_422_16_SF_ODD,  MFIF_CbYCrY_16_SF_TFL,    MFIF_CbYCrY_16_SF_TFF,
-                                MFIF_CbYCrY709_16_SF_TFL,   MFIF_CbYCrY709_16_SF_TFF};
+inline Formats const kFields422{MFIF_YCC_422_16_SF_NTSC,   MFIF_YCC_422_16_SF_PAL,  MFIF_YCC709_422_16_SF_EVEN,
+                                MFIF_YCC709_422_16_SF_ODD, MFIF_CbYCrY_16_SF_TFL,   MFIF_CbYCrY_16_SF_TFF,
+                                MFIF_CbYCrY709_16_SF_TFL,  MFIF_CbYCrY709_16_SF_TFF};
 inline Formats const kAlternateA24{MFIF_CbYCrYA_24, MFIF_CbYCrY709A_24};
 inline Formats const kYccA24{MFIF_YCCA_24, MFIF_YCC709A_24};
 inline Formats const kReal422{MFIF_CbYCrY_FLOAT, MFIF_CbYCrY709_FLOAT, MFIF_CbYCrY_S2_14, MFIF_CbYCrY709_S2_14};
@@ -37,8 +37,7 @@ inline Formats const kAdjustPremult{MFIF_RGBA_RAW_32, MFIF_RGBA_S2_14, MFIF_RGBA
 inline Formats const kUnpremultiply = kRgba;
 inline Formats const kComposite{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64};
 inline Formats const kCopyOver = kRgba + kMono;
-inline Formats const kImgOverColor =
-    kAdjustPremult + kFrames422 + kFields422 + kAlternateA24 + kReal422 + kReal422A;
+inline Formats const kImgOverColor = kAdjustPremult + kFrames422 + kFields422 + kAlternateA24 + kReal422 + kReal422A;
 inline Formats const kOutputAlpha = kAdjustPremult + kAlternateA24 + kYccA24 + kReal422A;
 
 }  // namespace qzil::test::model

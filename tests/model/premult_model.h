@@ -100,8 +100,8 @@ private:
             if (n == 0) {
                 out[c] = in[c] > g[c] ? kHigh : in[c] < g[c] ? kLow : 0.0f;
             } else {
-                out[c] = static_cast<float>(g[3] == 0 ? static_cast<double>(in[c]) * k
-                                                      : static_cast<double>(g[c]) + d * k);
+                out[c] =
+                    static_cast<float>(g[3] == 0 ? static_cast<double>(in[c]) * k : static_cast<double>(g[c]) + d * k);
             }
         }
         out[3] = n;

@@ -1,6 +1,7 @@
 #include "model/scene.h"
 
 #include <array>
+#include <sstream>
 
 namespace qzil::test::model {
 namespace {
@@ -55,6 +56,35 @@ T MaskSample(Random& random) {
     return static_cast<T>(random.Below(static_cast<int>(One<T>()) + 1));
 }
 
+template <class T>
+std::string Compare(Scene const& scene, std::span<unsigned char const> expected,
+                    std::span<unsigned char const> actual) {
+    auto const load = [](std::span<unsigned char const> bytes, std::size_t i) {
+        T value;
+        std::memcpy(&value, &bytes[i * sizeof(T)], sizeof(T));
+        return value;
+    };
+    for (std::size_t i = 0; i < expected.size() / sizeof(T); ++i) {
+        T const e = load(expected, i), f = load(actual, i);
+        if (std::memcmp(&e, &f, sizeof(T)) == 0 || (e != e && f != f)) continue;
+        std::size_t const width = static_cast<std::size_t>(scene.iWidth);
+        std::size_t const samples = PlainLayout(scene.oA.Get()).PixelStep() / sizeof(T);
+        std::size_t const colours = width * samples * static_cast<std::size_t>(scene.iHeight);
+        bool const alpha = i >= colours;
+        std::size_t const place = alpha ? i - colours : i, step = alpha ? 1 : samples;
+        std::ostringstream text;
+        text.precision(9);
+        text << (alpha ? "alpha plane" : "colour") << " memory row " << place / (width * step) << " x "
+             << place / step % width << " sample " << place % step << ": expected " << +e << ", actual " << +f
+             << "; pixel of A:";
+        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oA), i - place % step + c);
+        text << ", of B:";
+        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oB), i - place % step + c);
+        return text.str();
+    }
+    return {};
+}
+
 }  // namespace
 
 GUID MaskFormat(GUID const& format, bool fourChannels) {
@@ -107,6 +137,14 @@ void Scene::Make() {
     if (!uMask) return;
     oMask = MakeImage(MaskFormat(oFormat, uMask != 16), iWidth, iHeight);
     FillMask(oMask.Get(), uSeed * 4 + 3);
+}
+
+std::string Difference(Scene const& before, std::span<unsigned char const> expected,
+                       std::span<unsigned char const> actual) {
+    std::string text;
+    VisitType(GetChannelTypeFromFormat(before.oFormat),
+              [&](auto zero) { text = Compare<decltype(zero)>(before, expected, actual); });
+    return text;
 }
 
 std::string Scene::Describe() const {

@@ -32,9 +32,9 @@ struct Line {
     bool bDominantB;
     T const* pA;
     T const* pB;
-    T const* pP;          ///< the dominant input
-    T const* pMask;       ///< null without a mask
-    T const* pAlphaIn;    ///< alpha plane, when it is seen together with the colours
+    T const* pP;        ///< the dominant input
+    T const* pMask;     ///< null without a mask
+    T const* pAlphaIn;  ///< alpha plane, when it is seen together with the colours
     T* pOut;
     T* pAlphaOut;
 
@@ -171,19 +171,20 @@ void RunModel(Scene const& scene, Model const& model, std::span<unsigned char> o
     for (int y = 0; y < scene.iHeight; ++y) {
         auto const mask = MaskLine<T>(scene, y);
         // Split fields are walked in memory order, the mask line by line.
-        std::size_t const c = IsFormatSplitField(format) ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
-                                                         : layout.Pixel(0, y);
+        std::size_t const c = IsFormatSplitField(format)
+                                  ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
+                                  : layout.Pixel(0, y);
         Kind const kind = IsFormatYCC(format) ? Kind::Video : IsFormatMono(format) ? Kind::Mono : Kind::Rgba;
-        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c), in(b, c), in(p, c),
-                     nullptr,  nullptr,  at(out, c),   nullptr};
+        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c),
+                     in(b, c), in(p, c), nullptr,      nullptr,     at(out, c),       nullptr};
         if (!mask.empty()) line.pMask = mask.data();
         if (!layout.HasAlphaPlane()) {
             model(line);
             continue;
         }
         std::size_t const s = layout.Alpha(0, y);
-        Line<T> alpha{Kind::Mono, format,  scene.iWidth, scene.uMode, scene.bDominantB, in(a, s), in(b, s), in(p, s),
-                      line.pMask, nullptr, at(out, s),   nullptr};
+        Line<T> alpha{Kind::Mono, format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, s),
+                      in(b, s),   in(p, s), line.pMask,   nullptr,     at(out, s),       nullptr};
         if (planes == Planes::Whole) {
             line.pAlphaIn = alpha.pP;
             line.pAlphaOut = alpha.pOut;
@@ -195,34 +196,10 @@ void RunModel(Scene const& scene, Model const& model, std::span<unsigned char> o
     }
 }
 
-/// Empty when the samples are equal bit by bit (two NaN are equal), else the first difference.
-template <class T>
-std::string Compare(Scene const& scene, std::span<unsigned char const> expected, std::span<unsigned char const> actual) {
-    auto const load = [](std::span<unsigned char const> bytes, std::size_t i) {
-        T value;
-        std::memcpy(&value, &bytes[i * sizeof(T)], sizeof(T));
-        return value;
-    };
-    for (std::size_t i = 0; i < expected.size() / sizeof(T); ++i) {
-        T const e = load(expected, i), f = load(actual, i);
-        if (std::memcmp(&e, &f, sizeof(T)) == 0 || (e != e && f != f)) continue;
-        std::size_t const width = static_cast<std::size_t>(scene.iWidth);
-        std::size_t const samples = PlainLayout(scene.oA.Get()).PixelStep() / sizeof(T);
-        std::size_t const colours = width * samples * static_cast<std::size_t>(scene.iHeight);
-        bool const alpha = i >= colours;
-        std::size_t const place = alpha ? i - colours : i, step = alpha ? 1 : samples;
-        std::ostringstream text;
-        text.precision(9);
-        text << (alpha ? "alpha plane" : "colour") << " memory row " << place / (width * step) << " x "
-             << place / step % width << " sample " << place % step << ": expected " << +e << ", actual " << +f
-             << "; pixel of A:";
-        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oA), i - place % step + c);
-        text << ", of B:";
-        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oB), i - place % step + c);
-        return text.str();
-    }
-    return {};
-}
+/// Empty when the output holds the samples that were expected, bit by bit (two NaN are equal), else the first
+/// difference and the pixels that the inputs had there.
+std::string Difference(Scene const& before, std::span<unsigned char const> expected,
+                       std::span<unsigned char const> actual);
 
 template <class Effect>
 void Configure(Scene const& scene, Effect& effect) {
@@ -257,7 +234,7 @@ void ExpectModel(Scene const& scene, Effect& effect, Model const& model, std::st
             before.oB = inputB;
         }
         ASSERT_EQ(effect.Execute(), 1) << Effect::m_ClassName << ' ' << scene.Describe() << ' ' << parameters;
-        std::string const difference = Compare<T>(before, expected, output);
+        std::string const difference = Difference(before, expected, output);
         EXPECT_TRUE(difference.empty()) << Effect::m_ClassName << ' ' << scene.Describe() << ' ' << parameters << '\n'
                                         << difference;
     });

@@ -43,7 +43,8 @@ TEST(ImgOverColorBytes, EveryAlphaThroughEveryMask) {
             effect.SetBackgroundColor(color);
             effect.SetForegroundOpacity(opacity);
             effect.SetInputImgPremultiplied(i % 2);
-            ExpectModel(scene, effect, ImgOverColorModel{color, i % 2 != 0, opacity}, Text(color) + Text("opacity", opacity));
+            ExpectModel(scene, effect, ImgOverColorModel{color, i % 2 != 0, opacity},
+                        Text(color) + Text("opacity", opacity));
         }
     }
 }
@@ -53,7 +54,8 @@ TEST(ImgOverColor, MaskOnByteVideoWritesNothing) {
         Scene scene{.oFormat = format, .uMask = 16};
         scene.Make();
         qzILImgOverColor effect;
-        ExpectModel(scene, effect, [](auto const&) {}, {}, Planes::Whole);
+        ExpectModel(
+            scene, effect, [](auto const&) {}, {}, Planes::Whole);
     }
 }
 

@@ -24,7 +24,8 @@ TEST_P(Composite, EqualsModel) {
                 EXPECT_EQ(effect.GetProcessingMode() & 15, 15u);
                 EXPECT_EQ(effect.GetDominantInput(), scene.oA.Get());
                 scene.uMode = 15;
-                ExpectModel(scene, effect, CompositeModel{alpha, mode}, Text("alpha", alpha) + Text("alpha mode", mode));
+                ExpectModel(scene, effect, CompositeModel{alpha, mode},
+                            Text("alpha", alpha) + Text("alpha mode", mode));
             }
         }
     });

@@ -103,7 +103,8 @@ TEST_P(DyadicLut, EqualsModel) {
     for (auto& byte : bytes) byte = static_cast<u8>(random.Below(256));
     void* tables[4];
     for (std::size_t c = 0; c < 4; ++c) tables[c] = &bytes[c * 65536];
-    PointModel const model{[&](int c, int a, int b) { return bytes[static_cast<std::size_t>(c * 65536 + b * 256 + a)]; }};
+    PointModel const model{
+        [&](int c, int a, int b) { return bytes[static_cast<std::size_t>(c * 65536 + b * 256 + a)]; }};
     auto const run = [&](Scene& scene) {
         qzILDyadicLutMapImg effect;
         effect.SetLut(tables);

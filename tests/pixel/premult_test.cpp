@@ -46,7 +46,9 @@ TEST(UnpremultiplyBytes, EveryColourAndAlpha) {
     Scene scene = Square(MFIF_RGBA_RAW_32);
     for (double const alpha : {0.0, 0.2, 0.5, 254.0 / 255.0, 1.0}) {
         for (int other : {0, 17, 128, 255}) {
-            FillBytes(scene.oA.Get(), -1, [&](int x, int y, int c) { return c == 3 ? y : c == 0 ? x : c == 1 ? other : x / 2; });
+            FillBytes(scene.oA.Get(), -1, [&](int x, int y, int c) {
+                return c == 3 ? y : c == 0 ? x : c == 1 ? other : x / 2;
+            });
             qzILColor const color(0.3, 0.8, 1.0, alpha);
             qzILUnpremultiplyImg effect;
             effect.SetBackgroundColor(color);
