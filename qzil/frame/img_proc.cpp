@@ -107,6 +107,10 @@ qzILStatus qzILImgProc::Verify() {
     return selectable ? 1 : Fail(0x20002);
 }
 
+qzILStatus qzILImgProc::VerifyFormat(FormatList formats) {
+    return Contains(formats, FormatOf(m_pOutputImg)) ? 1 : Fail(0x1000D);
+}
+
 bool qzILImgProc::MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const {
     if (!SamePixels(m_pMaskImg, m_pOutputImg)) return true;
     return SamePixels(input, m_pOutputImg) && GetNumOfChannelsFromFormat(FormatOf(m_pOutputImg)) > 1 &&

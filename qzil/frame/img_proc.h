@@ -100,6 +100,8 @@ protected:
     /// Fills the parts of a walk that do not depend on the inputs, and runs it.
     qzILStatus RunWalk(qzil::kernel::Walk& walk, qzILBbox2l const& box, qzil::kernel::RowTraits const& traits,
                        qzil::kernel::RowCall const& call) const;
+    /// 1 when the output's format is in a list, else 0x1000D.
+    qzILStatus VerifyFormat(std::span<GUID const> formats);
     /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is
     /// not processed. `offset` is the output offset in the input's coordinates.
     bool MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const;

@@ -16,12 +16,6 @@ constexpr auto kFormats =
          kVideoFormats);
 constexpr std::array kGeneralFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 
-GUID FormatOf(IXFImage* image) {
-    GUID format{};
-    image->GetFormat(&format);
-    return format;
-}
-
 /// Alpha in fixed point. A value that Verify refuses is limited to what the weights can hold.
 s32 FixedAlpha(double alpha, double scale) {
     return Clamp<s32>(RoundHalfAway(alpha * scale), 0, static_cast<s32>(scale));
@@ -35,7 +29,7 @@ FormatList qzILBlendImg::GetFormats() {
 
 qzILStatus qzILBlendImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    if (!Contains(kFormats, FormatOf(m_pInputImgA))) return Fail(0x1000D);
+    if (VerifyFormat(kFormats) != 1) return -1;
     // NaN passes, deliberately: neither comparison holds for it.
     return m_dfAlpha < 0.0 || m_dfAlpha > 1.0 ? Fail(0x10012) : 1;
 }
@@ -225,7 +219,7 @@ void qzILGeneralBlendImage::GetAlphas(double& alphaA, double& alphaB) const {
 
 qzILStatus qzILGeneralBlendImage::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    if (!Contains(kGeneralFormats, FormatOf(m_pInputImgA))) return Fail(0x1000D);
+    if (VerifyFormat(kGeneralFormats) != 1) return -1;
     for (double const alpha : {m_dfAlphaA, m_dfAlphaB}) {
         if (alpha < 0.0 || alpha > 1.0) return Fail(0x10012);
     }

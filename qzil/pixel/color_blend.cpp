@@ -21,9 +21,7 @@ FormatList qzILColorBlendImg::GetFormats() {
 
 qzILStatus qzILColorBlendImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    if (!Contains(kFormats, format)) return Fail(0x1000D);
+    if (VerifyFormat(kFormats) != 1) return -1;
     return m_dfAlpha < 0.0 || m_dfAlpha > 1.0 ? Fail(65554) : 1;
 }
 

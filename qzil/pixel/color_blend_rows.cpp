@@ -55,16 +55,23 @@ void Blend16(Row const& row, ColorBlendConstants<u16> const& c) {
     });
 }
 
+/// What the weights leave of the input, and what they add of the colour.
+struct Toward {
+    Lanes<float> oScale;
+    Lanes<float> oAdd;
+
+    QZIL_INLINE explicit Toward(ColorBlendConstants<float> const& c)
+        : oScale(1.0f - c.aWeight[0], 1.0f - c.aWeight[1], 1.0f - c.aWeight[2], 1.0f - c.aWeight[3]),
+          oAdd(c.aColor[0] * c.aWeight[0], c.aColor[1] * c.aWeight[1], c.aColor[2] * c.aWeight[2],
+               c.aColor[3] * c.aWeight[3]) {}
+};
+
 void BlendFloat(Row const& row, ColorBlendConstants<float> const& c) {
     float* const out = Out<float>(row.pOut);
     float const* const in = In<float>(row.pA);
     float const* const mask = In<float>(row.pMask);
-    float scales[4], adds[4];
-    for (int i = 0; i < 4; ++i) {
-        scales[i] = 1.0f - c.aWeight[i];
-        adds[i] = c.aColor[i] * c.aWeight[i];
-    }
-    Lanes<float> const scale(scales), add(adds);
+    Toward const toward(c);
+    Lanes<float> const &scale = toward.oScale, &add = toward.oAdd;
     Lanes<float> const color(c.aColor), weight(c.aWeight);
     int const samples = row.iPixels * c.iSamples;
     if (!mask) {
@@ -82,12 +89,8 @@ void BlendS2_14(Row const& row, ColorBlendConstants<float> const& c) {
     s16* const out = Out<s16>(row.pOut);
     s16 const* const in = In<s16>(row.pA);
     void const* const mask = row.pMask;
-    float scales[4], adds[4];
-    for (int i = 0; i < 4; ++i) {
-        scales[i] = 1.0f - c.aWeight[i];
-        adds[i] = c.aColor[i] * c.aWeight[i];
-    }
-    Lanes<float> const scale(scales), add(adds);
+    Toward const toward(c);
+    Lanes<float> const &scale = toward.oScale, &add = toward.oAdd;
     Lanes<float> const color(c.aColor), weight(c.aWeight);
     int const samples = row.iPixels * c.iSamples;
     if (!mask) {

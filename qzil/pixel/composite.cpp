@@ -23,9 +23,7 @@ qzILStatus qzILCompositeImg::Verify() {
     m_uProcessingMode |= kModeAllChannels;
     m_pDominantInput = m_pInputImgA;
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    if (!Contains(kCompositeFormats, format)) return Fail(0x1000D);
+    if (VerifyFormat(kCompositeFormats) != 1) return -1;
     if (!m_pMaskImg) return Fail(65625);
     if (m_dfAlpha < 0.0 || m_dfAlpha > 1.0) return Fail(65554);
     return m_uAlphaMode >= qzILAlphaZero && m_uAlphaMode <= qzILAlphaDerived ? 1 : Fail(65626);
@@ -54,9 +52,7 @@ FormatList qzILCopyOverImg::GetFormats() {
 
 qzILStatus qzILCopyOverImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    return Contains(kCopyOverFormats, format) ? 1 : Fail(0x1000D);
+    return VerifyFormat(kCopyOverFormats);
 }
 
 qzILStatus qzILCopyOverImg::DoEffect() {

@@ -28,9 +28,7 @@ qzILStatus qzILImgOverColor::Execute() {
 
 qzILStatus qzILImgOverColor::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    if (!Contains(kFormats, format)) return Fail(0x1000D);
+    if (VerifyFormat(kFormats) != 1) return -1;
     return m_dfOpacity < 0.0 || m_dfOpacity > 1.0 ? Fail(65645) : 1;
 }
 

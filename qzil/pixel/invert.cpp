@@ -19,9 +19,7 @@ FormatList qzILInvertImg::GetFormats() {
 
 qzILStatus qzILInvertImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    return Contains(kFormats, format) ? 1 : Fail(0x1000D);
+    return VerifyFormat(kFormats);
 }
 
 qzILStatus qzILInvertImg::DoEffect() {

@@ -58,9 +58,8 @@ FormatList qzILMonadicLutMapImg::GetFormats() {
 
 qzILStatus qzILMonadicLutMapImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID const format = FormatOf(m_pOutputImg);
-    if (!Contains(kMonadicFormats, format)) return Fail(0x1000D);
-    return HasTables(m_ppLut, format) ? 1 : Fail(0x10018);
+    if (VerifyFormat(kMonadicFormats) != 1) return -1;
+    return HasTables(m_ppLut, FormatOf(m_pOutputImg)) ? 1 : Fail(0x10018);
 }
 
 qzILStatus qzILMonadicLutMapImg::PrepareData() {
@@ -105,9 +104,8 @@ FormatList qzILDyadicLutMapImg::GetFormats() {
 
 qzILStatus qzILDyadicLutMapImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    GUID const format = FormatOf(m_pOutputImg);
-    if (!Contains(kDyadicFormats, format)) return Fail(0x1000D);
-    return HasTables(m_ppLut, format) ? 1 : Fail(0x10018);
+    if (VerifyFormat(kDyadicFormats) != 1) return -1;
+    return HasTables(m_ppLut, FormatOf(m_pOutputImg)) ? 1 : Fail(0x10018);
 }
 
 qzILStatus qzILDyadicLutMapImg::PrepareData() {

@@ -24,9 +24,7 @@ qzILStatus qzILOutputAlpha::Execute() {
 
 qzILStatus qzILOutputAlpha::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    if (!Contains(kFormats, format)) return Fail(0x1000D);
+    if (VerifyFormat(kFormats) != 1) return -1;
     return m_uAlphaMode >= qzILAlphaZero && m_uAlphaMode <= qzILAlphaDerived ? 1 : Fail(65626);
 }
 

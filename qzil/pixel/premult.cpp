@@ -37,9 +37,7 @@ FormatList qzILAdjustPremultImg::GetFormats() {
 
 qzILStatus qzILAdjustPremultImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pInputImgA->GetFormat(&format);
-    return Contains(kAdjustFormats, format) ? 1 : Fail(0x1000D);
+    return VerifyFormat(kAdjustFormats);
 }
 
 qzILStatus qzILAdjustPremultImg::DoEffect() {
@@ -57,9 +55,7 @@ FormatList qzILUnpremultiplyImg::GetFormats() {
 
 qzILStatus qzILUnpremultiplyImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    return Contains(kUnpremultiplyFormats, format) ? 1 : Fail(0x1000D);
+    return VerifyFormat(kUnpremultiplyFormats);
 }
 
 qzILStatus qzILUnpremultiplyImg::DoEffect() {
