@@ -3,6 +3,8 @@
 #include "qzil/frame/frame_effects.h"
 #include "qzil/image/formats.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 using namespace qzil;
@@ -25,7 +27,11 @@ HRESULT qzILCopyAlpha(IXFImage* source, IXFImage* destination, unsigned mode, qz
     }
     qzILBbox2l const sourceBox = WholeOf(source), destinationBox = WholeOf(destination);
     qzILBbox2l const wanted = region ? *region : sourceBox.Intersect(destinationBox);
-    qzILVector2l const shift = (offset ? *offset : wanted.Origin) - wanted.Origin;
+    qzILVector2l const target = offset ? *offset : wanted.Origin;
+    std::int64_t const shiftX = std::int64_t{target.x} - wanted.Origin.x,
+                       shiftY = std::int64_t{target.y} - wanted.Origin.y;
+    if (std::abs(shiftX) > INT32_MAX || std::abs(shiftY) > INT32_MAX) return kOk;
+    qzILVector2l const shift(static_cast<int>(shiftX), static_cast<int>(shiftY));
     qzILBbox2l const box = Moved(wanted.Intersect(sourceBox), shift).Intersect(destinationBox);
 
     Ref<IXFImage> copy;
@@ -99,9 +105,11 @@ bool DividesPairs(qzILBbox2l const& box, qzILBbox2l const& roi, qzILVector2l con
 unsigned qzILVerifyROIAndMask(int allowAnySplitFieldRegion, IXFImage** inputs, qzILVector2l const* inputOffsets,
                               unsigned count, IXFImage* output, IXFImage* mask, qzILBbox2l const& maskRect,
                               qzILBbox2l const& roi, qzILVector2l const& outputOffset, unsigned primary) {
+    if (!output) return 0x10002;
     GUID format{};
     output->GetFormat(&format);
     if (IsFormatRGB(format) || IsFormatMono(format)) return 0;
+    if (primary >= count || std::find(inputs, inputs + count, nullptr) != inputs + count) return 0x1000B;
 
     auto const rectangle = [&](unsigned i) { return Moved(WholeOf(inputs[i]), inputOffsets[i]); };
     qzILBbox2l const primaryRect = rectangle(primary).Intersect(roi);
@@ -115,6 +123,8 @@ unsigned qzILVerifyROIAndMask(int allowAnySplitFieldRegion, IXFImage** inputs, q
         if (!(roi == whole) || !(outputOffset == qzILVector2l())) return 0x10060;
         for (unsigned i = 0; i < count; ++i) {
             if (!(WholeOf(inputs[i]).Size == whole.Size)) return 0x10062;
+        }
+        for (unsigned i = 0; i < count; ++i) {
             if (!(inputOffsets[i] == qzILVector2l())) return 0x10061;
         }
         return 0;

@@ -111,10 +111,7 @@ void qzILProcessor::ExtractJumps(unsigned char* pixels, GUID const& format, int 
                                  unsigned char** lineOne, int* pixelStep, int* lineJump, int* twoLineJump,
                                  unsigned char** alphaFirstPixel, int* alphaLineJump, unsigned mode) {
     qzil::Ref<IXFImage> image;
-    if (qzILCreateImage(nullptr, IID_IXFImage, image.Out()) < 0) return;
-    image->SetFormat(format);
-    image->SetRes(imageWidth, imageHeight);
-    image->SetPixelArray(pixels);
+    if (!qzil::ViewMemory(pixels, format, imageWidth, imageHeight, image)) return;
     ExtractJumps(image.Get(), x, y, width, firstPixel, lineZero, lineOne, pixelStep, lineJump, twoLineJump,
                  alphaFirstPixel, alphaLineJump, mode);
 }

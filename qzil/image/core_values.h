@@ -71,6 +71,10 @@ public:
     virtual ~qzILError() = default;
     qzILError& operator=(qzILError const&) = default;
     bool operator==(qzILError const& other) const { return m_uCode == other.m_uCode; }
+    /// Compares with a code. A template, since both conversions of this class would do for a plain number.
+    template <class Code>
+    requires std::is_integral_v<Code>
+    bool operator==(Code code) const { return m_uCode == static_cast<std::uint32_t>(code); }
     operator unsigned int() const { return m_uCode; }
 
     void Init() { m_uCode = 0; }
@@ -81,6 +85,7 @@ public:
     bool IsFatalError() const { return m_uCode >= 0x10000 && m_uCode <= 0x1FFFF; }
     bool IsWarning() const { return m_uCode >= 0x20000 && m_uCode <= 0x2FFFF; }
     static char const* GetClassNameA() { return m_ClassName; }
+    virtual char const* GetActualClassName() const { return m_ClassName; }
 
     static constexpr char m_ClassName[] = "qzILError";
 
@@ -119,6 +124,9 @@ public:
     qzILVector2l& operator-=(qzILVector2f const& v);
     bool operator==(qzILVector2l const& v) const { return x == v.x && y == v.y; }
     static char const* GetClassNameA() { return m_ClassName; }
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+    void Init() { *this = qzILVector2l(); }
+    void Trash() {}
 
     static constexpr char m_ClassName[] = "qzILVector2l";
     std::int32_t x;
@@ -133,6 +141,9 @@ class QZIL_API qzILVector2f {
 public:
     qzILVector2f(float x_ = 0, float y_ = 0) : x(x_), y(y_) {}
     qzILVector2f(qzILVector2f const&) = default;
+    template <class V>
+    requires(std::is_same_v<V, qzILVector2l> || std::is_same_v<V, qzILVector2d>) qzILVector2f(V const& v)
+        : qzILVector2f(static_cast<float>(v.x), static_cast<float>(v.y)) {}
     virtual ~qzILVector2f() = default;
     qzILVector2f& operator=(qzILVector2f const&) = default;
     template <class V>
@@ -143,6 +154,9 @@ public:
     qzILVector2f& operator-=(qzILVector2l const& v);
     bool operator==(qzILVector2f const& v) const { return x == v.x && y == v.y; }
     static char const* GetClassNameA() { return m_ClassName; }
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+    void Init() { *this = qzILVector2f(); }
+    void Trash() {}
 
     static constexpr char m_ClassName[] = "qzILVector2f";
     float x;
@@ -153,6 +167,9 @@ class QZIL_API qzILVector2d {
 public:
     qzILVector2d(double x_ = 0, double y_ = 0) : x(x_), y(y_) {}
     qzILVector2d(qzILVector2d const&) = default;
+    template <class V>
+    requires(std::is_same_v<V, qzILVector2l> || std::is_same_v<V, qzILVector2f>) qzILVector2d(V const& v)
+        : qzILVector2d(v.x, v.y) {}
     virtual ~qzILVector2d() = default;
     qzILVector2d& operator=(qzILVector2d const&) = default;
     template <class V>
@@ -163,6 +180,9 @@ public:
     qzILVector2d& operator-=(qzILVector2l const& v);
     bool operator==(qzILVector2d const& v) const { return x == v.x && y == v.y; }
     static char const* GetClassNameA() { return m_ClassName; }
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+    void Init() { *this = qzILVector2d(); }
+    void Trash() {}
 
     static constexpr char m_ClassName[] = "qzILVector2d";
     double x;
@@ -194,6 +214,9 @@ public:
     /// All zero when either is empty; disjoint rectangles give an empty one that keeps the computed origin.
     qzILBbox2l Intersect(qzILBbox2l const& other) const;
     static char const* GetClassNameA() { return m_ClassName; }
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+    void Init() { *this = qzILBbox2l(); }
+    void Trash() {}
 
     static constexpr char m_ClassName[] = "qzILBbox2l";
     qzILVector2l Size;

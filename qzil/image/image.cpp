@@ -16,6 +16,7 @@ namespace {
 
 constexpr unsigned kAlignment = 32;
 constexpr unsigned kFilledAlpha = 1;
+constexpr std::uint32_t kLargestPooled = 314572800;
 constexpr unsigned kStreamHeadSize = 100;
 
 template <class T>
@@ -74,7 +75,7 @@ CMFImage::CMFImage() {
     std::atomic_ref pool(s_pImageMemoryPool);
     if (pool.load()) return;
     // Two first images may be made side by side: the later pool is dropped.
-    auto* const pMade = new qzILMemoryPool(1, 40960, 1, 0x2000000, 1, 314572800);
+    auto* const pMade = new qzILMemoryPool(1, 40960, 1, 0x2000000, 1, kLargestPooled);
     qzILMemoryPool* pNone = nullptr;
     if (!pool.compare_exchange_strong(pNone, pMade)) delete pMade;
 }
@@ -304,6 +305,13 @@ HRESULT CMFImage::Allocate(int width, int height) {
 void CMFImage::Trash() {
     ReleaseBlock();
     m_oState = State{};
+}
+
+bool CMFImage::HoldsResolution() const {
+    Description const& d = m_oState.oDescription;
+    if (m_oState.iExternal || d.iWidth <= 0 || d.iHeight <= 0) return true;
+    std::uint64_t const pixels = static_cast<std::uint64_t>(d.iWidth) * static_cast<std::uint64_t>(d.iHeight);
+    return pixels <= UINT32_MAX && pixels * d.uPixelSize <= d.uPixelArraySize;
 }
 
 HRESULT CMFImage::CheckRegion(void const* buffer, int x, int y, int width, int height) const {
@@ -706,10 +714,13 @@ HRESULT CMFImage::Load(IStream* stream) {
     }
     result = Allocate(d.iWidth, d.iHeight);
     if (result < 0) return failed(result);
-    std::uint32_t read = 0;
+    // A stream may leave the count alone.
+    std::uint32_t read = d.uPixelArraySize;
     result = stream->Read(m_oState.pPixels, d.uPixelArraySize, &read);
     if (result < 0) return failed(result);
-    // A short stream is no failure; what it does not give must not be some other image's pixels.
-    if (read < d.uPixelArraySize) std::memset(m_oState.pPixels + read, 0, d.uPixelArraySize - read);
+    // A short stream is no failure; what it does not give must not be some other image's pixels. Blocks above the
+    // pool's classes are always fresh, and clearing them would only make a lying header cost real memory.
+    bool const pooled = m_oState.uAllocatedSize <= kLargestPooled;
+    if (pooled && read < d.uPixelArraySize) std::memset(m_oState.pPixels + read, 0, d.uPixelArraySize - read);
     return kOk;
 }

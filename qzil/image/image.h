@@ -125,18 +125,18 @@ protected:
 /// The one image class. Effects and hosts reach it through its interfaces; qzILCreateImage makes it.
 ///
 /// Distinct images may be used on distinct threads; one image is not to be changed by two at once.
-class QZIL_API CMFImage final : public IXFImage,
-                                public IXFImageHeaderFooter,
-                                public IXFImageClone,
-                                public IQZAddMemSizeToStatManager,
-                                public IPersistStream {
+class QZIL_API CMFImage : public IXFImage,
+                          public IXFImageHeaderFooter,
+                          public IXFImageClone,
+                          public IQZAddMemSizeToStatManager,
+                          public IPersistStream {
 public:
     /// The pool of all images: made at the first image, destroyed by ClearImagePool.
     static qzILMemoryPool* s_pImageMemoryPool;
     static void ClearImagePool();
 
     CMFImage();
-    ~CMFImage();
+    virtual ~CMFImage();
     CMFImage(CMFImage const&) = delete;
     CMFImage& operator=(CMFImage const&) = delete;
 
@@ -222,6 +222,8 @@ public:
     HRESULT ResizeAllocatedMemory(unsigned size);
     /// Bytes that the image owns: 0 for an external pixel array.
     unsigned GetDynamicMemSize() const { return m_oState.iExternal ? 0 : m_oState.uAllocatedSize; }
+    /// The image's pixel array holds its resolution. An external array is the caller's to know.
+    bool HoldsResolution() const;
 
 private:
     /// The head of the stream format.

@@ -35,7 +35,8 @@ void qzILImageHelper::SetImage(IXFImage* image) {
     image->GetFormat(&m_oFormat);
     image->GetAllAttributes(&attributes);
     m_pPixelArray = static_cast<unsigned char*>(pPixels);
-    m_iTopDown = IsFormatTopDown(m_oFormat) || (attributes & qzil::kAttributeTopDown) != 0;
+    bool const turned = m_oFormat == MFIF_MONO_RAW_16_TD && (attributes & qzil::kAttributeTopDown) != 0;
+    m_iTopDown = IsFormatTopDown(m_oFormat) || turned;
     m_iSplitField = IsFormatSplitField(m_oFormat);
     m_iSplitFieldEven = IsFormatSplitFieldEven(m_oFormat);
     m_iSeparateAlpha = IsFormatWithSeparateAlpha(m_oFormat);
@@ -45,8 +46,11 @@ void qzILImageHelper::SetImage(IXFImage* image) {
     std::int64_t const row1 = order.MemoryRow(1, m_iHeight);
     std::int64_t const row2 = order.MemoryRow(2, m_iHeight);
     std::int64_t const channel = m_uChannelSize;
-    // A channel larger than its pixel, or an image without pixels, has no address: the lines stay null.
-    bool const sound = m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel && m_iWidth > 0 && m_iHeight > 0;
+    // A channel larger than its pixel, an image without pixels, and a resolution set beyond the image's own memory have
+    // no addresses: the lines stay null.
+    auto const* const pOwn = dynamic_cast<CMFImage const*>(image);
+    bool const sound = m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel && m_iWidth > 0 &&
+                       m_iHeight > 0 && (!pOwn || pOwn->HoldsResolution());
     m_iPixelStep = static_cast<std::int32_t>(m_iSeparateAlpha ? m_uPixelSize - m_uChannelSize : m_uPixelSize);
     if (!sound) m_iPixelStep = 0;
     std::ptrdiff_t const lineBytes = std::ptrdiff_t{m_iPixelStep} * m_iWidth;

@@ -8,8 +8,8 @@
 
 namespace qzil {
 
-/// Attribute of an image whose lines run top-down whatever its format says: the alpha plane split off a 10.6 image has
-/// a mono format that is not top-down, yet keeps the direction of its parent.
+/// Attribute of an MFIF_MONO_RAW_16_TD image whose lines run top-down: the alpha plane split off a 10.6 image has that
+/// format, which is not top-down, yet keeps the direction of its parent.
 inline constexpr unsigned kAttributeTopDown = 0x80000000;
 
 /// Where the lines of an image lie. Logical line 0 of a top-down format is its last memory row, so y grows upward.

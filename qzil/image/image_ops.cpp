@@ -20,6 +20,21 @@ bool SamePixels(IXFImage* a, IXFImage* b) {
     return pA && pA == pB;
 }
 
+bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height, Ref<IXFImage>& view) {
+    if (qzILCreateImage(nullptr, IID_IXFImage, view.Out()) < 0) return false;
+    view->SetFormat(format);
+    unsigned pixelSize = 0;
+    view->GetPixelSize(&pixelSize);
+    // A format that an image does not know still has the sizes of its attributes.
+    if (pixelSize == 0) {
+        view->SetPixelSize(GetPixelSizeFromFormat(format));
+        view->SetChannelSize(GetChannelSizeFromFormat(format));
+    }
+    view->SetRes(width, height);
+    view->SetPixelArray(pixels);
+    return true;
+}
+
 bool IsPairFormat(GUID const& format) {
     unsigned const channelSize = GetChannelSizeFromFormat(format);
     bool const video = IsFormatYCC422(format) && (IsFormat601(format) || IsFormat709(format));
@@ -43,6 +58,7 @@ qzILBbox2l WholeOf(IXFImage* image) {
 void CopyLines(qzILImageHelper const& source, qzILImageHelper const& destination, qzILBbox2l const& box,
                unsigned mode) {
     if (box.IsEmpty() || !source.m_pLineZero || !destination.m_pLineZero) return;
+    if (source.m_iPixelStep != destination.m_iPixelStep) return;
     std::size_t const colorBytes = static_cast<std::size_t>(destination.m_iPixelStep) * box.Size.x;
     std::size_t const alphaBytes =
         destination.m_iSeparateAlpha ? std::size_t{destination.m_uChannelSize} * box.Size.x : 0;
@@ -221,10 +237,7 @@ void qzILMemCopy(void const* source, void* destination, std::size_t size) {
 unsigned char* qzILGetPixelPtr(GUID const& format, unsigned char* pixels, int width, int height, int x, int y,
                                int channel) {
     Ref<IXFImage> image;
-    if (qzILCreateImage(nullptr, IID_IXFImage, image.Out()) < 0) return nullptr;
-    image->SetFormat(format);
-    image->SetRes(width, height);
-    image->SetPixelArray(pixels);
+    if (!ViewMemory(pixels, format, width, height, image)) return nullptr;
     qzILImageHelper helper(image.Get());
     helper.m_uChannelOffset = static_cast<std::uint32_t>(channel);
     return helper.GetPixelPtr(x, y);
@@ -333,6 +346,7 @@ HRESULT qzILSplitYCCAImage(IXFImage* image, IXFImage** color, IXFImage** alpha) 
     image->GetOriginalRes(&originalWidth, &originalHeight);
     image->GetSize(&sizeX, &sizeY);
     image->GetPos(&posX, &posY);
+    if (width < 0 || height < 0 || pixelSize < channelSize) return kFailure;
     std::size_t const pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     std::size_t const colorBytes = pixels * (pixelSize - channelSize);
 
@@ -351,7 +365,8 @@ HRESULT qzILSplitYCCAImage(IXFImage* image, IXFImage** color, IXFImage** alpha) 
         return kOk;
     };
     auto* const pAlphaPixels = pPixels ? static_cast<unsigned char*>(pPixels) + colorBytes : nullptr;
-    unsigned const alphaAttributes = attributes | (IsFormatTopDown(format) ? kAttributeTopDown : 0);
+    bool const turned = IsFormatTopDown(format) && !IsFormatTopDown(alphaFormat);
+    unsigned const alphaAttributes = attributes | (turned ? kAttributeTopDown : 0);
     Ref<IXFImage> colorView, alphaView;
     result = makeView(colorFormat, pPixels, colorBytes, attributes, colorView);
     if (result >= 0) result = makeView(alphaFormat, pAlphaPixels, pixels * channelSize, alphaAttributes, alphaView);

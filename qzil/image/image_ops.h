@@ -57,6 +57,9 @@ constexpr bool SkipsLine(unsigned mode, std::int64_t y) {
 /// Two images are one when they share their pixel memory: the planes of one image count as that image.
 bool SamePixels(IXFImage* a, IXFImage* b);
 
+/// Makes an image over memory of the caller, laid out as the format and size say; false without memory for it.
+bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height, Ref<IXFImage>& view);
+
 /// True for the formats that hold two pixels as luma, chroma, luma, chroma, with alpha in a plane or none.
 bool IsPairFormat(GUID const& format);
 

@@ -9,13 +9,13 @@
 #define QZIL_INLINE [[gnu::always_inline]] inline
 
 /// (a * b + 127) / 255: a * b / 255 rounded to nearest. Row a, column b.
-extern QZIL_API unsigned char const (&ilNormMult)[256][256];
+extern QZIL_API unsigned char const ilNormMult[256][256];
 /// a + b - ilNormMult[a][b].
-extern QZIL_API unsigned char const (&ilInvNormMult)[256][256];
+extern QZIL_API unsigned char const ilInvNormMult[256][256];
 /// 0 for b = 0, else min(255, (a * 255 + b / 2) / b).
-extern QZIL_API unsigned char const (&ilNormDiv)[256][256];
+extern QZIL_API unsigned char const ilNormDiv[256][256];
 /// 0 for b = 0, else min(255, truncate(42.5 * a / b + 0.5)): a fraction of a sixth of the 8-bit hue circle.
-extern QZIL_API unsigned char const (&ilHueTable)[256][256];
+extern QZIL_API unsigned char const ilHueTable[256][256];
 
 namespace qzil {
 
@@ -240,6 +240,9 @@ struct qzILImageMath<qzILFormat<unsigned short>> {
 };
 
 template <>
+struct qzILImageMath<qzILFormat<_true_typedef<short, _qzILS10_6>>> : qzILImageMath<qzILFormat<unsigned short>> {};
+
+template <>
 struct qzILImageMath<qzILFormat<short>> {
     using Format = qzILFormat<short>;
     using Channel = Format::Channel;
@@ -306,7 +309,10 @@ struct qzILFixedPoint : M {
     using Channel = typename M::Channel;
 
     QZIL_INLINE static constexpr Sum Weight(double w) { return Fixed::Weight(w); }
-    QZIL_INLINE static constexpr Sum Narrow(Sum s) { return Fixed::Narrow(s); }
+    /// Signed channels make negative sums, which follow the signed rule.
+    QZIL_INLINE static constexpr Sum Narrow(Sum s) {
+        return Channel(-1) < Channel(0) ? Fixed::NarrowSigned(s) : Fixed::Narrow(s);
+    }
     /// a toward b by a weight of 0 to ONE.
     QZIL_INLINE static constexpr Channel Interpolate(Channel a, Channel b, Sum w) {
         return static_cast<Channel>(Narrow((Fixed::kOne - w) * a + w * b));

@@ -103,7 +103,7 @@ protected:
 
 namespace qzil::platform {
 
-/// Makes an object that marshals `outer` within the process by its plain pointer. `*marshaler` is the object's own
+/// Makes an object that marshals `outer` within the process by a ticket; what is never unmarshalled keeps `outer` alive. `*marshaler` is the object's own
 /// IUnknown, counted once; the IMarshal it answers shares the life of `outer`.
 QZIL_API HRESULT CoCreateFreeThreadedMarshaler(IUnknown* outer, IUnknown** marshaler);
 

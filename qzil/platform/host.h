@@ -23,7 +23,7 @@ using MemStatKey = std::uintptr_t;
 /// The host's memory statistics: silent until a host sets the hook.
 class QZIL_API CQZStatManager {
 public:
-    /// One object: its class, the size of the class's name field, its own bytes, the bytes it owns, and flags.
+    /// One object: its class, the kind of statistic, its own bytes, the bytes it owns, and flags.
     using Hook = void (*)(MemStatKey key, char const* className, int kind, std::uint32_t objectSize,
                           std::uint32_t dynamicSize, std::uint32_t flags);
 
