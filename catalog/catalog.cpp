@@ -15,6 +15,8 @@ Instance::Instance(Entry const& entry) : m_pEntry(&entry), m_pEffect(entry.pCrea
 void Instance::SetInput(std::size_t index, IXFImage* image) {
     m_pEntry->oInputs.at(index).oSet(*m_pEffect, image);
     m_oInputs[index] = image;
+    // Read now: the image may be gone by the time that a parameter is set.
+    if (index == 0 && image) image->GetChannelSize(&m_uChannelSize);
     ApplyTables();
     ApplyDominant();
 }
@@ -47,12 +49,10 @@ void Instance::Set(std::string_view name, Value const& value) {
 
 /// Points the effect at the tables that suit the channel size of its first input.
 void Instance::ApplyTables() {
-    unsigned channelSize = 1;
-    if (!m_oInputs.empty() && m_oInputs[0]) m_oInputs[0]->GetChannelSize(&channelSize);
     for (Tables const& tables : m_oTables) {
         void const* pTable = nullptr;
-        if (tables.pLut && channelSize == 1 && !tables.pLut->oBytes.empty()) pTable = tables.pLut->oBytes.data();
-        if (tables.pLut && channelSize == 2 && !tables.pLut->oWords.empty()) pTable = tables.pLut->oWords.data();
+        if (tables.pLut && m_uChannelSize == 1 && !tables.pLut->oBytes.empty()) pTable = tables.pLut->oBytes.data();
+        if (tables.pLut && m_uChannelSize == 2 && !tables.pLut->oWords.empty()) pTable = tables.pLut->oWords.data();
         // The effects take writable pointers, and only read.
         std::fill_n(tables.pPointers.get(), 4, const_cast<void*>(pTable));
         m_pEntry->oParameters[tables.uParameter].oSetLut(*m_pEffect, tables.pPointers.get());

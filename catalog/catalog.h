@@ -106,6 +106,7 @@ private:
     std::unique_ptr<qzILImgProc> m_pEffect;
     std::vector<IXFImage*> m_oInputs;
     std::vector<Tables> m_oTables;
+    unsigned m_uChannelSize = 1;  ///< of the first input
     bool m_bDominantSet = false;
     bool m_bDominantB = false;
 };
