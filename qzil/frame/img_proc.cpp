@@ -214,6 +214,14 @@ qzILStatus qzILImgProc::PrepareRegion(std::span<Source const> sources, unsigned 
     if (!viewed) return Fail(0x10001);
 
     output.SetImage(m_pOutputImg);
+    // A field of a split-field image is walked as a whole, from its own start: Verify lets nothing else through.
+    bool const oneField = output.m_iSplitField && (m_uProcessingMode & kModeNoLines) != 0;
+    bool const whole = delta == qzILVector2l() && masked == WholeOf(m_pOutputImg);
+    if (oneField && !whole && !masked.IsEmpty()) return Fail(0x10060);
+    for (Source const& source : sources) {
+        bool const sameSize = WholeOf(source.pImage).Size == WholeOf(m_pOutputImg).Size;
+        if (oneField && !masked.IsEmpty() && (!sameSize || !(source.oPlace == qzILVector2l()))) return Fail(0x10060);
+    }
     boxes.oInput = boxes.oCopy = Moved(input, delta);
     boxes.oMasked = boxes.oProcessed = Moved(masked, delta);
     m_iFirstLineEven = (boxes.oProcessed.Origin.y & 1) == 0;
@@ -293,7 +301,8 @@ qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kerne
     int const pixelBytes = traits.iSamples * traits.iSampleBytes;
     bool const fits = walk.oA.iPixelStep == pixelBytes && walk.oOut.iPixelStep == pixelBytes &&
                       (!walk.oB.pFirst || walk.oB.iPixelStep == pixelBytes);
-    if (!fits) return -1;
+    bool const maskFits = !walk.oMask.pFirst || walk.oMask.iPixelStep % traits.iSampleBytes == 0;
+    if (!fits || !maskFits) return -1;
     walk.iWidth = box.Size.x;
     walk.iLines = box.Size.y;
     walk.bOddX = (m_oOutputOffset.x & 1) != 0;

@@ -105,7 +105,7 @@ protected:
     /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is
     /// not processed. `offset` is the output offset in the input's coordinates.
     bool MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const;
-    /// Hands this effect's region, mask, default colour and interrupt to another one that works in its place.
+    /// Hands this effect's region, mask and default colour to another one that works in its place.
     void ShareSettings(qzILImgProc& other, unsigned mode) const;
     bool HasSplitPlanes() const;
     /// Takes the first n pixels off every line.

@@ -51,6 +51,8 @@ struct RowTraits {
     bool bTakesChannels = false;  ///< leaves unselected channels as the passed-through pixel has them
     bool bHasChannels = true;     ///< the channel bits of the processing mode count; false for mono and 4:2:2
     bool bPolls = true;           ///< the interrupt is asked after each line
+    bool bIgnoresMask = false;    ///< neither the row function nor the commit looks at it
+    bool bWritesAll = true;       ///< every pixel of a stretch is written; otherwise the output is written in place
 };
 
 /// One entry per channel type.

@@ -144,15 +144,17 @@ public:
           m_oCall(call),
           m_oRows(GetCommitRows()),
           m_oMaskReader(walk, traits, m_oRows) {
-        bool const masked = walk.oMask.pFirst != nullptr;
+        bool const masked = walk.oMask.pFirst && !traits.bIgnoresMask;
         m_uChannels = traits.bHasChannels ? walk.uMode & 15u : 15u;
         m_iPixelBytes = traits.iSamples * traits.iSampleBytes;
+        m_bMasked = masked;
         m_bMixes = masked && !traits.bTakesMask;
         m_bSelects = m_uChannels != 15 && !traits.bTakesChannels;
         m_bPolls = traits.bPolls && walk.pStop;
         bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
         std::int64_t const images = walk.oB.pFirst ? 3 : 2;
-        m_bStreams = !inPlace && images * walk.iWidth * walk.iLines * m_iPixelBytes >= kStreamBytes;
+        m_bStreams =
+            !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= kStreamBytes;
     }
 
     void Run() {
@@ -174,7 +176,7 @@ public:
                 row.pPass = m_oWalk.bPassB ? row.pB : row.pA;
                 row.pAlphaIn = alphaIn.At(x);
                 row.pAlphaOut = alphaOut.At(x);
-                if (mask.At(x)) row.pMask = m_oMaskReader.Read(mask.At(x), pixels, m_oWalk.bOddX);
+                if (m_bMasked) row.pMask = m_oMaskReader.Read(mask.At(x), pixels, m_oWalk.bOddX);
                 Stretch(row, out.At(x));
             }
             // Every pointer ends on the last line, never a line beyond it.
@@ -227,6 +229,7 @@ private:
     Scratch m_oScratch;
     unsigned m_uChannels;
     int m_iPixelBytes;
+    bool m_bMasked;
     bool m_bMixes;
     bool m_bSelects;
     bool m_bPolls;

@@ -79,7 +79,7 @@ qzILStatus qzILColorBlendImg::ColorBlend8() {
 qzILStatus qzILColorBlendImg::ColorBlendYCC422() {
     kernel::RowTraits traits = PixelTraits(Format(), MixRule::NormMult);
     if (traits.iSampleBytes == 0) return -1;
-    traits.bTakesMask = true;
+    traits.bIgnoresMask = true;
     auto const alpha = static_cast<u8>(RoundHalfAway(255 * m_dfAlpha) & 255);
     Unit422<u8> const unit = ColorUnit8(m_oBlendColor, Format());
     ScaleAdd8 scaleAdd{{}, {}, traits.iSamples};
@@ -126,7 +126,7 @@ qzILStatus qzILColorBlendImg::ColorBlendFloat() {
         bool const acts = masked || IsSelected(traits.bHasChannels, i);
         constants.aWeight[i] = acts ? static_cast<float>(m_dfAlpha) : 0.0f;
     }
-    if (video) m_oMaskLines = {};
+    traits.bIgnoresMask = video;
     return RunRows(traits, Bound(GetColorBlendRows().pBlendFloat, constants));
 }
 
@@ -138,7 +138,7 @@ qzILStatus qzILColorBlendImg::ColorBlendS2_14() {
     if (video) {
         Unit422<float> const unit = ColorUnitFloat(m_oBlendColor, Format(), 16384.0f);
         for (int i = 0; i < 4; ++i) constants.aColor[i] = unit.aSamples[i];
-        m_oMaskLines = {};
+        traits.bIgnoresMask = true;
     } else {
         m_oBlendColor.GetColorAsFloat(constants.aColor, XFColorModelRGB);
         for (float& color : constants.aColor) color *= 16384.0f;

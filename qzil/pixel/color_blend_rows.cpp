@@ -125,7 +125,7 @@ void BlendMonoS2_14(Row const& row, ColorBlendMonoS14 const& c) {
     }
     ForEach(row.iPixels, [=](int i) {
         s32 const m = Clamp<s32>(mask[i], 0, 16384);
-        s32 const weight = m > 16383 ? alpha : (m * alpha16 + 32768) >> 16;
+        s32 const weight = (m * alpha16 + 32768) >> 16;
         out[i] = MixS2_14(in[i], color, static_cast<s16>(m < 1 ? 0 : weight));
     });
 }

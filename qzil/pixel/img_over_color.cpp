@@ -142,7 +142,9 @@ qzILStatus qzILImgOverColor::CompositeOverColorYUVA422() {
                                    Opacity8(m_dfOpacity),
                                    m_iPremultiplied != 0,
                                    IsSelected(3)};
-    return RunRows(PixelTraits(Format(), MixRule::NormMult), Bound(GetOverColorRows().pYuva8, constants));
+    kernel::RowTraits traits = PixelTraits(Format(), MixRule::NormMult);
+    traits.bWritesAll = false;
+    return RunRows(traits, Bound(GetOverColorRows().pYuva8, constants));
 }
 
 /// Float and S2.14 share one rule.

@@ -28,7 +28,7 @@ qzILStatus qzILInvertImg::DoEffect() {
     bool const graphics = IsFormatRGB(format) || IsFormatMono(format);
     if (traits.iSampleBytes == 0 || (!graphics && !IsFormatYCC(format))) return -1;
     traits.bPolls = false;
-    traits.bTakesMask = !graphics;
+    traits.bIgnoresMask = !graphics;
     InvertRows const& rows = GetInvertRows();
     auto const* const pRow =
         EntryFor(graphics ? rows.oProcessRGBA : rows.oProcessYCC422, GetChannelTypeFromFormat(format));

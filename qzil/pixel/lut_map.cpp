@@ -24,11 +24,13 @@ unsigned ChannelsOf(GUID const& format) {
     return GetNumOfChannelsFromFormat(format);
 }
 
-/// Every table that a format needs is there.
-bool HasTables(void** tables, GUID const& format) {
+/// Every table is there that a format needs for the channels of a mode.
+bool HasTables(void** tables, GUID const& format, unsigned mode) {
     if (!tables) return false;
-    for (unsigned i = 0; i < ChannelsOf(format); ++i) {
-        if (!tables[i]) return false;
+    unsigned const channels = ChannelsOf(format);
+    for (unsigned i = 0; i < channels; ++i) {
+        bool const needed = channels == 1 || (mode >> i & 1) != 0;
+        if (needed && !tables[i]) return false;
     }
     return true;
 }
@@ -59,7 +61,7 @@ FormatList qzILMonadicLutMapImg::GetFormats() {
 qzILStatus qzILMonadicLutMapImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
     if (VerifyFormat(kMonadicFormats) != 1) return -1;
-    return HasTables(m_ppLut, FormatOf(m_pOutputImg)) ? 1 : Fail(0x10018);
+    return HasTables(m_ppLut, FormatOf(m_pOutputImg), m_uProcessingMode) ? 1 : Fail(0x10018);
 }
 
 qzILStatus qzILMonadicLutMapImg::PrepareData() {
@@ -87,7 +89,7 @@ qzILStatus qzILMonadicLutMapImg::CleanData() {
 qzILStatus qzILMonadicLutMapImg::DoEffect() {
     kernel::RowTraits traits = OperationTraits(Format());
     if (traits.iSampleBytes == 0) return 1;
-    if (!HasTables(m_ppLut, Format())) return Fail(0x10018);
+    if (!HasTables(m_ppLut, Format(), m_uProcessingMode)) return Fail(0x10018);
     traits.bTakesChannels = true;
     OperationRows const& rows = GetOperationRows();
     if (traits.iSampleBytes == 1) {
@@ -105,7 +107,7 @@ FormatList qzILDyadicLutMapImg::GetFormats() {
 qzILStatus qzILDyadicLutMapImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
     if (VerifyFormat(kDyadicFormats) != 1) return -1;
-    return HasTables(m_ppLut, FormatOf(m_pOutputImg)) ? 1 : Fail(0x10018);
+    return HasTables(m_ppLut, FormatOf(m_pOutputImg), m_uProcessingMode) ? 1 : Fail(0x10018);
 }
 
 qzILStatus qzILDyadicLutMapImg::PrepareData() {
@@ -127,7 +129,7 @@ qzILStatus qzILDyadicLutMapImg::CleanData() {
 qzILStatus qzILDyadicLutMapImg::DoEffect() {
     kernel::RowTraits traits = OperationTraits(Format());
     if (traits.iSampleBytes != 1) return 1;
-    if (!HasTables(m_ppLut, Format())) return Fail(0x10018);
+    if (!HasTables(m_ppLut, Format(), m_uProcessingMode)) return Fail(0x10018);
     traits.bTakesChannels = true;
     auto const tables = Choose<DyadicLutConstants>(m_ppLut, m_oIdentity.get(), m_uProcessingMode, traits.iSamples);
     return RunRows(traits, kernel::Bound(GetOperationRows().pDyadicLut8, tables));

@@ -34,7 +34,7 @@ qzILStatus qzILOutputAlpha::DoEffect() {
     if (!rgb && !IsFormatYCCA(format)) return Fail(65588);
     kernel::RowTraits traits = PixelTraits(format, kernel::MixRule::Mix257);
     if (rgb ? traits.iSamples != 4 : !m_oInputAlphaLines.pFirst || !m_oOutputAlphaLines.pFirst) return -1;
-    traits.bTakesMask = !rgb;
+    traits.bIgnoresMask = !rgb;
     OutputAlphaRows const& rows = GetOutputAlphaRows();
     auto const* const pRow = EntryFor(rgb ? rows.oProcessRGBA : rows.oProcessYUVA422, GetChannelTypeFromFormat(format));
     if (!pRow) return -1;

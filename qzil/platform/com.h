@@ -103,8 +103,8 @@ protected:
 
 namespace qzil::platform {
 
-/// Makes an object that marshals `outer` within the process by a ticket; what is never unmarshalled keeps `outer` alive. `*marshaler` is the object's own
-/// IUnknown, counted once; the IMarshal it answers shares the life of `outer`.
+/// Makes an object that marshals `outer` within the process by a ticket; what is never unmarshalled keeps `outer`
+/// alive. `*marshaler` is the object's own IUnknown, counted once; the IMarshal it answers shares the life of `outer`.
 QZIL_API HRESULT CoCreateFreeThreadedMarshaler(IUnknown* outer, IUnknown** marshaler);
 
 /// Counted pointer to an interface.
