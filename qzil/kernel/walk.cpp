@@ -192,6 +192,8 @@ private:
     /// Pixels of the stretch that starts at an address: an even number, and such that the next stretch starts aligned
     /// for streaming where whole pixel pairs allow it.
     int StretchFrom(unsigned char const* out) const {
+        // Without a scratch line there is nothing to keep in a cache.
+        if (!m_bMasked && !m_bSelects && !m_bStreams) return m_oWalk.iWidth;
         int const pairBytes = 2 * m_iPixelBytes;
         int const misaligned = static_cast<int>(reinterpret_cast<std::uintptr_t>(out) % kStreamAlignment);
         int const lead = misaligned % pairBytes == 0 && misaligned != 0 ? kStreamAlignment - misaligned : 0;
