@@ -62,7 +62,7 @@ protected:
 };
 
 /// Byte stream. A read at the end succeeds with fewer bytes than asked for; only a negative result is a failure.
-/// Implementations give Read and Write; the rest is optional and answers "not implemented".
+/// Implementations give Read and Write; the rest is optional and answers 0x80004001.
 class IStream : public IUnknown {
 public:
     virtual HRESULT Read(void* bytes, std::uint32_t size, std::uint32_t* read) = 0;
