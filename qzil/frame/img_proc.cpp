@@ -1,6 +1,7 @@
 #include "qzil/frame/img_proc.h"
 
 #include "qzil/frame/image_utils.h"
+#include "qzil/frame/mask_check.h"
 #include "qzil/image/format_relations.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/kernel/row.h"
@@ -11,29 +12,10 @@ using namespace qzil;
 
 namespace {
 
-bool HasPixels(IXFImage* image) {
-    void* pPixels = nullptr;
-    image->GetPixelArray(&pPixels);
-    return pPixels != nullptr;
-}
-
 GUID FormatOf(IXFImage* image) {
     GUID format{};
     image->GetFormat(&format);
     return format;
-}
-
-/// Place of a mask channel in a mask pixel; -1 when the format has no such channel.
-int MaskChannelPlace(GUID const& format, XFImageChannel channel) {
-    bool const mono = GetNumOfChannelsFromFormat(format) == 1;
-    switch (channel) {
-        case XFImageChannel0: return mono ? -1 : 0;
-        case XFImageChannel1: return mono ? -1 : 1;
-        case XFImageChannel2: return mono ? -1 : 2;
-        case XFImageChannel3: return mono ? -1 : 3;
-        case XFImageChannelMono: return mono ? 0 : -1;
-        default: return -1;
-    }
 }
 
 }  // namespace
@@ -76,11 +58,7 @@ void qzILImgProc::GetMask(IXFImage** image, XFImageChannel* channel) const {
 }
 
 qzILStatus qzILImgProc::Execute() {
-    qzILStatus status = PrepareData();
-    if (!IsInterrupted() && status == 1) status = ProcessData();
-    if (status == 1) return CleanData();
-    CleanData();
-    return status;
+    return RunSteps(*this);
 }
 
 qzILStatus qzILImgProc::Verify() {
@@ -88,14 +66,10 @@ qzILStatus qzILImgProc::Verify() {
     if (!HasPixels(m_pOutputImg)) return Fail(0x10003);
     GUID const format = FormatOf(m_pOutputImg);
     if (m_pMaskImg) {
-        GUID const maskFormat = FormatOf(m_pMaskImg);
         unsigned maskChannelSize = 0, channelSize = 0;
         m_pMaskImg->GetChannelSize(&maskChannelSize);
         m_pOutputImg->GetChannelSize(&channelSize);
-        if (!HasPixels(m_pMaskImg)) return Fail(0x10005);
-        if (!(WholeOf(m_pMaskImg).Size == m_oMaskRect.Size)) return Fail(0x10006);
-        if (!Contains(kMaskFormats, maskFormat)) return Fail(0x10007);
-        if (MaskChannelPlace(maskFormat, m_uMaskChannel) < 0) return Fail(0x10008);
+        if (unsigned const code = FindMaskFault(m_pMaskImg, m_oMaskRect, m_uMaskChannel)) return Fail(code);
         if (maskChannelSize != channelSize) return Fail(0x10009);
     }
     qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
@@ -148,10 +122,8 @@ unsigned qzILImgProc::FindFault(std::span<Source const> sources) const {
         }
     }
     if (!m_pMaskImg) return 0;
-    if (!HasPixels(m_pMaskImg)) return 0x10005;
+    if (unsigned const code = FindMaskFault(m_pMaskImg, WholeOf(m_pMaskImg), m_uMaskChannel)) return code;
     qzILImageHelper const mask(m_pMaskImg);
-    if (!Contains(kMaskFormats, mask.m_oFormat)) return 0x10007;
-    if (MaskChannelPlace(mask.m_oFormat, m_uMaskChannel) < 0) return 0x10008;
     bool const natural = mask.m_uPixelSize == GetPixelSizeFromFormat(mask.m_oFormat);
     return natural && mask.m_uChannelSize == output.m_uChannelSize ? 0 : 0x10009;
 }

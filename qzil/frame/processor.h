@@ -97,6 +97,15 @@ protected:
     bool HasInterrupt() const { return m_pInterruptFlag || m_pInterruptFct != AlwaysFalse; }
     /// Records a code and returns -1.
     qzILStatus Fail(unsigned code);
+    /// An effect's own steps, one after the other: prepare, process unless interrupted, and clean up in any case.
+    template <class Effect>
+    qzILStatus RunSteps(Effect& effect) {
+        qzILStatus status = effect.PrepareData();
+        if (!IsInterrupted() && status == 1) status = effect.ProcessData();
+        if (status == 1) return effect.CleanData();
+        effect.CleanData();
+        return status;
+    }
 
     unsigned m_uProcessingMode;
     qzILError m_oLastError;

@@ -1,5 +1,6 @@
 #include "qzil/kernel/commit.h"
 #include "qzil/kernel/row.h"
+#include "qzil/kernel/streaming.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,11 +12,6 @@ namespace {
 constexpr int kStretchBytes = 2048;
 /// Mask values of a stretch are at most as many as its samples, and as wide.
 constexpr int kMaxPixelBytes = 16;
-
-/// Frames of this size and more, inputs and output together, outgrow the last-level cache: their output is written past
-/// it, since reading a line into the cache only to overwrite it would cost as much as another input.
-constexpr std::int64_t kStreamBytes = 20 << 20;
-constexpr int kStreamAlignment = 64;
 
 struct alignas(64) Scratch {
     unsigned char auBytes[kStretchBytes + kStreamAlignment + 2 * kMaxPixelBytes];

@@ -1,0 +1,72 @@
+#include "qzil/frame/convert.h"
+
+#include "qzil/frame/image_utils.h"
+#include "qzil/frame/mask_check.h"
+#include "qzil/image/image_ops.h"
+#include "qzil/kernel/convert_walk.h"
+
+using namespace qzil;
+
+void qzILMonadicConvertProc::Init() {
+    m_uProcessingMode = kModeAllChannels;
+}
+
+qzILStatus qzILMonadicConvertProc::Execute() {
+    return qzILImgProc::Execute();
+}
+
+qzILStatus qzILMonadicConvertProc::Verify() {
+    if (qzILStatus const status = qzILMonadicImgProc::Verify(); status != 1) return status;
+    qzILVector2l const place;
+    unsigned const code = qzILVerifyROIAndMask(0, &m_pInputImg, &place, 1, m_pOutputImg, m_pMaskImg, m_oMaskRect,
+                                               m_oRoi, m_oOutputOffset, 0);
+    if (code != 0) return Fail(code);
+    if (m_pInputImg == m_pOutputImg) return Fail(0x10033);
+    if ((m_uProcessingMode & kModeAllChannels) != kModeAllChannels) return Fail(0x20002);
+    qzILBbox2l const whole = WholeOf(m_pInputImg);
+    return !m_pMaskImg && m_oMaskRect.Intersect(whole) == whole ? 1 : Fail(0x20001);
+}
+
+qzILStatus qzILMonadicConvertProc::PrepareData() {
+    m_oInputBox = m_oOutputBox = m_oProcessedBox = qzILBbox2l(0, 0, 0, 0);
+    if (!m_pOutputImg) return Fail(0x10002);
+    if (!HasPixels(m_pOutputImg)) return Fail(0x10003);
+    if (!m_pInputImg) return Fail(0x1000B);
+    if (!HasPixels(m_pInputImg)) return Fail(0x1000C);
+    qzILVector2l const delta = m_oOutputOffset - m_oRoi.Origin, back = m_oRoi.Origin - m_oOutputOffset;
+    // Verify refuses a region that leaves the output; a host that went on gets what lies inside it.
+    qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
+    m_oOutputBox = region.Intersect(WholeOf(m_pOutputImg));
+    qzILBbox2l const roi = m_oOutputBox == region ? m_oRoi : Moved(m_oOutputBox, back);
+    m_oInputBox = m_oProcessedBox = Moved(roi.Intersect(WholeOf(m_pInputImg)), delta);
+    m_oInputHelper.SetImage(m_pInputImg);
+    m_oInputHelper.m_iOffsetX = back.x;
+    m_oInputHelper.m_iOffsetY = back.y;
+    m_oOutputHelper.SetImage(m_pOutputImg);
+    return 1;
+}
+
+qzILStatus qzILMonadicConvertProc::ProcessData() {
+    FillOutput(m_oInputBox, m_oOutputBox, m_oDefaultColor);
+    return m_oProcessedBox.IsEmpty() ? 1 : DoEffect();
+}
+
+qzILStatus qzILMonadicConvertProc::CleanData() {
+    m_oInputHelper = m_oOutputHelper = qzILImageHelper();
+    return 1;
+}
+
+qzILStatus qzILMonadicConvertProc::RunRows(kernel::ConvertTraits const& traits, kernel::ConvertCall const& call) const {
+    kernel::ConvertWalk walk;
+    walk.pIn = &m_oInputHelper;
+    walk.pOut = &m_oOutputHelper;
+    walk.oBox = m_oProcessedBox;
+    walk.uMode = m_uProcessingMode;
+    if (HasInterrupt()) {
+        walk.pStop = [](void const* self) {
+            return static_cast<qzILMonadicConvertProc const*>(self)->IsInterrupted();
+        };
+        walk.pStopContext = this;
+    }
+    return kernel::RunConversion(walk, traits, call) ? 1 : -1;
+}

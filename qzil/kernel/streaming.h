@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qzil::kernel {
+
+/// Frames of this size and more, inputs and output together, outgrow the last-level cache: their output is written past
+/// it, since reading a line into the cache only to overwrite it would cost as much as another input.
+inline constexpr std::int64_t kStreamBytes = 20 << 20;
+inline constexpr int kStreamAlignment = 64;
+
+}  // namespace qzil::kernel
