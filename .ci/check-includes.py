@@ -15,7 +15,7 @@ BELOW = {
     "image": ["platform"],
     "kernel": ["platform", "image"],
     "frame": ["platform", "image", "kernel"],
-    "numeric": [],
+    "numeric": ["platform", "image"],
     **{family: ["platform", "image", "kernel", "frame", "numeric"] for family in FAMILIES},
 }
 # Effects of one family that really are built on another's: (family, used family).

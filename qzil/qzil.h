@@ -28,3 +28,4 @@
 #include "qzil/platform/host.h"
 #include "qzil/platform/memory.h"
 #include "qzil/platform/stream.h"
+#include "qzil/transform/numeric/random_number.h"
