@@ -1,5 +1,6 @@
 #include "qzil/convert/depth_rows.h"
 
+#include "qzil/kernel/put.h"
 #include "qzil/kernel/shapes.h"
 
 QZIL_ROWS_BEGIN
@@ -18,16 +19,6 @@ QZIL_INLINE void SwapPixels(u8* to, u8 const* from, int pixels) {
     auto* const out = reinterpret_cast<Pixel8*>(to);
     auto const* const in = reinterpret_cast<Pixel8 const*>(from);
     ForEach(pixels, [=](int i) { out[i] = Swapped(in[i]); });
-}
-
-QZIL_INLINE void Put(float* out, float value) {
-    *out = value;
-}
-QZIL_INLINE void Put(s16* out, float value) {
-    *out = RoundToS2_14(value);
-}
-QZIL_INLINE void Put(u8* out, float value) {
-    *out = RoundToUbyte(value);
 }
 
 template <class From, class To>

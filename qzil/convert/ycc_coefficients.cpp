@@ -76,20 +76,6 @@ Scale ScaleToYcc(Sample from, bool video, Sample to) {
     }
 }
 
-/// Where black, full luma and neutral chroma lie in a sample of YCC, and the value of a full alpha.
-struct YccScale {
-    double dfY, dfC, dfBlack, dfNeutral, dfAlpha;
-};
-
-YccScale YccScaleOf(Sample sample) {
-    switch (sample) {
-        case Sample::U8: return {219, 224, 16, 128, 255};
-        case Sample::W10_6: return {56064, 57344, 4096, 32768, 65535};
-        case Sample::S2_14: return {16384, 16384, 0, 0, 16384};
-        default: return {1, 1, 0, 0, 1};
-    }
-}
-
 /// Gain and offset of RGB, and the value of a full alpha.
 struct RgbScale {
     double dfGain, dfOffset, dfAlpha;
@@ -119,6 +105,16 @@ Sample SampleOf(GUID const& format) {
         case XFChannelTypeS2_14: return Sample::S2_14;
         case XFChannelTypeFloat: return Sample::Float;
         default: return Sample::None;
+    }
+}
+
+YccScale YccScaleOf(Sample sample, bool fullRange) {
+    switch (sample) {
+        case Sample::U8: return fullRange ? YccScale{255, 255, 0, 128, 255} : YccScale{219, 224, 16, 128, 255};
+        case Sample::W10_6:
+            return fullRange ? YccScale{65535, 65535, 0, 32768, 65535} : YccScale{56064, 57344, 4096, 32768, 65535};
+        case Sample::S2_14: return {16384, 16384, 0, 0, 16384};
+        default: return {1, 1, 0, 0, 1};
     }
 }
 

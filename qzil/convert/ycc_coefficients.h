@@ -22,6 +22,13 @@ RgbToYcc RgbToYccOf(GUID const& input, GUID const& output, bool filter);
 PairsToRgb PairsToRgbOf(GUID const& input, GUID const& output, bool interpolate);
 YccToRgb YccToRgbOf(GUID const& input, GUID const& output, bool interpolate);
 
+/// Where black, full luma and neutral chroma lie in a sample of YCC, and the value of a full alpha.
+struct YccScale {
+    double dfY, dfC, dfBlack, dfNeutral, dfAlpha;
+};
+/// At video levels, or at full range, which only 8-bit and 10.6 samples tell apart.
+YccScale YccScaleOf(Sample sample, bool fullRange = false);
+
 /// The row of a table for a target; null for none.
 template <class Constants>
 kernel::TypedConvertRow<Constants> RowFor(ByTarget<Constants> const& rows, Sample target) {

@@ -1,5 +1,6 @@
 #include "qzil/convert/ycc_float_rows.h"
 
+#include "qzil/kernel/put.h"
 #include "qzil/kernel/shapes.h"
 
 QZIL_ROWS_BEGIN
@@ -9,19 +10,6 @@ using kernel::ConvertRow;
 
 constexpr int kMaxPixels = kernel::kStretchPixels;
 constexpr int kMaxPairs = kMaxPixels / 2;
-
-QZIL_INLINE void Put(float* out, float value) {
-    *out = value;
-}
-QZIL_INLINE void Put(s16* out, float value) {
-    *out = RoundToS2_14(value);
-}
-QZIL_INLINE void Put(u16* out, float value) {
-    *out = RoundToWord(value);
-}
-QZIL_INLINE void Put(u8* out, float value) {
-    *out = RoundToUbyte(value);
-}
 
 /// One channel of a stretch, the even and the odd pixels apart, with a pair before and one behind for the filter.
 struct Plane {
@@ -153,16 +141,6 @@ QZIL_INLINE void FromPairs(ConvertRow const& row, YccToRgb const& constants, Cha
         int const k = mixed + n;
         pixel(2 * k + 1, pb[k], pr[k]);
     });
-}
-
-/// Adds the running error to a channel and carries what rounding leaves over.
-QZIL_INLINE void Diffuse(float* values, int first, int end, float& error) {
-    for (int i = first; i < end; ++i) {
-        float const value = values[i] + error;
-        float const rounded = __builtin_truncf(value + (value < 0 ? -0.5f : 0.5f));
-        error = value - rounded;
-        values[i] = value;
-    }
 }
 
 template <class To, int kSamples>
