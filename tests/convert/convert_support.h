@@ -46,4 +46,26 @@ inline ConvertJob WholeJob(Conversion kind, GUID const& in, GUID const& out, int
 inline constexpr std::array kConversions{Conversion::Rgba, Conversion::ToYcc, Conversion::FromYcc, Conversion::ToHls,
                                          Conversion::FromHls};
 
+inline char const* NameOfConversion(Conversion kind) {
+    return std::array{"Rgba", "ToYcc", "FromYcc", "ToHls", "FromHls"}[static_cast<std::size_t>(kind)];
+}
+
+struct Pair {
+    Conversion eKind;
+    GUID oIn, oOut;
+};
+
+/// Every pair that a conversion accepts, by conversion and input.
+inline std::vector<Pair> AcceptedPairs() {
+    std::vector<Pair> pairs;
+    for (Conversion const kind : kConversions) {
+        for (auto const& in : AllFormats()) {
+            for (auto const& out : AllFormats()) {
+                if (PairCode(kind, in.oFormat, out.oFormat) == 0) pairs.push_back({kind, in.oFormat, out.oFormat});
+            }
+        }
+    }
+    return pairs;
+}
+
 }  // namespace qzil::test::model

@@ -77,10 +77,10 @@ TEST_P(ByteBlocks, EveryYccBack) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Blocks, ByteBlocks,
-                         testing::Values(Block{MFIF_RGBA_RAW_32, MFIF_CbYCrY_16, 0},
-                                         Block{MFIF_RGBA_RAW_32, MFIF_CbYCrY709_16, 0},
-                                         Block{MFIF_RGBA_RAW_32_VIDEO, MFIF_CbYCrY_16, 0},
-                                         Block{MFIF_RGBA_RAW_32_VIDEO, MFIF_CbYCrY709_16, 0}),
+                         testing::Values(Block{MFIF_RGBA_RAW_32, MFIF_CbYCrY_16, 2},
+                                         Block{MFIF_RGBA_RAW_32, MFIF_CbYCrY709_16, 2},
+                                         Block{MFIF_RGBA_RAW_32_VIDEO, MFIF_CbYCrY_16, 6},
+                                         Block{MFIF_RGBA_RAW_32_VIDEO, MFIF_CbYCrY709_16, 7}),
                          [](auto const& instance) {
                              return NameOf(instance.param.oRgb) + '_' + NameOf(instance.param.oYcc);
                          });

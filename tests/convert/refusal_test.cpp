@@ -35,7 +35,7 @@ TEST_P(ConvertRefusal, EveryPairOfFormats) {
     }
 }
 INSTANTIATE_TEST_SUITE_P(Effects, ConvertRefusal, testing::ValuesIn(kConversions),
-                         [](auto const& instance) { return std::to_string(static_cast<int>(instance.param)); });
+                         [](auto const& instance) { return std::string(NameOfConversion(instance.param)); });
 
 }  // namespace
 }  // namespace qzil::test::model
