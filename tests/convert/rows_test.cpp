@@ -3,7 +3,7 @@
 #include "convert/convert_support.h"
 #include "model/convert_blocks.h"
 
-#include "qzil/convert/rgba_rows.h"
+#include "qzil/convert/rgba_lines.h"
 #include "qzil/image/pixel_math.h"
 
 #include <limits>
@@ -95,20 +95,22 @@ TEST(BlendLine, EqualsModel) {
 
 /// The fill colour that an output must get.
 std::vector<u8> FillBytesOf(qzILColor const& color, GUID const& out) {
-    std::vector<u8> pixel(GetNumOfChannelsFromFormat(out) * GetChannelSizeFromFormat(out));
-    std::vector<u8> room(16);
-    if (IsFormat10_6(out)) {
-        color.GetColorAs64(room.data(), XFColorModelYCC601);
-        pixel.resize(8);
-    } else if (out == MFIF_HLSA_RAW_64) {
-        color.GetColorAs64(room.data(), XFColorModelHLS);
-    } else if (In(out, {MFIF_RGB_RAW_24, MFIF_BGRA_RAW_32, MFIF_HLSA_RAW_32})) {
-        color.GetColorAs32(room.data(), GetColorModelFromFormat(out));
-    } else {
-        qzILGetColorAsType(color, out, room.data());
+    std::vector<u8> pixel(16);
+    void* const p = pixel.data();
+    bool const mono = IsFormatMono(out);
+    auto const model = GetColorModelFromFormat(out);
+    switch (DepthOf(out)) {
+        case Depth::Byte: mono ? color.GetColorAs8(p, model) : color.GetColorAs32(p, model); break;
+        case Depth::Word:
+            // Video of ten bits has its colour in the 64-bit form of Rec. 601.
+            mono ? color.GetColorAs16(p, model) : color.GetColorAs64(p, IsFormat10_6(out) ? XFColorModelYCC601 : model);
+            break;
+        case Depth::Fixed: mono ? color.GetColorAsMonoS2_14(p, model) : color.GetColorAsS2_14(p, model); break;
+        case Depth::Real: mono ? color.GetColorAsMonoFloat(p, model) : color.GetColorAsFloat(p, model); break;
     }
-    if (out == MFIF_BGRA_RAW_32) std::swap(room[0], room[2]);
-    std::ranges::copy_n(room.begin(), std::ssize(pixel), pixel.begin());
+    if (out == MFIF_BGRA_RAW_32) std::swap(pixel[0], pixel[2]);
+    std::size_t const channels = mono ? 1 : out == MFIF_RGB_RAW_24 ? 3 : 4;
+    pixel.resize(channels * GetChannelSizeFromFormat(out));
     return pixel;
 }
 
