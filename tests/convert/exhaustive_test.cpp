@@ -25,13 +25,16 @@ TEST_P(ByteBlocks, EveryRgbThereAndBack) {
     auto const rgb = Bytes(there.oInput), ycc = Bytes(there.oOutput), again = Bytes(back.oOutput);
     auto const effect = MakeEffect(there), inverse = MakeEffect(back);
     PlainLayout const rgbLayout(there.oInput.Get()), yccLayout(there.oOutput.Get());
+    // Pairs of one colour: chroma comes from the even pixel.
+    for (int i = 0; i < 512 * 256; ++i) {
+        u8* const pixel = &rgb[rgbLayout.Pixel(i % 512, i / 512)];
+        pixel[1] = static_cast<u8>(i / 512);
+        pixel[2] = static_cast<u8>(i % 512 / 2);
+        pixel[3] = 255;
+    }
     int error = 0;
     for (int r = 0; r < 256; ++r) {
-        for (int i = 0; i < 512 * 256; ++i) {  // pairs of one colour: chroma comes from the even pixel
-            int const colour[] = {r, i / 512, i % 512 / 2, 255};
-            u8* const pixel = &rgb[rgbLayout.Pixel(i % 512, i / 512)];
-            for (int c = 0; c < 4; ++c) pixel[c] = static_cast<u8>(colour[c]);
-        }
+        for (std::size_t i = 0; i < rgb.size(); i += 4) rgb[i] = static_cast<u8>(r);
         ASSERT_EQ(effect->Execute(), 1);
         ASSERT_EQ(inverse->Execute(), 1);
         for (int g = 0; g < 256; ++g) {
@@ -57,16 +60,18 @@ TEST_P(ByteBlocks, EveryYccBack) {
     PlainLayout const rgbLayout(job.oOutput.Get()), yccLayout(job.oInput.Get());
     auto const ycc = Bytes(job.oInput), rgb = Bytes(job.oOutput);
     auto const effect = MakeEffect(job);
+    for (int i = 0; i < 256 * 256; ++i) {
+        u8* const pixel = &ycc[yccLayout.Pixel(i % 256, i / 256)];
+        pixel[0] = static_cast<u8>(i / 256);
+        pixel[1] = static_cast<u8>(i % 256);
+    }
     for (int cr = 0; cr < 256; ++cr) {
-        for (int i = 0; i < 256 * 256; ++i) {
-            u8* const pixel = &ycc[yccLayout.Pixel(i % 256, i / 256)];
-            pixel[0] = static_cast<u8>(i % 2 ? cr : i / 256);
-            pixel[1] = static_cast<u8>(i % 256);
-        }
+        for (std::size_t i = 2; i < ycc.size(); i += 4) ycc[i] = static_cast<u8>(cr);
         ASSERT_EQ(effect->Execute(), 1);
         for (int cb = 0; cb < 256; ++cb) {
+            u8 const* const line = &rgb[rgbLayout.Pixel(0, cb)];
             for (int y = 0; y < 256; ++y) {
-                u8 const* const p = &rgb[rgbLayout.Pixel(y, cb)];
+                u8 const* const p = line + 4 * y;
                 u8 const r = RedOf(k, y, cb, cr), g = GreenOf(k, y, cb, cr), b = BlueOf(k, y, cb, cr);
                 ASSERT_TRUE(p[0] == r && p[1] == g && p[2] == b && p[3] == 255)
                     << y << ' ' << cb << ' ' << cr << ": expected " << +r << ' ' << +g << ' ' << +b << ", actual "
