@@ -82,6 +82,7 @@ private:
     struct Reflection {
         double dfScale = 0.0;   ///< what the vector was divided by
         double dfLength = 0.0;  ///< of the scaled vector, with the sign of where it goes; 0 when there is nothing to do
+        double dfDivisor = 1.0;  ///< half the squared length of the reflection's vector, negative
     };
 
     /// Turns the vector at(first), ..., at(last) into that of the reflection which leaves only its first element.
@@ -96,35 +97,36 @@ private:
             sum += qzILMatrix::Square(at(k));
         }
         double const length = -qzILMatrix::Sign(std::sqrt(sum), at(first));
+        double const divisor = at(first) * length - sum;
         at(first) -= length;
-        return {scale, length};
+        return {scale, length, divisor};
     }
 
     /// Reflects the columns from i on so that column i ends at its row i; returns what stands there.
     double ReflectColumn(int i) {
-        auto const [scale, length] = MakeReflection(i, m_iRows, [&](int k) -> double& { return m_ppA[k][i]; });
+        auto const [scale, length, divisor] = MakeReflection(i, m_iRows, [&](int k) -> double& { return m_ppA[k][i]; });
         m_pLeft[i] = length;
-        for (int j = i + 1; length != 0.0 && j <= m_iColumns; ++j) ApplyLeft(i, j);
+        for (int j = i + 1; length != 0.0 && j <= m_iColumns; ++j) ApplyLeft(i, j, divisor);
         return scale * length;
     }
 
     /// Applies the reflection whose vector is column i to column j.
-    void ApplyLeft(int i, int j) {
+    void ApplyLeft(int i, int j, double divisor) {
         double sum = 0.0;
         for (int k = i; k <= m_iRows; ++k) sum += m_ppA[k][i] * m_ppA[k][j];
-        double const f = sum / (m_pLeft[i] * m_ppA[i][i]);
+        double const f = sum / divisor;
         for (int k = i; k <= m_iRows; ++k) m_ppA[k][j] += f * m_ppA[k][i];
     }
 
     /// The same with the rows from i on, so that row i ends at column i + 1.
     double ReflectRow(int i) {
-        auto const [scale, length] = MakeReflection(i + 1, m_iColumns, [&](int k) -> double& { return m_ppA[i][k]; });
+        auto const [scale, length, divisor] =
+            MakeReflection(i + 1, m_iColumns, [&](int k) -> double& { return m_ppA[i][k]; });
         m_pRight[i] = length;
         for (int j = i + 1; length != 0.0 && j <= m_iRows; ++j) {
             double sum = 0.0;
             for (int k = i + 1; k <= m_iColumns; ++k) sum += m_ppA[j][k] * m_ppA[i][k];
-            double const f = sum / (length * m_ppA[i][i + 1]);
-            for (int k = i + 1; k <= m_iColumns; ++k) m_ppA[j][k] += f * m_ppA[i][k];
+            for (int k = i + 1; k <= m_iColumns; ++k) m_ppA[j][k] += sum * (m_ppA[i][k] / divisor);
         }
         return scale * length;
     }
@@ -149,8 +151,7 @@ private:
         for (int i = m_iColumns; i >= 1; --i) {
             for (int j = i + 1; j <= m_iColumns; ++j) m_ppA[i][j] = 0.0;
             double const g = m_pLeft[i];
-            if (g != 0.0)
-                for (int j = i + 1; j <= m_iColumns; ++j) ApplyLeft(i, j);
+            for (int j = i + 1; g != 0.0 && j <= m_iColumns; ++j) ApplyLeft(i, j, g * m_ppA[i][i]);
             for (int k = m_iRows; k >= i; --k) m_ppA[k][i] = g == 0.0 ? 0.0 : m_ppA[k][i] / g;
             m_ppA[i][i] += 1.0;
         }
