@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -102,6 +103,15 @@ TEST(Svd, RebuildsTheMatrixFromOrthonormalVectors) {
     }
 }
 
+TEST(Svd, KeepsTinyValuesBesideHugeOnes) {
+    double const values[] = {1e-200, 1e200, 1};
+    qzILMatrix matrix(3, 3);
+    matrix.MakeDiag(values, 3);
+    qzILMatrix u, d, v;
+    ASSERT_EQ(matrix.ThinSVD(u, d, v), 1);
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(d(i, i) / values[i], 1, 1e-15);
+}
+
 TEST(Svd, RefusesWhatIsNotFiniteAndWritesNothing) {
     for (double const bad : {kNaN, HUGE_VAL, -HUGE_VAL}) {
         qzILMatrix matrix = RandomMatrix(4, 3, 1);
@@ -184,6 +194,7 @@ TEST(Inverse, IsThatOfMooreAndPenroseAndTellsTheCondition) {
     singular.SetEpsilon(1e-8);
     expected(2, 2) = 1e7;
     EXPECT_LT(Difference(singular.Inverse(condition), expected), 1e-7);
+    EXPECT_FALSE(singular.Inverse(condition).IsVerySmall(1e-7));
     for (int norm = 0; norm < 5; ++norm)
         EXPECT_EQ(singular.ConditionNumber(static_cast<qzILMatrixNorm>(norm)), HUGE_VAL) << norm;
 }

@@ -4,10 +4,10 @@
 #include "qzil/transform/numeric/bi_polynomial.h"
 #include "qzil/transform/numeric/matrix_3d.h"
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace qzil::test {
@@ -164,7 +164,9 @@ TEST(Matrix, CalculatesElementByElement) {
     EXPECT_TRUE((qzILMatrix() * wide).IsNotValid() && (qzILMatrix() + wide).IsNotValid());
     expect(wide * qzILMatrix(1, 1), {0, 0}, 2);
     EXPECT_EQ(square.InnerProduct(square), 14);
-    EXPECT_NEAR(wide.CorrelationCoefficient(wide * 3 + wide), 1, 1e-15);
+    qzILMatrix fives(2, 3);
+    fives.SetToConstant(5);
+    EXPECT_NEAR(wide.CorrelationCoefficient(wide * 3 + fives), 1, 1e-15);
     EXPECT_NEAR(wide.CorrelationCoefficient(wide * -2), -1, 1e-15);
     EXPECT_TRUE((square + square.Transpose()).IsSymmetric());
     EXPECT_FALSE(square.IsSymmetric() || wide.IsSymmetric() || wide.IsOrthogonal() || square.IsOrthogonal());

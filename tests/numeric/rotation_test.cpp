@@ -2,6 +2,7 @@
 
 #include "numeric/matrices.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <numbers>
@@ -76,7 +77,7 @@ TEST(Quaternion, NormalizesByItsThreeRules) {
 
 TEST(Quaternion, SlerpTurnsEvenlyTheShortWay) {
     for (double const from : {0.0, 20.0, -100.0})
-        for (double const by : {1e-5, 10.0, 170.0, -170.0})
+        for (double const by : {1e-5, 0.5, 10.0, 170.0, -170.0})
             for (double const t : {-1.0, 0.0, 0.25, 0.5, 1.0, 2.0}) {
                 qzILQuaternion const b = ByDegrees(from + by);
                 qzILQuaternion const expected = ByDegrees(from + t * by);

@@ -49,12 +49,12 @@ void qzILMatrix::SeparateIntoTensorProduct(qzILMatrix& left, qzILMatrix& right) 
     qzILMatrix u;
     qzILMatrix d;
     qzILMatrix v;
-    ThinSVD(u, d, v);
+    bool const solved = ThinSVD(u, d, v) == 1;
     int const rows = m_iRows;
     int const columns = m_iColumns;
     left.Resize(rows, 1);
     right.Resize(columns, 1);
-    if (d.IsNotValid()) return;
+    if (!solved || d.IsNotValid()) return;
     int largest = 0;
     for (int k = 1; k < columns; ++k)
         if (d(k, k) > d(largest, largest)) largest = k;

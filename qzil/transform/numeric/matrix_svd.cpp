@@ -286,5 +286,6 @@ qzILStatus qzILMatrix::ThinSVD(qzILMatrix& u, qzILMatrix& d, qzILMatrix& v) cons
     qzil::CopyFromUnitOffset(v, columns, columns, right.Get());
     d.Resize(columns, columns);
     for (int i = 0; i < d.m_iRows; ++i) d(i, i) = std::ldexp(values.Vector()[i + 1], -exponent);
-    return 1;
+    bool const complete = u.m_iRows == rows && d.m_iRows == columns && v.m_iRows == columns;
+    return complete ? 1 : -1;
 }
