@@ -1,4 +1,5 @@
 #include "numeric/matrices.h"
+#include "support/allocation_hook.h"
 
 #include "qzil/transform/numeric/arrays.h"
 #include "qzil/transform/numeric/bi_polynomial.h"
@@ -184,6 +185,51 @@ TEST(Matrix, MultipliesInPlace) {
         EXPECT_LT(Difference(m, b * a), 1e-15);
         m.PostMultiply(m);
         EXPECT_LT(Difference(m, b * a * b * a), 1e-15);
+    }
+}
+
+TEST(Matrix, RunsOutOfMemoryWithoutHarm) {
+    qzILMatrix const square = RandomMatrix(4, 4, 1);
+    qzILMatrix const tall = RandomMatrix(6, 3, 2);
+    std::vector<double> numbers(16, 1.0);
+    using Action = std::function<void(qzILMatrix&)>;
+    qzILMatrixCondition condition;
+    Action const actions[] = {
+        [&](qzILMatrix& m) { m = tall; },
+        [&](qzILMatrix& m) { m.PostMultiply(tall); },
+        [&](qzILMatrix& m) { m = m + square * 2 - m.Transpose(); },
+        [&](qzILMatrix& m) { m = tall.Inverse(condition); },
+        [&](qzILMatrix& m) { m = tall.Transpose().Inverse(condition); },
+        [&](qzILMatrix& m) { m = tall.SolveSystem(tall, condition, true, qzILMatrixOneNorm, numbers.data()); },
+        [&](qzILMatrix& m) { tall.SeparateIntoTensorProduct(m, m); },
+        [&](qzILMatrix& m) { square.SymmetricEigensolve(m, m); },
+        [&](qzILMatrix& m) {
+            m.SetToConstant(tall.CorrelationCoefficient(tall) + tall.ConditionNumber(qzILMatrixTwoNorm));
+        },
+        [&](qzILMatrix& m) { m = qzILMatrix3D(m); },
+        [&](qzILMatrix& m) { m.SetToConstant(m.IsOrthogonal() + m.IsSymmetric() + m.Rank()); },
+        [&](qzILMatrix& m) {
+            FitBiPolynomial(numbers.data(), numbers.data(), numbers.data(), 9, 1, 1, m.GetElemsPtr(), condition, false,
+                            qzILMatrixOneNorm, nullptr);
+        },
+        [&](qzILMatrix&) {
+            double** array = New2DArray(3, 3);
+            if (array != nullptr) Delete2DArray(array, Truncate2DArray(array, 3, 3, 1, 1, 2, 2) == 1 ? 2 : 3);
+        },
+    };
+    for (Action const& action : actions) {
+        SCOPED_TRACE(&action - actions);
+        for (std::uint64_t nth = 1, failed = 1; failed != 0; ++nth) {
+            std::int64_t const before = LiveBlocks();
+            {
+                qzILMatrix matrix(square);
+                AllocationFailure const failure(nth);
+                EXPECT_NO_THROW(action(matrix));
+                failed = failure.Happened();
+                EXPECT_TRUE(matrix.IsValid() || (matrix.GetElemsPtr() == nullptr && matrix.GetNumRows() == 0));
+            }
+            EXPECT_EQ(LiveBlocks(), before) << nth;
+        }
     }
 }
 
