@@ -60,7 +60,6 @@ struct PairFactors {
     Vector8 oGreenTwice;   ///< byte 1 of each pixel into both halves
     Vector8 oOuterOfEven;  ///< bytes 0 and 2 of the even pixel, for both lanes
     Vector8 oGreenOfEven;  ///< byte 1 of the even pixel, and the byte whose factor needs a second half
-    int iLumaShift, iChromaShift;
 
     PairFactors(RgbToPairs const& c, bool filter) {
         s32 const green = c.aY[1] / 2;
@@ -88,8 +87,6 @@ struct PairFactors {
             oOuterOfEven = PatternOf({0, z, 2, z, 0, z, 2, z});
             oGreenOfEven = PatternOf({1, z, cbPlace, z, 1, z, crPlace, z});
         }
-        iLumaShift = c.oOrder.iY0 & 8;
-        iChromaShift = c.oOrder.iCb & 8;
     }
 };
 
@@ -105,7 +102,7 @@ QZIL_INLINE Vector Filtered(u32 const* pixels, Vector8 channels) {
 }
 
 /// The output of a vector of pixels, 16 bits for each: luma of every pixel, Cb on the even and Cr on the odd ones.
-template <bool kFilter>
+template <bool kFilter, bool kChromaFirst>
 QZIL_INLINE Vector PairWords(u32 const* pixels, PairFactors const& f, Vector8 channels) {
     Vector const word = LoadVector(pixels);
     Vector const luma = DotHalves(word & 0x00FF00FF, f.oLumaOuter) +
@@ -113,23 +110,27 @@ QZIL_INLINE Vector PairWords(u32 const* pixels, PairFactors const& f, Vector8 ch
     Vector const source = kFilter ? Filtered(pixels, channels) : word;
     Vector const chroma = DotHalves(MoveBytes(source, f.oOuterOfEven), f.oChromaOuter) +
                           DotHalves(MoveBytes(source, f.oGreenOfEven), f.oChromaGreen) + f.oChromaOffset;
-    return (luma >> 16 & 255) << f.iLumaShift | LimitLanes(chroma >> 16, 255) << f.iChromaShift;
+    if constexpr (kChromaFirst) {
+        return (luma >> 8 & 0xFF00) | LimitLanes(chroma >> 16, 255);
+    } else {
+        return (luma >> 16 & 0xFF) | LimitLanes(chroma >> 16, 255) << 8;
+    }
 }
 
-template <bool kFilter>
+template <bool kFilter, bool kChromaFirst>
 QZIL_INLINE void ToPairs(u32 const* pixels, u8* out, int count, RgbToPairs const& c) {
     PairFactors const f(c, kFilter);
     Vector8 const channels = PatternOf({0, 8, 2, 8, 1, 8, 8, 8});
     int i = 0;
     for (; i + kLanes32 <= count; i += kLanes32) {
-        StoreLowHalves(out + 2 * i, PairWords<kFilter>(pixels + i, f, channels));
+        StoreLowHalves(out + 2 * i, PairWords<kFilter, kChromaFirst>(pixels + i, f, channels));
     }
     if (i == count) return;
     u32 rest[kLanes32 + 2 * kMargin] = {};
     u8 result[2 * kLanes32];
     unsigned long const read = static_cast<unsigned long>(count - i + (kFilter ? 2 * kMargin : 0));
     __builtin_memcpy(kFilter ? rest : rest + kMargin, kFilter ? pixels + i - kMargin : pixels + i, 4 * read);
-    StoreLowHalves(result, PairWords<kFilter>(rest + kMargin, f, channels));
+    StoreLowHalves(result, PairWords<kFilter, kChromaFirst>(rest + kMargin, f, channels));
     __builtin_memcpy(out + 2 * i, result, static_cast<unsigned long>(2 * (count - i)));
 }
 
@@ -156,10 +157,13 @@ void RgbToPairsRow(ConvertRow const& row, RgbToPairs const& c) {
     } else {
         pixels = words.Read<4>(row);
     }
+    bool const chromaFirst = c.oOrder.iCb == 0;
     if (c.bFilter) {
-        ToPairs<true>(pixels, row.pOut, row.iPixels, c);
+        chromaFirst ? ToPairs<true, true>(pixels, row.pOut, row.iPixels, c)
+                    : ToPairs<true, false>(pixels, row.pOut, row.iPixels, c);
     } else {
-        ToPairs<false>(pixels, row.pOut, row.iPixels, c);
+        chromaFirst ? ToPairs<false, true>(pixels, row.pOut, row.iPixels, c)
+                    : ToPairs<false, false>(pixels, row.pOut, row.iPixels, c);
     }
 }
 

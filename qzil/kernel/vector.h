@@ -97,8 +97,9 @@ QZIL_INLINE Vector MoveBytes(Vector v, Vector8 pattern) {
 
 /// Limits lanes to 0..high.
 QZIL_INLINE Vector LimitLanes(Vector v, s32 high) {
-    Vector const positive = v > 0 ? v : Vector{};
-    return positive < high ? positive : AllLanes(high);
+    Vector const zero{}, limit = AllLanes(high);
+    Vector const positive = v > zero ? v : zero;
+    return positive < limit ? positive : limit;
 }
 
 /// Stores the low halves of the lanes one after the other.
