@@ -103,9 +103,19 @@ void AddAlphaFloat(ConvertRow const& row, SampleCount const&) {
 
 }  // namespace
 
-DepthRows const g_oDepthRows{Linear<u8, s16>, Linear<u8, float>, Linear<float, s16>, Linear<s16, float>,
-                             Linear<float, u8>, Linear<s16, u8>, Levels,             Widen8,
-                             Narrow16,         Swap8,            AddAlpha8,          RemoveAlpha<u8>,
-                             AddAlphaFloat,    RemoveAlpha<float>};
+DepthRows const g_oDepthRows{Linear<u8, s16>,
+                             Linear<u8, float>,
+                             Linear<float, s16>,
+                             Linear<s16, float>,
+                             Linear<float, u8>,
+                             Linear<s16, u8>,
+                             Levels,
+                             Widen8,
+                             Narrow16,
+                             Swap8,
+                             AddAlpha8,
+                             RemoveAlpha<u8>,
+                             AddAlphaFloat,
+                             RemoveAlpha<float>};
 
 QZIL_ROWS_END

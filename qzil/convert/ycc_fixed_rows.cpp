@@ -52,8 +52,8 @@ struct PixelWords {
     }
 };
 
-/// The constants of the vector loop. Factors are halves of lanes, as DotHalves multiplies them; what does not fit 16 bits
-/// is shared out over two of them.
+/// The constants of the vector loop. Factors are halves of lanes, as DotHalves multiplies them; what does not fit 16
+/// bits is shared out over two of them.
 struct PairFactors {
     Vector oLumaOuter, oLumaGreen, oLumaOffset;
     Vector oChromaOuter, oChromaGreen, oChromaOffset;
@@ -167,8 +167,8 @@ void RgbToPairsRow(ConvertRow const& row, RgbToPairs const& c) {
     }
 }
 
-/// `alpha(i)` gives the fourth byte of pixel i. With kMixed the odd pixels get the mean of their own and the next pair's
-/// chroma.
+/// `alpha(i)` gives the fourth byte of pixel i. With kMixed the odd pixels get the mean of their own and the next
+/// pair's chroma.
 template <bool kMixed, class Alpha>
 QZIL_INLINE void FromPairs(u8* to, u8 const* from, int firstPair, int endPair, PairsToRgb const& c, Alpha alpha) {
     auto* const out = reinterpret_cast<Word*>(to);

@@ -171,9 +171,8 @@ void ToKey(ConvertRow const& row, KeyLevels const& c) {
     auto* const to = Out<To>(row.pOut);
     float const scale = c.fScale, offset = c.fOffset, neutral = c.fNeutral;
     YccPlaces const at = c.oPlaces;
-    ForEach(row.iPixels, [=](int i) {
-        Put(to + i * at.iLumaStep + at.iLuma, static_cast<float>(alpha[i]) * scale + offset);
-    });
+    ForEach(row.iPixels,
+            [=](int i) { Put(to + i * at.iLumaStep + at.iLuma, static_cast<float>(alpha[i]) * scale + offset); });
     ForEach(row.iPixels / 2, [=](int i) {
         Put(to + 4 * i + at.iCb, neutral);
         Put(to + 4 * i + at.iCr, neutral);

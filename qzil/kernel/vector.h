@@ -6,8 +6,9 @@
 #include <immintrin.h>
 #endif
 
-// One vector of 32-bit lanes, for the few loops whose shape a compiler does not find by itself: products of 16-bit pairs,
-// and lanes that serve two channels at a time. The lanes of a pixel pair are the even and the odd one of 64 bits.
+// One vector of 32-bit lanes, for the few loops whose shape a compiler does not find by itself: products of 16-bit
+// pairs, and lanes that serve two channels at a time. The lanes of a pixel pair are the even and the odd one of 64
+// bits.
 
 QZIL_ROWS_BEGIN
 
@@ -38,7 +39,8 @@ QZIL_INLINE Vector AllLanes(s32 value) {
 
 /// One value in the even lanes, another one in the odd lanes.
 QZIL_INLINE Vector EvenOddLanes(s32 even, s32 odd) {
-    return reinterpret_cast<Vector>(Vector64{} + (static_cast<u64>(static_cast<u32>(odd)) << 32 | static_cast<u32>(even)));
+    return reinterpret_cast<Vector>(Vector64{} +
+                                    (static_cast<u64>(static_cast<u32>(odd)) << 32 | static_cast<u32>(even)));
 }
 
 /// Two 16-bit values as the halves of a lane, the first one low.
@@ -49,11 +51,9 @@ QZIL_INLINE constexpr s32 Halves(s32 low, s32 high) {
 /// Per lane, the sum of the products of the low halves and of the high halves, taken as signed 16-bit numbers.
 QZIL_INLINE Vector DotHalves(Vector a, Vector b) {
 #if defined(__AVX512BW__)
-    return reinterpret_cast<Vector>(
-        _mm512_madd_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<Vector>(_mm512_madd_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
 #elif defined(__AVX2__)
-    return reinterpret_cast<Vector>(
-        _mm256_madd_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<Vector>(_mm256_madd_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
 #elif defined(__SSE2__)
     return reinterpret_cast<Vector>(_mm_madd_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
 #else
