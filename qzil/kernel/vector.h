@@ -32,6 +32,10 @@ QZIL_INLINE Vector LoadVector(void const* from) {
     return v;
 }
 
+QZIL_INLINE void StoreVector(void* to, Vector v) {
+    __builtin_memcpy(to, &v, sizeof v);
+}
+
 /// The same value in every lane.
 QZIL_INLINE Vector AllLanes(s32 value) {
     return Vector{} + value;
@@ -79,6 +83,13 @@ QZIL_INLINE Vector8 PatternOf(BytePattern pattern) {
     return reinterpret_cast<Vector8>(Vector64{} + bytes + second);
 }
 
+/// Whether MoveBytes is one instruction.
+#if defined(__SSSE3__)
+inline constexpr bool kMovesBytes = true;
+#else
+inline constexpr bool kMovesBytes = false;
+#endif
+
 QZIL_INLINE Vector MoveBytes(Vector v, Vector8 pattern) {
 #if defined(__AVX512BW__)
     return reinterpret_cast<Vector>(
@@ -87,7 +98,6 @@ QZIL_INLINE Vector MoveBytes(Vector v, Vector8 pattern) {
     return reinterpret_cast<Vector>(
         _mm256_shuffle_epi8(reinterpret_cast<__m256i>(v), reinterpret_cast<__m256i>(pattern)));
 #else
-    // Before SSSE3 there is no such instruction; the row is then as slow as its bytes are many.
     Vector8 const from = reinterpret_cast<Vector8>(v);
     Vector8 to{};
     for (int i = 0; i < kVectorBytes; ++i) to[i] = pattern[i] & 0x80 ? u8{0} : from[pattern[i] & 15];
