@@ -65,6 +65,23 @@ QZIL_INLINE Vector DotHalves(Vector a, Vector b) {
 #endif
 }
 
+/// Per 16 bits, the sum of the low byte times `low` and the high byte times `high`; the bytes are unsigned, the sum has to
+/// fit.
+QZIL_INLINE Vector16 DotBytes(Vector bytes, int low, int high) {
+    int const weights = (low & 0xFF) | (high & 0xFF) << 8;
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector16>(
+        _mm512_maddubs_epi16(reinterpret_cast<__m512i>(bytes), _mm512_set1_epi16(static_cast<short>(weights))));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector16>(
+        _mm256_maddubs_epi16(reinterpret_cast<__m256i>(bytes), _mm256_set1_epi16(static_cast<short>(weights))));
+#else
+    static_cast<void>(weights);
+    Vector16 const pairs = reinterpret_cast<Vector16>(bytes);
+    return (pairs & 0xFF) * static_cast<u16>(low) + (pairs >> 8) * static_cast<u16>(high);
+#endif
+}
+
 /// Where bytes move within each 64 bits: byte i of the result is byte `aFrom[i]`, or 0 for 8 and more.
 struct BytePattern {
     u8 aFrom[8];
