@@ -24,8 +24,8 @@ QZIL_INLINE void SwapPixels(u8* to, u8 const* from, int pixels) {
             StoreVector(to + 4 * done, MoveBytes(LoadVector(from + 4 * done), pattern));
         }
     }
-    auto* const out = reinterpret_cast<Pixel8*>(to);
-    auto const* const in = reinterpret_cast<Pixel8 const*>(from);
+    Pixel8* const out = reinterpret_cast<Pixel8*>(to);
+    Pixel8 const* const in = reinterpret_cast<Pixel8 const*>(from);
     for (int i = done; i < pixels; ++i) out[i] = Swapped(in[i]);
 }
 
@@ -51,8 +51,8 @@ void Linear(ConvertRow const& row, LinearDepth const& c) {
 }
 
 void Levels(ConvertRow const& row, LevelShift const& c) {
-    auto* const out = reinterpret_cast<Pixel8*>(row.pOut);
-    auto const* const in = reinterpret_cast<Pixel8 const*>(row.pIn);
+    Pixel8* const out = reinterpret_cast<Pixel8*>(row.pOut);
+    Pixel8 const* const in = reinterpret_cast<Pixel8 const*>(row.pIn);
     s32 const scale = c.iScale, offset = c.iOffset;
     auto const shifted = [=](u32 v) {
         return static_cast<u32>(Clamp<s32>((static_cast<s32>(v & 255) * scale + offset) >> 16, 0, 255));

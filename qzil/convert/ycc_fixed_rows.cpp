@@ -28,7 +28,7 @@ struct PixelWords {
             __builtin_memcpy(words, in, static_cast<unsigned long>(4 * row.iPixels));
         } else {
             // Four pixels are three words.
-            auto const* const packed = reinterpret_cast<Word const*>(in);
+            Word const* const packed = reinterpret_cast<Word const*>(in);
             ForEach(row.iPixels / 4, [=](int i) {
                 u32 const w0 = packed[3 * i], w1 = packed[3 * i + 1], w2 = packed[3 * i + 2];
                 words[4 * i] = w0 & 0xFFFFFFu;
@@ -168,8 +168,8 @@ void RgbToPairsRow(ConvertRow const& row, RgbToPairs const& c) {
 /// pair's chroma.
 template <bool kMixed, class Alpha>
 QZIL_INLINE void FromPairs(u8* to, u8 const* from, int firstPair, int endPair, PairsToRgb const& c, Alpha alpha) {
-    auto* const out = reinterpret_cast<Word*>(to);
-    auto const* const in = reinterpret_cast<Word const*>(from);
+    Word* const out = reinterpret_cast<Word*>(to);
+    Word const* const in = reinterpret_cast<Word const*>(from);
     s32 const ky = c.iY, r0 = c.aRed[0], r1 = c.aRed[1], g0 = c.aGreen[0], g1 = c.aGreen[1], g2 = c.aGreen[2];
     s32 const b0 = c.aBlue[0], b1 = c.aBlue[1];
     PairOrder const order = c.oOrder;

@@ -17,7 +17,7 @@ constexpr int kWidth = 14, kHeight = 6;
 /// Samples of an image by meaning: plane 0 luma of a pixel, 1 and 2 chroma of its site, 3 alpha.
 class Samples {
 public:
-    explicit Samples(Ref<IXFImage> const& image) : m_oHelper(image.Get()) {
+    explicit Samples(Ref<IXFImage> const& image) : m_pImage(image), m_oHelper(image.Get()) {
         GUID const& format = m_oHelper.m_oFormat;
         m_bInterleaved = format == MFIF_YCCA_RAW_32 || format == MFIF_YCCA_RAW_64;
         m_bPairs = !IsFormatYCCA4444(format) && !m_bInterleaved;
@@ -60,6 +60,7 @@ private:
         return m_oHelper.GetPixelPtr(x & ~1, y) + size * (chroma + 2 * (plane - 1));
     }
 
+    Ref<IXFImage> m_pImage;
     qzILImageHelper m_oHelper;
     bool m_bInterleaved, m_bPairs;
     XFChannelType m_uType;
