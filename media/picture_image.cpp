@@ -1,3 +1,4 @@
+#include "media/convert.h"
 #include "media/picture.h"
 #include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
@@ -134,6 +135,9 @@ std::span<GUID const> WorkingFormats() {
 }
 
 Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
+    if (!Contains(kWorkingIds, format)) {
+        return Convert(*ToImage(picture, picture.iDepth == 8 ? MFIF_RGBA_RAW_32 : MFIF_RGBA_FLOAT).Get(), format);
+    }
     WorkingFormat const& working = FindFormat(format);
     if (!picture.IsSound()) throw MediaError("the picture's samples do not fit its description");
     Ref<IXFImage> image;
@@ -155,6 +159,9 @@ Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
 
 Picture FromImage(IXFImage& image) {
     qzILImageHelper const helper(&image);
+    if (!helper.IsEmpty() && !Contains(kWorkingIds, helper.m_oFormat)) {
+        return FromImage(*Convert(image, helper.m_uChannelSize == 1 ? MFIF_RGBA_RAW_32 : MFIF_RGBA_FLOAT).Get());
+    }
     WorkingFormat const& working = FindFormat(helper.m_oFormat);
     if (!helper.m_pLineZero) throw MediaError("the image has no pixels to make a picture of");
     int const depth = working.eChannel == Channel::kByte ? 8 : working.eChannel == Channel::kWord ? 16 : 32;
