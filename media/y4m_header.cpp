@@ -79,11 +79,10 @@ void ParseFields(std::string_view text, Y4mHeader& header) {
 }
 
 void ParseExtension(std::string_view text, Y4mHeader& header) {
-    if (text == "COLORRANGE=FULL") {
-        header.bFullRange = true;
-    } else if (text == "COLORRANGE=LIMITED" || text.starts_with("YSCSS=")) {
-        // The first is the rule, and the second repeats the colour space, which may change.
-    } else {
+    if (text == "COLORRANGE=FULL" || text == "COLORRANGE=LIMITED") {
+        header.bRangeGiven = true;
+        header.bFullRange = text.ends_with("FULL");
+    } else if (!text.starts_with("YSCSS=")) {  // repeats the colour space, which may change
         header.sExtensions.append(" X").append(text);
     }
 }
@@ -152,7 +151,7 @@ std::string Y4mHeader::Line() const {
     std::string line(kSignature);
     line += " W" + std::to_string(iWidth) + " H" + std::to_string(iHeight) + " F" + oRate.Text() + " I" + cFields;
     line += " A" + oAspect.Text() + " C" + ChromaTag(*this);
-    line += bFullRange ? " XCOLORRANGE=FULL" : "";
+    if (bRangeGiven) line += bFullRange ? " XCOLORRANGE=FULL" : " XCOLORRANGE=LIMITED";
     return line + sExtensions;
 }
 

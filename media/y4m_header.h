@@ -35,7 +35,8 @@ struct Y4mHeader {
     Y4mSiting eSiting = Y4mSiting::kCenter;
     int iBits = 8;  ///< of a sample: 8 in a byte; 9, 10, 12, 14 or 16 in two, little-endian
     bool bFullRange = false;
-    std::string sExtensions;  ///< tags that are kept as they stand, each with a blank in front
+    bool bRangeGiven = false;  ///< else video levels are meant
+    std::string sExtensions;   ///< tags that are kept as they stand, each with a blank in front
 
     bool IsInterlaced() const { return cFields == 't' || cFields == 'b'; }
     int ChromaWidth() const;

@@ -295,6 +295,12 @@ std::vector<GUID> VideoFormats(Y4mHeader const& stream, bool rec709) {
     return {};
 }
 
+bool HoldsPairs(GUID const& format) {
+    unsigned const channel = GetChannelSizeFromFormat(format);
+    bool const video = IsFormatYCC422(format) && (IsFormat601(format) || IsFormat709(format));
+    return video && channel != 0 && GetPixelSizeFromFormat(format) == channel * (IsFormatWithAlpha(format) ? 3 : 2);
+}
+
 int ImageWidth(Y4mHeader const& stream) {
     bool const pairs = stream.eLayout == Y4mLayout::k420 || stream.eLayout == Y4mLayout::k422;
     return pairs ? stream.iWidth + stream.iWidth % 2 : stream.iWidth;

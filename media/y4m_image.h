@@ -22,6 +22,9 @@ Y4mHeader ImageHeader(Y4mHeader const& stream);
 /// | mono | MONO_RAW_8 or MONO_RAW_16; float |
 std::vector<GUID> VideoFormats(Y4mHeader const& stream, bool rec709);
 
+/// Whether a format stores pixels in pairs that share their chroma.
+bool HoldsPairs(GUID const& format);
+
 /// Width of the image of a frame: 4:2:2 is made of pairs, so an odd width gets a last column with the luma of the one
 /// before, which does not come back.
 int ImageWidth(Y4mHeader const& stream);

@@ -19,7 +19,7 @@ constexpr char kFooter[] =
     "  130  interrupted; nothing was written\n";
 
 int Fail(ExitCode code, char const* sentence) {
-    if (IsInterrupted()) {
+    if (IsInterrupted() && code != kInterrupted) {
         std::fputs("qzil: interrupted; nothing was written.\n", stderr);
         return kInterrupted;
     }

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "media/source.h"
+#include "settings.h"
+
+#include <optional>
+#include <vector>
+
+namespace qzil::command {
+
+/// What is decided about a sequence before its first frame.
+struct SequencePlan {
+    GUID oWorking{};  ///< format in which the effect works
+    std::vector<GUID>
+        oStreamFormats;    ///< of each input's frames as they leave the reader; the working one for pictures
+    GUID oOutputFormat{};  ///< of the output's frames as they reach the writer
+    media::Y4mHeader oOutput;
+    std::vector<qzILVector2l> oSizes;  ///< of the input images
+    std::optional<long long> oFrames;  ///< frames to make, if that is asked for
+    std::optional<long long> oTotal;   ///< frames of the shortest input, if known
+};
+
+/// Decides it. Throws Failure.
+SequencePlan PlanSequence(Settings const& settings, std::vector<media::Source> const& sources);
+
+/// A picture of even width when the format stores pairs of pixels: the last column is repeated.
+media::Picture Padded(media::Picture const& picture, GUID const& format);
+
+}  // namespace qzil::command
