@@ -111,7 +111,8 @@ void PlanFrames(Settings const& settings, std::vector<media::Source> const& sour
     if (plan.oFrames) return;
     bool const needed = !settings.oRamps.empty();
     for (media::Source const& source : sources) {
-        if (!source.pVideo || !source.pVideo->IsFile()) continue;
+        // The standard input cannot be read twice, even when it is a file.
+        if (!source.pVideo || !source.pVideo->IsFile() || source.sPath == "-") continue;
         long long const frames = media::CountFrames(source.sPath);
         plan.oTotal = std::min(frames, plan.oTotal.value_or(frames));
     }
