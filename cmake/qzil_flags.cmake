@@ -30,6 +30,8 @@ function(qzil_row_level target level)
   elseif(level STREQUAL v4)
     target_compile_options(${target} PRIVATE -march=x86-64-v4 -mprefer-vector-width=512)
   endif()
+  # Threaded jumps multiply the limits of a sample into branches, which then cannot become one vector.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-thread-jumps>)
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
                                              VISIBILITY_INLINES_HIDDEN ON)
 endfunction()

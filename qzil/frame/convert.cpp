@@ -27,6 +27,16 @@ qzILStatus qzILMonadicConvertProc::Verify() {
     return !m_pMaskImg && m_oMaskRect.Intersect(whole) == whole ? 1 : Fail(0x20001);
 }
 
+qzILStatus qzILMonadicConvertProc::VerifyFormats(bool (*accepts)(GUID const&),
+                                                bool (*converts)(GUID const&, GUID const&)) {
+    if (qzILStatus const status = qzILMonadicConvertProc::Verify(); status != 1) return status;
+    GUID input{}, output{};
+    m_pInputImg->GetFormat(&input);
+    m_pOutputImg->GetFormat(&output);
+    if (!accepts(input)) return Fail(0x10034);
+    return converts(input, output) ? 1 : Fail(0x1000D);
+}
+
 qzILStatus qzILMonadicConvertProc::PrepareData() {
     m_oInputBox = m_oOutputBox = m_oProcessedBox = qzILBbox2l(0, 0, 0, 0);
     if (!m_pOutputImg) return Fail(0x10002);

@@ -28,6 +28,9 @@ public:
     void Trash() {}
 
 protected:
+    /// The base's Verify, then 0x10034 when `accepts` refuses the input's format, 0x1000D when the output's does not go
+    /// with it.
+    qzILStatus VerifyFormats(bool (*accepts)(GUID const& input), bool (*converts)(GUID const& input, GUID const& output));
     /// Runs a row function over the processed box; -1 when an image is not laid out as the traits say.
     qzILStatus RunRows(qzil::kernel::ConvertTraits const& traits, qzil::kernel::ConvertCall const& call) const;
     GUID const& InputFormat() const { return m_oInputHelper.m_oFormat; }

@@ -117,16 +117,24 @@ QZIL_INLINE constexpr s32 RoundHalfAway(double value) {
     return TruncateTo<s32>(value + (value < 0 ? -0.5 : 0.5), -2147483648.0, 2147483647.0);
 }
 
-/// The same in float, for values already known to fit.
+/// The same in float, for values already known to fit. Without a branch: loops over it become vectors.
 QZIL_INLINE constexpr s32 RoundHalfAwayFloat(float value) {
-    return static_cast<s32>(value + (value < 0 ? -0.5f : 0.5f));
+    return static_cast<s32>(value + __builtin_copysignf(0.5f, value));
 }
 
-/// Float to S2.14: the nearest integer, halves away from zero, limited to the channel. NaN gives the lower limit.
+/// The nearest integer in low..high, halves away from zero. NaN gives the lower limit.
+QZIL_INLINE constexpr s32 RoundToRange(float value, float low, float high) {
+    float const above = value > low ? value : low;
+    return RoundHalfAwayFloat(above < high ? above : high);
+}
 QZIL_INLINE constexpr s16 RoundToS2_14(float value) {
-    float const low = value > -32768.0f ? value : -32768.0f;
-    float const limited = low < 32767.0f ? low : 32767.0f;
-    return static_cast<s16>(RoundHalfAwayFloat(limited));
+    return static_cast<s16>(RoundToRange(value, -32768.0f, 32767.0f));
+}
+QZIL_INLINE constexpr u16 RoundToWord(float value) {
+    return static_cast<u16>(RoundToRange(value, 0.0f, 65535.0f));
+}
+QZIL_INLINE constexpr u8 RoundToUbyte(float value) {
+    return static_cast<u8>(RoundToRange(value, 0.0f, 255.0f));
 }
 
 }  // namespace qzil

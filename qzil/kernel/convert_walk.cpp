@@ -42,7 +42,7 @@ public:
         if (m_iLead == 1 && m_iPixels >= walk.pIn->m_iWidth - column) m_iPixels = std::max(0, m_iPixels - 1);
         std::int64_t const bytes =
             std::int64_t{box.Size.x} * box.Size.y * (std::int64_t{traits.iInBytes} + traits.iOutBytes);
-        m_bStreams = m_iLead == 0 && bytes >= kStreamBytes;
+        m_bStreams = m_iLead == 0 && !traits.bAlphaOnly && bytes >= kStreamBytes;
         m_bPolls = traits.bPolls && walk.pStop;
     }
 
@@ -86,7 +86,7 @@ private:
             // A scratch stretch holds whole pairs; what the region has of them is copied.
             Stretch(in, {m_aColor, out.pAlpha ? m_aAlpha : nullptr}, start, (count + 1) & ~1);
             int const skip = start == 0 ? 1 : 0, to = start + skip - 1;
-            CopyPixels(out.pColor, to, m_aColor, skip, count - skip, m_oTraits.iOutBytes);
+            if (!m_oTraits.bAlphaOnly) CopyPixels(out.pColor, to, m_aColor, skip, count - skip, m_oTraits.iOutBytes);
             if (out.pAlpha) CopyPixels(out.pAlpha, to, m_aAlpha, skip, count - skip, m_oWalk.pOut->m_iAlphaPixelStep);
         }
     }

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "qzil/image/color.h"
+#include "qzil/image/formats.h"
+#include "qzil/image/image.h"
+
+namespace qzil {
+
+/// Bytes from one pixel to the next in a format's colour plane.
+int BytesOf(GUID const& format);
+
+/// RGB formats with blue first.
+bool IsBgrOrder(GUID const& format);
+
+/// A colour as the output's pixel, in the form and order that the conversions' queries have: YCC in the order Y, Cb, Cr,
+/// A. Null for no image.
+void* ColorForOutput(IXFImage* output, qzILColor const& color, PixelBlock& block);
+
+}  // namespace qzil

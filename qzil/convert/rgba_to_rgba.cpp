@@ -1,0 +1,212 @@
+#include "qzil/convert/rgba_to_rgba.h"
+
+#include "qzil/convert/depth.h"
+#include "qzil/convert/diffusion.h"
+#include "qzil/convert/dither.h"
+#include "qzil/convert/formats.h"
+
+#include <utility>
+
+using namespace qzil;
+
+namespace {
+
+constexpr std::array kFloatRgba{MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT_BU};
+constexpr std::array kFloatRgb{MFIF_RGB_FLOAT, MFIF_RGB_FLOAT_BU};
+constexpr std::array kVideoRgba{MFIF_RGBA_RAW_32_VIDEO, MFIF_BGRA_RAW_32_VIDEO};
+/// Any two of one of these lists that differ in depth are converted into each other.
+constexpr std::array kDepthRgba{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32_VIDEO, MFIF_BGRA_RAW_32_VIDEO,
+                                MFIF_RGBA_S2_14,  MFIF_RGBA_FLOAT,        MFIF_RGBA_FLOAT_BU};
+constexpr std::array kDepthMono{MFIF_MONO_RAW_8, MFIF_MONO_RAW_8_TD, MFIF_MONO_S2_14, MFIF_MONO_FLOAT,
+                                MFIF_MONO_FLOAT_BU};
+
+using CopyRow = kernel::TypedConvertRow<SampleCount> DepthRows::*;
+
+/// Conversions that move or widen samples, by the format on either side.
+struct Move {
+    FormatList oFrom, oTo;
+    CopyRow pRow;
+    int iSamples;
+    bool bPolls;
+};
+
+constexpr std::array kRgba32{MFIF_RGBA_RAW_32}, kBgra32{MFIF_BGRA_RAW_32}, kRgbaVideo{MFIF_RGBA_RAW_32_VIDEO},
+    kBgraVideo{MFIF_BGRA_RAW_32_VIDEO}, kRgba64{MFIF_RGBA_RAW_64}, kMono8{MFIF_MONO_RAW_8}, kMono16{MFIF_MONO_RAW_16},
+    kRgb24{MFIF_RGB_RAW_24};
+constexpr Move kMoves[] = {
+    {kRgba64, kRgba32, &DepthRows::pNarrow16, 4, false},
+    {kMono16, kMono8, &DepthRows::pNarrow16, 1, false},
+    {kRgba32, kRgba64, &DepthRows::pWiden8, 4, false},
+    {kMono8, kMono16, &DepthRows::pWiden8, 1, false},
+    {kRgba32, kBgra32, &DepthRows::pSwap8, 4, false},
+    {kBgra32, kRgba32, &DepthRows::pSwap8, 4, false},
+    {kRgbaVideo, kBgraVideo, &DepthRows::pSwap8, 4, false},
+    {kBgraVideo, kRgbaVideo, &DepthRows::pSwap8, 4, false},
+    {kRgba32, kRgb24, &DepthRows::pRemoveAlpha8, 4, true},
+    {kRgb24, kRgba32, &DepthRows::pAddAlpha8, 4, true},
+    {kFloatRgb, kFloatRgba, &DepthRows::pAddAlphaFloat, 4, true},
+    {kFloatRgba, kFloatRgb, &DepthRows::pRemoveAlphaFloat, 4, true},
+};
+
+Move const* FindMove(GUID const& input, GUID const& output) {
+    for (Move const& move : kMoves) {
+        if (Contains(move.oFrom, input) && Contains(move.oTo, output)) return &move;
+    }
+    return nullptr;
+}
+
+bool ChangesLevels(GUID const& input, GUID const& output) {
+    return (input == MFIF_RGBA_RAW_32 && Contains(kVideoRgba, output)) ||
+           (Contains(kVideoRgba, input) && output == MFIF_RGBA_RAW_32);
+}
+
+bool ChangesDepth(GUID const& input, GUID const& output) {
+    bool const listed = (Contains(kDepthRgba, input) && Contains(kDepthRgba, output)) ||
+                        (Contains(kDepthMono, input) && Contains(kDepthMono, output));
+    return listed && GetChannelTypeFromFormat(input) != GetChannelTypeFromFormat(output);
+}
+
+kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
+    kernel::ConvertTraits traits;
+    traits.iInBytes = BytesOf(input);
+    traits.iOutBytes = BytesOf(output);
+    return traits;
+}
+
+}  // namespace
+
+bool qzILRGBA2RGBA::Converts(GUID const& input, GUID const& output) {
+    return ChangesLevels(input, output) || FindMove(input, output) || ChangesDepth(input, output);
+}
+
+qzILStatus qzILRGBA2RGBA::Verify() {
+    if (qzILStatus const status = qzILMonadicConvertProc::Verify(); status != 1) return status;
+    GUID input{}, output{};
+    m_pInputImg->GetFormat(&input);
+    m_pOutputImg->GetFormat(&output);
+    return Converts(input, output) ? 1 : Fail(0x10034);
+}
+
+void* qzILRGBA2RGBA::GetConvertedColor(qzILColor const& color) {
+    return ColorForOutput(m_pOutputImg, color, m_oConverted);
+}
+
+qzILStatus qzILRGBA2RGBA::DoEffect() {
+    StartDither(m_oRandom);
+    GUID const &input = InputFormat(), &output = OutputFormat();
+    if (ChangesLevels(input, output)) return ConvertVideoToGraphicsOrGraphicsToVideo();
+    if (Move const* const pMove = FindMove(input, output)) {
+        kernel::ConvertTraits traits = TraitsOf(input, output);
+        traits.bPolls = pMove->bPolls;
+        SampleCount const count{pMove->iSamples};
+        return RunRows(traits, kernel::BoundConversion(GetDepthRows().*pMove->pRow, count));
+    }
+    return ChangesDepth(input, output) ? ConvertToOrFromFloatOrS2_14() : -1;
+}
+
+qzILStatus qzILRGBA2RGBA::ConvertVideoToGraphicsOrGraphicsToVideo() {
+    bool const toGraphics = OutputFormat() == MFIF_RGBA_RAW_32;
+    GUID const& video = toGraphics ? InputFormat() : OutputFormat();
+    // 255 / 219 and 219 / 255 in 16.16; the offsets take the black level and the rounding.
+    LevelShift const shift{toGraphics ? 76309 : 56283, toGraphics ? -1188176 : 0x108000, IsBgrOrder(video)};
+    return RunRows(TraitsOf(InputFormat(), OutputFormat()), kernel::BoundConversion(GetDepthRows().pLevels, shift));
+}
+
+qzILStatus qzILRGBA2RGBA::ConvertToOrFromFloatOrS2_14() {
+    bool const swap = IsBgrOrder(InputFormat()) || IsBgrOrder(OutputFormat());
+    bool const video = IsFormatVideoLevels(InputFormat()) || IsFormatVideoLevels(OutputFormat());
+    switch (GetChannelTypeFromFormat(InputFormat())) {
+        case XFChannelTypeUInt8: return ConvertFrom<u8>(swap, video);
+        case XFChannelTypeS2_14: return ConvertFrom<s16>(swap, video);
+        default: return ConvertFrom<float>(swap, video);
+    }
+}
+
+namespace {
+template <class From, class To>
+kernel::TypedConvertRow<LinearDepth> LinearRow(DepthRows const& rows) {
+    if constexpr (std::is_same_v<From, u8>) {
+        if constexpr (std::is_same_v<To, s16>) {
+            return rows.pUbyteToS2_14;
+        } else {
+            return rows.pUbyteToFloat;
+        }
+    } else if constexpr (std::is_same_v<From, s16>) {
+        if constexpr (std::is_same_v<To, u8>) {
+            return rows.pS2_14ToUbyte;
+        } else {
+            return rows.pS2_14ToFloat;
+        }
+    } else if constexpr (std::is_same_v<To, u8>) {
+        return rows.pFloatToUbyte;
+    } else {
+        return rows.pFloatToS2_14;
+    }
+}
+}  // namespace
+
+template <class From>
+qzILStatus qzILRGBA2RGBA::ConvertFrom(bool swap, bool video) {
+    kernel::ConvertTraits const traits = TraitsOf(InputFormat(), OutputFormat());
+    bool const mono = IsFormatMono(OutputFormat());
+    XFChannelType const type = GetChannelTypeFromFormat(OutputFormat());
+    if constexpr (!std::is_same_v<From, u8>) {
+        if (type == XFChannelTypeUInt8) {
+            if (!m_iDithering) return ConvertDepth<From, u8>(traits, swap, video);
+            return mono ? Dither<From, 1>(traits, swap, video) : Dither<From, 4>(traits, swap, video);
+        }
+    }
+    if constexpr (!std::is_same_v<From, s16>) {
+        if (type == XFChannelTypeS2_14) return ConvertDepth<From, s16>(traits, swap, video);
+    }
+    if constexpr (!std::is_same_v<From, float>) {
+        if (type == XFChannelTypeFloat) return ConvertDepth<From, float>(traits, swap, video);
+    }
+    return -1;
+}
+
+template <class From, class To>
+qzILStatus qzILRGBA2RGBA::ConvertDepth(kernel::ConvertTraits const& traits, bool swap, bool video) {
+    int const samples = IsFormatMono(OutputFormat()) ? 1 : 4;
+    LinearDepth const constants = LinearDepthOf<From, To>(video ? Levels::Video : Levels::Full, samples, swap);
+    return RunRows(traits, kernel::BoundConversion(LinearRow<From, To>(GetDepthRows()), constants));
+}
+
+namespace {
+
+/// A dithered conversion on its way: every line starts its errors anew.
+template <class Diffusion, class From, int kChannels>
+struct DitheredRows {
+    qzILRandomNumber& oRandom;
+    bool bSwap;
+    bool bVideo;
+    Diffusion oDiffusion{};
+
+    void Start() {
+        float errors[4] = {};
+        for (int c = 0; c < kChannels; ++c) errors[c] = oRandom.GetNumber();
+        if constexpr (std::is_same_v<From, float>) {
+            oDiffusion = {{errors[0], errors[1], errors[2], errors[3]}, bVideo};
+        } else {
+            oDiffusion = FixedDiffusionOf<kChannels>(errors, bVideo);
+        }
+    }
+    static void Row(kernel::ConvertRow const& row, void const* self) {
+        auto& rows = *static_cast<DitheredRows*>(const_cast<void*>(self));
+        if (row.bLineStart) rows.Start();
+        rows.oDiffusion.Row(reinterpret_cast<From const*>(row.pIn), row.pOut, row.iPixels);
+        if (!rows.bSwap) return;
+        for (int i = 0; i < row.iPixels; ++i) std::swap(row.pOut[4 * i], row.pOut[4 * i + 2]);
+    }
+};
+
+}  // namespace
+
+template <class From, int kChannels>
+qzILStatus qzILRGBA2RGBA::Dither(kernel::ConvertTraits traits, bool swap, bool video) {
+    using Diffusion =
+        std::conditional_t<std::is_same_v<From, float>, FloatDiffusion<kChannels>, FixedDiffusion<kChannels>>;
+    DitheredRows<Diffusion, From, kChannels> rows{m_oRandom, swap, video};
+    traits.bOrdered = true;
+    return RunRows(traits, {&rows.Row, &rows});
+}

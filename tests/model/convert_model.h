@@ -1,0 +1,113 @@
+#pragma once
+
+#include "model/convert_pairs.h"
+#include "model/rules.h"
+#include "support/picture.h"
+#include "support/plain_layout.h"
+
+#include "qzil/image/color.h"
+#include "qzil/image/core_values.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
+#include <string>
+
+/// The conversions between formats, pixel by pixel in wide integers and single precision.
+namespace qzil::test::model {
+
+/// One conversion of a picture.
+struct ConvertJob {
+    Conversion eKind{};
+    Ref<IXFImage> oInput{}, oOutput{};
+    bool bFilter = false;
+    bool bDither = false;
+    qzILBbox2l oRoi{};
+    qzILVector2l oOffset{};
+    unsigned uMode = 15;
+    qzILColor oDefault{};
+
+    std::string Describe() const;
+};
+
+/// The bytes that the output must hold afterwards.
+std::vector<u8> ConvertModel(ConvertJob const& job);
+
+/// The uniform numbers that dithering draws, from 0 to below 1 (Park and Miller, shuffled by Bays and Durham).
+class Draws {
+public:
+    explicit Draws(int seed) : m_iSeed(seed) {
+        for (int j = 39; j >= 0; --j) {
+            Step();
+            if (j < 32) m_piTable[static_cast<std::size_t>(j)] = m_iSeed;
+        }
+        m_iLast = m_piTable[0];
+    }
+    float Next() {
+        Step();
+        i64& entry = m_piTable[static_cast<std::size_t>(m_iLast / 67108864)];
+        m_iLast = entry;
+        entry = m_iSeed;
+        return std::min(static_cast<float>(m_iLast) * std::bit_cast<float>(0x30000000), 0.99999988f);
+    }
+
+private:
+    void Step() { m_iSeed = 16807 * m_iSeed % 2147483647; }
+
+    i64 m_iSeed, m_iLast = 0;
+    std::array<i64, 32> m_piTable{};
+};
+
+enum class Depth { Byte, Word, Fixed, Real };
+Depth DepthOf(GUID const& format);
+/// The value of full alpha.
+float FullOf(GUID const& format);
+
+using Pixel = std::array<float, 4>;
+
+/// An image's samples by column and logical line. Every integer sample is exact in a float.
+class Samples {
+public:
+    Samples(IXFImage* image, std::span<u8> bytes);
+
+    GUID const& Format() const { return m_oLayout.oFormat; }
+    int Width() const { return m_oLayout.iWidth; }
+    int Count() const { return static_cast<int>(m_oLayout.PixelStep() / m_oLayout.uChannelSize); }
+    float Get(int x, int y, int c) const { return Load(m_oLayout.Pixel(x, y), c); }
+    /// Rounds half away from zero and limits to the channel's range; a float is stored as it is.
+    void Put(int x, int y, int c, float value) { Store(m_oLayout.Pixel(x, y), c, value); }
+    float GetPlane(int x, int y) const { return Load(m_oLayout.Alpha(x, y), 0); }
+    void PutPlane(int x, int y, float value) { Store(m_oLayout.Alpha(x, y), 0, value); }
+
+    /// Red, green, blue, alpha; full alpha where there is none, one value where the image is mono.
+    Pixel GetRgba(int x, int y) const;
+    void PutRgba(int x, int y, Pixel const& pixel);
+
+private:
+    float Load(std::size_t place, int c) const;
+    void Store(std::size_t place, int c, float value);
+
+    PlainLayout m_oLayout;
+    std::span<u8> m_oBytes;
+};
+
+/// Rounded half away from zero and limited; NaN gives the lower limit.
+float RoundLimit(float value, float low, float high);
+
+/// What a model of a line is given: line and first column on both sides, and the number of pixels.
+struct LineJob {
+    Samples const& oIn;
+    Samples& oOut;
+    int iInX, iInY, iOutX, iOutY, iWidth;
+    bool bFilter, bDither;
+    Draws& oDraws;
+};
+
+void RgbaLine(LineJob const& line);
+void ColorLine(LineJob const& line);
+void ToYccLine(LineJob const& line);
+void FromYccLine(LineJob const& line);
+/// One sample between depths; `video` tells of 8-bit colour at video levels on that side.
+float DepthOfSample(float value, Depth from, bool fromVideo, Depth to, bool toVideo);
+
+}  // namespace qzil::test::model
