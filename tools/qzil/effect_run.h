@@ -45,14 +45,10 @@ private:
 
 /// The picture as an image; a Failure of the effect when that cannot be made.
 Ref<IXFImage> MakeImage(catalog::Entry const& entry, media::Picture const& picture, GUID const& format);
-/// Calls `step`; an error of the media layer becomes a Failure of the effect.
+/// Runs a step; an error of the media layer becomes a Failure of the effect.
 template <class Step>
 auto NamingEffect(catalog::Entry const& entry, Step step) {
-    try {
-        return step();
-    } catch (media::MediaError const& error) {
-        throw Failure(kRefused, entry.sName + ": " + error.what() + ".");
-    }
+    return WithCode(kRefused, step, entry.sName + ": ");
 }
 
 }  // namespace qzil::command

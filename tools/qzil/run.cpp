@@ -29,13 +29,11 @@ std::vector<media::Source> OpenInputs(Settings const& settings) {
     if (std::count(settings.oInputs.begin(), settings.oInputs.end(), "-") > 1) {
         throw Failure(kWrongUsage, settings.pEntry->sName + ": '-' is given twice, but there is one standard input.");
     }
-    try {
-        std::vector<media::Source> sources;
-        for (std::string const& path : settings.oInputs) sources.push_back(media::OpenSource(path));
-        return sources;
-    } catch (media::MediaError const& error) {
-        throw Failure(kUnreadable, error.what());
+    std::vector<media::Source> sources;
+    for (std::string const& path : settings.oInputs) {
+        sources.push_back(WithCode(kUnreadable, [&] { return media::OpenSource(path); }));
     }
+    return sources;
 }
 
 bool IsSequence(Settings const& settings, std::vector<media::Source> const& sources) {

@@ -8,6 +8,7 @@
 #include "media/y4m_image.h"
 #include "qzil/image/image_ops.h"
 #include "sequence_plan.h"
+#include "video_options.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,16 +17,6 @@
 namespace qzil::command {
 
 namespace {
-
-/// Turns errors of files into failures of the command.
-template <class Step>
-auto WithCode(ExitCode code, Step step) {
-    try {
-        return step();
-    } catch (media::MediaError const& error) {
-        throw Failure(code, error.what());
-    }
-}
 
 /// The inputs of a sequence, which one thread at a time reads.
 class Inputs {

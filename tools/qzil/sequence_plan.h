@@ -23,7 +23,4 @@ struct SequencePlan {
 /// Decides it. Throws Failure.
 SequencePlan PlanSequence(Settings const& settings, std::vector<media::Source> const& sources);
 
-/// A picture of even width when the format stores pairs of pixels: the last column is repeated.
-media::Picture Padded(media::Picture const& picture, GUID const& format);
-
 }  // namespace qzil::command

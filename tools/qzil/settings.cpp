@@ -3,10 +3,10 @@
 #include "command.h"
 #include "qzil/image/formats.h"
 #include "qzil/kernel/levels.h"
+#include "video_options.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
 
 namespace qzil::command {
@@ -80,17 +80,15 @@ std::optional<bool> ParseWord(catalog::Entry const& entry, char const* option, s
     return text == second;
 }
 
-std::optional<GUID> ParseFormat(catalog::Entry const& entry, std::string name) {
+std::optional<GUID> ParseFormat(catalog::Entry const& entry, std::string const& name) {
     if (name.empty()) return {};
-    std::string const text = name;
-    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    if (!name.starts_with("MFIF_")) name = "MFIF_" + name;
+    auto const format = FormatNamed(name);
+    if (format && Contains(entry.oFormats, *format)) return format;
     std::string possible = "one of";
-    for (GUID const& format : entry.oFormats) {
-        if (name == FormatName(format)) return format;
-        possible += (possible.ends_with(" of") ? " " : ", ") + std::string(FormatName(format));
+    for (GUID const& known : entry.oFormats) {
+        possible += (possible.ends_with(" of") ? " " : ", ") + std::string(FormatName(known));
     }
-    throw Refusal(entry, "--format", text, possible);
+    throw Refusal(entry, "--format", name, possible);
 }
 
 qzILColor ParseDefaultColor(catalog::Entry const& entry, std::string const& text) {
@@ -119,24 +117,16 @@ std::optional<int> ParseCount(catalog::Entry const& entry, char const* option, s
     return (*number)[0];
 }
 
-std::optional<media::Y4mRatio> ParseRate(catalog::Entry const& entry, std::string const& text) {
-    if (text.empty()) return {};
-    char const* const allowed = "frames a second: a whole number or two of them, such as 25 or 30000:1001";
-    try {
-        bool const whole = text.find(':') == std::string::npos;
-        auto const rate = media::ParseRatio(whole ? text + ":1" : text, "");
-        if (rate.uNumerator != 0) return rate;
-    } catch (std::runtime_error const&) {
-    }
-    throw Refusal(entry, "--rate", text, allowed);
-}
-
 SequenceSettings ParseSequence(catalog::Entry const& entry, Texts const& texts) {
     SequenceSettings sequence;
     sequence.iJobs = ParseCount(entry, "--jobs", texts.sJobs, kMostJobs).value_or(1);
     if (auto const frames = ParseCount(entry, "--frames", texts.sFrames, kFarthest)) sequence.oFrames = *frames;
-    sequence.oRec709 = ParseWord(entry, "--matrix", texts.sMatrix, "601", "709");
-    sequence.oRate = ParseRate(entry, texts.sRate);
+    ParseWord(entry, "--matrix", texts.sMatrix, "601", "709");
+    sequence.sMatrix = texts.sMatrix;
+    if (!texts.sRate.empty()) sequence.oRate = ParseRate(texts.sRate);
+    if (!texts.sRate.empty() && !sequence.oRate) {
+        throw Refusal(entry, "--rate", texts.sRate, "frames a second, such as 25 or 30000:1001");
+    }
     auto const mode = Progress::ParseMode(texts.sProgress.empty() ? "auto" : texts.sProgress);
     if (!mode) throw Refusal(entry, "--progress", texts.sProgress, "auto, bar, lines, json or off");
     sequence.eProgress = *mode;

@@ -24,7 +24,7 @@ struct SequenceSettings {
     std::optional<long long> oFrames;
     bool bShortest = false;
     Progress::Mode eProgress = Progress::Mode::kAuto;
-    std::optional<bool> oRec709;
+    std::string sMatrix;  ///< 601, 709, or empty for what the size says
     std::optional<media::Y4mRatio> oRate;
 };
 
