@@ -92,10 +92,18 @@ std::span<Entry const> Effects() {
     return l_oEffects;
 }
 
+std::span<Entry const> Conversions() {
+    static std::vector<Entry> const l_oConversions = ConvertEffects();
+    return l_oConversions;
+}
+
 Entry const* Find(std::string_view name) {
-    auto const all = Effects();
-    auto const found = std::find_if(all.begin(), all.end(), [name](Entry const& entry) { return entry.sName == name; });
-    return found != all.end() ? &*found : nullptr;
+    for (std::span<Entry const> const all : {Effects(), Conversions()}) {
+        auto const found =
+            std::find_if(all.begin(), all.end(), [name](Entry const& entry) { return entry.sName == name; });
+        if (found != all.end()) return &*found;
+    }
+    return nullptr;
 }
 
 }  // namespace qzil::catalog

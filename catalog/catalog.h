@@ -72,6 +72,11 @@ struct Input {
     std::function<void(qzILImgProc&, IXFImage*)> oSet;
 };
 
+/// Formats of input and output.
+struct FormatPair {
+    GUID oFrom, oTo;
+};
+
 struct Entry;
 
 /// An effect object with what it needs to live. The images are the caller's.
@@ -116,7 +121,8 @@ struct Entry {
     std::string sFamily;
     std::string sSummary;
     std::vector<Input> oInputs;
-    std::span<GUID const> oFormats;
+    std::span<GUID const> oFormats;  ///< of all images; none for conversions
+    std::vector<FormatPair> oPairs;  ///< of conversions
     std::vector<Parameter> oParameters;
     bool bMaskRequired = false;
     bool bTwoInputs = false;  ///< has a dominant input and an input offset
@@ -129,7 +135,9 @@ struct Entry {
 
 /// All effects, family by family.
 std::span<Entry const> Effects();
-/// The effect of a name, or null.
+/// The effects whose output has another format than their input.
+std::span<Entry const> Conversions();
+/// The effect or conversion of a name, or null.
 Entry const* Find(std::string_view name);
 
 /// A sentence for an error code that an effect gave: what is wrong, and what to do.

@@ -2,6 +2,7 @@
 
 #include "catalog/catalog.h"
 #include "qzil/frame/dyadic.h"
+#include "qzil/image/formats.h"
 
 #include <type_traits>
 #include <utility>
@@ -34,6 +35,16 @@ public:
     /// For effects that have no list of their own. The formats must outlive the catalogue.
     Effect& Formats(std::span<GUID const> formats) {
         m_oEntry.oFormats = formats;
+        return *this;
+    }
+
+    /// The pairs that a conversion serves, of all formats with pixels of a known layout.
+    Effect& Pairs(bool (*converts)(GUID const& from, GUID const& to)) {
+        for (NamedFormat const& from : AllFormats()) {
+            for (NamedFormat const& to : AllFormats()) {
+                if (converts(from.oFormat, to.oFormat)) m_oEntry.oPairs.push_back({from.oFormat, to.oFormat});
+            }
+        }
         return *this;
     }
 
@@ -128,5 +139,6 @@ std::shared_ptr<Lut const> ParsePairRule(std::string_view text);
 // The families, each in a source of its own.
 std::vector<Entry> FrameEffects();
 std::vector<Entry> PixelEffects();
+std::vector<Entry> ConvertEffects();
 
 }  // namespace qzil::catalog

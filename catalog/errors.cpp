@@ -36,6 +36,7 @@ constexpr Row kRows[] = {
     {0x10016, "the second input image has no pixels; allocate it first"},
     {0x10017, "the dominant input is neither of the two inputs; choose a or b"},
     {0x10018, "a look-up table is absent; set one for every channel in the depth of the image"},
+    {0x10033, "input and output are one image, which no conversion can work in; use a separate output"},
     {0x10034, "the image format is not one that this effect works in; choose one of its formats"},
     {0x10059, "this effect needs a mask; give it one"},
     {0x1005A, "the alpha mode is not one of zero (1), full (2) and derived (3); choose one of them"},

@@ -32,7 +32,8 @@ struct Move {
 
 constexpr std::array kRgba32{MFIF_RGBA_RAW_32}, kBgra32{MFIF_BGRA_RAW_32}, kRgbaVideo{MFIF_RGBA_RAW_32_VIDEO},
     kBgraVideo{MFIF_BGRA_RAW_32_VIDEO}, kRgba64{MFIF_RGBA_RAW_64}, kMono8{MFIF_MONO_RAW_8}, kMono16{MFIF_MONO_RAW_16},
-    kRgb24{MFIF_RGB_RAW_24};
+    kRgb24{MFIF_RGB_RAW_24}, kRgbFloat{MFIF_RGB_FLOAT}, kRgbaFloat{MFIF_RGBA_FLOAT}, kRgbFloatBu{MFIF_RGB_FLOAT_BU},
+    kRgbaFloatBu{MFIF_RGBA_FLOAT_BU};
 constexpr Move kMoves[] = {
     {kRgba64, kRgba32, &DepthRows::pNarrow16, 4, false},
     {kMono16, kMono8, &DepthRows::pNarrow16, 1, false},
@@ -44,7 +45,8 @@ constexpr Move kMoves[] = {
     {kBgraVideo, kRgbaVideo, &DepthRows::pSwap8, 4, false},
     {kRgba32, kRgb24, &DepthRows::pRemoveAlpha8, 4, true},
     {kRgb24, kRgba32, &DepthRows::pAddAlpha8, 4, true},
-    {kFloatRgb, kFloatRgba, &DepthRows::pAddAlphaFloat, 4, true},
+    {kRgbFloat, kRgbaFloat, &DepthRows::pAddAlphaFloat, 4, true},
+    {kRgbFloatBu, kRgbaFloatBu, &DepthRows::pAddAlphaFloat, 4, true},
     {kFloatRgba, kFloatRgb, &DepthRows::pRemoveAlphaFloat, 4, true},
 };
 

@@ -1,6 +1,7 @@
 #include "qzil/convert/ycc_fixed_rows.h"
 
 #include "qzil/kernel/shapes.h"
+#include "qzil/kernel/vector.h"
 
 QZIL_ROWS_BEGIN
 namespace {
@@ -8,87 +9,130 @@ namespace {
 using kernel::ConvertRow;
 using Word = u32 __attribute__((may_alias, aligned(1)));
 
-constexpr int kMaxPairs = kernel::kStretchPixels / 2;
+/// Pixels that the chroma filter reads before and behind a stretch.
+constexpr int kMargin = 2;
 
 QZIL_INLINE s32 Byte(u32 word, int shift) {
     return static_cast<s32>(word >> shift & 255u);
 }
 
-/// The pixels of a stretch apart, with what the chroma filter needs beside them.
-struct SplitPixels {
-    u32 aEven[kMaxPairs + 2];  ///< from pair -1 to the pair behind the last
-    u32 aOdd[kMaxPairs + 2];   ///< from pair -1
+/// The pixels of a stretch as words, with the margins, clamped to what can be read.
+struct PixelWords {
+    u32 aWords[kernel::kStretchPixels + 2 * kMargin];
 
-    QZIL_INLINE u32* Even() { return aEven + 1; }
-    QZIL_INLINE u32* Odd() { return aOdd + 1; }
-};
-
-template <int kBytes>
-QZIL_INLINE u32 PixelAt(u8 const* line, int position) {
-    u8 const* const p = line + kBytes * position;
-    u32 const color = static_cast<u32>(p[0] | p[1] << 8 | p[2] << 16);
-    return kBytes == 4 ? color | static_cast<u32>(p[3]) << 24 : color;
-}
-
-template <int kBytes>
-QZIL_INLINE void Split(ConvertRow const& row, SplitPixels& split) {
-    u8 const* const in = row.pIn;
-    u32* const even = split.Even();
-    u32* const odd = split.Odd();
-    int const pairs = row.iPixels / 2;
-    if constexpr (kBytes == 4) {
-        auto const* const words = reinterpret_cast<Word const*>(in);
-        ForEach(pairs, [=](int k) {
-            even[k] = words[2 * k];
-            odd[k] = words[2 * k + 1];
-        });
-    } else {
-        ForEach(pairs, [=](int k) {
-            even[k] = PixelAt<3>(in, 2 * k);
-            odd[k] = PixelAt<3>(in, 2 * k + 1);
-        });
+    template <int kBytes>
+    QZIL_INLINE u32 const* Read(ConvertRow const& row) {
+        u8 const* const in = row.pIn;
+        u32* const words = aWords + kMargin;
+        if constexpr (kBytes == 4) {
+            __builtin_memcpy(words, in, static_cast<unsigned long>(4 * row.iPixels));
+        } else {
+            // Four pixels are three words.
+            auto const* const packed = reinterpret_cast<Word const*>(in);
+            ForEach(row.iPixels / 4, [=](int i) {
+                u32 const w0 = packed[3 * i], w1 = packed[3 * i + 1], w2 = packed[3 * i + 2];
+                words[4 * i] = w0 & 0xFFFFFFu;
+                words[4 * i + 1] = w0 >> 24 | (w1 & 0xFFFFu) << 8;
+                words[4 * i + 2] = w1 >> 16 | (w2 & 0xFFu) << 16;
+                words[4 * i + 3] = w2 >> 8;
+            });
+            for (int i = row.iPixels & ~3; i < row.iPixels; ++i) words[i] = At<3>(in, i);
+        }
+        for (int i = -kMargin; i < 0; ++i) words[i] = At<kBytes>(in, Max(i, row.iFirst));
+        for (int i = 0; i < kMargin; ++i) {
+            words[row.iPixels + i] = At<kBytes>(in, Min(row.iPixels + i, row.iLast));
+        }
+        return words;
     }
-    even[-1] = PixelAt<kBytes>(in, Max(-2, row.iFirst));
-    odd[-1] = PixelAt<kBytes>(in, Max(-1, row.iFirst));
-    even[pairs] = PixelAt<kBytes>(in, Min(2 * pairs, row.iLast));
-}
 
-/// The chroma filter of a pair for two channels 16 bits apart: (-1 2 6 2 -1) / 8 around the even pixel. Sums are kept
-/// above 0 by 512, the quotients thus by 64.
-QZIL_INLINE u32 Filtered(u32 before2, u32 before1, u32 at, u32 after1, u32 after2, int shift) {
-    constexpr u32 kFields = 0x00FF00FFu, kBias = 516u * 0x10001u;
-    auto const fields = [=](u32 pixel) { return pixel >> shift & kFields; };
-    return 2 * (fields(before1) + fields(after1)) + 6 * fields(at) - fields(before2) - fields(after2) + kBias;
-}
+    template <int kBytes>
+    QZIL_INLINE static u32 At(u8 const* line, int position) {
+        u8 const* const p = line + kBytes * position;
+        return static_cast<u32>(p[0] | p[1] << 8 | p[2] << 16);
+    }
+};
 
-/// `pair(k)` gives the even and the odd pixel, `chroma(k)` the red, green and blue that chroma is made of.
-template <class Pair, class Chroma>
-QZIL_INLINE void ToPairs(ConvertRow const& row, RgbToPairs const& c, s32 cbOffset, s32 crOffset, Pair pair,
-                         Chroma chroma) {
-    auto* const out = reinterpret_cast<Word*>(row.pOut);
-    s32 const y0 = c.aY[0], y1 = c.aY[1], y2 = c.aY[2], y3 = c.aY[3];
-    s32 const b0 = c.aCb[0], b1 = c.aCb[1], b2 = c.aCb[2];
-    s32 const r0 = c.aCr[0], r1 = c.aCr[1], r2 = c.aCr[2];
-    PairOrder const order = c.oOrder;
-    auto const luma = [=](u32 p) {
-        return static_cast<u32>((Byte(p, 0) * y0 + Byte(p, 8) * y1 + Byte(p, 16) * y2 + y3) >> 16) & 255u;
+/// The constants of the vector loop. Factors are halves of lanes, as DotHalves multiplies them; what does not fit 16 bits
+/// is shared out over two of them.
+struct PairFactors {
+    Vector oLumaOuter, oLumaGreen, oLumaOffset;
+    Vector oChromaOuter, oChromaGreen, oChromaOffset;
+    Vector8 oGreenTwice;   ///< byte 1 of each pixel into both halves
+    Vector8 oOuterOfEven;  ///< bytes 0 and 2 of the even pixel, for both lanes
+    Vector8 oGreenOfEven;  ///< byte 1 of the even pixel, and the byte whose factor needs a second half
+
+    PairFactors(RgbToPairs const& c, bool filter) {
+        s32 const green = c.aY[1] / 2;
+        oLumaOuter = AllLanes(Halves(c.aY[0], c.aY[2]));
+        oLumaGreen = AllLanes(Halves(green, c.aY[1] - green));
+        oLumaOffset = AllLanes(c.aY[3]);
+        // Of the factors of chroma only the largest one, of blue in Cb and of red in Cr, may exceed 16 bits.
+        u8 const cbPlace = c.aCb[0] > c.aCb[2] ? 0 : 2, crPlace = static_cast<u8>(2 - cbPlace);
+        auto const low = [](s32 factor) { return Min(factor, 32767); };
+        oChromaOuter = EvenOddLanes(Halves(low(c.aCb[0]), low(c.aCb[2])), Halves(low(c.aCr[0]), low(c.aCr[2])));
+        oChromaGreen = EvenOddLanes(Halves(c.aCb[1], c.aCb[cbPlace] - low(c.aCb[cbPlace])),
+                                    Halves(c.aCr[1], c.aCr[crPlace] - low(c.aCr[crPlace])));
+        // Filtered values are kept above 0 by 64.
+        s32 const bias = filter ? 64 : 0;
+        oChromaOffset = EvenOddLanes(c.aCb[3] - bias * (c.aCb[0] + c.aCb[1] + c.aCb[2]),
+                                     c.aCr[3] - bias * (c.aCr[0] + c.aCr[1] + c.aCr[2]));
+        constexpr u8 z = 8;
+        oGreenTwice = PatternOf({1, z, 1, z, 5, z, 5, z});
+        if (filter) {
+            // From 16-bit values of channels 0, 2 and 1.
+            u8 const cb = cbPlace, cr = crPlace;
+            oOuterOfEven = PatternOf({0, 1, 2, 3, 0, 1, 2, 3});
+            oGreenOfEven = PatternOf({4, 5, cb, static_cast<u8>(cb + 1), 4, 5, cr, static_cast<u8>(cr + 1)});
+        } else {
+            oOuterOfEven = PatternOf({0, z, 2, z, 0, z, 2, z});
+            oGreenOfEven = PatternOf({1, z, cbPlace, z, 1, z, crPlace, z});
+        }
+    }
+};
+
+/// The chroma filter around even pixels, (-1 2 6 2 -1) / 8, for channels 0 and 2 in the even lane and channel 1 in the
+/// odd one, in 16 bits and kept above 0 by 64.
+QZIL_INLINE Vector Filtered(u32 const* pixels, Vector8 channels) {
+    auto const tap = [=](int distance) {
+        return reinterpret_cast<Vector16>(MoveBytes(LoadVector(pixels + distance), channels));
     };
-    auto const limited = [](s32 sum) { return static_cast<u32>(Clamp<s32>(sum >> 16, 0, 255)); };
-    ForEach(row.iPixels / 2, [=](int k) {
-        auto const pixels = pair(k);
-        auto const f = chroma(k, pixels.uEven);
-        u32 const cb = limited(f.iFirst * b0 + f.iSecond * b1 + f.iThird * b2 + cbOffset);
-        u32 const cr = limited(f.iFirst * r0 + f.iSecond * r1 + f.iThird * r2 + crOffset);
-        out[k] = cb << order.iCb | luma(pixels.uEven) << order.iY0 | cr << order.iCr | luma(pixels.uOdd) << order.iY1;
-    });
+    Vector16 const at = tap(0);
+    Vector16 const twice = tap(-1) + tap(1) + at + at + at;
+    return reinterpret_cast<Vector>((twice + twice - tap(-2) - tap(2) + 516) >> 3);
 }
 
-struct TwoPixels {
-    u32 uEven, uOdd;
-};
-struct Channels {
-    s32 iFirst, iSecond, iThird;
-};
+/// The output of a vector of pixels, 16 bits for each: luma of every pixel, Cb on the even and Cr on the odd ones.
+template <bool kFilter, bool kChromaFirst>
+QZIL_INLINE Vector PairWords(u32 const* pixels, PairFactors const& f, Vector8 channels) {
+    Vector const word = LoadVector(pixels);
+    Vector const luma = DotHalves(word & 0x00FF00FF, f.oLumaOuter) +
+                        DotHalves(MoveBytes(word, f.oGreenTwice), f.oLumaGreen) + f.oLumaOffset;
+    Vector const source = kFilter ? Filtered(pixels, channels) : word;
+    Vector const chroma = DotHalves(MoveBytes(source, f.oOuterOfEven), f.oChromaOuter) +
+                          DotHalves(MoveBytes(source, f.oGreenOfEven), f.oChromaGreen) + f.oChromaOffset;
+    if constexpr (kChromaFirst) {
+        return (luma >> 8 & 0xFF00) | LimitLanes(chroma >> 16, 255);
+    } else {
+        return (luma >> 16 & 0xFF) | LimitLanes(chroma >> 16, 255) << 8;
+    }
+}
+
+template <bool kFilter, bool kChromaFirst>
+QZIL_INLINE void ToPairs(u32 const* pixels, u8* out, int count, RgbToPairs const& c) {
+    PairFactors const f(c, kFilter);
+    Vector8 const channels = PatternOf({0, 8, 2, 8, 1, 8, 8, 8});
+    int i = 0;
+    for (; i + kLanes32 <= count; i += kLanes32) {
+        StoreLowHalves(out + 2 * i, PairWords<kFilter, kChromaFirst>(pixels + i, f, channels));
+    }
+    if (i == count) return;
+    u32 rest[kLanes32 + 2 * kMargin] = {};
+    u8 result[2 * kLanes32];
+    unsigned long const read = static_cast<unsigned long>(count - i + (kFilter ? 2 * kMargin : 0));
+    __builtin_memcpy(kFilter ? rest : rest + kMargin, kFilter ? pixels + i - kMargin : pixels + i, 4 * read);
+    StoreLowHalves(result, PairWords<kFilter, kChromaFirst>(rest + kMargin, f, channels));
+    __builtin_memcpy(out + 2 * i, result, static_cast<unsigned long>(2 * (count - i)));
+}
 
 void CopyAlpha(ConvertRow const& row, bool sourceAlpha) {
     u8* const out = row.pAlphaOut;
@@ -103,59 +147,58 @@ void CopyAlpha(ConvertRow const& row, bool sourceAlpha) {
 
 void RgbToPairsRow(ConvertRow const& row, RgbToPairs const& c) {
     CopyAlpha(row, c.bSourceAlpha);
-    auto const own = [](int, u32 p) { return Channels{Byte(p, 0), Byte(p, 8), Byte(p, 16)}; };
-    if (!c.bFilter && c.bSourceAlpha) {
-        auto const* const in = reinterpret_cast<Word const*>(row.pIn);
-        ToPairs(row, c, c.aCb[3], c.aCr[3], [=](int k) { return TwoPixels{in[2 * k], in[2 * k + 1]}; }, own);
-        return;
-    }
-    SplitPixels split;
-    if (c.bSourceAlpha) {
-        Split<4>(row, split);
+    bool const inside = !c.bFilter || (row.iFirst <= -kMargin && row.iLast >= row.iPixels - 1 + kMargin);
+    PixelWords words;
+    u32 const* pixels = nullptr;
+    if (!c.bSourceAlpha) {
+        pixels = words.Read<3>(row);
+    } else if (inside) {
+        pixels = reinterpret_cast<u32 const*>(row.pIn);
     } else {
-        Split<3>(row, split);
+        pixels = words.Read<4>(row);
     }
-    u32 const* const even = split.Even();
-    u32 const* const odd = split.Odd();
-    auto const pair = [=](int k) { return TwoPixels{even[k], odd[k]}; };
-    if (!c.bFilter) {
-        ToPairs(row, c, c.aCb[3], c.aCr[3], pair, own);
-        return;
+    bool const chromaFirst = c.oOrder.iCb == 0;
+    if (c.bFilter) {
+        chromaFirst ? ToPairs<true, true>(pixels, row.pOut, row.iPixels, c)
+                    : ToPairs<true, false>(pixels, row.pOut, row.iPixels, c);
+    } else {
+        chromaFirst ? ToPairs<false, true>(pixels, row.pOut, row.iPixels, c)
+                    : ToPairs<false, false>(pixels, row.pOut, row.iPixels, c);
     }
-    s32 const cbOffset = c.aCb[3] - 64 * (c.aCb[0] + c.aCb[1] + c.aCb[2]);
-    s32 const crOffset = c.aCr[3] - 64 * (c.aCr[0] + c.aCr[1] + c.aCr[2]);
-    ToPairs(row, c, cbOffset, crOffset, pair, [=](int k, u32 at) {
-        u32 const outer = Filtered(even[k - 1], odd[k - 1], at, odd[k], even[k + 1], 0);
-        u32 const inner = Filtered(even[k - 1], odd[k - 1], at, odd[k], even[k + 1], 8);
-        return Channels{static_cast<s32>((outer & 0xFFFFu) >> 3), static_cast<s32>((inner & 0xFFFFu) >> 3),
-                        static_cast<s32>(outer >> 19)};
-    });
 }
 
-/// `alpha(i)` gives the fourth byte of pixel i, `next(k)` the pair whose chroma is mixed into the odd pixel of pair k.
-template <class Alpha, class Next>
-QZIL_INLINE void FromPairs(u8* to, u8 const* from, int firstPair, int endPair, PairsToRgb const& c, Alpha alpha,
-                           Next next) {
+/// `alpha(i)` gives the fourth byte of pixel i. With kMixed the odd pixels get the mean of their own and the next pair's
+/// chroma.
+template <bool kMixed, class Alpha>
+QZIL_INLINE void FromPairs(u8* to, u8 const* from, int firstPair, int endPair, PairsToRgb const& c, Alpha alpha) {
     auto* const out = reinterpret_cast<Word*>(to);
     auto const* const in = reinterpret_cast<Word const*>(from);
     s32 const ky = c.iY, r0 = c.aRed[0], r1 = c.aRed[1], g0 = c.aGreen[0], g1 = c.aGreen[1], g2 = c.aGreen[2];
     s32 const b0 = c.aBlue[0], b1 = c.aBlue[1];
     PairOrder const order = c.oOrder;
     int const red = c.iRed, blue = c.iBlue;
+    struct Chroma {
+        s32 iRed, iGreen, iBlue;
+    };
+    auto const chroma = [=](s32 cb, s32 cr) { return Chroma{cr * r0 + r1, cb * g0 + cr * g1 + g2, cb * b0 + b1}; };
     // An integer part outside 0 to 255 saturates, as the sums stay within 32 bits.
     auto const limited = [](s32 sum) { return static_cast<u32>(Clamp<s32>(sum >> 16, 0, 255)); };
-    auto const pixel = [=](s32 y, s32 cb, s32 cr) {
+    auto const pixel = [=](s32 y, Chroma t) {
         s32 const luma = y * ky;
-        return limited(cr * r0 + r1 + luma) << red | limited(cb * g0 + cr * g1 + g2 + luma) << 8 |
-               limited(cb * b0 + b1 + luma) << blue;
+        return limited(t.iRed + luma) << red | limited(t.iGreen + luma) << 8 | limited(t.iBlue + luma) << blue;
     };
     ForEach(endPair - firstPair, [=](int n) {
         int const k = firstPair + n;
-        u32 const word = in[k], other = next(in, k);
+        u32 const word = in[k];
         s32 const cb = Byte(word, order.iCb), cr = Byte(word, order.iCr);
-        s32 const cb2 = (cb + Byte(other, order.iCb) + 1) >> 1, cr2 = (cr + Byte(other, order.iCr) + 1) >> 1;
-        out[2 * k] = pixel(Byte(word, order.iY0), cb, cr) | alpha(2 * k);
-        out[2 * k + 1] = pixel(Byte(word, order.iY1), cb2, cr2) | alpha(2 * k + 1);
+        Chroma const even = chroma(cb, cr);
+        Chroma odd = even;
+        if constexpr (kMixed) {
+            u32 const next = in[k + 1];
+            odd = chroma((cb + Byte(next, order.iCb) + 1) >> 1, (cr + Byte(next, order.iCr) + 1) >> 1);
+        }
+        out[2 * k] = pixel(Byte(word, order.iY0), even) | alpha(2 * k);
+        out[2 * k + 1] = pixel(Byte(word, order.iY1), odd) | alpha(2 * k + 1);
     });
 }
 
@@ -164,8 +207,8 @@ QZIL_INLINE void FromAllPairs(u8* to, ConvertRow const& row, PairsToRgb const& c
     int const pairs = row.iPixels / 2;
     // The chroma of the next pair counts when the whole pair lies in the region.
     int const mixed = c.bInterpolate ? Clamp(row.iLast - 1, 0, 2 * pairs) / 2 : 0;
-    FromPairs(to, row.pIn, 0, mixed, c, alpha, [](Word const* in, int k) -> u32 { return in[k + 1]; });
-    FromPairs(to, row.pIn, mixed, pairs, c, alpha, [](Word const* in, int k) -> u32 { return in[k]; });
+    FromPairs<true>(to, row.pIn, 0, mixed, c, alpha);
+    FromPairs<false>(to, row.pIn, mixed, pairs, c, alpha);
 }
 
 void PairsToRgbRow(ConvertRow const& row, PairsToRgb const& c) {

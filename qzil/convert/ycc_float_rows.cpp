@@ -11,38 +11,40 @@ using kernel::ConvertRow;
 constexpr int kMaxPixels = kernel::kStretchPixels;
 constexpr int kMaxPairs = kMaxPixels / 2;
 
-/// One channel of a stretch, the even and the odd pixels apart, with a pair before and one behind for the filter.
-struct Plane {
-    float aEven[kMaxPairs + 2];
-    float aOdd[kMaxPairs + 2];
+/// Pixels that the chroma filter reads before and behind a stretch.
+constexpr int kMargin = 2;
 
-    QZIL_INLINE float* Even() { return aEven + 1; }
-    QZIL_INLINE float* Odd() { return aOdd + 1; }
+/// Red, green and blue of a stretch with the margins, clamped to what can be read.
+struct Planes {
+    float aValues[3][kMaxPixels + 2 * kMargin];
+
+    QZIL_INLINE float* At(int channel) { return aValues[channel] + kMargin; }
 };
 
 template <class From>
-QZIL_INLINE void SplitChannel(ConvertRow const& row, int channel, Plane& plane) {
-    auto const* const in = In<From>(row.pIn) + channel;
-    float* const even = plane.Even();
-    float* const odd = plane.Odd();
-    int const pairs = row.iPixels / 2;
-    ForEach(pairs, [=](int k) {
-        even[k] = static_cast<float>(in[8 * k]);
-        odd[k] = static_cast<float>(in[8 * k + 4]);
-    });
-    auto const at = [=](int position) { return static_cast<float>(in[4 * position]); };
-    even[-1] = at(Max(-2, row.iFirst));
-    odd[-1] = at(Max(-1, row.iFirst));
-    even[pairs] = at(Min(2 * pairs, row.iLast));
+QZIL_INLINE void Split(ConvertRow const& row, Planes& planes) {
+    auto const* const in = In<From>(row.pIn);
+    float *const red = planes.At(0), *const green = planes.At(1), *const blue = planes.At(2);
+    auto const copy = [=](int to, int from) {
+        red[to] = static_cast<float>(in[4 * from]);
+        green[to] = static_cast<float>(in[4 * from + 1]);
+        blue[to] = static_cast<float>(in[4 * from + 2]);
+    };
+    ForEach(row.iPixels, [=](int i) { copy(i, i); });
+    for (int i = -kMargin; i < 0; ++i) copy(i, Max(i, row.iFirst));
+    for (int i = row.iPixels; i < row.iPixels + kMargin; ++i) copy(i, Min(i, row.iLast));
 }
 
-/// What the chroma of each pair is made of, in place of the even pixels.
-QZIL_INLINE void FilterEven(Plane& plane, float* filtered, int pairs) {
-    float const* const even = plane.Even();
-    float const* const odd = plane.Odd();
-    ForEach(pairs, [=](int k) {
-        filtered[k] = -0.125f * (even[k - 1] + even[k + 1]) + 0.25f * (odd[k - 1] + odd[k]) + 0.75f * even[k];
-    });
+/// What the chroma of each pair is made of: the even pixel or, filtered, five pixels around it.
+QZIL_INLINE void ChromaSource(float const* plane, float* source, int pairs, bool filter) {
+    if (filter) {
+        ForEach(pairs, [=](int k) {
+            float const* const p = plane + 2 * k;
+            source[k] = -0.125f * (p[-2] + p[2]) + 0.25f * (p[-1] + p[1]) + 0.75f * p[0];
+        });
+    } else {
+        ForEach(pairs, [=](int k) { source[k] = plane[2 * k]; });
+    }
 }
 
 QZIL_INLINE float Weighted(float const* factors, float red, float green, float blue) {
@@ -61,23 +63,20 @@ void To422(ConvertRow const& row, RgbToYcc const& constants) {
     if (row.pAlphaOut) AlphaPlane<From, To>(row, constants.fAlpha);
     RgbToYcc const c = constants;
     int const pairs = row.iPixels / 2;
-    Plane planes[3];
-    float filtered[3][kMaxPairs];
-    for (int n = 0; n < 3; ++n) {
-        SplitChannel<From>(row, n, planes[n]);
-        if (c.bFilter) FilterEven(planes[n], filtered[n], pairs);
-    }
-    float const *const r0 = planes[0].Even(), *const g0 = planes[1].Even(), *const b0 = planes[2].Even();
-    float const *const r1 = planes[0].Odd(), *const g1 = planes[1].Odd(), *const b1 = planes[2].Odd();
-    float const* const rf = c.bFilter ? filtered[0] : r0;
-    float const* const gf = c.bFilter ? filtered[1] : g0;
-    float const* const bf = c.bFilter ? filtered[2] : b0;
+    Planes planes;
+    Split<From>(row, planes);
+    float sources[3][kMaxPairs], lumas[kMaxPixels];
+    for (int n = 0; n < 3; ++n) ChromaSource(planes.At(n), sources[n], pairs, c.bFilter);
+    float const *const red = planes.At(0), *const green = planes.At(1), *const blue = planes.At(2);
+    float const *const r = sources[0], *const g = sources[1], *const b = sources[2];
+    float* const y = lumas;
+    ForEach(row.iPixels, [=](int i) { y[i] = Weighted(c.aY, red[i], green[i], blue[i]); });
     auto* const out = Out<To>(row.pOut);
     auto const pair = [=](int k, int luma, int chroma) {
-        Put(out + 4 * k + chroma, Weighted(c.aCb, rf[k], gf[k], bf[k]));
-        Put(out + 4 * k + luma, Weighted(c.aY, r0[k], g0[k], b0[k]));
-        Put(out + 4 * k + chroma + 2, Weighted(c.aCr, rf[k], gf[k], bf[k]));
-        Put(out + 4 * k + luma + 2, Weighted(c.aY, r1[k], g1[k], b1[k]));
+        Put(out + 4 * k + chroma, Weighted(c.aCb, r[k], g[k], b[k]));
+        Put(out + 4 * k + luma, y[2 * k]);
+        Put(out + 4 * k + chroma + 2, Weighted(c.aCr, r[k], g[k], b[k]));
+        Put(out + 4 * k + luma + 2, y[2 * k + 1]);
     };
     if (c.bAlternate) {
         ForEach(pairs, [=](int k) { pair(k, 1, 0); });

@@ -49,10 +49,16 @@ public:
     void Run() {
         if (m_iPixels <= 0) return;
         int const top = m_oWalk.oBox.Origin.y, bottom = top + m_oWalk.oBox.Size.y;
-        bool const backward = !m_oTraits.bOrdered && !m_bPolls && RunsBackward();
+        // Lines are done in the order in which the larger image lies in memory, which the processor's prefetch follows;
+        // where the other one lies in the opposite order, its lines are asked for in advance.
+        bool const backward = !m_oTraits.bOrdered && !m_bPolls && Descends(*Larger(), m_oWalk.oBox);
+        m_bOpposed = Descends(*Smaller(), m_oWalk.oBox) != backward && !(m_bStreams && InputIsLarger());
         for (int i = 0; i < bottom - top; ++i) {
             int const y = backward ? bottom - 1 - i : top + i;
             if (SkipsLine(m_oWalk.uMode, y)) continue;
+            int const next = backward ? y - 1 : y + 1;
+            bool const more = m_bOpposed && next >= top && next < bottom;
+            m_pNext = more ? Smaller()->GetPixelPtr(m_oWalk.oBox.Origin.x, next) : nullptr;
             Line(y);
             if (m_bPolls && m_oWalk.pStop(m_oWalk.pStopContext)) break;
         }
@@ -60,11 +66,13 @@ public:
     }
 
 private:
-    /// Lines are done in the order of memory, which the processor's prefetch follows best.
-    bool RunsBackward() const {
-        int const x = m_oWalk.oBox.Origin.x, y = m_oWalk.oBox.Origin.y;
-        return m_oWalk.oBox.Size.y > 1 && m_oWalk.pOut->GetPixelPtr(x, y + 1) < m_oWalk.pOut->GetPixelPtr(x, y);
+    static bool Descends(qzILImageHelper const& helper, qzILBbox2l const& box) {
+        int const x = box.Origin.x, y = box.Origin.y;
+        return box.Size.y > 1 && helper.GetPixelPtr(x, y + 1) < helper.GetPixelPtr(x, y);
     }
+    bool InputIsLarger() const { return m_oTraits.iInBytes > m_oTraits.iOutBytes; }
+    qzILImageHelper const* Larger() const { return InputIsLarger() ? m_oWalk.pIn : m_oWalk.pOut; }
+    qzILImageHelper const* Smaller() const { return InputIsLarger() ? m_oWalk.pOut : m_oWalk.pIn; }
 
     static Place At(qzILImageHelper const& helper, int x, int y) {
         return {helper.GetPixelPtr(x, y), helper.m_iSeparateAlpha ? helper.GetAlphaPtr(x, y) : nullptr};
@@ -77,6 +85,7 @@ private:
         int const end = m_iPixels + m_iLead;  // positions from the first pair's start
         for (int start = 0; start < end; start += kStretchPixels) {
             int const count = std::min(kStretchPixels, end - start);
+            Prefetch(start, count);
             if (m_iLead == 0) {
                 Place const place{out.pColor + std::ptrdiff_t{start} * m_oTraits.iOutBytes, AlphaAt(out, start)};
                 Stretch(in, {m_bStreams ? m_aColor : place.pColor, place.pAlpha}, start, count);
@@ -88,6 +97,16 @@ private:
             int const skip = start == 0 ? 1 : 0, to = start + skip - 1;
             if (!m_oTraits.bAlphaOnly) CopyPixels(out.pColor, to, m_aColor, skip, count - skip, m_oTraits.iOutBytes);
             if (out.pAlpha) CopyPixels(out.pAlpha, to, m_aAlpha, skip, count - skip, m_oWalk.pOut->m_iAlphaPixelStep);
+        }
+    }
+
+    /// Asks for the same stretch of the next line of the smaller image.
+    void Prefetch(int start, int count) const {
+        if (!m_pNext) return;
+        std::ptrdiff_t const pixel = InputIsLarger() ? m_oTraits.iOutBytes : m_oTraits.iInBytes;
+        unsigned char const* const from = m_pNext + start * pixel;
+        for (std::ptrdiff_t i = 0; i < count * pixel; i += kStreamAlignment) {
+            InputIsLarger() ? __builtin_prefetch(from + i, 1) : __builtin_prefetch(from + i, 0);
         }
     }
 
@@ -118,6 +137,8 @@ private:
     int m_iFirst, m_iLast;
     bool m_bStreams;
     bool m_bPolls;
+    bool m_bOpposed = false;                 ///< the smaller image lies in the opposite order
+    unsigned char const* m_pNext = nullptr;  ///< the box's start in its next line
     alignas(64) unsigned char m_aColor[kStretchPixels * kMaxPixelBytes];
     alignas(64) unsigned char m_aAlpha[kStretchPixels * 4];
 };

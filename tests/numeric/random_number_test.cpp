@@ -5,7 +5,7 @@
 #include <array>
 #include <climits>
 #include <cmath>
-#include <cstring>
+#include <string>
 
 namespace {
 

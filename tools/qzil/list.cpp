@@ -11,13 +11,18 @@ namespace {
 void List() {
     std::string family;
     std::size_t width = 0;
-    for (catalog::Entry const& entry : catalog::Effects()) width = std::max(width, entry.sName.size());
-    for (catalog::Entry const& entry : catalog::Effects()) {
-        if (entry.sFamily != family) {
-            std::printf("%s%s\n", family.empty() ? "" : "\n", entry.sFamily.c_str());
-            family = entry.sFamily;
+    auto const lists = {catalog::Effects(), catalog::Conversions()};
+    for (auto const list : lists) {
+        for (catalog::Entry const& entry : list) width = std::max(width, entry.sName.size());
+    }
+    for (auto const list : lists) {
+        for (catalog::Entry const& entry : list) {
+            if (entry.sFamily != family) {
+                std::printf("%s%s\n", family.empty() ? "" : "\n", entry.sFamily.c_str());
+                family = entry.sFamily;
+            }
+            std::printf("  %-*s  %s\n", static_cast<int>(width), entry.sName.c_str(), entry.sSummary.c_str());
         }
-        std::printf("  %-*s  %s\n", static_cast<int>(width), entry.sName.c_str(), entry.sSummary.c_str());
     }
 }
 

@@ -30,7 +30,7 @@ public:
     /// The next number of the chosen distribution.
     float GetNumber();
 
-    /// From the minimum to below the maximum, 0 and 1 at first.
+    /// From the minimum, 0 at first, to the maximum, 1 at first; below it, but for the rounding of wide ranges.
     float Uniform();
     /// Normal deviates, two for each two or more uniform ones. Draws by `Uniform` with its minimum and maximum as they
     /// stand: leave them at 0 and 1. The mean, when these never fall into the unit disc.

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "qzil/kernel/row.h"
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+// One vector of 32-bit lanes, for the few loops whose shape a compiler does not find by itself: products of 16-bit pairs,
+// and lanes that serve two channels at a time. The lanes of a pixel pair are the even and the odd one of 64 bits.
+
+QZIL_ROWS_BEGIN
+
+#if defined(__AVX512BW__)
+inline constexpr int kVectorBytes = 64;
+#elif defined(__AVX2__)
+inline constexpr int kVectorBytes = 32;
+#else
+inline constexpr int kVectorBytes = 16;
+#endif
+inline constexpr int kLanes32 = kVectorBytes / 4;
+
+using Vector = s32 __attribute__((vector_size(kVectorBytes)));
+using Vector16 = u16 __attribute__((vector_size(kVectorBytes)));
+using Vector8 = u8 __attribute__((vector_size(kVectorBytes)));
+using Vector64 = u64 __attribute__((vector_size(kVectorBytes)));
+
+QZIL_INLINE Vector LoadVector(void const* from) {
+    Vector v;
+    __builtin_memcpy(&v, from, sizeof v);
+    return v;
+}
+
+/// The same value in every lane.
+QZIL_INLINE Vector AllLanes(s32 value) {
+    return Vector{} + value;
+}
+
+/// One value in the even lanes, another one in the odd lanes.
+QZIL_INLINE Vector EvenOddLanes(s32 even, s32 odd) {
+    return reinterpret_cast<Vector>(Vector64{} + (static_cast<u64>(static_cast<u32>(odd)) << 32 | static_cast<u32>(even)));
+}
+
+/// Two 16-bit values as the halves of a lane, the first one low.
+QZIL_INLINE constexpr s32 Halves(s32 low, s32 high) {
+    return static_cast<s32>(static_cast<u32>(low & 0xFFFF) | static_cast<u32>(high) << 16);
+}
+
+/// Per lane, the sum of the products of the low halves and of the high halves, taken as signed 16-bit numbers.
+QZIL_INLINE Vector DotHalves(Vector a, Vector b) {
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector>(
+        _mm512_madd_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector>(
+        _mm256_madd_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+#elif defined(__SSE2__)
+    return reinterpret_cast<Vector>(_mm_madd_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+#else
+    return (a << 16 >> 16) * (b << 16 >> 16) + (a >> 16) * (b >> 16);
+#endif
+}
+
+/// Where bytes move within each 64 bits: byte i of the result is byte `aFrom[i]`, or 0 for 8 and more.
+struct BytePattern {
+    u8 aFrom[8];
+};
+
+/// A pattern in the form that MoveBytes takes.
+QZIL_INLINE Vector8 PatternOf(BytePattern pattern) {
+    u64 bytes = 0;
+    for (int i = 0; i < 8; ++i) {
+        u64 const from = pattern.aFrom[i] < 8 ? pattern.aFrom[i] : 0x80;
+        bytes |= from << (8 * i);
+    }
+    // Every other 64 bits start at byte 8 of what the instruction sees.
+    Vector64 second{};
+    for (int i = 1; i < kVectorBytes / 8; i += 2) second[i] = 0x0808080808080808u;
+    return reinterpret_cast<Vector8>(Vector64{} + bytes + second);
+}
+
+QZIL_INLINE Vector MoveBytes(Vector v, Vector8 pattern) {
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector>(
+        _mm512_shuffle_epi8(reinterpret_cast<__m512i>(v), reinterpret_cast<__m512i>(pattern)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector>(
+        _mm256_shuffle_epi8(reinterpret_cast<__m256i>(v), reinterpret_cast<__m256i>(pattern)));
+#else
+    // Before SSSE3 there is no such instruction; the row is then as slow as its bytes are many.
+    Vector8 const from = reinterpret_cast<Vector8>(v);
+    Vector8 to{};
+    for (int i = 0; i < kVectorBytes; ++i) to[i] = pattern[i] & 0x80 ? u8{0} : from[pattern[i] & 15];
+    return reinterpret_cast<Vector>(to);
+#endif
+}
+
+/// Limits lanes to 0..high.
+QZIL_INLINE Vector LimitLanes(Vector v, s32 high) {
+    Vector const zero{}, limit = AllLanes(high);
+    Vector const positive = v > zero ? v : zero;
+    return positive < limit ? positive : limit;
+}
+
+/// Stores the low halves of the lanes one after the other.
+QZIL_INLINE void StoreLowHalves(void* to, Vector v) {
+    using Half = s16 __attribute__((vector_size(kVectorBytes / 2)));
+    Half const half = __builtin_convertvector(v, Half);
+    __builtin_memcpy(to, &half, sizeof half);
+}
+
+QZIL_ROWS_END
