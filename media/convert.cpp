@@ -105,4 +105,9 @@ bool CanConvert(GUID const& from, GUID const& to) {
     return from == to || FindShortestWay(from, to).has_value();
 }
 
+bool HoldsPictures(GUID const& format) {
+    if (Contains(WorkingFormats(), format)) return true;
+    return CanConvert(MFIF_RGBA_RAW_32, format) && CanConvert(format, MFIF_RGBA_RAW_32);
+}
+
 }  // namespace qzil::media

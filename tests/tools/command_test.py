@@ -82,6 +82,9 @@ class Describing(Command):
         for name in names:
             text = self.qzil("describe", name)
             self.assertTrue(text.startswith(name + " - "), text)
+            if " ->\n" in text:
+                self.refused(f"{name}: this is a conversion; qzil convert runs those.", "run", name, self.a)
+                continue
             self.assertIn("* MFIF_RGBA_RAW_32\n", text)
             self.assertIn("--roi", self.qzil("run", name, "--help"))
         self.refused("there is no effect 'blnd'; qzil list names all effects.", "describe", "blnd")

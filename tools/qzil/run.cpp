@@ -68,6 +68,9 @@ void RunEffect(std::vector<std::string> arguments) {
     if (arguments.empty()) throw Failure(kWrongUsage, "run: EFFECT is missing; qzil list names all effects.");
     catalog::Entry const* const pEntry = catalog::Find(arguments[0]);
     if (!pEntry) throw Failure(kWrongUsage, "there is no effect '" + arguments[0] + "'; qzil list names all effects.");
+    if (!pEntry->oPairs.empty()) {
+        throw Failure(kWrongUsage, pEntry->sName + ": this is a conversion; qzil convert runs those.");
+    }
     arguments.erase(arguments.begin());
     auto const settings = ParseSettings(*pEntry, arguments);
     if (!settings) return;
