@@ -41,9 +41,10 @@ def main():
         write_stream(b, frames)
         # Two streams in, one out: three times the bytes of a frame pass through pipes.
         cases = {"cat": f"cat {a} | cat >/dev/null & cat {b} | cat >/dev/null & cat {a} | cat >/dev/null & wait"}
-        for jobs in (1, 2):
-            cases[f"blend, --jobs {jobs}"] = (f"{qzil} run blend <(cat {a}) <(cat {b}) --jobs {jobs} --progress off "
-                                              "-o - | cat >/dev/null")
+        # A region of two by two pixels leaves everything but the effect.
+        for name, options in (("blend, --jobs 1", "--jobs 1"), ("blend, --jobs 2", "--jobs 2"),
+                              ("the same without effect", "--jobs 2 --roi 0,0,2,2")):
+            cases[name] = f"{qzil} run blend <(cat {a}) <(cat {b}) {options} --progress off -o - | cat >/dev/null"
         cases["blend, files, --jobs 2"] = f"{qzil} run blend {a} {b} --jobs 2 --progress off -o - >/dev/null"
         print(f"{frames} frames of {WIDTH} x {HEIGHT}, 4:2:2, 8 bits; best of {ROUNDS}")
         for name, script in cases.items():
