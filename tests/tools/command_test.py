@@ -440,6 +440,26 @@ class Video(Command):
         self.refused("blend: --frames is missing, but a video of pictures needs their number.", "run", "blend", a, a, "-o",
                      self.folder / "no.y4m")
 
+    def test_odd_widths(self):
+        """4:2:2 is made of pairs; the column that is added on the way in never shows."""
+        odd = self.draw("odd.png", lambda x, y: (200, 9 * x, 40, 255), 5, 4)
+        grey = self.draw("grey.png", lambda x, y: 40 * x, 5, 4)
+        for arguments in (["run", "blend", odd, odd, "--frames", 2], ["convert", odd], ["pan", odd, "--size", "5,4"],
+                          ["run", "invert", self.stream("odd.y4m", "W5 H4 C422", 2, 44), "--mask", grey],
+                          ["run", "blend", self.folder / "odd.y4m", odd], ["run", "invert", grey, "--frames", 2],
+                          ["convert", grey], ["pan", grey, "--size", "5,4"]):
+            self.qzil(*arguments, "-o", self.video)
+            self.assertIn("5 x 4 pixels", self.qzil("info", self.video))
+            self.qzil("convert", self.video, "-o", self.out)
+            self.assertIn("5 x 4 pixels", self.qzil("info", self.out))
+        self.qzil("convert", odd, "-o", self.video)
+        self.qzil("convert", self.video, "-o", self.out)
+        self.qzil("diff", odd, self.out, "--max", 12)
+        self.qzil("convert", odd, "--format", "CbYCrY_16", "-o", self.out)
+        self.qzil("diff", odd, self.out, "--max", 12)
+        self.refused("copy: --size is '3,4', but takes an even width for a 4:2:2 video.", "run", "copy", self.v, "--size",
+                     "3,4", "-o", self.folder / "no.y4m")
+
     def test_counts_are_never_short(self):
         short = self.stream("short.y4m", frames=3)
         run = ["run", "blend", self.v, short, "--progress", "off", "-o", self.folder / "no.y4m"]

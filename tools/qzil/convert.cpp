@@ -89,8 +89,7 @@ private:
                                : grey                            ? MFIF_MONO_FLOAT
                                                                  : MFIF_RGBA_FLOAT;
             GUID const format = m_oFormats.empty() ? plain : m_oFormats[0];
-            bool const video = IsVideoPath(m_oArguments.sOutput);
-            return media::ToImage(Padded(m_oSource.oPicture, video ? MFIF_CbYCrY_16 : format), format);
+            return media::ToImage(Padded(m_oSource.oPicture, MakesPairs(format)), format);
         }
         media::Y4mFrame frame;
         while (m_oSource.pVideo->Frames() < m_oArguments.iFrame) {
@@ -100,6 +99,13 @@ private:
                                            " frames.");
         }
         return FrameImage(frame);
+    }
+
+    /// Whether a picture that starts in a format takes one, or a stream, of shared chroma.
+    bool MakesPairs(GUID const& format) const {
+        GUID const last = m_oFormats.empty() ? format : m_oFormats.back();
+        if (IsVideoPath(m_oArguments.sOutput)) return HeaderFor(last, 1, 1).eLayout == media::Y4mLayout::k422;
+        return std::any_of(m_oFormats.begin(), m_oFormats.end(), media::HoldsPairs);
     }
 
     /// Without the column that made the width even.

@@ -60,7 +60,8 @@ public:
             for (int i = 0; i < m_oArguments.oVideo.iFrames; ++i) {
                 if (IsInterrupted()) throw Failure(kInterrupted, "interrupted; the video is not whole.");
                 for (int y = 0; y < m_iHeight; ++y) ShowLine(y, WindowAt(TimeOf(i, y)), shown);
-                StoreFrame(*media::ToImage(Padded(shown, MFIF_CbYCrY_16), format).Get(), m_b709, header, frame);
+                StoreFrame(*media::ToImage(Padded(shown, header.eLayout == media::Y4mLayout::k422), format).Get(),
+                           m_b709, header, frame);
                 writer.Write(frame);
             }
             writer.Finish();

@@ -192,12 +192,12 @@ void RunSequence(Settings const& settings, std::vector<media::Source> sources, m
     std::vector<Ref<IXFImage>> pictures;
     for (media::Source const& source : sources) {
         pictures.push_back(source.pVideo ? Ref<IXFImage>()
-                                         : MakeImage(entry, Padded(source.oPicture, plan.oWorking), plan.oWorking));
+                                         : MakeImage(entry, Padded(source.oPicture, plan.bPairs), plan.oWorking));
     }
     std::vector<FrameWorker> frameWorkers;
     frameWorkers.reserve(static_cast<std::size_t>(settings.oSequence.iJobs));
     for (int i = 0; i < settings.oSequence.iJobs; ++i) {
-        frameWorkers.emplace_back(settings, plan, sources, pictures, Padded(mask, plan.oWorking));
+        frameWorkers.emplace_back(settings, plan, sources, pictures, Padded(mask, plan.bPairs));
     }
     Inputs inputs(settings, plan, sources);
     media::Y4mWriter writer = WithCode(kUnwritable, [&] { return media::Y4mWriter(settings.sOutput, plan.oOutput); });

@@ -112,15 +112,20 @@ SequencePlan PlanSequence(Settings const& settings, std::vector<media::Source> c
     SequencePlan plan;
     PlanFormats(settings, sources, plan);
     PlanFrames(settings, sources, plan);
+    plan.bPairs = plan.oOutput.eLayout == media::Y4mLayout::k422;
     if (settings.oSize) {
+        if (plan.bPairs && settings.oSize->x % 2 != 0) {
+            throw Failure(kWrongUsage, settings.pEntry->sName + ": --size is '" + std::to_string(settings.oSize->x) +
+                                           "," + std::to_string(settings.oSize->y) +
+                                           "', but takes an even width for a 4:2:2 video.");
+        }
         plan.oOutput.iWidth = settings.oSize->x;
         plan.oOutput.iHeight = settings.oSize->y;
     }
     if (settings.oSequence.oRate) plan.oOutput.oRate = *settings.oSequence.oRate;
     for (media::Source const& source : sources) {
-        bool const pairs = media::HoldsPairs(plan.oWorking);
         int const width = source.pVideo ? media::ImageWidth(source.pVideo->Header())
-                                        : source.Width() + (pairs ? source.Width() % 2 : 0);
+                                        : source.Width() + (plan.bPairs ? source.Width() % 2 : 0);
         plan.oSizes.emplace_back(width, source.Height());
     }
     return plan;

@@ -59,8 +59,8 @@ std::optional<GUID> FirstConvertible(std::vector<GUID> const& formats, GUID cons
     return {};
 }
 
-media::Picture Padded(media::Picture const& picture, GUID const& format) {
-    if (picture.iWidth % 2 == 0 || !media::HoldsPairs(format)) return picture;
+media::Picture Padded(media::Picture const& picture, bool pairs) {
+    if (picture.iWidth % 2 == 0 || !pairs) return picture;
     media::Picture padded(picture.iWidth + 1, picture.iHeight, picture.iChannels, picture.iDepth);
     for (int y = 0; y < picture.iHeight; ++y) {
         std::memcpy(padded.Row(y), picture.Row(y), picture.RowBytes());

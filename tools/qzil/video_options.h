@@ -27,8 +27,8 @@ media::Y4mHeader HeaderFor(GUID const& format, int width, int height);
 /// The first of the formats of a stream's frames that conversions lead to (or from, for `toward` false); nothing when
 /// there is none.
 std::optional<GUID> FirstConvertible(std::vector<GUID> const& formats, GUID const& other, bool toward);
-/// A picture of even width when the format stores pairs of pixels: the last column is repeated.
-media::Picture Padded(media::Picture const& picture, GUID const& format);
+/// A picture of even width, which pairs of pixels need: the last column is repeated. Without pairs as it is.
+media::Picture Padded(media::Picture const& picture, bool pairs);
 /// An image's frame in a stream. Throws MediaError.
 void StoreFrame(IXFImage& image, bool rec709, media::Y4mHeader const& header, media::Y4mFrame& frame);
 
