@@ -457,6 +457,9 @@ class Video(Command):
         self.qzil("diff", odd, self.out, "--max", 12)
         self.qzil("convert", odd, "--format", "CbYCrY_16", "-o", self.out)
         self.qzil("diff", odd, self.out, "--max", 12)
+        self.qzil("run", "invert", odd, "--format", "CbYCrY_16", "-o", self.out)
+        self.qzil("run", "invert", self.out, "--format", "CbYCrY_16", "-o", self.out)
+        self.qzil("diff", odd, self.out, "--max", 20)
         self.refused("copy: --size is '3,4', but takes an even width for a 4:2:2 video.", "run", "copy", self.v, "--size",
                      "3,4", "-o", self.folder / "no.y4m")
 

@@ -47,7 +47,8 @@ public:
         if (video && m_oSource.pVideo) return VideoToVideo();
         Ref<IXFImage> const image = Refusing([&] { return Through(FirstImage()); });
         if (video) return ImageToVideo(*image.Get());
-        WriteOutput(m_oArguments.sOutput, Refusing([&] { return Cropped(media::FromImage(*image.Get())); }));
+        WriteOutput(m_oArguments.sOutput,
+                    Refusing([&] { return Cropped(media::FromImage(*image.Get()), m_oSource.Width()); }));
     }
 
 private:
@@ -106,14 +107,6 @@ private:
         GUID const last = m_oFormats.empty() ? format : m_oFormats.back();
         if (IsVideoPath(m_oArguments.sOutput)) return HeaderFor(last, 1, 1).eLayout == media::Y4mLayout::k422;
         return std::any_of(m_oFormats.begin(), m_oFormats.end(), media::HoldsPairs);
-    }
-
-    /// Without the column that made the width even.
-    media::Picture Cropped(media::Picture const& picture) const {
-        if (picture.iWidth == m_oSource.Width()) return picture;
-        media::Picture cropped(m_oSource.Width(), picture.iHeight, picture.iChannels, picture.iDepth);
-        for (int y = 0; y < cropped.iHeight; ++y) std::copy_n(picture.Row(y), cropped.RowBytes(), cropped.Row(y));
-        return cropped;
     }
 
     media::Y4mWriter OpenWriter(media::Y4mHeader const& header) const {

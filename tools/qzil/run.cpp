@@ -3,6 +3,7 @@
 #include "media/source.h"
 #include "sequence.h"
 #include "settings.h"
+#include "video_options.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -50,18 +51,21 @@ void RunPicture(Settings const& settings, std::vector<media::Source> const& sour
     GUID const format = settings.oFormat ? *settings.oFormat : DefaultFormat(entry, sources);
     std::vector<Ref<IXFImage>> images;
     std::vector<qzILVector2l> sizes;
+    bool const pairs = media::HoldsPairs(format);
     for (media::Source const& source : sources) {
-        images.push_back(MakeImage(entry, source.oPicture, format));
-        sizes.emplace_back(source.Width(), source.Height());
+        media::Picture const picture = Padded(source.oPicture, pairs);
+        images.push_back(MakeImage(entry, picture, format));
+        sizes.emplace_back(picture.iWidth, picture.iHeight);
     }
-    EffectRun run(settings, format, sizes, mask);
+    EffectRun run(settings, format, sizes, Padded(mask, pairs));
     Ref<IXFImage> const output = run.MakeOutput();
     auto const time = run.Execute(images, *output.Get());
     if (settings.bTime) {
         std::printf("%s: %.3f ms (%s pixels, %s)\n", entry.sName.c_str(), time.count() * 1000.0,
                     SizeText(run.OutputSize().x, run.OutputSize().y).c_str(), FormatName(format));
     }
-    WriteOutput(settings.sOutput, NamingEffect(entry, [&] { return media::FromImage(*output.Get()); }));
+    int const width = settings.oSize ? settings.oSize->x : sources[0].Width();
+    WriteOutput(settings.sOutput, NamingEffect(entry, [&] { return Cropped(media::FromImage(*output.Get()), width); }));
 }
 
 void RunEffect(std::vector<std::string> arguments) {

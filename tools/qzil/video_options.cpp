@@ -70,6 +70,13 @@ media::Picture Padded(media::Picture const& picture, bool pairs) {
     return padded;
 }
 
+media::Picture Cropped(media::Picture const& picture, int width) {
+    if (picture.iWidth == width) return picture;
+    media::Picture cropped(width, picture.iHeight, picture.iChannels, picture.iDepth);
+    for (int y = 0; y < cropped.iHeight; ++y) std::memcpy(cropped.Row(y), picture.Row(y), cropped.RowBytes());
+    return cropped;
+}
+
 void StoreFrame(IXFImage& image, bool rec709, media::Y4mHeader const& header, media::Y4mFrame& frame) {
     GUID format{};
     image.GetFormat(&format);
