@@ -1,5 +1,6 @@
 // Times every catalogued effect on every format that it takes, at 1920 x 1080 with default parameters, without and with
-// a mask. Names read effect/format/plain and effect/format/mask.
+// a mask, and conversions between pairs of formats that users meet, without and with filtered chroma. Names read
+// effect/format/plain, effect/format/mask, conversion/format>format/plain and conversion/format>format/filter.
 //
 // Beside the time of a frame come GB_s, the bytes of all images that the frame reads or writes per second, and
 // x_memcpy, the time as a multiple of that of a memcpy of the output frame. Effect and memcpy take turns, each between
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -80,22 +82,26 @@ double SecondsOf(Work work) {
 /// One effect, format and mask, with its images.
 class Frame {
 public:
-    Frame(catalog::Entry const& entry, GUID const& format, bool masked, int width, int height)
+    Frame(catalog::Entry const& entry, catalog::FormatPair const& formats, int width, int height)
         : m_oInstance(entry.Make()) {
         for (std::size_t i = 0; i < entry.oInputs.size(); ++i) {
-            m_oInputs.push_back(MakeImage(format, width, height, static_cast<std::uint32_t>(i + 1)));
+            m_oInputs.push_back(MakeImage(formats.oFrom, width, height, static_cast<std::uint32_t>(i + 1)));
             m_oInstance.SetInput(i, m_oInputs.back().Get());
         }
-        m_oOutput = MakeImage(format, width, height, 11);
-        m_oCopy = MakeImage(format, width, height, 12);
-        m_oOriginal = MakeImage(format, width, height, 13);
+        m_oOutput = MakeImage(formats.oTo, width, height, 11);
+        m_oCopy = MakeImage(formats.oTo, width, height, 12);
+        m_oOriginal = MakeImage(formats.oTo, width, height, 13);
         qzILImgProc& effect = m_oInstance.Effect();
         effect.SetOutputImg(m_oOutput.Get());
-        if (masked) {
-            m_oMask = MakeImage(MaskFormatFor(format), width, height, 14);
-            effect.SetMask({0, 0, width, height}, m_oMask.Get(), XFImageChannelMono);
-        }
         effect.SetProcessingMode(kModeAllChannels);
+    }
+
+    void SetMask(GUID const& format, int width, int height) {
+        m_oMask = MakeImage(MaskFormatFor(format), width, height, 14);
+        m_oInstance.Effect().SetMask({0, 0, width, height}, m_oMask.Get(), XFImageChannelMono);
+    }
+    void SetFilter(bool filter) {
+        if (m_oInstance.Describes().FindParameter("filter")) m_oInstance.Set("filter", filter);
     }
 
     bool Verify() { return m_oInstance.Effect().Verify() == 1; }
@@ -113,8 +119,7 @@ private:
     Image m_oOutput, m_oMask, m_oCopy, m_oOriginal;
 };
 
-void RunEffect(benchmark::State& state, catalog::Entry const& entry, GUID const& format, bool masked) {
-    Frame frame(entry, format, masked, kWidth, kHeight);
+void Measure(benchmark::State& state, Frame frame) {
     if (!frame.Verify() || !frame.Run()) {
         state.SkipWithError("the effect refuses its images");
         return;
@@ -132,10 +137,61 @@ void RunEffect(benchmark::State& state, catalog::Entry const& entry, GUID const&
     state.counters["x_memcpy"] = least / leastCopy;
 }
 
+/// A frame of an effect in one format.
+Frame EffectFrame(catalog::Entry const& entry, GUID const& format, bool masked, int width, int height) {
+    Frame frame(entry, {format, format}, width, height);
+    if (masked) frame.SetMask(format, width, height);
+    return frame;
+}
+
 /// True when the effect takes the format, with a mask or without; tried on small images.
 bool Accepts(catalog::Entry const& entry, GUID const& format, bool masked) {
-    Frame frame(entry, format, masked, 16, 16);
+    Frame frame = EffectFrame(entry, format, masked, 16, 16);
     return frame.Verify() && frame.Run();
+}
+
+template <class Run>
+void Register(std::string const& name, Run run) {
+    benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(kTurns)->UseManualTime()->Unit(benchmark::kMillisecond);
+}
+
+/// The pairs of formats that are measured, of some hundreds.
+constexpr catalog::FormatPair kPairs[] = {
+    {MFIF_RGBA_RAW_32, MFIF_CbYCrY_16},      {MFIF_BGRA_RAW_32, MFIF_CbYCrY709_16},
+    {MFIF_RGB_RAW_24, MFIF_CbYCrY709_16},    {MFIF_RGBA_RAW_32, MFIF_CbYCrYA_24},
+    {MFIF_RGBA_RAW_32, MFIF_CbYCrY709_10_6}, {MFIF_RGBA_RAW_32, MFIF_CbYCr709A_8_4444},
+    {MFIF_RGBA_FLOAT, MFIF_CbYCrY_FLOAT},    {MFIF_RGBA_FLOAT, MFIF_CbYCrY709_10_6},
+    {MFIF_CbYCrY_16, MFIF_RGBA_RAW_32},      {MFIF_CbYCrY709_16, MFIF_BGRA_RAW_32},
+    {MFIF_CbYCrY709_16, MFIF_RGB_RAW_24},    {MFIF_CbYCrYA_24, MFIF_RGBA_RAW_32},
+    {MFIF_CbYCrY709_10_6, MFIF_RGBA_RAW_32}, {MFIF_CbYCrY_FLOAT, MFIF_RGBA_FLOAT},
+    {MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64},    {MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_32},
+    {MFIF_RGBA_RAW_32, MFIF_RGBA_FLOAT},     {MFIF_RGBA_FLOAT, MFIF_RGBA_RAW_32},
+    {MFIF_RGBA_RAW_32, MFIF_RGBA_S2_14},     {MFIF_RGBA_S2_14, MFIF_RGBA_RAW_32},
+    {MFIF_RGBA_RAW_32, MFIF_BGRA_RAW_32},    {MFIF_RGBA_RAW_32_VIDEO, MFIF_RGBA_RAW_32},
+    {MFIF_RGBA_RAW_32, MFIF_RGB_RAW_24},     {MFIF_RGB_RAW_24, MFIF_RGBA_RAW_32},
+    {MFIF_YCC_422_16, MFIF_CbYCrY_16},       {MFIF_CbYCrY_16, MFIF_CbYCrY709_16},
+    {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6},      {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16},
+    {MFIF_CbYCrYA_24, MFIF_CbYCrY_16},       {MFIF_CbYCrA_8_4444, MFIF_CbYCrY_16},
+    {MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8},     {MFIF_MONO_RAW_8, MFIF_RGBA_RAW_32},
+};
+
+void RegisterConversions(catalog::Entry const& entry) {
+    for (catalog::FormatPair const& pair : entry.oPairs) {
+        auto const same = [&pair](catalog::FormatPair const& one) {
+            return one.oFrom == pair.oFrom && one.oTo == pair.oTo;
+        };
+        if (std::none_of(std::begin(kPairs), std::end(kPairs), same)) continue;
+        for (bool const filter : {false, true}) {
+            if (filter && !entry.FindParameter("filter")) continue;
+            std::string const formats = std::string(FormatName(pair.oFrom)) + '>' + FormatName(pair.oTo);
+            Register(entry.sName + '/' + formats + (filter ? "/filter" : "/plain"),
+                     [&entry, &pair, filter](benchmark::State& state) {
+                         Frame frame(entry, pair, kWidth, kHeight);
+                         frame.SetFilter(filter);
+                         Measure(state, std::move(frame));
+                     });
+        }
+    }
 }
 
 }  // namespace
@@ -146,16 +202,13 @@ int main(int argc, char** argv) {
             for (bool const masked : {false, true}) {
                 if (!Accepts(entry, format, masked)) continue;
                 std::string const name = entry.sName + '/' + FormatName(format) + (masked ? "/mask" : "/plain");
-                auto const run = [&entry, &format, masked](benchmark::State& state) {
-                    RunEffect(state, entry, format, masked);
-                };
-                benchmark::RegisterBenchmark(name.c_str(), run)
-                    ->Iterations(kTurns)
-                    ->UseManualTime()
-                    ->Unit(benchmark::kMillisecond);
+                Register(name, [&entry, &format, masked](benchmark::State& state) {
+                    Measure(state, EffectFrame(entry, format, masked, kWidth, kHeight));
+                });
             }
         }
     }
+    for (catalog::Entry const& entry : catalog::Conversions()) RegisterConversions(entry);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();

@@ -37,10 +37,17 @@ def report(results):
         "| effect | format | ms | GB/s | x memcpy | masked: ms | GB/s | x memcpy |",
         "|---|---|--:|--:|--:|--:|--:|--:|",
     ]
+    conversions = [
+        "",
+        "| conversion | from | to | ms | GB/s | x memcpy | filtered: ms | GB/s | x memcpy |",
+        "|---|---|---|--:|--:|--:|--:|--:|--:|",
+    ]
     for (effect, pixel_format), runs in rows(results).items():
-        row = [effect, pixel_format.removeprefix("MFIF_")] + cells(runs.get("plain")) + cells(runs.get("mask"))
-        lines.append("| " + " | ".join(row) + " |")
-    return "\n".join(lines)
+        formats = [name.removeprefix("MFIF_") for name in pixel_format.split(">")]
+        second = runs.get("mask") or runs.get("filter")
+        row = "| " + " | ".join([effect] + formats + cells(runs.get("plain")) + cells(second)) + " |"
+        (conversions if len(formats) == 2 else lines).append(row)
+    return "\n".join(lines + conversions)
 
 
 def main():

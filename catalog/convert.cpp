@@ -44,7 +44,8 @@ std::vector<Entry> ConvertEffects() {
             .Flag("filter", &qzILYCCA2YCCYCC::SetDoFiltering, "off", "filters chroma where its sites change")
             .Flag("dither", &qzILYCCA2YCCYCC::SetDoDithering, "off", kDitherHelp),
 
-        Effect<qzILYCCYCC2YCCA>("fill-and-key-to-ycca", "convert", "A YCC image with the luma of a key as its alpha plane")
+        Effect<qzILYCCYCC2YCCA>("fill-and-key-to-ycca", "convert",
+                                "A YCC image with the luma of a key as its alpha plane")
             .Pairs(qzILYCCYCC2YCCA::Converts)
             .Input("fill", &qzILYCCYCC2YCCA::SetInputImgA)
             .Input("key", &qzILYCCYCC2YCCA::SetInputImgB)

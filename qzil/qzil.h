@@ -1,12 +1,21 @@
 #pragma once
 
 // Everything a host needs.
+#include "qzil/convert/convert_image.h"
+#include "qzil/convert/hls.h"
+#include "qzil/convert/rgba_lines.h"
+#include "qzil/convert/rgba_to_rgba.h"
+#include "qzil/convert/rgba_to_ycca.h"
+#include "qzil/convert/ycc_layouts.h"
+#include "qzil/convert/ycca_to_rgba.h"
+#include "qzil/frame/convert.h"
 #include "qzil/frame/copy.h"
 #include "qzil/frame/dyadic.h"
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/img_proc.h"
 #include "qzil/frame/monadic.h"
 #include "qzil/frame/processor.h"
+#include "qzil/frame/sink.h"
 #include "qzil/image/color.h"
 #include "qzil/image/core_values.h"
 #include "qzil/image/format_relations.h"

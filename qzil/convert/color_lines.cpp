@@ -8,7 +8,8 @@
 
 namespace qzil {
 
-ColorLines::ColorLines(GUID const& input, GUID const& output) : m_oInput(SideOf(input)), m_oOutput(SideOf(output)) {}
+ColorLines::ColorLines(GUID const& input, GUID const& output) : m_oInput(SideOf(input)), m_oOutput(SideOf(output)) {
+}
 
 ColorLines::Side ColorLines::SideOf(GUID const& format) {
     return {GetColorModelFromFormat(format), GetChannelTypeFromFormat(format), BytesOf(format), IsBgrOrder(format)};

@@ -88,8 +88,8 @@ qzILStatus RunPlain(Step const& step) {
 Route RouteOf(GUID const& from, GUID const& to) {
     if (GetColorModelFromFormat(to) == XFColorModelHLS) return {qzILRGBA2HLSA::Converts, RunPlain<qzILRGBA2HLSA>};
     if (GetColorModelFromFormat(from) == XFColorModelHLS) return {qzILHLSA2RGBA::Converts, RunPlain<qzILHLSA2RGBA>};
-    if (!IsYcc(from)) return IsYcc(to) ? Route{qzILRGBAORDIB2YCCA::Converts, RunToYcc}
-                                       : Route{qzILRGBA2RGBA::Converts, RunRgba};
+    if (!IsYcc(from))
+        return IsYcc(to) ? Route{qzILRGBAORDIB2YCCA::Converts, RunToYcc} : Route{qzILRGBA2RGBA::Converts, RunRgba};
     if (!IsYcc(to)) return {qzILYCCA2RGBA::Converts, RunFromYcc};
     bool const fromPlane = IsFormatWithSeparateAlpha(from), toPlane = IsFormatWithSeparateAlpha(to);
     if (fromPlane && !IsFormatWithAlpha(to)) return {qzILYCCA2YCCYCC::Converts, RunSplit};
@@ -131,8 +131,8 @@ bool qzil::CanConvert(GUID const& from, GUID const& to) {
     return from == to || RouteOf(from, to).pConverts(from, to) || GoesThroughRgba(from, to);
 }
 
-HRESULT qzILConvertImage(IXFImage* source, IXFImage* destination, GUID format, unsigned flags,
-                         qzILBbox2l const* region, qzILVector2l const* offset) {
+HRESULT qzILConvertImage(IXFImage* source, IXFImage* destination, GUID format, unsigned flags, qzILBbox2l const* region,
+                         qzILVector2l const* offset) {
     if (!source || !destination) return platform::kNullPointer;
     if (offset && !region) return platform::kInvalidArgument;
     GUID from{}, present{};

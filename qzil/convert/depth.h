@@ -10,7 +10,9 @@ enum class Levels { Full, Video };
 
 /// The value of 1.0 in a channel type.
 template <class T>
-inline constexpr double kFull = std::is_same_v<T, u8> ? 255.0 : std::is_same_v<T, s16> ? 16384.0 : 1.0;
+inline constexpr double kFull = std::is_same_v<T, u8>    ? 255.0
+                                : std::is_same_v<T, s16> ? 16384.0
+                                                         : 1.0;
 
 /// The constants of a change of depth; `levels` are those of the 8-bit side. Video levels keep colour in 16 to 235.
 template <class From, class To>

@@ -2,6 +2,7 @@
 
 #include "qzil/kernel/put.h"
 #include "qzil/kernel/shapes.h"
+#include "qzil/kernel/vector.h"
 
 QZIL_ROWS_BEGIN
 namespace {
@@ -16,9 +17,16 @@ QZIL_INLINE u32 Swapped(u32 pixel) {
 using Pixel8 = u32 __attribute__((may_alias, aligned(1)));
 
 QZIL_INLINE void SwapPixels(u8* to, u8 const* from, int pixels) {
+    int done = 0;
+    if constexpr (kMovesBytes) {
+        Vector8 const pattern = PatternOf({2, 1, 0, 3, 6, 5, 4, 7});
+        for (; done + kLanes32 <= pixels; done += kLanes32) {
+            StoreVector(to + 4 * done, MoveBytes(LoadVector(from + 4 * done), pattern));
+        }
+    }
     auto* const out = reinterpret_cast<Pixel8*>(to);
     auto const* const in = reinterpret_cast<Pixel8 const*>(from);
-    ForEach(pixels, [=](int i) { out[i] = Swapped(in[i]); });
+    for (int i = done; i < pixels; ++i) out[i] = Swapped(in[i]);
 }
 
 template <class From, class To>
@@ -103,9 +111,19 @@ void AddAlphaFloat(ConvertRow const& row, SampleCount const&) {
 
 }  // namespace
 
-DepthRows const g_oDepthRows{Linear<u8, s16>, Linear<u8, float>, Linear<float, s16>, Linear<s16, float>,
-                             Linear<float, u8>, Linear<s16, u8>, Levels,             Widen8,
-                             Narrow16,         Swap8,            AddAlpha8,          RemoveAlpha<u8>,
-                             AddAlphaFloat,    RemoveAlpha<float>};
+DepthRows const g_oDepthRows{Linear<u8, s16>,
+                             Linear<u8, float>,
+                             Linear<float, s16>,
+                             Linear<s16, float>,
+                             Linear<float, u8>,
+                             Linear<s16, u8>,
+                             Levels,
+                             Widen8,
+                             Narrow16,
+                             Swap8,
+                             AddAlpha8,
+                             RemoveAlpha<u8>,
+                             AddAlphaFloat,
+                             RemoveAlpha<float>};
 
 QZIL_ROWS_END

@@ -10,8 +10,8 @@ int BytesOf(GUID const& format) {
 }
 
 bool IsBgrOrder(GUID const& format) {
-    constexpr std::array kBgr{MFIF_DIB_RAW_32,        MFIF_DIB_RAW_24, MFIF_BGRA_RAW_32,
-                              MFIF_BGRA_RAW_32_VIDEO, MFIF_BGR_RAW_24};
+    constexpr std::array kBgr{MFIF_DIB_RAW_32, MFIF_DIB_RAW_24, MFIF_BGRA_RAW_32, MFIF_BGRA_RAW_32_VIDEO,
+                              MFIF_BGR_RAW_24};
     return Contains(kBgr, format);
 }
 

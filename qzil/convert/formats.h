@@ -12,8 +12,8 @@ int BytesOf(GUID const& format);
 /// RGB formats with blue first.
 bool IsBgrOrder(GUID const& format);
 
-/// A colour as the output's pixel, in the form and order that the conversions' queries have: YCC in the order Y, Cb, Cr,
-/// A. Null for no image.
+/// A colour as the output's pixel, in the form and order that the conversions' queries have: YCC in the order Y, Cb,
+/// Cr, A. Null for no image.
 void* ColorForOutput(IXFImage* output, qzILColor const& color, PixelBlock& block);
 
 }  // namespace qzil

@@ -11,7 +11,8 @@ bool qzILRGBA2HLSA::Converts(GUID const& input, GUID const& output) {
 }
 
 qzILStatus qzILRGBA2HLSA::Verify() {
-    return VerifyFormats([](GUID const& input) { return input == MFIF_RGBA_RAW_32 || input == MFIF_RGBA_RAW_64; }, Converts);
+    return VerifyFormats([](GUID const& input) { return input == MFIF_RGBA_RAW_32 || input == MFIF_RGBA_RAW_64; },
+                         Converts);
 }
 
 qzILStatus qzILRGBA2HLSA::DoEffect() {
@@ -29,7 +30,8 @@ bool qzILHLSA2RGBA::Converts(GUID const& input, GUID const& output) {
 }
 
 qzILStatus qzILHLSA2RGBA::Verify() {
-    return VerifyFormats([](GUID const& input) { return input == MFIF_HLSA_RAW_32 || input == MFIF_HLSA_RAW_64; }, Converts);
+    return VerifyFormats([](GUID const& input) { return input == MFIF_HLSA_RAW_32 || input == MFIF_HLSA_RAW_64; },
+                         Converts);
 }
 
 qzILStatus qzILHLSA2RGBA::DoEffect() {

@@ -2,9 +2,9 @@
 
 #include "qzil/platform/api.h"
 
-// Rows of RGBA in another depth. `line` is the number of the line in its image and plays no part. Channel i of a row has
-// the rule of place i & 3: for full levels all places share one. Rounding is half away from zero; NaN gives the lower
-// limit. Source and target may not overlap.
+// Rows of RGBA in another depth. `line` is the number of the line in its image and plays no part. Channel i of a row
+// has the rule of place i & 3: for full levels all places share one. Rounding is half away from zero; NaN gives the
+// lower limit. Source and target may not overlap.
 
 // `count` channels. S2.14 has 1.0 at 16384.
 QZIL_API void qzILConvertUbyteToS2_14(int line, unsigned char const* source, short* target, int count);
@@ -35,7 +35,6 @@ QZIL_API void qzILConvertRGBAS2_14ToRGBAWithErrorDiffusion(int line, short const
 QZIL_API void qzILConvertMonoS2_14ToMonoWithErrorDiffusion(int line, short const* source, unsigned char* target,
                                                            int count, float e0);
 /// v * scale[c] + offset[c] in 16.16 fixed point; a null `offset` stands for zeros. `count` pixels.
-QZIL_API void qzILLinearTransformRGBAToUbyteWithErrorDiffusionFP16(int line, short const* source,
-                                                                   unsigned char* target, int count, float e0,
-                                                                   float e1, float e2, float e3, int const* scale,
-                                                                   int const* offset);
+QZIL_API void qzILLinearTransformRGBAToUbyteWithErrorDiffusionFP16(int line, short const* source, unsigned char* target,
+                                                                   int count, float e0, float e1, float e2, float e3,
+                                                                   int const* scale, int const* offset);

@@ -114,17 +114,8 @@ qzILStatus qzILRGBA2RGBA::ConvertVideoToGraphicsOrGraphicsToVideo() {
     return RunRows(TraitsOf(InputFormat(), OutputFormat()), kernel::BoundConversion(GetDepthRows().pLevels, shift));
 }
 
-qzILStatus qzILRGBA2RGBA::ConvertToOrFromFloatOrS2_14() {
-    bool const swap = IsBgrOrder(InputFormat()) || IsBgrOrder(OutputFormat());
-    bool const video = IsFormatVideoLevels(InputFormat()) || IsFormatVideoLevels(OutputFormat());
-    switch (GetChannelTypeFromFormat(InputFormat())) {
-        case XFChannelTypeUInt8: return ConvertFrom<u8>(swap, video);
-        case XFChannelTypeS2_14: return ConvertFrom<s16>(swap, video);
-        default: return ConvertFrom<float>(swap, video);
-    }
-}
-
 namespace {
+
 template <class From, class To>
 kernel::TypedConvertRow<LinearDepth> LinearRow(DepthRows const& rows) {
     if constexpr (std::is_same_v<From, u8>) {
@@ -145,40 +136,13 @@ kernel::TypedConvertRow<LinearDepth> LinearRow(DepthRows const& rows) {
         return rows.pFloatToS2_14;
     }
 }
-}  // namespace
-
-template <class From>
-qzILStatus qzILRGBA2RGBA::ConvertFrom(bool swap, bool video) {
-    kernel::ConvertTraits const traits = TraitsOf(InputFormat(), OutputFormat());
-    bool const mono = IsFormatMono(OutputFormat());
-    XFChannelType const type = GetChannelTypeFromFormat(OutputFormat());
-    if constexpr (!std::is_same_v<From, u8>) {
-        if (type == XFChannelTypeUInt8) {
-            if (!m_iDithering) return ConvertDepth<From, u8>(traits, swap, video);
-            return mono ? Dither<From, 1>(traits, swap, video) : Dither<From, 4>(traits, swap, video);
-        }
-    }
-    if constexpr (!std::is_same_v<From, s16>) {
-        if (type == XFChannelTypeS2_14) return ConvertDepth<From, s16>(traits, swap, video);
-    }
-    if constexpr (!std::is_same_v<From, float>) {
-        if (type == XFChannelTypeFloat) return ConvertDepth<From, float>(traits, swap, video);
-    }
-    return -1;
-}
-
-template <class From, class To>
-qzILStatus qzILRGBA2RGBA::ConvertDepth(kernel::ConvertTraits const& traits, bool swap, bool video) {
-    int const samples = IsFormatMono(OutputFormat()) ? 1 : 4;
-    LinearDepth const constants = LinearDepthOf<From, To>(video ? Levels::Video : Levels::Full, samples, swap);
-    return RunRows(traits, kernel::BoundConversion(LinearRow<From, To>(GetDepthRows()), constants));
-}
-
-namespace {
 
 /// A dithered conversion on its way: every line starts its errors anew.
-template <class Diffusion, class From, int kChannels>
+template <class From, int kChannels>
 struct DitheredRows {
+    using Diffusion =
+        std::conditional_t<std::is_same_v<From, float>, FloatDiffusion<kChannels>, FixedDiffusion<kChannels>>;
+
     qzILRandomNumber& oRandom;
     bool bSwap;
     bool bVideo;
@@ -202,13 +166,59 @@ struct DitheredRows {
     }
 };
 
+/// A change of depth; `run` takes traits and a call, and runs them.
+template <class Run>
+struct DepthChange {
+    kernel::ConvertTraits oTraits;
+    XFChannelType uTarget;
+    int iSamples;
+    bool bSwap, bVideo;
+    qzILRandomNumber* pRandom;  ///< null without dithering
+    Run oRun;
+
+    template <class From, class To>
+    qzILStatus Plain() {
+        if constexpr (std::is_same_v<From, To>) {
+            return -1;
+        } else {
+            LinearDepth const c = LinearDepthOf<From, To>(bVideo ? Levels::Video : Levels::Full, iSamples, bSwap);
+            return oRun(oTraits, kernel::BoundConversion(LinearRow<From, To>(GetDepthRows()), c));
+        }
+    }
+    template <class From, int kChannels>
+    qzILStatus Dithered() {
+        DitheredRows<From, kChannels> rows{*pRandom, bSwap, bVideo};
+        oTraits.bOrdered = true;
+        return oRun(oTraits, kernel::ConvertCall{&rows.Row, &rows});
+    }
+    template <class From>
+    qzILStatus Of() {
+        switch (uTarget) {
+            case XFChannelTypeUInt8:
+                if constexpr (!std::is_same_v<From, u8>) {
+                    if (pRandom) return iSamples == 1 ? Dithered<From, 1>() : Dithered<From, 4>();
+                }
+                return Plain<From, u8>();
+            case XFChannelTypeS2_14: return Plain<From, s16>();
+            default: return Plain<From, float>();
+        }
+    }
+};
+
 }  // namespace
 
-template <class From, int kChannels>
-qzILStatus qzILRGBA2RGBA::Dither(kernel::ConvertTraits traits, bool swap, bool video) {
-    using Diffusion =
-        std::conditional_t<std::is_same_v<From, float>, FloatDiffusion<kChannels>, FixedDiffusion<kChannels>>;
-    DitheredRows<Diffusion, From, kChannels> rows{m_oRandom, swap, video};
-    traits.bOrdered = true;
-    return RunRows(traits, {&rows.Row, &rows});
+qzILStatus qzILRGBA2RGBA::ConvertToOrFromFloatOrS2_14() {
+    auto const run = [this](auto const& traits, auto const& call) { return RunRows(traits, call); };
+    DepthChange change{TraitsOf(InputFormat(), OutputFormat()),
+                       GetChannelTypeFromFormat(OutputFormat()),
+                       IsFormatMono(OutputFormat()) ? 1 : 4,
+                       IsBgrOrder(InputFormat()) || IsBgrOrder(OutputFormat()),
+                       IsFormatVideoLevels(InputFormat()) || IsFormatVideoLevels(OutputFormat()),
+                       m_iDithering ? &m_oRandom : nullptr,
+                       run};
+    switch (GetChannelTypeFromFormat(InputFormat())) {
+        case XFChannelTypeUInt8: return change.Of<u8>();
+        case XFChannelTypeS2_14: return change.Of<s16>();
+        default: return change.Of<float>();
+    }
 }

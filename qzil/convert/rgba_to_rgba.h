@@ -7,9 +7,9 @@
 /// Converts among graphics formats: depth, byte order, presence of alpha, full or video levels.
 ///
 /// 8 and 16 bits are converted by bytes: 8 bits v become v * 257, and 16 bits give their low byte, the exact inverse;
-/// any other 16-bit value does not come out as its top byte, deliberately. Alpha added is full. Video levels keep colour
-/// in 16 to 235 and alpha at full range. From S2.14 and float to 8 bits, dithering carries the error along each line; it
-/// repeats exactly.
+/// any other 16-bit value does not come out as its top byte, deliberately. Alpha added is full. Video levels keep
+/// colour in 16 to 235 and alpha at full range. From S2.14 and float to 8 bits, dithering carries the error along each
+/// line; it repeats exactly.
 ///
 /// Verify adds 0x10034 for a pair of formats that is not served.
 class QZIL_API qzILRGBA2RGBA : public qzILMonadicConvertProc {
@@ -30,13 +30,6 @@ public:
 private:
     qzILStatus ConvertVideoToGraphicsOrGraphicsToVideo();
     qzILStatus ConvertToOrFromFloatOrS2_14();
-    template <class From>
-    qzILStatus ConvertFrom(bool swap, bool video);
-    template <class From, class To>
-    qzILStatus ConvertDepth(qzil::kernel::ConvertTraits const& traits, bool swap, bool video);
-    template <class From, int kChannels>
-    qzILStatus Dither(qzil::kernel::ConvertTraits traits, bool swap, bool video);
-
     std::int32_t m_iDithering;
     qzILRandomNumber m_oRandom;
     qzil::PixelBlock m_oConverted;

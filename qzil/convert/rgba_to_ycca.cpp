@@ -13,12 +13,11 @@ namespace {
 constexpr std::array kPlainSources{MFIF_RGB_RAW_24, MFIF_DIB_RAW_32, MFIF_DIB_RAW_24, MFIF_BGRA_RAW_32,
                                    MFIF_BGRA_RAW_32_VIDEO};
 constexpr std::array kRichSources{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32_VIDEO, MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14};
-constexpr auto kPlainOutputs =
-    Join(k8Bit422Formats, std::array{MFIF_CbYCrY709A_24, MFIF_CbYCrYA_24, MFIF_YCCA_RAW_32});
+constexpr auto kPlainOutputs = Join(k8Bit422Formats, std::array{MFIF_CbYCrY709A_24, MFIF_CbYCrYA_24, MFIF_YCCA_RAW_32});
 constexpr auto kRichOutputs =
     Join(kPlainOutputs, kFloat422Formats, kFloatAlphaPlaneFormats, kS2_14_422Formats, kS2_14AlphaPlaneFormats,
-         std::array{MFIF_CbYCrY_10_6, MFIF_CbYCrYA_10_6, MFIF_CbYCrY709_10_6, MFIF_CbYCrY709A_10_6,
-                    MFIF_CbYCrA_8_4444, MFIF_CbYCr709A_8_4444, MFIF_CbYCrA_10_6_4444, MFIF_CbYCr709A_10_6_4444});
+         std::array{MFIF_CbYCrY_10_6, MFIF_CbYCrYA_10_6, MFIF_CbYCrY709_10_6, MFIF_CbYCrY709A_10_6, MFIF_CbYCrA_8_4444,
+                    MFIF_CbYCr709A_8_4444, MFIF_CbYCrA_10_6_4444, MFIF_CbYCr709A_10_6_4444});
 constexpr std::array kFloat4444{MFIF_CbYCrA_FLOAT_4444, MFIF_CbYCr709A_FLOAT_4444};
 constexpr std::array kS2_14_4444{MFIF_CbYCrA_S2_14_4444, MFIF_CbYCr709A_S2_14_4444};
 
@@ -48,8 +47,7 @@ private:
 
         /// The integer part of a weighted sum with the rest of the one before.
         s32 Next(s32 const (&factors)[4], s32 const (&color)[3]) {
-            s32 const sum =
-                color[0] * factors[0] + color[1] * factors[1] + color[2] * factors[2] + factors[3] + iRest;
+            s32 const sum = color[0] * factors[0] + color[1] * factors[1] + color[2] * factors[2] + factors[3] + iRest;
             iRest = sum & 0xFFFF;
             return sum >> 16;
         }
@@ -75,8 +73,7 @@ private:
             };
             even[n] = at(0);
             odd[n] = at(1);
-            chroma[n] =
-                m_oConstants.bFilter ? (-at(-2) + 2 * at(-1) + 6 * at(0) + 2 * at(1) - at(2) + 4) >> 3 : at(0);
+            chroma[n] = m_oConstants.bFilter ? (-at(-2) + 2 * at(-1) + 6 * at(0) + 2 * at(1) - at(2) + 4) >> 3 : at(0);
         }
         s32 const y0 = m_aCarries[0].Next(m_oConstants.aY, even), y1 = m_aCarries[0].Next(m_oConstants.aY, odd);
         s32 const cb = m_aCarries[1].Next(m_oConstants.aCb, chroma), cr = m_aCarries[2].Next(m_oConstants.aCr, chroma);
@@ -138,7 +135,7 @@ qzILStatus qzILRGBAORDIB2YCCA::Convert8_RGBA2YCC422() {
 qzILStatus qzILRGBAORDIB2YCCA::ConvertRGBAToYCCA422() {
     YccFloatRows const& rows = GetYccFloatRows();
     Sample const from = SampleOf(InputFormat());
-    ByTarget<RgbToYcc> const& table = from == Sample::U8       ? rows.oTo422FromU8
+    ByTarget<RgbToYcc> const& table = from == Sample::U8      ? rows.oTo422FromU8
                                       : from == Sample::S2_14 ? rows.oTo422FromS2_14
                                                               : rows.oTo422FromFloat;
     kernel::ConvertTraits traits = TraitsOf(InputFormat(), OutputFormat());
@@ -161,7 +158,7 @@ qzILStatus qzILRGBAORDIB2YCCA::ConvertRGBAToYCCA4444() {
     };
     YccFloatRows const& rows = GetYccFloatRows();
     Sample const from = SampleOf(InputFormat()), to = SampleOf(OutputFormat());
-    ByTarget<RgbToYcc> const& table = from == Sample::U8       ? rows.oTo4444FromU8
+    ByTarget<RgbToYcc> const& table = from == Sample::U8      ? rows.oTo4444FromU8
                                       : from == Sample::S2_14 ? rows.oTo4444FromS2_14
                                                               : rows.oTo4444FromFloat;
     kernel::ConvertTraits traits = TraitsOf(InputFormat(), OutputFormat());
@@ -187,7 +184,7 @@ void qzILConvert8_BGRA2YCC422AndBlend_Line_Dropping(unsigned char const* source,
     PairOrder const order = PairOrderOf(alternate ? MFIF_CbYCrY_16 : MFIF_YCC_422_16);
     u8 const share = static_cast<u8>(Clamp(blend, 0, 255));
     s32 carries[3] = {};
-    auto const next = [&](s32& carry, s32 const (&factors)[4], unsigned char const* pixel, s32 offset) {
+    auto const next = [&](s32& carry, s32 const(&factors)[4], unsigned char const* pixel, s32 offset) {
         s32 const sum = pixel[0] * factors[0] + pixel[1] * factors[1] + pixel[2] * factors[2] + carry;
         carry = sum & 0xFFFF;
         return static_cast<u8>((sum >> 16) + offset);
@@ -197,8 +194,8 @@ void qzILConvert8_BGRA2YCC422AndBlend_Line_Dropping(unsigned char const* source,
         u8 const cb = next(carries[1], c.aCb, source, 128), cr = next(carries[2], c.aCr, source, 128);
         auto const put = [&](int shift, u8 value) {
             u8& old = output[shift / 8];
-            old = share == 255 ? value : static_cast<u8>(NormMult(static_cast<u8>(255 - share), old) +
-                                                         NormMult(share, value));
+            old = share == 255 ? value
+                               : static_cast<u8>(NormMult(static_cast<u8>(255 - share), old) + NormMult(share, value));
         };
         put(order.iCb, cb);
         put(order.iY0, y0);

@@ -8,9 +8,9 @@
 /// Rec. 601 or 709 by the output's format, levels by both formats. In 4:2:2, chroma is sited on the even pixels; with
 /// filtering (the default) it is made of five pixels, (-1 2 6 2 -1) / 8, read up to the input's own limits; without, of
 /// the even pixel alone. An odd last pixel is not written. 8-bit sources go to 8-bit 4:2:2 in 16.16 fixed point, where
-/// chroma is limited and luma, which fits for every colour, is not; all others go by single precision, rounded half away
-/// from zero and limited. Dithering carries the error along each line of the fixed-point conversions, and shifts each
-/// line of 8-bit 4:4:4:4 by one random term; it repeats exactly.
+/// chroma is limited and luma, which fits for every colour, is not; all others go by single precision, rounded half
+/// away from zero and limited. Dithering carries the error along each line of the fixed-point conversions, and shifts
+/// each line of 8-bit 4:4:4:4 by one random term; it repeats exactly.
 ///
 /// Verify adds 0x10034 for another input format, 0x1000D for an output format that the input does not go to.
 class QZIL_API qzILRGBAORDIB2YCCA : public qzILMonadicConvertProc {
@@ -43,9 +43,9 @@ private:
     qzil::PixelBlock m_oConverted;
 };
 
-/// Converts one line of 8-bit BGRA at full levels to 8-bit 4:2:2 and mixes it into `output`, for drawing. `width` pixels,
-/// an odd last one left out; chroma comes from the even pixels, and rounding errors are carried along the line. `blend`
-/// from 0, which leaves the line alone, to 255; `model` 64 for Rec. 601 or 512 for Rec. 709, any other writes nothing;
-/// `alternate` puts chroma first.
+/// Converts one line of 8-bit BGRA at full levels to 8-bit 4:2:2 and mixes it into `output`, for drawing. `width`
+/// pixels, an odd last one left out; chroma comes from the even pixels, and rounding errors are carried along the line.
+/// `blend` from 0, which leaves the line alone, to 255; `model` 64 for Rec. 601 or 512 for Rec. 709, any other writes
+/// nothing; `alternate` puts chroma first.
 QZIL_API void qzILConvert8_BGRA2YCC422AndBlend_Line_Dropping(unsigned char const* source, unsigned char* output,
                                                              int width, int blend, XFColorModel model, int alternate);

@@ -13,8 +13,8 @@ Sample SampleOf(GUID const& format);
 /// The bytes of a pair in a 4:2:2 format of 8 bits.
 PairOrder PairOrderOf(GUID const& format);
 
-/// The constants of a conversion from RGB to YCC, by the formats on both sides. Luma and chroma have the weights of Rec.
-/// 601 or 709, chosen by the output. `dithers` leaves the rounding out of the fixed-point offsets.
+/// The constants of a conversion from RGB to YCC, by the formats on both sides. Luma and chroma have the weights of
+/// Rec. 601 or 709, chosen by the output. `dithers` leaves the rounding out of the fixed-point offsets.
 RgbToPairs RgbToPairsOf(GUID const& input, GUID const& output, bool filter, bool dithers);
 RgbToYcc RgbToYccOf(GUID const& input, GUID const& output, bool filter);
 

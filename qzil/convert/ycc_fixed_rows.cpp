@@ -52,8 +52,8 @@ struct PixelWords {
     }
 };
 
-/// The constants of the vector loop. Factors are halves of lanes, as DotHalves multiplies them; what does not fit 16 bits
-/// is shared out over two of them.
+/// The constants of the vector loop. Factors are halves of lanes, as DotHalves multiplies them; what does not fit 16
+/// bits is shared out over two of them.
 struct PairFactors {
     Vector oLumaOuter, oLumaGreen, oLumaOffset;
     Vector oChromaOuter, oChromaGreen, oChromaOffset;
@@ -91,14 +91,11 @@ struct PairFactors {
 };
 
 /// The chroma filter around even pixels, (-1 2 6 2 -1) / 8, for channels 0 and 2 in the even lane and channel 1 in the
-/// odd one, in 16 bits and kept above 0 by 64.
+/// odd one, in 16 bits and kept above 0 by 64. `channels` lays the bytes of a pair's two pixels side by side.
 QZIL_INLINE Vector Filtered(u32 const* pixels, Vector8 channels) {
-    auto const tap = [=](int distance) {
-        return reinterpret_cast<Vector16>(MoveBytes(LoadVector(pixels + distance), channels));
-    };
-    Vector16 const at = tap(0);
-    Vector16 const twice = tap(-1) + tap(1) + at + at + at;
-    return reinterpret_cast<Vector>((twice + twice - tap(-2) - tap(2) + 516) >> 3);
+    auto const pair = [=](int distance) { return MoveBytes(LoadVector(pixels + distance), channels); };
+    Vector16 const sum = DotBytes(pair(-2), -1, 2) + DotBytes(pair(0), 6, 2) + DotBytes(pair(2), -1, 0);
+    return reinterpret_cast<Vector>((sum + 516) >> 3);
 }
 
 /// The output of a vector of pixels, 16 bits for each: luma of every pixel, Cb on the even and Cr on the odd ones.
@@ -120,7 +117,7 @@ QZIL_INLINE Vector PairWords(u32 const* pixels, PairFactors const& f, Vector8 ch
 template <bool kFilter, bool kChromaFirst>
 QZIL_INLINE void ToPairs(u32 const* pixels, u8* out, int count, RgbToPairs const& c) {
     PairFactors const f(c, kFilter);
-    Vector8 const channels = PatternOf({0, 8, 2, 8, 1, 8, 8, 8});
+    Vector8 const channels = PatternOf({0, 4, 2, 6, 1, 5, 8, 8});
     int i = 0;
     for (; i + kLanes32 <= count; i += kLanes32) {
         StoreLowHalves(out + 2 * i, PairWords<kFilter, kChromaFirst>(pixels + i, f, channels));
@@ -167,8 +164,8 @@ void RgbToPairsRow(ConvertRow const& row, RgbToPairs const& c) {
     }
 }
 
-/// `alpha(i)` gives the fourth byte of pixel i. With kMixed the odd pixels get the mean of their own and the next pair's
-/// chroma.
+/// `alpha(i)` gives the fourth byte of pixel i. With kMixed the odd pixels get the mean of their own and the next
+/// pair's chroma.
 template <bool kMixed, class Alpha>
 QZIL_INLINE void FromPairs(u8* to, u8 const* from, int firstPair, int endPair, PairsToRgb const& c, Alpha alpha) {
     auto* const out = reinterpret_cast<Word*>(to);

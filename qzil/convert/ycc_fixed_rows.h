@@ -21,14 +21,14 @@ struct RgbToPairs {
 
 /// 8-bit 4:2:2 to 8-bit RGB in 16.16 fixed point.
 struct PairsToRgb {
-    s32 iY;               ///< serves all channels
-    s32 aRed[2];          ///< Cr, offset
-    s32 aGreen[3];        ///< Cb, Cr, offset
-    s32 aBlue[2];         ///< Cb, offset
+    s32 iY;         ///< serves all channels
+    s32 aRed[2];    ///< Cr, offset
+    s32 aGreen[3];  ///< Cb, Cr, offset
+    s32 aBlue[2];   ///< Cb, offset
     PairOrder oOrder;
-    int iRed, iBlue;      ///< shifts of the bytes in a target pixel
+    int iRed, iBlue;  ///< shifts of the bytes in a target pixel
     bool bInterpolate;
-    bool bTargetAlpha;    ///< four bytes a pixel; else three
+    bool bTargetAlpha;  ///< four bytes a pixel; else three
 };
 
 struct YccFixedRows {

@@ -134,8 +134,7 @@ QZIL_INLINE void FromPairs(ConvertRow const& row, YccToRgb const& constants, Cha
         blue[i] = b * c.aBlue[0] + py[i] + c.aBlue[1];
     };
     ForEach(pairs, [=](int k) { pixel(2 * k, pb[k], pr[k]); });
-    ForEach(mixed,
-            [=](int k) { pixel(2 * k + 1, (pb[k] + pb[k + 1]) * 0.5f, (pr[k] + pr[k + 1]) * 0.5f); });
+    ForEach(mixed, [=](int k) { pixel(2 * k + 1, (pb[k] + pb[k + 1]) * 0.5f, (pr[k] + pr[k + 1]) * 0.5f); });
     ForEach(pairs - mixed, [=](int n) {
         int const k = mixed + n;
         pixel(2 * k + 1, pb[k], pr[k]);

@@ -9,10 +9,10 @@ struct RgbToYcc {
     float aY[4];
     float aCb[4];
     float aCr[4];
-    float fAlpha;      ///< factor
+    float fAlpha;  ///< factor
     bool bFilter;
-    bool bAlternate;   ///< chroma first in a pair
-    float fDither;     ///< added before rounding, 4:4:4:4 only
+    bool bAlternate;  ///< chroma first in a pair
+    float fDither;    ///< added before rounding, 4:4:4:4 only
 };
 
 /// YCC 4:2:2 to RGB in float.

@@ -22,20 +22,37 @@ struct Planes {
     Values oY, oCb, oCr;
 };
 
+/// The places of a layout as constants: loops over them become vectors.
+template <int kLumaStep, int kLuma, int kCb, int kCr>
+struct Layout {
+    static constexpr int iLumaStep = kLumaStep, iLuma = kLuma, iCb = kCb, iCr = kCr;
+};
+
+/// Calls f with the layout of some places. There are four.
+template <class F>
+QZIL_INLINE void WithLayout(YccPlaces const& at, F f) {
+    if (at.bPairs) {
+        at.iLuma == 1 ? f(Layout<2, 1, 0, 2>{}) : f(Layout<2, 0, 1, 3>{});
+    } else {
+        at.iLuma == 1 ? f(Layout<4, 1, 0, 2>{}) : f(Layout<4, 0, 1, 2>{});
+    }
+}
+
 template <class From>
 QZIL_INLINE void Read(ConvertRow const& row, YccPlaces const& at, Planes& planes) {
     auto const* const in = In<From>(row.pIn);
     float *const y = planes.oY.At(), *const cb = planes.oCb.At(), *const cr = planes.oCr.At();
-    int const step = at.iLumaStep, luma = at.iLuma, b = at.iCb, r = at.iCr;
     int const sites = at.bPairs ? row.iPixels / 2 : row.iPixels;
-    ForEach(row.iPixels, [=](int i) { y[i] = static_cast<float>(in[i * step + luma]); });
-    ForEach(sites, [=](int i) {
-        cb[i] = static_cast<float>(in[4 * i + b]);
-        cr[i] = static_cast<float>(in[4 * i + r]);
+    WithLayout(at, [=]<class L>(L) {
+        ForEach(row.iPixels, [=](int i) { y[i] = static_cast<float>(in[i * L::iLumaStep + L::iLuma]); });
+        ForEach(sites, [=](int i) {
+            cb[i] = static_cast<float>(in[4 * i + L::iCb]);
+            cr[i] = static_cast<float>(in[4 * i + L::iCr]);
+        });
     });
     auto const beside = [=](int to, int from) {
-        cb[to] = static_cast<float>(in[4 * from + b]);
-        cr[to] = static_cast<float>(in[4 * from + r]);
+        cb[to] = static_cast<float>(in[4 * from + at.iCb]);
+        cr[to] = static_cast<float>(in[4 * from + at.iCr]);
     };
     if (at.bPairs) {
         // The next pair counts when the whole of it can be read; else the last one stands in for it.
@@ -46,6 +63,46 @@ QZIL_INLINE void Read(ConvertRow const& row, YccPlaces const& at, Planes& planes
         beside(sites, Min(sites, row.iLast));
         beside(sites + 1, Min(sites + 1, row.iLast));
     }
+}
+
+/// Writes luma, chroma and, into pixels that hold it, alpha.
+template <class To>
+QZIL_INLINE void Write(ConvertRow const& row, YccPlaces const& at, Planes& planes, float const* alpha) {
+    auto* const to = Out<To>(row.pOut);
+    float const *const y = planes.oY.At(), *const cb = planes.oCb.At(), *const cr = planes.oCr.At();
+    WithLayout(at, [=]<class L>(L) {
+        if constexpr (L::iLumaStep == 2) {
+            ForEach(row.iPixels / 2, [=](int k) {
+                Put(to + 4 * k + L::iLuma, y[2 * k]);
+                Put(to + 4 * k + L::iLuma + 2, y[2 * k + 1]);
+                Put(to + 4 * k + L::iCb, cb[k]);
+                Put(to + 4 * k + L::iCr, cr[k]);
+            });
+        } else {
+            ForEach(row.iPixels, [=](int i) {
+                Put(to + 4 * i + L::iLuma, y[i]);
+                Put(to + 4 * i + L::iCb, cb[i]);
+                Put(to + 4 * i + L::iCr, cr[i]);
+                Put(to + 4 * i + 3, alpha[i]);
+            });
+        }
+    });
+}
+
+/// Pairs of one type, in one order or with luma and chroma exchanged.
+template <class T>
+QZIL_INLINE void MovePairs(ConvertRow const& row, bool exchange) {
+    auto* const out = Out<T>(row.pOut);
+    auto const* const in = In<T>(row.pIn);
+    if (!exchange) {
+        __builtin_memcpy(out, in, sizeof(T) * static_cast<unsigned long>(2 * row.iPixels));
+        return;
+    }
+    ForEach(row.iPixels, [=](int i) {
+        T const first = in[2 * i], second = in[2 * i + 1];
+        out[2 * i] = second;
+        out[2 * i + 1] = first;
+    });
 }
 
 /// Chroma of every pixel, from the sites of pairs.
@@ -134,35 +191,38 @@ QZIL_INLINE void ReadAlpha(ConvertRow const& row, YccToYcc const& c, float* alph
     }
 }
 
+template <class To>
+QZIL_INLINE void WriteAlphaPlane(ConvertRow const& row, float const* alpha) {
+    auto* const plane = Out<To>(row.pAlphaOut);
+    if (plane) ForEach(row.iPixels, [=](int i) { Put(plane + i, alpha[i]); });
+}
+
 template <class From, class To>
 void Convert(ConvertRow const& row, YccToYcc const& c) {
     Planes in, out;
     Values alphaValues;
     float* const alpha = alphaValues.At();
+    bool const hasAlpha = row.pAlphaOut || c.oOut.iAlpha >= 0;
+    if (hasAlpha) ReadAlpha<From>(row, c, alpha);
+    if constexpr (sizeof(From) == sizeof(To)) {
+        if (c.bCopies && c.oIn.bPairs && c.oOut.bPairs) {
+            MovePairs<To>(row, c.oIn.iLuma != c.oOut.iLuma);
+            WriteAlphaPlane<To>(row, alpha);
+            return;
+        }
+    }
     Read<From>(row, c.oIn, in);
     Transform<From>(row, c, in, out);
-    ReadAlpha<From>(row, c, alpha);
-    float *const y = out.oY.At(), *const cb = out.oCb.At(), *const cr = out.oCr.At();
-    YccPlaces const at = c.oOut;
-    int const sites = at.bPairs ? row.iPixels / 2 : row.iPixels;
     if (c.pErrors) {
-        int const skipped = at.bPairs ? 0 : row.iSkip;
-        Diffuse(y, row.iSkip, row.iPixels, c.pErrors[0]);
-        Diffuse(cb, skipped, sites, c.pErrors[1]);
-        Diffuse(cr, skipped, sites, c.pErrors[2]);
-        if (row.pAlphaIn || c.oIn.iAlpha >= 0) Diffuse(alpha, row.iSkip, row.iPixels, c.pErrors[3]);
+        int const sites = c.oOut.bPairs ? row.iPixels / 2 : row.iPixels;
+        int const skipped = c.oOut.bPairs ? 0 : row.iSkip;
+        Diffuse(out.oY.At(), row.iSkip, row.iPixels, c.pErrors[0]);
+        Diffuse(out.oCb.At(), skipped, sites, c.pErrors[1]);
+        Diffuse(out.oCr.At(), skipped, sites, c.pErrors[2]);
+        if (hasAlpha && (row.pAlphaIn || c.oIn.iAlpha >= 0)) Diffuse(alpha, row.iSkip, row.iPixels, c.pErrors[3]);
     }
-    auto* const to = Out<To>(row.pOut);
-    ForEach(row.iPixels, [=](int i) { Put(to + i * at.iLumaStep + at.iLuma, y[i]); });
-    ForEach(sites, [=](int i) {
-        Put(to + 4 * i + at.iCb, cb[i]);
-        Put(to + 4 * i + at.iCr, cr[i]);
-    });
-    if (auto* const plane = Out<To>(row.pAlphaOut)) {
-        ForEach(row.iPixels, [=](int i) { Put(plane + i, alpha[i]); });
-    } else if (at.iAlpha >= 0) {
-        ForEach(row.iPixels, [=](int i) { Put(to + 4 * i + at.iAlpha, alpha[i]); });
-    }
+    Write<To>(row, c.oOut, out, alpha);
+    WriteAlphaPlane<To>(row, alpha);
 }
 
 template <class From, class To>
@@ -171,9 +231,8 @@ void ToKey(ConvertRow const& row, KeyLevels const& c) {
     auto* const to = Out<To>(row.pOut);
     float const scale = c.fScale, offset = c.fOffset, neutral = c.fNeutral;
     YccPlaces const at = c.oPlaces;
-    ForEach(row.iPixels, [=](int i) {
-        Put(to + i * at.iLumaStep + at.iLuma, static_cast<float>(alpha[i]) * scale + offset);
-    });
+    ForEach(row.iPixels,
+            [=](int i) { Put(to + i * at.iLumaStep + at.iLuma, static_cast<float>(alpha[i]) * scale + offset); });
     ForEach(row.iPixels / 2, [=](int i) {
         Put(to + 4 * i + at.iCb, neutral);
         Put(to + 4 * i + at.iCr, neutral);

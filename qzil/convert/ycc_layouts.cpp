@@ -12,7 +12,7 @@ using namespace qzil;
 
 namespace {
 
-constexpr std::array kFullRange{MFIF_CbYCrY_16_FR,   MFIF_CbYCrYA_24_FR,     MFIF_CbYCrY709_16_FR,
+constexpr std::array kFullRange{MFIF_CbYCrY_16_FR,     MFIF_CbYCrYA_24_FR,  MFIF_CbYCrY709_16_FR,
                                 MFIF_CbYCrY709A_24_FR, MFIF_CbYCrY_10_6_FR, MFIF_CbYCrY709_10_6_FR};
 /// Interleaved without planes: Y, Cb, Cr, A.
 constexpr std::array kInterleaved{MFIF_YCCA_RAW_32, MFIF_YCCA_RAW_64};

@@ -3,14 +3,14 @@
 #include "qzil/frame/convert.h"
 #include "qzil/transform/numeric/random_number.h"
 
-/// Converts among YCC layouts: byte order, depth, Rec. 601 and 709, video and full levels, split fields and frames, 4:2:2
-/// and 4:4:4:4, alpha added (full), dropped or moved between a plane and the pixels.
+/// Converts among YCC layouts: byte order, depth, Rec. 601 and 709, video and full levels, split fields and frames,
+/// 4:2:2 and 4:4:4:4, alpha added (full), dropped or moved between a plane and the pixels.
 ///
-/// Where nothing but the layout changes, samples move unchanged. Otherwise single precision, rounded half away from zero
-/// and limited. A change of the standard is the full-range matrix of qzILColor. With filtering, chroma between the sites
-/// of 4:2:2 is the mean of its neighbours, and chroma made 4:2:2 is (-1 2 6 2 -1) / 8 of five pixels; without, sites are
-/// repeated and dropped. Where input or output is 4:2:2, an odd last pixel is not written. Dithering carries the rounding
-/// error along each line from deeper samples to 8 bits; it repeats exactly.
+/// Where nothing but the layout changes, samples move unchanged. Otherwise single precision, rounded half away from
+/// zero and limited. A change of the standard is the full-range matrix of qzILColor. With filtering, chroma between the
+/// sites of 4:2:2 is the mean of its neighbours, and chroma made 4:2:2 is (-1 2 6 2 -1) / 8 of five pixels; without,
+/// sites are repeated and dropped. Where input or output is 4:2:2, an odd last pixel is not written. Dithering carries
+/// the rounding error along each line from deeper samples to 8 bits; it repeats exactly.
 ///
 /// Verify adds 0x10034 for an input format that is none of these layouts, 0x1000D for an output format that is none or
 /// the input's own.
@@ -38,8 +38,8 @@ protected:
     qzil::PixelBlock m_oConverted;
 };
 
-/// Splits a YCC image with an alpha plane into fill and key: output A gets the colour, output B, which may be absent, the
-/// alpha as the luma of a grey picture at its own levels.
+/// Splits a YCC image with an alpha plane into fill and key: output A gets the colour, output B, which may be absent,
+/// the alpha as the luma of a grey picture at its own levels.
 ///
 /// Verify adds 0x1000D for formats that do not fit: the input needs an alpha plane, both outputs must be 4:2:2 without
 /// alpha; 0x10003 and 0x1000A for an output B without pixels or of another size than output A.
@@ -63,12 +63,12 @@ private:
     IXFImage* m_pOutputImgB;
 };
 
-/// Joins a fill and a key into a YCC image with an alpha plane: input A gives the colour, the luma of input B the alpha.
-/// Without input B the alpha plane is made full when FillMissingInput says so, and left alone otherwise.
+/// Joins a fill and a key into a YCC image with an alpha plane: input A gives the colour, the luma of input B the
+/// alpha. Without input B the alpha plane is made full when FillMissingInput says so, and left alone otherwise.
 ///
 /// Verify adds 0x1000B for an input B that is missing without FillMissingInput; 0x1000C and 0x10062 for one without
-/// pixels or of another size than input A; 0x1000D for formats that do not fit: both inputs must be 4:2:2 without alpha,
-/// the output needs an alpha plane.
+/// pixels or of another size than input A; 0x1000D for formats that do not fit: both inputs must be 4:2:2 without
+/// alpha, the output needs an alpha plane.
 class QZIL_API qzILYCCYCC2YCCA : public qzILYCCA2YCCA {
     QZIL_EFFECT_CLASS(qzILYCCYCC2YCCA)
 public:

@@ -9,11 +9,10 @@ using namespace qzil;
 
 namespace {
 
-constexpr auto kSources422 =
-    Join(k8Bit422Formats, std::array{MFIF_CbYCrY709A_24, MFIF_CbYCrYA_24}, kFloat422Formats, kFloatAlphaPlaneFormats,
-         kS2_14_422Formats, kS2_14AlphaPlaneFormats);
-constexpr std::array kTargets422{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32_VIDEO, MFIF_RGBA_FLOAT,  MFIF_RGBA_S2_14,
-                                 MFIF_RGB_RAW_24,  MFIF_BGR_RAW_24,        MFIF_DIB_RAW_24,  MFIF_DIB_RAW_32,
+constexpr auto kSources422 = Join(k8Bit422Formats, std::array{MFIF_CbYCrY709A_24, MFIF_CbYCrYA_24}, kFloat422Formats,
+                                  kFloatAlphaPlaneFormats, kS2_14_422Formats, kS2_14AlphaPlaneFormats);
+constexpr std::array kTargets422{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32_VIDEO, MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14,
+                                 MFIF_RGB_RAW_24,  MFIF_BGR_RAW_24,        MFIF_DIB_RAW_24, MFIF_DIB_RAW_32,
                                  MFIF_BGRA_RAW_32, MFIF_BGRA_RAW_32_VIDEO};
 constexpr std::array kTargetsOfYcca32{MFIF_RGBA_RAW_32, MFIF_RGB_RAW_24, MFIF_BGR_RAW_24, MFIF_BGRA_RAW_32};
 
@@ -84,7 +83,7 @@ qzILStatus qzILYCCA2RGBA::Convert8_YCC4222RGBA() {
 qzILStatus qzILYCCA2RGBA::ConvertYCCA422ToRGBA() {
     YccFloatRows const& rows = GetYccFloatRows();
     Sample const from = SampleOf(InputFormat()), to = SampleOf(OutputFormat());
-    ByTarget<YccToRgb> const& table = from == Sample::U8       ? rows.oFromU8
+    ByTarget<YccToRgb> const& table = from == Sample::U8      ? rows.oFromU8
                                       : from == Sample::S2_14 ? rows.oFromS2_14
                                       : from == Sample::W10_6 ? rows.oFromW
                                                               : rows.oFromFloat;

@@ -5,11 +5,11 @@
 
 /// Converts YCC images, 4:2:2 with or without an alpha plane and the interleaved YCCA forms, to graphics images.
 ///
-/// Rec. 601 or 709 by the input's format, levels by both formats. The odd pixel of a 4:2:2 pair takes the pair's chroma,
-/// or, with filtering, the mean of it and the next pair's, as long as the whole next pair lies in the region. An odd last
-/// pixel is not written. 8-bit samples go to 8-bit targets in 16.16 fixed point, limited to 0..255; all others by single
-/// precision, rounded half away from zero and limited. Dithering carries the rounding error of those along each line to
-/// 8-bit targets; it repeats exactly. Without an alpha plane alpha is full.
+/// Rec. 601 or 709 by the input's format, levels by both formats. The odd pixel of a 4:2:2 pair takes the pair's
+/// chroma, or, with filtering, the mean of it and the next pair's, as long as the whole next pair lies in the region.
+/// An odd last pixel is not written. 8-bit samples go to 8-bit targets in 16.16 fixed point, limited to 0..255; all
+/// others by single precision, rounded half away from zero and limited. Dithering carries the rounding error of those
+/// along each line to 8-bit targets; it repeats exactly. Without an alpha plane alpha is full.
 ///
 /// Verify adds 0x10034 for another input format, 0x1000D for an output format that the input does not go to.
 class QZIL_API qzILYCCA2RGBA : public qzILMonadicConvertProc {

@@ -28,7 +28,7 @@ qzILStatus qzILMonadicConvertProc::Verify() {
 }
 
 qzILStatus qzILMonadicConvertProc::VerifyFormats(bool (*accepts)(GUID const&),
-                                                bool (*converts)(GUID const&, GUID const&)) {
+                                                 bool (*converts)(GUID const&, GUID const&)) {
     if (qzILStatus const status = qzILMonadicConvertProc::Verify(); status != 1) return status;
     GUID input{}, output{};
     m_pInputImg->GetFormat(&input);
@@ -73,9 +73,7 @@ qzILStatus qzILMonadicConvertProc::RunRows(kernel::ConvertTraits const& traits, 
     walk.oBox = m_oProcessedBox;
     walk.uMode = m_uProcessingMode;
     if (HasInterrupt()) {
-        walk.pStop = [](void const* self) {
-            return static_cast<qzILMonadicConvertProc const*>(self)->IsInterrupted();
-        };
+        walk.pStop = [](void const* self) { return static_cast<qzILMonadicConvertProc const*>(self)->IsInterrupted(); };
         walk.pStopContext = this;
     }
     return kernel::RunConversion(walk, traits, call) ? 1 : -1;

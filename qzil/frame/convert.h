@@ -30,13 +30,14 @@ public:
 protected:
     /// The base's Verify, then 0x10034 when `accepts` refuses the input's format, 0x1000D when the output's does not go
     /// with it.
-    qzILStatus VerifyFormats(bool (*accepts)(GUID const& input), bool (*converts)(GUID const& input, GUID const& output));
+    qzILStatus VerifyFormats(bool (*accepts)(GUID const& input),
+                             bool (*converts)(GUID const& input, GUID const& output));
     /// Runs a row function over the processed box; -1 when an image is not laid out as the traits say.
     qzILStatus RunRows(qzil::kernel::ConvertTraits const& traits, qzil::kernel::ConvertCall const& call) const;
     GUID const& InputFormat() const { return m_oInputHelper.m_oFormat; }
     GUID const& OutputFormat() const { return m_oOutputHelper.m_oFormat; }
 
-    qzILImageHelper m_oInputHelper;   ///< both in output coordinates
+    qzILImageHelper m_oInputHelper;  ///< both in output coordinates
     qzILImageHelper m_oOutputHelper;
     qzILBbox2l m_oInputBox;      ///< part of the output box that has input pixels
     qzILBbox2l m_oOutputBox;     ///< the region in the output

@@ -6,11 +6,11 @@
 
 /// Base of all effects that read an image and give numbers: statistics and histograms.
 ///
-/// A sink's region is its mask rectangle, in input coordinates; by default it is the whole input. Images must stay valid
-/// during Execute; no reference is taken.
+/// A sink's region is its mask rectangle, in input coordinates; by default it is the whole input. Images must stay
+/// valid during Execute; no reference is taken.
 ///
-/// Verify: with a mask image, 0x10005 mask without pixels, 0x10006 mask and mask rectangle differ in size, 0x10007 not a
-/// mask format, 0x10008 the mask channel does not suit the mask's format.
+/// Verify: with a mask image, 0x10005 mask without pixels, 0x10006 mask and mask rectangle differ in size, 0x10007 not
+/// a mask format, 0x10008 the mask channel does not suit the mask's format.
 class QZIL_API qzILSinkImgProc : public qzILProcessor {
     QZIL_EFFECT_CLASS(qzILSinkImgProc)
 public:

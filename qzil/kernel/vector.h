@@ -6,8 +6,9 @@
 #include <immintrin.h>
 #endif
 
-// One vector of 32-bit lanes, for the few loops whose shape a compiler does not find by itself: products of 16-bit pairs,
-// and lanes that serve two channels at a time. The lanes of a pixel pair are the even and the odd one of 64 bits.
+// One vector of 32-bit lanes, for the few loops whose shape a compiler does not find by itself: products of 16-bit
+// pairs, and lanes that serve two channels at a time. The lanes of a pixel pair are the even and the odd one of 64
+// bits.
 
 QZIL_ROWS_BEGIN
 
@@ -31,6 +32,10 @@ QZIL_INLINE Vector LoadVector(void const* from) {
     return v;
 }
 
+QZIL_INLINE void StoreVector(void* to, Vector v) {
+    __builtin_memcpy(to, &v, sizeof v);
+}
+
 /// The same value in every lane.
 QZIL_INLINE Vector AllLanes(s32 value) {
     return Vector{} + value;
@@ -38,7 +43,8 @@ QZIL_INLINE Vector AllLanes(s32 value) {
 
 /// One value in the even lanes, another one in the odd lanes.
 QZIL_INLINE Vector EvenOddLanes(s32 even, s32 odd) {
-    return reinterpret_cast<Vector>(Vector64{} + (static_cast<u64>(static_cast<u32>(odd)) << 32 | static_cast<u32>(even)));
+    return reinterpret_cast<Vector>(Vector64{} +
+                                    (static_cast<u64>(static_cast<u32>(odd)) << 32 | static_cast<u32>(even)));
 }
 
 /// Two 16-bit values as the halves of a lane, the first one low.
@@ -49,15 +55,30 @@ QZIL_INLINE constexpr s32 Halves(s32 low, s32 high) {
 /// Per lane, the sum of the products of the low halves and of the high halves, taken as signed 16-bit numbers.
 QZIL_INLINE Vector DotHalves(Vector a, Vector b) {
 #if defined(__AVX512BW__)
-    return reinterpret_cast<Vector>(
-        _mm512_madd_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<Vector>(_mm512_madd_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
 #elif defined(__AVX2__)
-    return reinterpret_cast<Vector>(
-        _mm256_madd_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<Vector>(_mm256_madd_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
 #elif defined(__SSE2__)
     return reinterpret_cast<Vector>(_mm_madd_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
 #else
     return (a << 16 >> 16) * (b << 16 >> 16) + (a >> 16) * (b >> 16);
+#endif
+}
+
+/// Per 16 bits, the sum of the low byte times `low` and the high byte times `high`; the bytes are unsigned, the sum has to
+/// fit.
+QZIL_INLINE Vector16 DotBytes(Vector bytes, int low, int high) {
+    int const weights = (low & 0xFF) | (high & 0xFF) << 8;
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector16>(
+        _mm512_maddubs_epi16(reinterpret_cast<__m512i>(bytes), _mm512_set1_epi16(static_cast<short>(weights))));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector16>(
+        _mm256_maddubs_epi16(reinterpret_cast<__m256i>(bytes), _mm256_set1_epi16(static_cast<short>(weights))));
+#else
+    static_cast<void>(weights);
+    Vector16 const pairs = reinterpret_cast<Vector16>(bytes);
+    return (pairs & 0xFF) * static_cast<u16>(low) + (pairs >> 8) * static_cast<u16>(high);
 #endif
 }
 
@@ -79,6 +100,13 @@ QZIL_INLINE Vector8 PatternOf(BytePattern pattern) {
     return reinterpret_cast<Vector8>(Vector64{} + bytes + second);
 }
 
+/// Whether MoveBytes is one instruction.
+#if defined(__SSSE3__)
+inline constexpr bool kMovesBytes = true;
+#else
+inline constexpr bool kMovesBytes = false;
+#endif
+
 QZIL_INLINE Vector MoveBytes(Vector v, Vector8 pattern) {
 #if defined(__AVX512BW__)
     return reinterpret_cast<Vector>(
@@ -87,7 +115,6 @@ QZIL_INLINE Vector MoveBytes(Vector v, Vector8 pattern) {
     return reinterpret_cast<Vector>(
         _mm256_shuffle_epi8(reinterpret_cast<__m256i>(v), reinterpret_cast<__m256i>(pattern)));
 #else
-    // Before SSSE3 there is no such instruction; the row is then as slow as its bytes are many.
     Vector8 const from = reinterpret_cast<Vector8>(v);
     Vector8 to{};
     for (int i = 0; i < kVectorBytes; ++i) to[i] = pattern[i] & 0x80 ? u8{0} : from[pattern[i] & 15];

@@ -42,10 +42,10 @@ struct Pictures {
     std::vector<Ref<IXFImage>> oInputs;
     Ref<IXFImage> oOutput;
 
-    explicit Pictures(Call const& call) : oOutput(MakeRandomImage(call.oPair.oTo, call.oOutputSize.x, call.oOutputSize.y, 77)) {
+    explicit Pictures(Call const& call)
+        : oOutput(MakeRandomImage(call.oPair.oTo, call.oOutputSize.x, call.oOutputSize.y, 77)) {
         for (std::size_t i = 0; i < call.pEntry->oInputs.size(); ++i) {
-            oInputs.push_back(
-                MakeRandomImage(call.oPair.oFrom, call.oInputSize.x, call.oInputSize.y, call.uSeed + i));
+            oInputs.push_back(MakeRandomImage(call.oPair.oFrom, call.oInputSize.x, call.oInputSize.y, call.uSeed + i));
         }
     }
 };
@@ -119,21 +119,25 @@ TEST(ConversionNet, RegionOffsetFieldsAndDefaultColour) {
         }
         Pictures const pictures(call);
         catalog::Instance instance = Prepare(call, pictures);
-        ASSERT_EQ(instance.Effect().Verify(), 1) << call.Describe() << ErrorSentence(entry, instance.Effect().GetLastError());
+        ASSERT_EQ(instance.Effect().Verify(), 1)
+            << call.Describe() << ErrorSentence(entry, instance.Effect().GetLastError());
         ASSERT_EQ(instance.Effect().Execute(), 1) << call.Describe();
 
         Call whole = Plain(entry, pair, call.oInputSize.x, call.oInputSize.y);
         whole.uSeed = call.uSeed;
-        Ref<IXFImage> const full = Converted(whole), before = Pictures(call).oOutput, filled = MakeImage(pair.oTo, 2, 1);
+        Ref<IXFImage> const full = Converted(whole), before = Pictures(call).oOutput,
+                            filled = MakeImage(pair.oTo, 2, 1);
         qzILFillImageWithColor(filled.Get(), call.oDefaultColor, 15, nullptr, nullptr);
         qzILImageHelper const expected(full.Get()), untouched(before.Get()), actual(pictures.oOutput.Get()),
             colour(filled.Get());
         qzILBbox2l const region(call.oOffset.x, call.oOffset.y, call.oRoi.Size.x, call.oRoi.Size.y);
         for (int y = 0; y < call.oOutputSize.y; ++y) {
             for (int x = 0; x < call.oOutputSize.x; ++x) {
-                int const fromX = x - call.oOffset.x + call.oRoi.Origin.x, fromY = y - call.oOffset.y + call.oRoi.Origin.y;
+                int const fromX = x - call.oOffset.x + call.oRoi.Origin.x,
+                          fromY = y - call.oOffset.y + call.oRoi.Origin.y;
                 bool const inRegion = !region.Intersect({x, y, 1, 1}).IsEmpty() && !SkipsLine(call.uMode, y);
-                bool const inInput = !qzILBbox2l(0, 0, call.oInputSize.x, call.oInputSize.y).Intersect({fromX, fromY, 1, 1}).IsEmpty();
+                bool const inInput =
+                    !qzILBbox2l(0, 0, call.oInputSize.x, call.oInputSize.y).Intersect({fromX, fromY, 1, 1}).IsEmpty();
                 std::vector<unsigned char> const pixel = !inRegion ? PixelAt(untouched, x, y)
                                                          : inInput ? PixelAt(expected, fromX, fromY)
                                                                    : PixelAt(colour, x & 1, 0);
@@ -182,14 +186,15 @@ TEST(ConversionNet, LargeFramesEqualTheirStrips) {
     });
 }
 
-/// Settings that Verify refuses end with a code or in some harmless way; nothing outside the images is touched, which the
-/// sanitizers watch.
+/// Settings that Verify refuses end with a code or in some harmless way; nothing outside the images is touched, which
+/// the sanitizers watch.
 TEST(ConversionNet, ExecuteSurvivesWhatVerifyRefuses) {
     Random random(8);
     for (Entry const& entry : Conversions()) {
         for (int i = 0; i < 1500; ++i) {
             auto const formats = AllFormats();
-            FormatPair pair = entry.oPairs[static_cast<std::size_t>(random.Below(static_cast<int>(entry.oPairs.size())))];
+            FormatPair pair =
+                entry.oPairs[static_cast<std::size_t>(random.Below(static_cast<int>(entry.oPairs.size())))];
             if (random.OneIn(3)) pair.oTo = formats[static_cast<std::size_t>(random.Below(89))].oFormat;
             if (random.OneIn(4)) pair.oFrom = formats[static_cast<std::size_t>(random.Below(89))].oFormat;
             Call call = Plain(entry, pair, random.Between(1, 40), random.Between(1, 9));
@@ -262,7 +267,8 @@ public:
         ++iCalls;
         for (int y = 0; y < m_oProcessedBox.Size.y; ++y) {
             for (int x = 0; x < m_oProcessedBox.Size.x; ++x) {
-                int const value = *m_oInputHelper.GetPixelPtr(x + m_oProcessedBox.Origin.x, y + m_oProcessedBox.Origin.y);
+                int const value =
+                    *m_oInputHelper.GetPixelPtr(x + m_oProcessedBox.Origin.x, y + m_oProcessedBox.Origin.y);
                 iSum += m_oMaskHelper.IsEmpty() || *m_oMaskHelper.GetPixelPtr(x, y) != 0 ? value : 0;
             }
         }
@@ -308,14 +314,14 @@ TEST(SinkFrame, VerifyNamesTheFirstFault) {
         XFImageChannel uChannel;
         unsigned uCode;
     };
-    for (Case const& c : {Case{input.Get(), nullptr, {0, 0, 6, 4}, 16, 0}, Case{input.Get(), mask.Get(), {0, 0, 6, 4}, 16, 0},
-                          Case{input.Get(), empty.Get(), {0, 0, 6, 4}, 16, 0x10005},
-                          Case{input.Get(), mask.Get(), {0, 0, 6, 3}, 16, 0x10006},
-                          Case{input.Get(), video.Get(), {0, 0, 6, 4}, 16, 0x10007},
-                          Case{input.Get(), mask.Get(), {0, 0, 6, 4}, 1, 0x10008},
-                          Case{input.Get(), input.Get(), {0, 0, 6, 4}, 16, 0x10008},
-                          Case{nullptr, nullptr, {0, 0, 6, 4}, 16, 0x1000B},
-                          Case{empty.Get(), nullptr, {0, 0, 6, 4}, 16, 0x1000C}}) {
+    for (Case const& c :
+         {Case{input.Get(), nullptr, {0, 0, 6, 4}, 16, 0}, Case{input.Get(), mask.Get(), {0, 0, 6, 4}, 16, 0},
+          Case{input.Get(), empty.Get(), {0, 0, 6, 4}, 16, 0x10005},
+          Case{input.Get(), mask.Get(), {0, 0, 6, 3}, 16, 0x10006},
+          Case{input.Get(), video.Get(), {0, 0, 6, 4}, 16, 0x10007},
+          Case{input.Get(), mask.Get(), {0, 0, 6, 4}, 1, 0x10008},
+          Case{input.Get(), input.Get(), {0, 0, 6, 4}, 16, 0x10008}, Case{nullptr, nullptr, {0, 0, 6, 4}, 16, 0x1000B},
+          Case{empty.Get(), nullptr, {0, 0, 6, 4}, 16, 0x1000C}}) {
         Sum sink;
         sink.SetInputImg(c.pInput);
         sink.SetMask(c.oRect, c.pMask, c.uChannel);

@@ -1,0 +1,280 @@
+// Conversions among YCC layouts: what has to come out is known from the formats themselves.
+
+#include "qzil/convert/ycc_layouts.h"
+#include "qzil/image/image_ops.h"
+#include "support/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+namespace qzil::test {
+namespace {
+
+constexpr int kWidth = 14, kHeight = 6;
+
+/// Samples of an image by meaning: plane 0 luma of a pixel, 1 and 2 chroma of its site, 3 alpha.
+class Samples {
+public:
+    explicit Samples(Ref<IXFImage> const& image) : m_oHelper(image.Get()) {
+        GUID const& format = m_oHelper.m_oFormat;
+        m_bInterleaved = format == MFIF_YCCA_RAW_32 || format == MFIF_YCCA_RAW_64;
+        m_bPairs = !IsFormatYCCA4444(format) && !m_bInterleaved;
+        m_uType = GetChannelTypeFromFormat(format);
+    }
+    bool IsPairs() const { return m_bPairs; }
+    double Get(int x, int y, int plane) const {
+        unsigned char const* const p = Address(x, y, plane);
+        if (m_uType == XFChannelTypeUInt8) return *p;
+        return m_uType == XFChannelTypeFloat   ? As<float>(p)
+               : m_uType == XFChannelTypeS2_14 ? As<short>(p)
+                                               : As<unsigned short>(p);
+    }
+    void Set(int x, int y, int plane, int value) {
+        unsigned char* const p = Address(x, y, plane);
+        unsigned short const word = static_cast<unsigned short>(value);
+        float const real = static_cast<float>(value);
+        if (m_uType == XFChannelTypeUInt8)
+            *p = static_cast<unsigned char>(value);
+        else if (m_uType == XFChannelTypeFloat)
+            std::memcpy(p, &real, 4);
+        else
+            std::memcpy(p, &word, 2);
+    }
+
+private:
+    template <class T>
+    static double As(unsigned char const* p) {
+        T value;
+        std::memcpy(&value, p, sizeof value);
+        return value;
+    }
+    unsigned char* Address(int x, int y, int plane) const {
+        int const size = static_cast<int>(m_oHelper.m_uChannelSize);
+        if (plane == 3 && m_oHelper.m_iSeparateAlpha) return m_oHelper.GetAlphaPtr(x, y);
+        static constexpr int kYCbCrA[] = {0, 1, 2, 3}, kCbYCrA[] = {1, 0, 2, 3};
+        if (!m_bPairs) return m_oHelper.GetPixelPtr(x, y) + size * (m_bInterleaved ? kYCbCrA : kCbYCrA)[plane];
+        int const chroma = IsFormatAlternateYUV(m_oHelper.m_oFormat) ? 0 : 1;
+        if (plane == 0) return m_oHelper.GetPixelPtr(x, y) + size * (1 - chroma);
+        return m_oHelper.GetPixelPtr(x & ~1, y) + size * (chroma + 2 * (plane - 1));
+    }
+
+    qzILImageHelper m_oHelper;
+    bool m_bInterleaved, m_bPairs;
+    XFChannelType m_uType;
+};
+
+Ref<IXFImage> Convert(Ref<IXFImage> const& input, GUID const& format, bool filter = false, bool dither = false) {
+    Ref<IXFImage> const output = MakeImage(format, kWidth, kHeight);
+    qzILYCCA2YCCA effect;
+    effect.SetInputImg(input.Get());
+    effect.SetOutputImg(output.Get());
+    effect.SetDoFiltering(filter);
+    effect.SetDoDithering(dither);
+    EXPECT_EQ(effect.Verify(), 1) << NameOf(FormatOf(input.Get())) << " to " << NameOf(format);
+    EXPECT_EQ(effect.Execute(), 1);
+    return output;
+}
+
+constexpr GUID kLayouts[] = {
+    MFIF_YCC_422_16,       MFIF_YCC_422_16_SF_NTSC, MFIF_YCC_422_16_SF_PAL, MFIF_CbYCrY_16,
+    MFIF_CbYCrY_16_SF_TFL, MFIF_CbYCrY_16_SF_TFF,   MFIF_CbYCrYA_24,        MFIF_YCCA_24,
+    MFIF_CbYCrA_8_4444,    MFIF_YCCA_RAW_32,        MFIF_CbYCrY_10_6,       MFIF_CbYCrYA_10_6,
+    MFIF_CbYCrA_10_6_4444, MFIF_CbYCrY_S2_14,       MFIF_CbYCrYA_S2_14,     MFIF_CbYCrA_S2_14_4444,
+    MFIF_CbYCrY_FLOAT,     MFIF_CbYCrYA_FLOAT,      MFIF_CbYCrA_FLOAT_4444};
+
+/// Full alpha of a format's samples.
+double FullAlpha(GUID const& format) {
+    switch (GetChannelTypeFromFormat(format)) {
+        case XFChannelTypeUInt8: return 255;
+        case XFChannelTypeUInt16: return 65535;
+        case XFChannelTypeS2_14: return 16384;
+        default: return 1;
+    }
+}
+
+TEST(YccLayouts, SamplesOfOneTypeMoveUnchanged) {
+    for (GUID const& from : kLayouts) {
+        for (GUID const& to : kLayouts) {
+            if (from == to || GetChannelTypeFromFormat(from) != GetChannelTypeFromFormat(to)) continue;
+            Ref<IXFImage> const input = MakeRandomImage(from, kWidth, kHeight, 3), output = Convert(input, to);
+            Samples const in(input), out(output);
+            for (int y = 0; y < kHeight; ++y) {
+                for (int x = 0; x < kWidth; ++x) {
+                    // Between pixels and pairs, chroma is the site's, or the even pixel's.
+                    int const site = in.IsPairs() || out.IsPairs() ? x & ~1 : x;
+                    ASSERT_EQ(out.Get(x, y, 0), in.Get(x, y, 0)) << NameOf(from) << ' ' << NameOf(to);
+                    ASSERT_EQ(out.Get(x, y, 1), in.Get(site, y, 1)) << NameOf(from) << ' ' << NameOf(to);
+                    ASSERT_EQ(out.Get(x, y, 2), in.Get(site, y, 2)) << NameOf(from) << ' ' << NameOf(to);
+                    if (!IsFormatWithAlpha(to)) continue;
+                    double const alpha = IsFormatWithAlpha(from) ? in.Get(x, y, 3) : FullAlpha(to);
+                    ASSERT_EQ(out.Get(x, y, 3), alpha) << NameOf(from) << ' ' << NameOf(to);
+                }
+            }
+        }
+    }
+}
+
+/// What a sample becomes between two formats of one standard.
+struct Level {
+    GUID oFrom, oTo;
+    int iPlane;
+    double dfFrom, dfTo;
+};
+
+TEST(YccLayouts, LevelsAndDepths) {
+    Level const levels[] = {
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6, 0, 16, 4096},         {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6, 0, 255, 65280},
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6, 1, 240, 61440},       {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16, 0, 4223, 16},
+        {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16, 0, 4224, 17},         {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16, 0, 65535, 255},
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 16, 0},           {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 235, 255},
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 10, 0},           {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 250, 255},
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 1, 128, 128},        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_16, 0, 0, 16},
+        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_16, 0, 255, 235},        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_16, 2, 255, 240},
+        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_10_6_FR, 0, 255, 65535}, {MFIF_CbYCrY_16, MFIF_CbYCrY_S2_14, 0, 235, 16384},
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_S2_14, 0, 16, 0},           {MFIF_CbYCrY_16, MFIF_CbYCrY_S2_14, 1, 16, -8192},
+        {MFIF_CbYCrY_S2_14, MFIF_CbYCrY_16, 0, -32768, 0},       {MFIF_CbYCrY_S2_14, MFIF_CbYCrY_16, 0, 32767, 255},
+        {MFIF_CbYCrY_16, MFIF_CbYCrY_FLOAT, 1, 240, 0.5},        {MFIF_CbYCrY_16, MFIF_CbYCrY_FLOAT, 0, 235, 1.0},
+        {MFIF_YCCA_RAW_64, MFIF_YCCA_RAW_32, 0, 235 * 257, 235}, {MFIF_YCCA_RAW_32, MFIF_YCCA_RAW_64, 2, 7, 7 * 257},
+        {MFIF_CbYCrYA_24, MFIF_CbYCrYA_10_6, 3, 255, 65535},     {MFIF_CbYCrYA_10_6, MFIF_CbYCrYA_24, 3, 65535, 255},
+        {MFIF_CbYCrYA_24, MFIF_CbYCrYA_S2_14, 3, 255, 16384},    {MFIF_CbYCrYA_S2_14, MFIF_CbYCrYA_24, 3, 20000, 255},
+    };
+    for (Level const& level : levels) {
+        Ref<IXFImage> const input = MakeImage(level.oFrom, kWidth, kHeight);
+        Samples in(input);
+        for (int x = 0; x < kWidth; ++x) in.Set(x, 2, level.iPlane, static_cast<int>(level.dfFrom));
+        Samples const out(Convert(input, level.oTo));
+        ASSERT_NEAR(out.Get(4, 2, level.iPlane), level.dfTo, IsFormatFloat(level.oTo) ? 1e-6 : 0.0)
+            << NameOf(level.oFrom) << " plane " << level.iPlane << " of " << level.dfFrom << " to "
+            << NameOf(level.oTo);
+    }
+}
+
+// The standards meet in RGB: a colour is as far from it by one matrix as by the two of qzILColor.
+TEST(YccLayouts, StandardsMeetInRgb) {
+    Random random(4);
+    for (bool const to709 : {true, false}) {
+        GUID const from = to709 ? MFIF_CbYCrA_8_4444 : MFIF_CbYCr709A_8_4444;
+        GUID const to = to709 ? MFIF_CbYCr709A_8_4444 : MFIF_CbYCrA_8_4444;
+        Ref<IXFImage> const input = MakeImage(from, kWidth, kHeight);
+        Samples in(input);
+        std::vector<qzILColor> colors;
+        for (int i = 0; i < kWidth * kHeight; ++i) {
+            colors.push_back(
+                qzILColor(random.Below(256) / 255.0, random.Below(256) / 255.0, random.Below(256) / 255.0));
+            unsigned char ycc[4];
+            colors.back().GetColorAs32(ycc, to709 ? XFColorModelYCC601 : XFColorModelYCC709);
+            for (int plane = 0; plane < 4; ++plane) in.Set(i % kWidth, i / kWidth, plane, ycc[plane]);
+        }
+        Samples const out(Convert(input, to));
+        for (int i = 0; i < kWidth * kHeight; ++i) {
+            unsigned char ycc[4];
+            colors[static_cast<std::size_t>(i)].GetColorAs32(ycc, to709 ? XFColorModelYCC709 : XFColorModelYCC601);
+            for (int plane = 0; plane < 4; ++plane) {
+                // The input was rounded once, by half, and the matrix gives errors of chroma on to luma.
+                ASSERT_NEAR(out.Get(i % kWidth, i / kWidth, plane), ycc[plane], 1.0) << "plane " << plane;
+            }
+        }
+    }
+}
+
+TEST(YccLayouts, ChromaBetweenPairsAndPixels) {
+    Ref<IXFImage> const pairs = MakeRandomImage(MFIF_CbYCrY_10_6, kWidth, kHeight, 9),
+                        pixels = MakeRandomImage(MFIF_CbYCrA_10_6_4444, kWidth, kHeight, 10);
+    Samples const in422(pairs), out444(Convert(pairs, MFIF_CbYCrA_10_6_4444, true));
+    Samples const in444(pixels), out422(Convert(pixels, MFIF_CbYCrY_10_6, true));
+    for (int x = 0; x < kWidth; ++x) {
+        for (int plane = 1; plane < 3; ++plane) {
+            double const next = x + 1 < kWidth ? in422.Get(x + 1, 1, plane) : in422.Get(x, 1, plane);
+            double const mean = (in422.Get(x & ~1, 1, plane) + (x % 2 ? next : in422.Get(x, 1, plane))) / 2;
+            ASSERT_EQ(out444.Get(x, 1, plane), std::floor(mean + 0.5)) << x;
+            if (x % 2) continue;
+            auto const at = [&](int i) { return in444.Get(std::clamp(i, 0, kWidth - 1), 1, plane); };
+            double const sum = -at(x - 2) + 2 * at(x - 1) + 6 * at(x) + 2 * at(x + 1) - at(x + 2);
+            ASSERT_EQ(out422.Get(x, 1, plane), std::clamp(std::floor(sum / 8 + 0.5), 0.0, 65535.0)) << x;
+        }
+    }
+}
+
+TEST(YccLayouts, DitheringKeepsTheMeanAndRepeats) {
+    Ref<IXFImage> const input = MakeImage(MFIF_CbYCrA_10_6_4444, kWidth, kHeight);
+    Samples in(input);
+    for (int i = 0; i < kWidth * kHeight; ++i) {
+        for (int plane = 0; plane < 4; ++plane) in.Set(i % kWidth, i / kWidth, plane, 100 * 256 + 64);
+    }
+    Ref<IXFImage> const once = Convert(input, MFIF_CbYCrA_8_4444, false, true);
+    ASSERT_EQ(DescribeDifference(Bytes(once), Bytes(Convert(input, MFIF_CbYCrA_8_4444, false, true))), "");
+    Samples const out(once);
+    for (int y = 0; y < kHeight; ++y) {
+        double sum = 0;
+        for (int x = 0; x < kWidth; ++x) sum += out.Get(x, y, 0);
+        ASSERT_NEAR(sum / kWidth, 100.25, 1.0 / kWidth);
+    }
+}
+
+// A key is a grey picture with the alpha at its own levels. Fill and key joined again give what was split.
+TEST(YccLayouts, FillAndKey) {
+    for (GUID const& format : {MFIF_CbYCrYA_24, MFIF_CbYCrYA_FLOAT, MFIF_CbYCrYA_10_6}) {
+        GUID const fillFormat = format == MFIF_CbYCrYA_24      ? MFIF_CbYCrY_16
+                                : format == MFIF_CbYCrYA_FLOAT ? MFIF_CbYCrY_FLOAT
+                                                               : MFIF_CbYCrY_10_6;
+        Ref<IXFImage> const input = MakeRandomImage(format, kWidth, kHeight, 12),
+                            fill = MakeImage(fillFormat, kWidth, kHeight),
+                            key = MakeImage(MFIF_CbYCrY_10_6, kWidth, kHeight),
+                            joined = MakeImage(format, kWidth, kHeight);
+        Samples in(input);
+        in.Set(0, 0, 3, 0);
+        qzILYCCA2YCCYCC split;
+        split.SetInputImg(input.Get());
+        split.SetOutputImgA(fill.Get());
+        split.SetOutputImgB(key.Get());
+        ASSERT_EQ(split.Verify(), 1);
+        ASSERT_EQ(split.Execute(), 1);
+        Samples const grey(key);
+        EXPECT_EQ(grey.Get(0, 0, 0), 4096);
+        EXPECT_EQ(grey.Get(3, 2, 1), 32768);
+        EXPECT_EQ(grey.Get(3, 2, 2), 32768);
+        qzILYCCYCC2YCCA join;
+        join.SetInputImgA(fill.Get());
+        join.SetInputImgB(key.Get());
+        join.SetOutputImg(joined.Get());
+        ASSERT_EQ(join.Verify(), 1);
+        ASSERT_EQ(join.Execute(), 1);
+        Samples const out(joined);
+        for (int x = 0; x < kWidth; ++x) {
+            // 56064 steps of a key hold 8 bits exactly, and deeper alpha to a step.
+            double const step = format == MFIF_CbYCrYA_24 ? 0.0 : FullAlpha(format) / 56064.0;
+            double const alpha = std::clamp(in.Get(x, 3, 3), 0.0 - 4096 * step, FullAlpha(format) + 5375 * step);
+            EXPECT_NEAR(out.Get(x, 3, 3), alpha, step) << NameOf(format);
+            EXPECT_EQ(out.Get(x, 3, 0), in.Get(x, 3, 0));
+        }
+    }
+}
+
+TEST(YccLayouts, AKeyMayBeMissingOnlyWhenToldSo) {
+    Ref<IXFImage> const fill = MakeRandomImage(MFIF_CbYCrY_16, kWidth, kHeight, 1),
+                        small = MakeImage(MFIF_CbYCrY_16, kWidth - 2, kHeight),
+                        mono = MakeImage(MFIF_MONO_RAW_8, kWidth, kHeight),
+                        output = MakeRandomImage(MFIF_CbYCrYA_24, kWidth, kHeight, 2);
+    qzILYCCYCC2YCCA join;
+    join.SetInputImgA(fill.Get());
+    join.SetOutputImg(output.Get());
+    auto const code = [&join] { return join.Verify() == 1 ? 0u : join.GetLastError().GetErrorCode(); };
+    EXPECT_EQ(code(), 0x1000Bu);
+    join.SetInputImgB(small.Get());
+    EXPECT_EQ(code(), 0x10062u);
+    join.SetInputImgB(mono.Get());
+    EXPECT_EQ(code(), 0x1000Du);
+    join.SetInputImgB(nullptr);
+    double const before = Samples(output).Get(5, 5, 3);
+    ASSERT_EQ(join.Execute(), 1);
+    EXPECT_EQ(Samples(output).Get(5, 5, 3), before);
+    join.SetFillMissingInput(1);
+    EXPECT_EQ(code(), 0u);
+    ASSERT_EQ(join.Execute(), 1);
+    EXPECT_EQ(Samples(output).Get(5, 5, 3), 255);
+}
+
+}  // namespace
+}  // namespace qzil::test
