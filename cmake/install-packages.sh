@@ -4,7 +4,7 @@
 set -eu
 
 packages="g++ cmake ninja-build ccache pkg-config libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libpng-dev
-libjpeg-dev libtiff-dev python3 clang-format $*"
+libjpeg-dev libtiff-dev ffmpeg python3 clang-format $*"
 
 if ! command -v apt-get >/dev/null; then
     echo "install-packages: no apt-get here; these Debian packages, or what they are called here, have to be there:"

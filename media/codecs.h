@@ -23,6 +23,8 @@ inline constexpr char const* kEndsEarly = "the file ends early";
 /// Throws when a picture of this size is not to be read.
 void CheckSize(std::uint64_t width, std::uint64_t height);
 
+/// The picture of a file of any of the formats, told apart by its first bytes.
+Picture DecodePicture(ByteView file);
 Picture DecodePng(ByteView file);
 Picture DecodeJpeg(ByteView file);
 Picture DecodeTiff(ByteView file);

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <new>
 
 namespace qzil::media {
 
@@ -29,17 +28,6 @@ constexpr Signature kSignatures[] = {
     {"II+\0\x08\0\0\0"sv, DecodeTiff},
     {"MM\0+\0\x08\0\0"sv, DecodeTiff},
 };
-
-Picture Decode(ByteView file) {
-    if (file.empty()) throw Fault("the file is empty");
-    for (Signature const& signature : kSignatures) {
-        std::string_view const start = signature.oStart;
-        if (file.size() >= start.size() && std::memcmp(file.data(), start.data(), start.size()) == 0) {
-            return signature.pDecode(file);
-        }
-    }
-    throw Fault("it is not a PNG, JPEG or TIFF file");
-}
 
 Picture AsSixteenBit(Picture const& source) {
     Picture result(source.iWidth, source.iHeight, source.iChannels, 16);
@@ -70,21 +58,6 @@ Bytes Encode(std::string const& path, Picture const& picture) {
     return picture.iDepth == 32 ? EncodePng(AsSixteenBit(picture)) : EncodePng(picture);
 }
 
-/// Runs a step with a file; its faults become sentences that begin "cannot <verb> '<path>'".
-template <class Step>
-auto NamingFile(char const* verb, std::string const& path, Step step) {
-    auto const sentence = [&](char const* fault) {
-        return MediaError(std::string("cannot ") + verb + " '" + path + "': " + fault);
-    };
-    try {
-        return step();
-    } catch (Fault const& fault) {
-        throw sentence(fault.what());
-    } catch (std::bad_alloc const&) {
-        throw sentence("there is not enough memory for it");
-    }
-}
-
 }  // namespace
 
 Picture::Picture(int width, int height, int channels, int depth)
@@ -108,8 +81,19 @@ void CheckSize(std::uint64_t width, std::uint64_t height) {
     if (width * height > kMaxPixels) throw Fault("its " + size + " exceed the limit of " + std::to_string(kMaxPixels));
 }
 
+Picture DecodePicture(ByteView file) {
+    if (file.empty()) throw Fault("the file is empty");
+    for (Signature const& signature : kSignatures) {
+        std::string_view const start = signature.oStart;
+        if (file.size() >= start.size() && std::memcmp(file.data(), start.data(), start.size()) == 0) {
+            return signature.pDecode(file);
+        }
+    }
+    throw Fault("it is not a PNG, JPEG or TIFF file");
+}
+
 Picture ReadPicture(std::string const& path) {
-    return NamingFile("read", path, [&] { return Decode(ReadWholeFile(path)); });
+    return NamingFile("read", path, [&] { return DecodePicture(ReadWholeFile(path)); });
 }
 
 void WritePicture(std::string const& path, Picture const& picture) {

@@ -49,16 +49,18 @@ Picture ReadPicture(std::string const& path);
 /// float in a TIFF. The file appears complete or not at all: a failure leaves what stood there. Throws MediaError.
 void WritePicture(std::string const& path, Picture const& picture);
 
-/// The image formats that ToImage and FromImage serve.
+/// The image formats that ToImage and FromImage serve by themselves.
 std::span<GUID const> WorkingFormats();
 
 /// A new image that shows the picture upright in a working format. Samples of the format's own type are copied; others
 /// become value / full scale in double and are stored by the rule of qzILFormat<T>::FromReal. Mono formats take Rec.
-/// 601 luma of a coloured picture and drop its alpha; missing alpha is full. Throws MediaError.
+/// 601 luma of a coloured picture and drop its alpha; missing alpha is full. Other formats are converted to, from
+/// RGBA_RAW_32 for 8 bits and RGBA_FLOAT for more. Throws MediaError.
 Ref<IXFImage> ToImage(Picture const& picture, GUID const& format);
 
 /// The picture that an image of a working format shows: 8 and 16-bit channels keep their depth, S2.14 and float become
-/// float, values outside 0..1 included. Mono gives grey, RGB_RAW_24 gives RGB, all others RGBA. Throws MediaError.
+/// float, values outside 0..1 included. Mono gives grey, RGB_RAW_24 gives RGB, all others RGBA. Images of other formats
+/// are converted to RGBA_RAW_32 or, with larger channels, RGBA_FLOAT first. Throws MediaError.
 Picture FromImage(IXFImage& image);
 
 }  // namespace qzil::media

@@ -1,3 +1,4 @@
+#include "media/convert.h"
 #include "media/picture.h"
 #include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
@@ -37,14 +38,10 @@ constexpr auto kWorkingIds = [] {
     return ids;
 }();
 
+/// The description of a working format.
 WorkingFormat const& FindFormat(GUID const& format) {
-    auto const* const pEnd = std::end(kWorkingFormats);
-    auto const* const pFound = std::find_if(std::begin(kWorkingFormats), pEnd,
-                                            [&](WorkingFormat const& known) { return known.oFormat == format; });
-    if (pFound != pEnd) return *pFound;
-    char const* const name = FormatName(format);
-    throw MediaError("pictures cannot be exchanged with images of " +
-                     (name ? std::string("the format ") + name : "an unknown format"));
+    return *std::find_if(std::begin(kWorkingFormats), std::end(kWorkingFormats),
+                         [&](WorkingFormat const& known) { return known.oFormat == format; });
 }
 
 /// Calls `f` with the channel traits of a picture's samples.
@@ -134,8 +131,11 @@ std::span<GUID const> WorkingFormats() {
 }
 
 Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
-    WorkingFormat const& working = FindFormat(format);
+    if (!Contains(kWorkingIds, format)) {
+        return Convert(*ToImage(picture, picture.iDepth == 8 ? MFIF_RGBA_RAW_32 : MFIF_RGBA_FLOAT).Get(), format);
+    }
     if (!picture.IsSound()) throw MediaError("the picture's samples do not fit its description");
+    WorkingFormat const& working = FindFormat(format);
     Ref<IXFImage> image;
     if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, picture.iWidth, picture.iHeight, format, image.Out()) < 0) {
         throw MediaError("there is not enough memory for an image of " + std::to_string(picture.iWidth) + " x " +
@@ -155,8 +155,11 @@ Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
 
 Picture FromImage(IXFImage& image) {
     qzILImageHelper const helper(&image);
-    WorkingFormat const& working = FindFormat(helper.m_oFormat);
     if (!helper.m_pLineZero) throw MediaError("the image has no pixels to make a picture of");
+    if (!Contains(kWorkingIds, helper.m_oFormat)) {
+        return FromImage(*Convert(image, helper.m_uChannelSize == 1 ? MFIF_RGBA_RAW_32 : MFIF_RGBA_FLOAT).Get());
+    }
+    WorkingFormat const& working = FindFormat(helper.m_oFormat);
     int const depth = working.eChannel == Channel::kByte ? 8 : working.eChannel == Channel::kWord ? 16 : 32;
     Picture picture(helper.m_iWidth, helper.m_iHeight, working.iChannels, depth);
     WithSamples(depth, [&]<class To>(To) {

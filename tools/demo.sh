@@ -40,6 +40,45 @@ make inverted invert "$samples/cliff.png"
 make sepia-tint color-blend "$samples/cliff.png" --color '#c08040' --alpha 0.4
 make multiplied lut2 "$samples/cliff.png" "$samples/blossom.png" --rule multiply
 
+# video NAME SHRINK FIRST SECOND ARGUMENTS...: pans over two photographs and dissolves the one clip into the other. Five
+# frames of the result go onto a contact sheet.
+video() {
+    name=$1
+    shrink=$2
+    first=$3
+    second=$4
+    shift 4
+    "$qzil" pan "$samples/$first.png" "$@" --frames 25 -o "$out/$name-a.y4m"
+    "$qzil" pan "$samples/$second.png" "$@" --frames 25 -o "$out/$name-b.y4m"
+    time=$("$qzil" run blend "$out/$name-a.y4m" "$out/$name-b.y4m" --alpha 0..1 --jobs 2 --progress off --time \
+        -o "$out/dissolve-$name.y4m")
+    rm "$out/$name-a.y4m" "$out/$name-b.y4m"
+    printf '%-36s %s\n' "$out/dissolve-$name.y4m" "$time"
+    set --
+    for frame in 1 7 13 19 25; do
+        "$qzil" convert "$out/dissolve-$name.y4m" --frame "$frame" -o "$out/$name-$frame.png"
+        set -- "$@" "$out/$name-$frame.png"
+    done
+    "$qzil" sheet "$@" --columns 5 --shrink "$shrink" -o "$out/frames-$name.png"
+    rm "$@"
+    printf '%s\n' "$out/frames-$name.png"
+}
+
+# The two fields of a frame show different times, as an interlaced camera sees them.
+video sd 2 cliff tulips --size 720,576 --interlaced top --aspect 16:15
+video hd 4 blossom cliff --size 1920,1080
+if command -v ffmpeg >/dev/null; then
+    for name in sd hd; do
+        fields=''
+        [ "$name" = hd ] || fields='-vf scale=interl=1 -flags +ilme+ildct'
+        # shellcheck disable=SC2086
+        ffmpeg -nostdin -v error -y -i "$out/dissolve-$name.y4m" $fields -pix_fmt yuv420p "$out/dissolve-$name.mp4"
+        printf '%s\n' "$out/dissolve-$name.mp4"
+    done
+else
+    echo 'no ffmpeg here: the videos stay y4m'
+fi
+
 # Names hold no blanks, so that the list may be split.
 set --
 for name in $sheet; do set -- "$@" "$out/$name.png"; done

@@ -1,8 +1,10 @@
 """Runs the built command: command_test.py QZIL SOURCE_ROOT. Needs nothing but Python itself."""
 
+import json
 import os
 import pathlib
 import re
+import shutil
 import signal
 import struct
 import subprocess
@@ -80,6 +82,9 @@ class Describing(Command):
         for name in names:
             text = self.qzil("describe", name)
             self.assertTrue(text.startswith(name + " - "), text)
+            if " ->\n" in text:
+                self.refused(f"{name}: this is a conversion; qzil convert runs those.", "run", name, self.a)
+                continue
             self.assertIn("* MFIF_RGBA_RAW_32\n", text)
             self.assertIn("--roi", self.qzil("run", name, "--help"))
         self.refused("there is no effect 'blnd'; qzil list names all effects.", "describe", "blnd")
@@ -111,7 +116,13 @@ class Documents(Command):
         done = subprocess.run([ROOT / "tools" / "demo.sh", QZIL, self.folder / "demo"], capture_output=True, text=True)
         self.assertEqual(done.returncode, OK, done.stderr)
         for line in done.stdout.splitlines():
-            self.assertIn("pixels, RGB", self.qzil("info", line.split()[0]))
+            if not line.startswith("no ffmpeg") and not line.endswith(".mp4"):
+                self.assertIn(" pixels, ", self.qzil("info", line.split()[0]))
+        for clip, size in (("sd", "720 x 576 pixels, 4:2:2, 8 bits, video range, interlaced, top field first"),
+                           ("hd", "1920 x 1080 pixels, 4:2:2, 8 bits, video range, progressive")):
+            text = self.qzil("info", self.folder / "demo" / f"dissolve-{clip}.y4m")
+            self.assertIn(size, text)
+            self.assertIn(" 25 frames\n", text)
         self.assertTrue(done.stdout.endswith("contact-sheet.png\n"))
 
 
@@ -349,6 +360,251 @@ class Failing(Command):
             interrupted += code == INTERRUPTED
             self.assertEqual([p.name for p in self.folder.glob("*.part*")], [])
         self.assertGreater(interrupted, 0)
+
+
+class Video(Command):
+    """Streams of small frames whose samples tell frame, plane and place."""
+
+    def stream(self, name, tags="W6 H4 F25:1 It A16:15 C422", frames=5, frame_bytes=48, seed=0):
+        body = b"".join(b"FRAME\n" + bytes((seed + 16 + f * 31 + i * 7) % 220 for i in range(frame_bytes))
+                        for f in range(frames))
+        (self.folder / name).write_bytes(b"YUV4MPEG2 " + tags.encode() + b"\n" + body)
+        return self.folder / name
+
+    def setUp(self):
+        super().setUp()
+        self.v, self.w = self.stream("v.y4m"), self.stream("w.y4m", seed=90)
+        self.video = self.folder / "out.y4m"
+
+    def run_video(self, *arguments):
+        self.qzil("run", *arguments, "-o", self.video)
+        return self.video.read_bytes()
+
+    def frames(self, data, frame_bytes=48):
+        header, body = data.split(b"\n", 1)
+        self.assertEqual(len(body) % (frame_bytes + 6), 0)
+        return header, [body[i + 6:i + 6 + frame_bytes] for i in range(0, len(body), frame_bytes + 6)]
+
+    def pipe(self, *arguments, data=b"", code=OK):
+        done = subprocess.run([QZIL, *map(str, arguments)], input=data, capture_output=True, timeout=60)
+        self.assertEqual(done.returncode, code, done.stderr)
+        return done.stdout, done.stderr.decode()
+
+    def test_layouts_come_back(self):
+        for tags, size in (("W6 H4 F25:1 It A16:15 C422", 48), ("W5 H3 F30000:1001 Ib A1:1 C422", 33),
+                           ("W6 H4 F0:0 I? A0:0 C422p16 XCOLORRANGE=FULL", 96), ("W5 H3 F25:1 Ip A1:1 C444 Xkept", 45),
+                           ("W5 H3 F25:1 Ip A1:1 C444alpha", 60), ("W6 H4 F25:1 Im A1:1 Cmono", 24),
+                           ("W5 H3 F25:1 Ip A1:1 Cmono16 XCOLORRANGE=LIMITED", 30)):
+            v = self.stream("l.y4m", tags, 3, size)
+            with self.subTest(tags=tags):
+                # Working in float is as good as not working at all.
+                for arguments in (["copy"], ["copy", "--jobs", 3], ["color-blend", "--alpha", 0]):
+                    self.assertEqual(self.run_video(arguments[0], v, *arguments[1:]), v.read_bytes())
+
+    def test_effects_see_the_picture(self):
+        luma = self.frames(self.v.read_bytes())[1][1][:12]
+        self.assertEqual(self.frames(self.run_video("invert", self.v, "--field", "odd"))[1][1][:12],
+                         luma[:6] + bytes(251 - y for y in luma[6:]))
+        # The window of a region lies where the shown picture has it.
+        header, frames = self.frames(self.run_video("copy", self.v, "--roi", "2,1,4,2", "--size", "4,2"), 16)
+        self.assertIn(b" W4 H2 ", header)
+        whole = self.frames(self.v.read_bytes())[1][3]
+        # Two lines of luma, then of each chroma.
+        self.assertEqual(frames[3], whole[8:12] + whole[14:18] + whole[28:30] + whole[31:33] + whole[40:42] +
+                         whole[43:45])
+
+    def test_jobs_and_pipes_give_the_same_bytes(self):
+        reference = self.run_video("blend", self.v, self.w, "--alpha", "0..1")
+        header, frames = self.frames(reference)
+        self.assertEqual(header, b"YUV4MPEG2 W6 H4 F25:1 It A16:15 C422")
+        self.assertEqual(frames[0], self.frames(self.v.read_bytes())[1][0])
+        self.assertEqual(frames[4], self.frames(self.w.read_bytes())[1][4])
+        self.assertEqual(frames[2][0], round((frames_at(self.v, 2) + frames_at(self.w, 2)) / 2 + 0.01))
+        for jobs in (1, 2, 7):
+            out, _ = self.pipe("run", "blend", "-", self.w, "--alpha", "0..1", "--frames", 5, "--jobs", jobs, "-o", "-",
+                               data=self.v.read_bytes())
+            self.assertEqual(out, reference)
+
+    def test_pictures_stand_still(self):
+        a = self.draw("s.png", lambda x, y: (x * 40, y * 60, 99, 255), 6, 4)
+        self.assertEqual(self.run_video("blend", self.v, a, "--alpha", 0), self.v.read_bytes())
+        stills = self.frames(self.run_video("blend", self.v, a, "--alpha", 1))[1]
+        self.assertEqual(len(set(stills)), 1)
+        self.assertEqual(len(stills), 5)
+        mask = self.draw("m.png", lambda x, y: 255 if x < 3 else 0, 6, 4)
+        half = self.frames(self.run_video("blend", self.v, a, "--alpha", 1, "--mask", mask))[1]
+        for frame, whole in zip(half, self.frames(self.v.read_bytes())[1]):
+            self.assertEqual((frame[0], frame[5]), (stills[0][0], whole[5]))  # luma left and right
+        self.assertIn(b"F30000:1001", self.run_video("blend", a, a, "--frames", 3, "--rate", "30000:1001"))
+        self.assertIn("3 frames", self.qzil("info", self.video))
+        self.refused("blend: --frames is missing, but a video of pictures needs their number.", "run", "blend", a, a, "-o",
+                     self.folder / "no.y4m")
+
+    def test_odd_widths(self):
+        """4:2:2 is made of pairs; the column that is added on the way in never shows."""
+        odd = self.draw("odd.png", lambda x, y: (200, 9 * x, 40, 255), 5, 4)
+        grey = self.draw("grey.png", lambda x, y: 40 * x, 5, 4)
+        for arguments in (["run", "blend", odd, odd, "--frames", 2], ["convert", odd], ["pan", odd, "--size", "5,4"],
+                          ["run", "invert", self.stream("odd.y4m", "W5 H4 C422", 2, 44), "--mask", grey],
+                          ["run", "blend", self.folder / "odd.y4m", odd], ["run", "invert", grey, "--frames", 2],
+                          ["convert", grey], ["pan", grey, "--size", "5,4"]):
+            self.qzil(*arguments, "-o", self.video)
+            self.assertIn("5 x 4 pixels", self.qzil("info", self.video))
+            self.qzil("convert", self.video, "-o", self.out)
+            self.assertIn("5 x 4 pixels", self.qzil("info", self.out))
+        self.qzil("convert", odd, "-o", self.video)
+        self.qzil("convert", self.video, "-o", self.out)
+        self.qzil("diff", odd, self.out, "--max", 12)
+        self.qzil("convert", odd, "--format", "CbYCrY_16", "-o", self.out)
+        self.qzil("diff", odd, self.out, "--max", 12)
+        self.qzil("run", "invert", odd, "--format", "CbYCrY_16", "-o", self.out)
+        self.qzil("run", "invert", self.out, "--format", "CbYCrY_16", "-o", self.out)
+        self.qzil("diff", odd, self.out, "--max", 20)
+        self.refused("copy: --size is '3,4', but takes an even width for a 4:2:2 video.", "run", "copy", self.v, "--size",
+                     "3,4", "-o", self.folder / "no.y4m")
+
+    def test_counts_are_never_short(self):
+        short = self.stream("short.y4m", frames=3)
+        run = ["run", "blend", self.v, short, "--progress", "off", "-o", self.folder / "no.y4m"]
+        self.refused(f"blend: '{short}' has 3 frames, but '{self.v}' has 5; --shortest ends with the shorter one.", *run,
+                     code=UNREADABLE)
+        self.refused(f"blend: '{short}' ends after 3 frames, but --frames asks for 4.", *run, "--frames", 4,
+                     code=UNREADABLE)
+        self.assertEqual(len(self.frames(self.run_video("blend", self.v, short, "--shortest"))[1]), 3)
+        self.assertEqual(len(self.frames(self.run_video("blend", self.v, short, "--frames", 2))[1]), 2)
+        empty = self.stream("empty.y4m", frames=0)
+        self.refused(f"invert: '{empty}' has no frames.", "run", "invert", empty, "--progress", "off", "-o",
+                     self.folder / "no.y4m", code=UNREADABLE)
+        # The frames before a damaged one go into a pipe, not into a file.
+        cut = self.folder / "cut.y4m"
+        cut.write_bytes(self.v.read_bytes()[:-3])
+        run = ["run", "invert", cut, "--progress", "off", "--jobs", 3, "-o"]
+        self.assertIn("frame 5 ends early", self.qzil(*run, self.folder / "no.y4m", code=UNREADABLE))
+        self.assertFalse((self.folder / "no.y4m").exists())
+        out, error = self.pipe("run", "invert", "-", "--progress", "off", "--jobs", 3, "-o", "-",
+                               data=cut.read_bytes(), code=UNREADABLE)
+        self.assertEqual(len(self.frames(out)[1]), 4)
+        self.assertEqual(error, "qzil: cannot read the standard input: frame 5 ends early, after 45 of 48 bytes\n")
+
+    def test_usage(self):
+        no = ["-o", self.folder / "no.y4m"]
+        self.refused("blend: '-' is given twice, but there is one standard input.", "run", "blend", "-", "-", *no)
+        self.refused(f"invert: --output is '{self.out}', but a video takes a name that ends in .y4m, or -.", "run",
+                     "invert", self.v, "-o", self.out)
+        for option, text, allowed in (("--jobs", "0", "a whole number from 1 to 256"),
+                                      ("--frames", "-1", "a whole number from 1 to 1048576"),
+                                      ("--matrix", "2020", "601 or 709"),
+                                      ("--rate", "25:0", "frames a second, such as 25 or 30000:1001"),
+                                      ("--progress", "loud", "auto, bar, lines, json or off"),
+                                      ("--alpha", "0..2", "a number from 0 to 1")):
+            shown = "2" if option == "--alpha" else text
+            self.refused(f"blend: {option} is '{shown}', but takes {allowed}.", "run", "blend", self.v, self.w, option,
+                         text, *no)
+        self.refused("blend: --alpha is a ramp, but the output is one picture; a ramp takes a .y4m output.", "run", "blend",
+                     self.a, self.a, "--alpha", "0..1", "-o", self.folder / "no.png")
+        self.assertIn("a ramp needs the number of frames", self.pipe(
+            "run", "blend", "-", self.a, "--alpha", "0..1", "-o", "-", data=self.v.read_bytes(), code=USAGE)[1])
+
+    def test_progress(self):
+        def lines(*arguments):
+            return self.pipe("run", "invert", self.v, "-o", self.video, *arguments)[1].splitlines()
+        last = json.loads(lines("--progress=json")[-1])
+        self.assertEqual([last[key] for key in ("effect", "frame", "frames", "done")], ["invert", 5, 5, True])
+        self.assertRegex(lines()[-1], r"^invert: 5 of 5 frames, [0-9.]+ a second$")
+        self.assertIn("[" + "#" * 30 + "] 5/5 frames", lines("--progress", "bar")[-1])
+        self.assertEqual(lines("--progress", "off"), [])
+
+    def test_broken_pipe(self):
+        big = self.stream("big.y4m", "W640 H480 F25:1 Ip A1:1 Cmono", 20, 640 * 480)
+        command = subprocess.Popen([QZIL, "run", "invert", big, "--progress", "off", "--jobs", "2", "-o", "-"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        command.stdout.read(1000)
+        command.stdout.close()
+        self.assertEqual(command.stderr.read(),
+                         b"qzil: cannot write the standard output: its reader has closed the pipe\n")
+        command.stderr.close()
+        self.assertEqual(command.wait(timeout=20), UNWRITABLE)
+
+    def test_interrupt_wakes_every_thread(self):
+        fifo = self.folder / "in.y4m"
+        os.mkfifo(fifo)
+        for target in ("-", self.video):
+            command = subprocess.Popen([QZIL, "run", "invert", fifo, "--progress", "off", "--jobs", "3", "-o", target],
+                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            with open(fifo, "wb") as pipe:
+                pipe.write(self.v.read_bytes()[:-10])
+                pipe.flush()
+                time.sleep(0.3)
+                command.send_signal(signal.SIGINT)
+                _, error = command.communicate(timeout=20)
+            what = "4 frames were" if target == "-" else "nothing was"
+            self.assertEqual((command.returncode, error), (INTERRUPTED, f"qzil: interrupted; {what} written.\n".encode()))
+        self.assertFalse(self.video.exists())
+
+    def test_convert(self):
+        for name in ("CbYCrY_16", "MFIF_RGBA_FLOAT", "cbycra_8_4444", "HLSA_RAW_32", "CbYCrY_16_SF_TFF,RGBA_RAW_32"):
+            self.qzil("convert", SAMPLES / "cliff.png", "--format", name, "-o", self.out)
+            self.qzil("diff", SAMPLES / "cliff.png", self.out, "--max", 90)
+        self.qzil("convert", self.a, "--frames", 3, "-o", self.video)
+        self.assertIn("24 x 17 pixels, 4:2:2, 8 bits, video range, progressive, aspect 1:1, 25:1 frames a second, 3 "
+                      "frames", self.qzil("info", self.video))
+        self.qzil("convert", self.video, "--frame", 3, "-o", self.out)
+        self.qzil("diff", self.a, self.out, "--max", 40)
+        self.refused(f"convert: --frame is '4', but '{self.video}' has 3 frames.", "convert", self.video, "--frame", 4, "-o",
+                     self.folder / "no.png", code=UNREADABLE)
+        self.refused("convert: no conversion leads from MFIF_RGBA_RAW_32 to MFIF_GENERIC", "convert", self.a, "--format",
+                     "GENERIC", "-o", self.folder / "no.png", code=REFUSED)
+        self.refused("convert: --format is 'RGBB', but takes the name of a format.", "convert", self.a, "--format", "RGBB",
+                     "-o", self.folder / "no.png")
+
+    def test_pan(self):
+        grey = self.draw("g.png", lambda x, y: 5 * x + y, 40, 30)
+        pan = ["pan", grey, "--size", "10,10", "--from", "0,0,10", "--to", "20,10,10", "--frames", 3]
+        self.qzil(*pan, "-o", self.video)
+        header, frames = self.frames(self.video.read_bytes(), 100)
+        self.assertIn(b" Ip A1:1 Cmono", header)
+        for frame, (left, top) in zip(frames, ((0, 0), (10, 5), (20, 10))):
+            self.assertEqual(frame, bytes(5 * (x + left) + y + top for y in range(10) for x in range(10)))
+        # Fields lie between the frames.
+        for first, other in (("top", 1), ("bottom", 0)):
+            self.qzil(*pan, "--interlaced", first, "-o", self.video)
+            header, fields = self.frames(self.video.read_bytes(), 100)
+            self.assertIn(f" I{first[0]} ".encode(), header)
+            self.assertEqual(fields[1][10 * (1 - other)], frames[1][10 * (1 - other)])
+            self.assertTrue(frames[1][10 * other] < fields[1][10 * other] < frames[2][10 * other])
+        self.assertIn("pan: --to takes X,Y,W", self.qzil("pan", grey, "--to", "35,0,10", "-o", self.video, code=USAGE))
+
+
+def frames_at(path, frame):
+    """The first luma sample of a frame of a stream of Video."""
+    return path.read_bytes().split(b"\n", 1)[1][frame * 54 + 6]
+
+
+@unittest.skipUnless(shutil.which("ffmpeg"), "there is no ffmpeg")
+class OtherPrograms(Command):
+    def ffmpeg(self, *arguments, data=None):
+        done = subprocess.run(["ffmpeg", "-nostdin" if data is None else "-y", "-hide_banner", *map(str, arguments)],
+                              input=data, capture_output=True, timeout=60)
+        self.assertEqual(done.returncode, 0, done.stderr.decode())
+        return done
+
+    def test_streams_pass_through_pipes(self):
+        for pixels in ("yuv422p", "yuv422p10le", "yuv444p", "gray"):
+            y4m = self.ffmpeg("-f", "lavfi", "-i", "testsrc2=s=98x54:r=25", "-frames:v", 4, "-pix_fmt", pixels, "-strict",
+                              -1, "-f", "yuv4mpegpipe", "-").stdout
+            done = subprocess.run([QZIL, "run", "copy", "-", "-o", "-", "--jobs", "2"], input=y4m, capture_output=True,
+                                  timeout=60)
+            back = self.ffmpeg("-i", "-", "-pix_fmt", pixels, "-f", "rawvideo", "-", data=done.stdout).stdout
+            self.assertEqual(back, self.ffmpeg("-i", "-", "-pix_fmt", pixels, "-f", "rawvideo", "-", data=y4m).stdout)
+
+    def test_field_order_survives(self):
+        for first, name in (("top", "TFF"), ("bottom", "BFF")):
+            clip, out = self.folder / "clip.y4m", self.folder / "out.y4m"
+            self.qzil("pan", SAMPLES / "cliff.png", "--size", "360,288", "--interlaced", first, "--frames", 12, "-o", clip)
+            self.qzil("run", "blend", clip, SAMPLES / "mask.png", "--alpha", 0.2, "--size", "360,288", "-o", out)
+            report = self.ffmpeg("-i", out, "-vf", "idet", "-f", "null", "-").stderr.decode()
+            counts = dict(re.findall(r"(TFF|BFF|Progressive): *(\d+)", report.split("Multi frame detection")[1]))
+            self.assertGreaterEqual(int(counts[name]), 11, report)
 
 
 class Sheets(Command):

@@ -1,23 +1,28 @@
 #include "command.h"
 
+#include <cctype>
 #include <cstring>
 
 namespace qzil::command {
 
-media::Picture ReadInput(std::string const& path) {
-    try {
-        return media::ReadPicture(path);
-    } catch (media::MediaError const& error) {
-        throw Failure(kUnreadable, error.what());
+std::optional<GUID> FormatNamed(std::string const& text) {
+    auto const capitals = [](std::string name) {
+        for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        return name.starts_with("MFIF_") ? name : "MFIF_" + name;
+    };
+    std::string const wanted = capitals(text);
+    for (NamedFormat const& known : AllFormats()) {
+        if (capitals(known.pName) == wanted) return known.oFormat;
     }
+    return {};
+}
+
+media::Picture ReadInput(std::string const& path) {
+    return WithCode(kUnreadable, [&] { return media::ReadPicture(path); });
 }
 
 void WriteOutput(std::string const& path, media::Picture const& picture) {
-    try {
-        media::WritePicture(path, picture);
-    } catch (media::MediaError const& error) {
-        throw Failure(kUnwritable, error.what());
-    }
+    WithCode(kUnwritable, [&] { media::WritePicture(path, picture); });
 }
 
 double SampleOf(media::Picture const& picture, int x, int y, int channel) {

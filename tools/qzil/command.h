@@ -5,6 +5,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -26,6 +27,19 @@ struct Failure : std::runtime_error {
     ExitCode eCode;
 };
 
+/// Runs a step; an error of the media layer becomes a Failure, with a word in front.
+template <class Step>
+auto WithCode(ExitCode code, Step step, std::string const& prefix = "") {
+    try {
+        return step();
+    } catch (media::MediaError const& error) {
+        throw Failure(code, prefix + error.what());
+    }
+}
+
+/// The format of a name in capital or small letters, with or without MFIF_ in front; nothing for other texts.
+std::optional<GUID> FormatNamed(std::string const& text);
+
 media::Picture ReadInput(std::string const& path);
 void WriteOutput(std::string const& path, media::Picture const& picture);
 /// A sample with 1.0 as full scale.
@@ -40,5 +54,7 @@ void AddRun(CLI::App& app, int& result);
 void AddDiff(CLI::App& app, int& result);
 void AddHash(CLI::App& app, int& result);
 void AddSheet(CLI::App& app, int& result);
+void AddConvert(CLI::App& app, int& result);
+void AddPan(CLI::App& app, int& result);
 
 }  // namespace qzil::command

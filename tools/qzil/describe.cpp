@@ -1,5 +1,6 @@
 #include "catalog/catalog.h"
 #include "command.h"
+#include "media/convert.h"
 #include "qzil/image/formats.h"
 
 #include <cstdio>
@@ -8,6 +9,24 @@
 namespace qzil::command {
 
 namespace {
+
+void DescribeFormats(catalog::Entry const& entry) {
+    // The others are for hosts that hold such images.
+    std::printf("\nformats (* = for --format of qzil run):\n");
+    for (GUID const& format : entry.oFormats) {
+        std::printf("  %c %s\n", media::HoldsPictures(format) ? '*' : ' ', FormatName(format));
+    }
+}
+
+void DescribePairs(catalog::Entry const& entry) {
+    std::printf("\nformats, for qzil convert:\n");
+    GUID from{};
+    for (catalog::FormatPair const& pair : entry.oPairs) {
+        if (!(pair.oFrom == from)) std::printf("  %s ->\n", FormatName(pair.oFrom));
+        std::printf("      %s\n", FormatName(pair.oTo));
+        from = pair.oFrom;
+    }
+}
 
 void Describe(std::string const& name) {
     catalog::Entry const* const pEntry = catalog::Find(name);
@@ -21,11 +40,7 @@ void Describe(std::string const& name) {
         std::printf("  --%s  %s\n      %s; default %s\n", parameter.sName.c_str(), parameter.sHelp.c_str(),
                     catalog::Allowed(parameter).c_str(), parameter.sDefault.c_str());
     }
-    // Video and other formats are for hosts that hold such images.
-    std::printf("\nformats (* = for --format of qzil run):\n");
-    for (GUID const& format : pEntry->oFormats) {
-        std::printf("  %c %s\n", Contains(media::WorkingFormats(), format) ? '*' : ' ', FormatName(format));
-    }
+    pEntry->oPairs.empty() ? DescribeFormats(*pEntry) : DescribePairs(*pEntry);
 }
 
 }  // namespace

@@ -17,6 +17,8 @@ void CatchInterrupts() {
     struct sigaction action = {};
     action.sa_handler = [](int) { s_iInterrupted = 1; };
     sigaction(SIGINT, &action, nullptr);
+    // A broken pipe is an error of the write, which has a sentence and an exit code.
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 int volatile* InterruptFlag() {

@@ -13,13 +13,13 @@ constexpr char kFooter[] =
     "  0    ok\n"
     "  1    diff found differences\n"
     "  2    wrong usage: an argument is unknown, missing or out of its range\n"
-    "  3    an input cannot be read\n"
+    "  3    an input cannot be read, or videos do not end together\n"
     "  4    the effect refused its images or parameters, or memory ran out\n"
-    "  5    the output cannot be written\n"
-    "  130  interrupted; nothing was written\n";
+    "  5    the output cannot be written, or its reader went away\n"
+    "  130  interrupted; no file was written\n";
 
 int Fail(ExitCode code, char const* sentence) {
-    if (IsInterrupted()) {
+    if (IsInterrupted() && code != kInterrupted) {
         std::fputs("qzil: interrupted; nothing was written.\n", stderr);
         return kInterrupted;
     }
@@ -34,7 +34,8 @@ int main(int argc, char** argv) {
     int result = kOk;
     app.require_subcommand(1);
     app.footer(kFooter);
-    for (auto const add : {AddList, AddDescribe, AddInfo, AddRun, AddDiff, AddHash, AddSheet}) add(app, result);
+    for (auto const add : {AddList, AddDescribe, AddInfo, AddRun, AddDiff, AddHash, AddSheet, AddConvert, AddPan})
+        add(app, result);
     CatchInterrupts();
     try {
         app.parse(argc, argv);

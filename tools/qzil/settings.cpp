@@ -3,10 +3,10 @@
 #include "command.h"
 #include "qzil/image/formats.h"
 #include "qzil/kernel/levels.h"
+#include "video_options.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
 
 namespace qzil::command {
@@ -15,10 +15,12 @@ namespace {
 
 /// Far beyond any picture, and far from the end of the numbers.
 constexpr int kFarthest = 1 << 20;
+constexpr int kMostJobs = 256;
 
 /// The options of every effect, as texts; empty when not given.
 struct Texts {
     std::string sFormat, sMaskRect, sRoi, sOffset, sSize, sInputOffset, sDominant, sField, sDefaultColor, sCpu;
+    std::string sJobs, sFrames, sProgress, sMatrix, sRate;
     std::vector<std::string> oParameters;
 };
 
@@ -78,17 +80,15 @@ std::optional<bool> ParseWord(catalog::Entry const& entry, char const* option, s
     return text == second;
 }
 
-std::optional<GUID> ParseFormat(catalog::Entry const& entry, std::string name) {
+std::optional<GUID> ParseFormat(catalog::Entry const& entry, std::string const& name) {
     if (name.empty()) return {};
-    std::string const text = name;
-    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    if (!name.starts_with("MFIF_")) name = "MFIF_" + name;
+    auto const format = FormatNamed(name);
+    if (format && Contains(entry.oFormats, *format)) return format;
     std::string possible = "one of";
-    for (GUID const& format : UsableFormats(entry)) {
-        if (name == FormatName(format)) return format;
-        possible += (possible.ends_with(" of") ? " " : ", ") + std::string(FormatName(format));
+    for (GUID const& known : entry.oFormats) {
+        possible += (possible.ends_with(" of") ? " " : ", ") + std::string(FormatName(known));
     }
-    throw Refusal(entry, "--format", text, possible);
+    throw Refusal(entry, "--format", name, possible);
 }
 
 qzILColor ParseDefaultColor(catalog::Entry const& entry, std::string const& text) {
@@ -107,16 +107,61 @@ void ForceLevel(catalog::Entry const& entry, std::string const& text) {
     }
 }
 
+/// A whole number from 1 to `most`.
+std::optional<int> ParseCount(catalog::Entry const& entry, char const* option, std::string const& text, int most) {
+    if (text.empty()) return {};
+    auto const number = ParseIntegers<1>(text);
+    if (!number || (*number)[0] < 1 || (*number)[0] > most) {
+        throw Refusal(entry, option, text, "a whole number from 1 to " + std::to_string(most));
+    }
+    return (*number)[0];
+}
+
+SequenceSettings ParseSequence(catalog::Entry const& entry, Texts const& texts) {
+    SequenceSettings sequence;
+    sequence.iJobs = ParseCount(entry, "--jobs", texts.sJobs, kMostJobs).value_or(1);
+    if (auto const frames = ParseCount(entry, "--frames", texts.sFrames, kFarthest)) sequence.oFrames = *frames;
+    ParseWord(entry, "--matrix", texts.sMatrix, "601", "709");
+    sequence.sMatrix = texts.sMatrix;
+    if (!texts.sRate.empty()) sequence.oRate = ParseRate(texts.sRate);
+    if (!texts.sRate.empty() && !sequence.oRate) {
+        throw Refusal(entry, "--rate", texts.sRate, "frames a second, such as 25 or 30000:1001");
+    }
+    auto const mode = Progress::ParseMode(texts.sProgress.empty() ? "auto" : texts.sProgress);
+    if (!mode) throw Refusal(entry, "--progress", texts.sProgress, "auto, bar, lines, json or off");
+    sequence.eProgress = *mode;
+    return sequence;
+}
+
 std::string InputNames(catalog::Entry const& entry, char const* between) {
     std::string names;
     for (catalog::Input const& input : entry.oInputs) names += (names.empty() ? "" : between) + input.sName;
     return names;
 }
 
+void AddText(CLI::App& app, char const* group, char const* name, std::string& text, char const* help) {
+    app.add_option(name, text, help)->group(group)->check([](std::string const& value) {
+        return value.empty() ? std::string("an empty value is given") : std::string();
+    });
+}
+
+void AddSequenceOptions(CLI::App& app, Settings& settings, Texts& texts) {
+    char const* const video = "Video";
+    AddText(app, video, "--jobs", texts.sJobs, "Frames to work on side by side (default 1)");
+    AddText(app, video, "--frames", texts.sFrames, "Number of frames to make");
+    AddText(app, video, "--rate", texts.sRate, "Frames a second of a video made of pictures (default 25)");
+    AddText(app, video, "--matrix", texts.sMatrix, "601 or 709 (default 709 from 1280 columns or 720 lines on)");
+    AddText(app, video, "--progress", texts.sProgress, "auto, bar, lines, json or off, on the error output");
+    app.add_flag("--shortest", settings.oSequence.bShortest, "End with the shortest video")->group(video);
+}
+
 void AddOptions(CLI::App& app, Settings& settings, Texts& texts) {
     catalog::Entry const& entry = *settings.pEntry;
-    app.add_option("INPUT", settings.oInputs, "Input pictures: " + InputNames(entry, " "));
-    app.add_option("-o,--output", settings.sOutput, "Picture to write: .png, .tif or .tiff")->required();
+    app.add_option("INPUT", settings.oInputs,
+                   "Input pictures or y4m videos, - for the standard input: " + InputNames(entry, " "));
+    app.add_option("-o,--output", settings.sOutput,
+                   "Picture to write: .png, .tif or .tiff; video: .y4m or - for the standard output")
+        ->required();
 
     texts.oParameters.resize(entry.oParameters.size());
     for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
@@ -125,11 +170,9 @@ void AddOptions(CLI::App& app, Settings& settings, Texts& texts) {
         app.add_option("--" + parameter.sName, texts.oParameters[i], help)->group("Parameters");
     }
 
-    std::string const frame = "Every effect";
+    char const* const frame = "Every effect";
     auto const add = [&](char const* name, std::string& text, char const* help) {
-        app.add_option(name, text, help)->group(frame)->check([](std::string const& value) {
-            return value.empty() ? std::string("an empty value is given") : std::string();
-        });
+        AddText(app, frame, name, text, help);
     };
     add("--format", texts.sFormat, "Working format, such as RGBA_RAW_64 (qzil describe lists them)");
     add("--mask", settings.sMask, "Picture whose grey says how much of the effect each pixel gets");
@@ -144,24 +187,34 @@ void AddOptions(CLI::App& app, Settings& settings, Texts& texts) {
         "Colour of output pixels that have no input pixel (default 0,0,0,0)");
     add("--cpu", texts.sCpu, "baseline or v3: instruction set to use");
     app.add_flag("--time", settings.bTime, "Print the effect's time")->group(frame);
+    AddSequenceOptions(app, settings, texts);
     if (!entry.bTwoInputs) return;
     add("--input-offset", texts.sInputOffset, "X,Y: where input b lies in input a (default 0,0)");
     add("--dominant", texts.sDominant, "a or b: the input that decides which pixels exist (default a)");
 }
 
-std::vector<catalog::Value> ParseValues(catalog::Entry const& entry, CLI::App const& app,
-                                        std::vector<std::string> const& texts) {
-    std::vector<catalog::Value> values;
+/// One value, or two around "..": a ramp of a real parameter.
+catalog::Value ParseValueOrRamp(Settings& settings, std::size_t index, std::string const& text) {
+    catalog::Parameter const& parameter = settings.pEntry->oParameters[index];
+    std::size_t const dots = text.find("..");
+    if (parameter.eKind != catalog::Kind::Real || dots == std::string::npos) return ParseValue(parameter, text);
+    catalog::Value const from = ParseValue(parameter, text.substr(0, dots));
+    catalog::Value const to = ParseValue(parameter, text.substr(dots + 2));
+    settings.oRamps.push_back({index, std::get<double>(from), std::get<double>(to)});
+    return from;
+}
+
+void ParseValues(Settings& settings, CLI::App const& app, std::vector<std::string> const& texts) {
+    catalog::Entry const& entry = *settings.pEntry;
     try {
         for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
             catalog::Parameter const& parameter = entry.oParameters[i];
             bool const given = app.count("--" + parameter.sName) != 0;
-            values.push_back(given ? ParseValue(parameter, texts[i]) : parameter.oDefault);
+            settings.oValues.push_back(given ? ParseValueOrRamp(settings, i, texts[i]) : parameter.oDefault);
         }
     } catch (std::invalid_argument const& error) {
         throw Failure(kWrongUsage, error.what());
     }
-    return values;
 }
 
 void CheckCounts(Settings const& settings) {
@@ -221,7 +274,10 @@ std::optional<Settings> ParseSettings(catalog::Entry const& entry, std::vector<s
                       entry.sName + ": " + error.what() + " (qzil run " + entry.sName + " --help tells more)");
     }
     CheckCounts(settings);
-    settings.oValues = ParseValues(entry, app, texts.oParameters);
+    ParseValues(settings, app, texts.oParameters);
+    bool const shortest = settings.oSequence.bShortest;
+    settings.oSequence = ParseSequence(entry, texts);
+    settings.oSequence.bShortest = shortest;
     settings.oFormat = ParseFormat(entry, texts.sFormat);
     settings.oMaskRect = ParseBox(entry, "--mask-rect", texts.sMaskRect);
     settings.oRoi = ParseBox(entry, "--roi", texts.sRoi);

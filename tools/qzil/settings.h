@@ -1,6 +1,8 @@
 #pragma once
 
 #include "catalog/catalog.h"
+#include "media/y4m_header.h"
+#include "progress.h"
 #include "qzil/image/core_values.h"
 
 #include <optional>
@@ -9,6 +11,23 @@
 
 namespace qzil::command {
 
+/// A parameter that runs from one value at the first frame to another at the last.
+struct Ramp {
+    std::size_t uParameter;
+    double dfFrom;
+    double dfTo;
+};
+
+/// What a user asks of a sequence of frames.
+struct SequenceSettings {
+    int iJobs = 1;
+    std::optional<long long> oFrames;
+    bool bShortest = false;
+    Progress::Mode eProgress = Progress::Mode::kAuto;
+    std::string sMatrix;  ///< 601, 709, or empty for what the size says
+    std::optional<media::Y4mRatio> oRate;
+};
+
 /// What a user asks of an effect. Coordinates are those of the shown picture: from the top left, y downward.
 struct Settings {
     catalog::Entry const* pEntry = nullptr;
@@ -16,6 +35,8 @@ struct Settings {
     std::string sOutput;
     std::string sMask;
     std::vector<catalog::Value> oValues;  ///< one for each parameter
+    std::vector<Ramp> oRamps;
+    SequenceSettings oSequence;
     std::optional<GUID> oFormat;
     std::optional<qzILBbox2l> oMaskRect;
     std::optional<qzILBbox2l> oRoi;

@@ -1,0 +1,82 @@
+#include "media/convert.h"
+
+#include "qzil/image/image_helper.h"
+#include "qzil/image/image_ops.h"
+#include "tests/media/media_support.h"
+
+#include <cmath>
+
+namespace qzil::media::test {
+namespace {
+
+TEST(Convert, EveryReachableFormatShowsThePicture) {
+    // Soft in both directions, so that shared chroma loses little; no two corners alike.
+    Picture source(16, 6, 4, 8);
+    for (int y = 0; y < 6; ++y) {
+        for (int x = 0; x < 16; ++x) {
+            unsigned char* const pOut = source.Row(y) + 4 * x;
+            pOut[0] = static_cast<unsigned char>(60 + 4 * x);
+            pOut[1] = static_cast<unsigned char>(90 + 8 * y);
+            pOut[2] = static_cast<unsigned char>(150 - 3 * x);
+            pOut[3] = 255;
+        }
+    }
+    int reached = 0;
+    for (NamedFormat const& known : AllFormats()) {
+        GUID const& format = known.oFormat;
+        if (!HoldsPictures(format)) continue;
+        SCOPED_TRACE(known.pName);
+        ++reached;
+        // Through 16-bit, float and grey pictures back to 8 bits.
+        Picture const shown = FromImage(*ToImage(source, format).Get());
+        Picture const back = FromImage(*ToImage(shown, MFIF_RGBA_RAW_32).Get());
+        ASSERT_EQ(back.iWidth, 16);
+        double worst = 0.0;
+        for (std::size_t i = 0; i < back.oBytes.size(); i += 4) {
+            auto const luma = [&](Picture const& picture) {
+                unsigned char const* const p = picture.oBytes.data() + i;
+                return 0.299 * p[0] + 0.587 * p[1] + 0.114 * p[2];
+            };
+            worst = std::max(worst, std::abs(luma(back) - luma(source)));
+            if (IsFormatMono(format)) continue;
+            for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(back.oBytes[i + c], source.oBytes[i + c], 8) << i;
+        }
+        EXPECT_LE(worst, 2.5);
+    }
+    EXPECT_GE(reached, 60);
+}
+
+TEST(Convert, FourSamplesAPixelKeepTheirChroma) {
+    struct Case {
+        GUID oFormat;
+        double dfKr, dfKb;
+    };
+    for (Case const& c :
+         {Case{MFIF_CbYCrA_FLOAT_4444, 0.299, 0.114}, Case{MFIF_CbYCr709A_FLOAT_4444, 0.2126, 0.0722}}) {
+        Ref<IXFImage> image;
+        ASSERT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, 2, 2, c.oFormat, image.Out()), 0);
+        // The two pixels of a line have chroma of their own.
+        float const pixels[2][4] = {{0.25f, 0.5f, -0.125f, 1.0f}, {-0.5f, 0.75f, 0.5f, 0.5f}};
+        for (int y = 0; y < 2; ++y) std::memcpy(qzILImageHelper(image.Get()).GetPixelPtr(0, y), pixels, sizeof pixels);
+        Ref<IXFImage> const rgba = Convert(*image.Get(), MFIF_RGBA_FLOAT);
+        auto const* const pOut = reinterpret_cast<float const*>(qzILImageHelper(rgba.Get()).GetPixelPtr(0, 1));
+        for (int x = 0; x < 2; ++x) {
+            auto const [cb, y, cr, a] = pixels[x];
+            double const r = y + 2.0 * (1.0 - c.dfKr) * double{cr}, b = y + 2.0 * (1.0 - c.dfKb) * double{cb};
+            double const g = (y - c.dfKr * r - c.dfKb * b) / (1.0 - c.dfKr - c.dfKb);
+            EXPECT_NEAR(double{pOut[4 * x]}, r, 1e-4);
+            EXPECT_NEAR(double{pOut[4 * x + 1]}, g, 1e-4);
+            EXPECT_NEAR(double{pOut[4 * x + 2]}, b, 1e-4);
+            EXPECT_EQ(pOut[4 * x + 3], a);
+        }
+    }
+}
+
+TEST(Convert, OneFormatIsTheSameImage) {
+    Ref<IXFImage> const image = ToImage(Picture(3, 3, 1, 8), MFIF_MONO_RAW_8);
+    EXPECT_EQ(Convert(*image.Get(), MFIF_MONO_RAW_8).Get(), image.Get());
+    EXPECT_FALSE(CanConvert(MFIF_RGBA_RAW_32, MFIF_RGB_JPEG_24));
+}
+
+}  // namespace
+}  // namespace qzil::media::test

@@ -1,0 +1,138 @@
+#include "effect_run.h"
+
+#include "interrupt.h"
+#include "qzil/frame/image_utils.h"
+#include "qzil/image/image_ops.h"
+
+namespace qzil::command {
+
+namespace {
+
+/// A rectangle of a shown picture in the library's lines, which count from the bottom.
+qzILBbox2l Flipped(qzILBbox2l const& box, int height) {
+    return {box.Origin.x, height - box.Origin.y - box.Size.y, box.Size.x, box.Size.y};
+}
+
+std::string BoxText(qzILBbox2l const& box) {
+    return std::to_string(box.Origin.x) + "," + std::to_string(box.Origin.y) + "," + std::to_string(box.Size.x) + "," +
+           std::to_string(box.Size.y);
+}
+
+GUID MaskFormat(GUID const& format) {
+    switch (GetChannelTypeFromFormat(format)) {
+        case XFChannelTypeUInt16: return MFIF_MONO_RAW_16;
+        case XFChannelTypeS2_14: return MFIF_MONO_S2_14;
+        case XFChannelTypeFloat: return MFIF_MONO_FLOAT;
+        default: return MFIF_MONO_RAW_8;
+    }
+}
+
+}  // namespace
+
+Ref<IXFImage> MakeImage(catalog::Entry const& entry, media::Picture const& picture, GUID const& format) {
+    return NamingEffect(entry, [&] { return media::ToImage(picture, format); });
+}
+
+EffectRun::EffectRun(Settings const& settings, GUID const& format, std::vector<qzILVector2l> const& sizes,
+                     media::Picture const& mask)
+    : m_oSettings(settings),
+      m_oInstance(settings.pEntry->Make()),
+      m_oFormat(format),
+      m_oInputSize(sizes[0]),
+      m_oOutputSize(settings.oSize.value_or(m_oInputSize)) {
+    for (std::size_t i = 0; i < settings.oValues.size(); ++i) m_oInstance.Set(i, settings.oValues[i]);
+    SetRegion(sizes);
+    SetMask(mask);
+    SetMode();
+    Effect().SetDefaultColor(settings.oDefaultColor);
+    Effect().SetInterruptFct(nullptr, InterruptFlag());
+}
+
+Ref<IXFImage> EffectRun::MakeOutput() const {
+    Ref<IXFImage> output;
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_oOutputSize.x, m_oOutputSize.y, m_oFormat, output.Out()) < 0) {
+        throw Failure(kRefused, Entry().sName + ": there is not enough memory for an output of " +
+                                    SizeText(m_oOutputSize.x, m_oOutputSize.y) + " pixels.");
+    }
+    return output;
+}
+
+/// Without an offset, a region stays in its place when the output is as large as the input, and goes to the top left
+/// otherwise. Without a region, all is processed that finds room.
+void EffectRun::SetRegion(std::vector<qzILVector2l> const& sizes) {
+    bool const inPlace = m_oSettings.oRoi && m_oOutputSize == m_oInputSize;
+    qzILVector2l const offset = m_oSettings.oOffset.value_or(inPlace ? m_oSettings.oRoi->Origin : qzILVector2l());
+    qzILVector2l const room = m_oOutputSize - offset;
+    qzILBbox2l const roi = m_oSettings.oRoi.value_or(qzILBbox2l(0, 0, room.x, room.y));
+    std::string const output = "the output of " + SizeText(m_oOutputSize.x, m_oOutputSize.y) + " pixels.";
+    std::string const place = std::to_string(offset.x) + "," + std::to_string(offset.y);
+    if (offset.x < 0 || offset.y < 0 || room.x < 1 || room.y < 1) {
+        throw Failure(kRefused, Entry().sName + ": --offset is '" + place + "', but takes a place inside " + output);
+    }
+    if (roi.Size.x > room.x || roi.Size.y > room.y) {
+        throw Failure(kRefused, Entry().sName + ": --roi is '" + BoxText(roi) + "', but takes a region that fits at " +
+                                    place + " into " + output);
+    }
+    Effect().SetROI(Flipped(roi, m_oInputSize.y));
+    m_bCoversOutput = roi.Size == m_oOutputSize && !m_oSettings.oEvenField;
+    Effect().SetOutputOffset(Flipped({offset.x, offset.y, roi.Size.x, roi.Size.y}, m_oOutputSize.y).Origin);
+    if (!Entry().bTwoInputs) return;
+    qzILVector2l const& placeB = m_oSettings.oInputOffset;
+    m_oInstance.SetInputOffset(Flipped({placeB.x, placeB.y, sizes[1].x, sizes[1].y}, m_oInputSize.y).Origin);
+    if (m_oSettings.oDominantB) m_oInstance.SetDominant(*m_oSettings.oDominantB);
+}
+
+void EffectRun::SetMask(media::Picture const& picture) {
+    bool const hasMask = !m_oSettings.sMask.empty();
+    if (!hasMask && !m_oSettings.oMaskRect) return;
+    qzILVector2l const size = hasMask ? qzILVector2l(picture.iWidth, picture.iHeight) : m_oInputSize;
+    qzILBbox2l const rectangle = m_oSettings.oMaskRect.value_or(qzILBbox2l(0, 0, size.x, size.y));
+    if (hasMask && !(rectangle.Size == size)) {
+        throw Failure(kRefused, Entry().sName + ": --mask-rect is '" + BoxText(rectangle) +
+                                    "', but takes the size of the mask, " + SizeText(size.x, size.y) + " pixels.");
+    }
+    if (!m_oSettings.oMaskRect && !(size == m_oInputSize)) {
+        throw Failure(kRefused, Entry().sName + ": --mask is a picture of " + SizeText(size.x, size.y) +
+                                    " pixels, but takes the size of the first input, " +
+                                    SizeText(m_oInputSize.x, m_oInputSize.y) +
+                                    ", unless --mask-rect says where it lies.");
+    }
+    if (hasMask) m_oMask = MakeImage(Entry(), picture, MaskFormat(m_oFormat));
+    Effect().SetMask(Flipped(rectangle, m_oInputSize.y), m_oMask.Get(), XFImageChannelMono);
+}
+
+void EffectRun::SetMode() {
+    unsigned mode = *ChannelBits(m_oSettings.sChannels, m_oFormat);
+    if (m_oSettings.oEvenField) {
+        // The library counts lines from the bottom: the top line is even when the height is odd.
+        bool const even = *m_oSettings.oEvenField == (m_oOutputSize.y % 2 == 1);
+        mode |= even ? kModeSkipOddLines : kModeSkipEvenLines;
+    }
+    Effect().SetProcessingMode(mode);
+}
+
+void EffectRun::FillSurroundings(IXFImage& input, IXFImage& output) const {
+    if (m_bCoversOutput) return;
+    if (m_oOutputSize == m_oInputSize) {
+        qzILCopyImage(&input, &output, nullptr, nullptr, 0);
+    } else {
+        qzILFillImageWithColor(&output, {0.0, 0.0, 0.0, 0.0}, kModeAllChannels, nullptr, nullptr);
+    }
+}
+
+std::chrono::duration<double> EffectRun::Execute(std::span<Ref<IXFImage> const> inputs, IXFImage& output) {
+    using Clock = std::chrono::steady_clock;
+    auto const refuse = [this] { return Failure(kRefused, catalog::ErrorSentence(Entry(), Effect().GetLastError())); };
+    for (std::size_t i = 0; i < inputs.size(); ++i) m_oInstance.SetInput(i, inputs[i].Get());
+    FillSurroundings(*inputs[0].Get(), output);
+    Effect().SetOutputImg(&output);
+    if (Effect().Verify() != 1) throw refuse();
+    auto const start = Clock::now();
+    if (Effect().Execute() != 1) throw refuse();
+    auto const time = Clock::now() - start;
+    // An interrupted effect succeeds with an incomplete picture.
+    if (IsInterrupted()) throw Failure(kInterrupted, "interrupted; nothing was written.");
+    return time;
+}
+
+}  // namespace qzil::command
