@@ -126,6 +126,7 @@ struct Entry {
     std::vector<Parameter> oParameters;
     bool bMaskRequired = false;
     bool bTwoInputs = false;  ///< has a dominant input and an input offset
+    bool bUpdates = false;    ///< leaves parts of the output as they are: hosts copy the input there first
     std::unique_ptr<qzILImgProc> (*pCreate)() = nullptr;
 
     /// A new effect with every parameter at its default. The entry must outlive it.

@@ -4,10 +4,22 @@
 #include "qzil/convert/rgba_to_ycca.h"
 #include "qzil/convert/ycc_layouts.h"
 #include "qzil/convert/ycca_to_rgba.h"
+#include "qzil/pixel/channels.h"
 
 namespace qzil::catalog {
 
 namespace {
+
+std::vector<Choice> Channels() {
+    return {
+        {"red", XFImageChannel0}, {"green", XFImageChannel1}, {"blue", XFImageChannel2}, {"alpha", XFImageChannel3}};
+}
+
+std::vector<Choice> ChannelsOrAll() {
+    std::vector<Choice> channels = Channels();
+    channels.push_back({"all", kModeAllChannels});
+    return channels;
+}
 
 constexpr char kDitherHelp[] = "carries rounding errors along the line to 8 bits";
 
@@ -60,6 +72,18 @@ std::vector<Entry> ConvertEffects() {
         Effect<qzILHLSA2RGBA>("hlsa-to-rgba", "convert", "Hue, lightness, saturation to red, green, blue")
             .Pairs(qzILHLSA2RGBA::Converts)
             .Input("input", &qzILHLSA2RGBA::SetInputImg),
+
+        Effect<qzILExtractChannel>("extract-channel", "convert", "One channel of a picture as a mono picture")
+            .Pairs(qzILExtractChannel::Converts)
+            .Input("input", &qzILExtractChannel::SetInputImg)
+            .Choice("channel", &qzILExtractChannel::SetChannel, Channels(), "red", "the channel taken"),
+
+        Effect<qzILInsertChannel>("insert-channel", "convert",
+                                  "A mono picture as a channel of a picture, or as all four")
+            .Pairs(qzILInsertChannel::Converts)
+            .Input("input", &qzILInsertChannel::SetInputImg)
+            .Choice("channel", &qzILInsertChannel::SetChannel, ChannelsOrAll(), "red", "the channel written")
+            .Updates(),
     };
 }
 

@@ -48,6 +48,11 @@ public:
         return *this;
     }
 
+    Effect& Updates() {
+        m_oEntry.bUpdates = true;
+        return *this;
+    }
+
     Effect& MaskRequired() {
         m_oEntry.bMaskRequired = true;
         return *this;

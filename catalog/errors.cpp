@@ -38,6 +38,7 @@ constexpr Row kRows[] = {
     {0x10018, "a look-up table is absent; set one for every channel in the depth of the image"},
     {0x10033, "input and output are one image, which no conversion can work in; use a separate output"},
     {0x10034, "the image format is not one that this effect works in; choose one of its formats"},
+    {0x10035, "the channel is not one that can be taken; use 1, 2, 4 or 8, or 15 to insert into all"},
     {0x10059, "this effect needs a mask; give it one"},
     {0x1005A, "the alpha mode is not one of zero (1), full (2) and derived (3); choose one of them"},
     {0x10060,

@@ -1,5 +1,6 @@
 #include "catalog/effect.h"
 #include "qzil/pixel/blend.h"
+#include "qzil/pixel/channels.h"
 #include "qzil/pixel/color_blend.h"
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"
@@ -13,6 +14,8 @@ namespace qzil::catalog {
 namespace {
 
 constexpr Range kShare{0.0, 1.0};
+/// The 16-bit form that the effect lets through is one it does not write.
+constexpr GUID kChannelSwitchFormat = MFIF_RGBA_RAW_32;
 
 std::vector<Choice> AlphaModes() {
     return {{"zero", qzILAlphaZero}, {"full", qzILAlphaFull}, {"derived", qzILAlphaDerived}};
@@ -29,6 +32,21 @@ void SetAlphaB(qzILGeneralBlendImage& effect, double alpha) {
     double a = 0.0, b = 0.0;
     effect.GetAlphas(a, b);
     effect.SetAlphas(a, alpha);
+}
+
+/// The effect takes its four sources together.
+template <int kChannel>
+void SetSource(qzILChannelSwitch& effect, unsigned source) {
+    int sources[4];
+    effect.GetSourceChannels(sources);
+    sources[kChannel] = static_cast<int>(source);
+    effect.SetSourceChannels(sources);
+}
+
+std::vector<Choice> Sources() {
+    return {{"red", 0},         {"green", 1},    {"blue", 2},      {"alpha", 3}, {"not-red", 4},
+            {"not-green", 5},   {"not-blue", 6}, {"not-alpha", 7}, {"hue", 8},   {"lightness", 9},
+            {"saturation", 10}, {"zero", 11},    {"full", 12}};
 }
 
 }  // namespace
@@ -103,6 +121,21 @@ std::vector<Entry> PixelEffects() {
             .Flag("reverse", &qzILOutputAlpha::SetShowReverseFlag, "off", "shows transparency instead of opacity")
             .Choice("alpha-mode", &qzILOutputAlpha::SetAlphaMode, AlphaModes(), "full",
                     "alpha of the result: zero, full, or derived, the shown value"),
+
+        Effect<qzILGrayscaleImg>("grayscale", "pixel", "Turns colour into luminance")
+            .Input("input", &qzILGrayscaleImg::SetInputImg),
+
+        Effect<qzILChannelSwitch>("channel-switch", "pixel", "Rebuilds each channel from a chosen source")
+            .Input("input", &qzILChannelSwitch::SetInputImg)
+            .Formats({&kChannelSwitchFormat, 1})
+            .Choice("red", SetSource<0>, Sources(), "red", "source of the first channel")
+            .Choice("green", SetSource<1>, Sources(), "green", "source of the second channel")
+            .Choice("blue", SetSource<2>, Sources(), "blue", "source of the third channel")
+            .Choice("alpha", SetSource<3>, Sources(), "alpha", "source of the fourth channel"),
+
+        Effect<qzILRGBA2Alpha>("rgba-to-alpha", "pixel", "Writes the luminance of a picture into its alpha")
+            .Input("input", &qzILRGBA2Alpha::SetInputImg)
+            .Updates(),
     };
 }
 

@@ -26,6 +26,7 @@
 #include "qzil/image/memory_pool.h"
 #include "qzil/image/pixel_math.h"
 #include "qzil/pixel/blend.h"
+#include "qzil/pixel/channels.h"
 #include "qzil/pixel/color_blend.h"
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"

@@ -29,6 +29,7 @@ struct ConvertTraits {
     bool bPairsIn = false;       ///< the input's pairs start at the even columns of its image
     bool bOrdered = false;       ///< a state goes along: lines and stretches in ascending order
     bool bPolls = false;         ///< the interrupt is asked after each line
+    bool bUpdates = false;       ///< results depend on what the output holds
     bool bAlphaOnly = false;     ///< the row function writes the alpha plane only
     bool bRegionLimits = false;  ///< reading ends with the processed box, else with the input image
 };

@@ -65,8 +65,8 @@ QZIL_INLINE Vector DotHalves(Vector a, Vector b) {
 #endif
 }
 
-/// Per 16 bits, the sum of the low byte times `low` and the high byte times `high`; the bytes are unsigned, the sum has to
-/// fit.
+/// Per 16 bits, the sum of the low byte times `low` and the high byte times `high`; the bytes are unsigned, the sum has
+/// to fit.
 QZIL_INLINE Vector16 DotBytes(Vector bytes, int low, int high) {
     int const weights = (low & 0xFF) | (high & 0xFF) << 8;
 #if defined(__AVX512BW__)

@@ -78,7 +78,9 @@ Call Plain(Entry const& entry, FormatPair const& pair, int width, int height) {
 template <class F>
 void ForEveryPair(F f) {
     for (Entry const& entry : Conversions()) {
-        for (FormatPair const& pair : entry.oPairs) f(entry, pair);
+        for (FormatPair const& pair : entry.oPairs) {
+            if (!entry.bUpdates) f(entry, pair);
+        }
     }
 }
 

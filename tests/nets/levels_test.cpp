@@ -73,7 +73,7 @@ class LevelsNet : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(LevelsNet, EveryWidthGivesTheBytesOfTheBaseline) {
     LevelGuard const guard;
-    catalog::Entry const& entry = catalog::Effects()[GetParam()];
+    catalog::Entry const& entry = NetEffects()[GetParam()];
     Random random(GetParam() + 1);
     for (GUID const& format : entry.oFormats) {
         for (int width = 1; width <= 67 && !HasFatalFailure(); ++width) CheckWidth(entry, format, width, 2, random);
@@ -82,9 +82,9 @@ TEST_P(LevelsNet, EveryWidthGivesTheBytesOfTheBaseline) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Effects, LevelsNet, testing::Range<std::size_t>(0, catalog::Effects().size()),
+INSTANTIATE_TEST_SUITE_P(Effects, LevelsNet, testing::Range<std::size_t>(0, NetEffects().size()),
                          [](auto const& instance) {
-                             std::string name = catalog::Effects()[instance.param].sName;
+                             std::string name = NetEffects()[instance.param].sName;
                              std::replace(name.begin(), name.end(), '-', '_');
                              return name;
                          });

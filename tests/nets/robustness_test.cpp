@@ -28,7 +28,7 @@ Scene DemandingScene(catalog::Entry const& entry, GUID const& format) {
 }
 
 TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
-    for (catalog::Entry const& entry : catalog::Effects()) {
+    for (catalog::Entry const& entry : NetEffects()) {
         for (GUID const& format : entry.oFormats) {
             Scene const scene = DemandingScene(entry, format);
             Images const reference(scene);
@@ -72,7 +72,7 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
 }
 
 TEST(RobustnessNet, APlainFrameNeedsNoMemoryAndASecondBufferedOneAsksTheSystemForNothing) {
-    for (catalog::Entry const& entry : catalog::Effects()) {
+    for (catalog::Entry const& entry : NetEffects()) {
         for (GUID const& format : entry.oFormats) {
             Scene const plain = PlainScene(entry, format, 640, 48);
             Images const images(plain);
@@ -104,7 +104,7 @@ int CountPolls() {
 /// An interrupt ends with success; the lines done are those of a whole run, from the first on, and no other is touched.
 TEST(RobustnessNet, AnInterruptLeavesWholeLinesAndSucceeds) {
     constexpr int kHeight = 9;
-    for (catalog::Entry const& entry : catalog::Effects()) {
+    for (catalog::Entry const& entry : NetEffects()) {
         for (GUID const& format : entry.oFormats) {
             if (IsFormatSplitField(format) || IsFormatYCCA(format)) continue;
             Scene const scene = PlainScene(entry, format, 21, kHeight);
@@ -145,7 +145,7 @@ TEST(RobustnessNet, DistinctEffectsRunSideBySideOverSharedInputs) {
     constexpr int kRounds = 12;
     for (GUID const& format : {MFIF_RGBA_RAW_32, MFIF_RGBA_FLOAT, MFIF_CbYCrYA_24, MFIF_MONO_RAW_16}) {
         std::vector<Scene> scenes;
-        for (catalog::Entry const& entry : catalog::Effects()) {
+        for (catalog::Entry const& entry : NetEffects()) {
             if (Contains(entry.oFormats, format)) scenes.push_back(PlainScene(entry, format, 64, 33));
         }
         Images const shared(scenes.front());

@@ -138,8 +138,19 @@ std::vector<catalog::Value> RandomValues(catalog::Entry const& entry, Random& ra
     return values;
 }
 
+std::span<catalog::Entry const> NetEffects() {
+    static std::vector<catalog::Entry> const l_oEffects = [] {
+        std::vector<catalog::Entry> effects;
+        for (catalog::Entry const& entry : catalog::Effects()) {
+            if (!entry.bUpdates) effects.push_back(entry);
+        }
+        return effects;
+    }();
+    return l_oEffects;
+}
+
 Scene RandomScene(Random& random) {
-    auto const effects = catalog::Effects();
+    auto const effects = NetEffects();
     for (;;) {
         Scene scene;
         scene.pEntry = &effects[random.Below(static_cast<int>(effects.size()))];

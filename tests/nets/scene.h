@@ -9,6 +9,9 @@
 /// Scenes of catalogued effects, for tests that hold for every effect alike.
 namespace qzil::test {
 
+/// The effects whose output does not depend on what it held before.
+std::span<catalog::Entry const> NetEffects();
+
 /// One call of an effect. Images are described, not held, so that a scene can be run again and again.
 struct Scene {
     catalog::Entry const* pEntry = nullptr;

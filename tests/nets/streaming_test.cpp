@@ -27,7 +27,7 @@ TEST_P(StreamingNet, ALargeFrameEqualsItsStrips) {
                         mask = MakeRandomImage(MFIF_MONO_RAW_8, kWidth, kHeight, 4);
     Ref<IXFImage> const whole = MakeImage(format, kWidth, kHeight), strips = MakeImage(format, kWidth, kHeight);
     Random random(5);
-    for (catalog::Entry const& entry : catalog::Effects()) {
+    for (catalog::Entry const& entry : NetEffects()) {
         if (!Contains(entry.oFormats, format)) continue;
         for (unsigned const mode : {15u, 7u}) {
             Scene scene = PlainScene(entry, format, kWidth, kHeight);

@@ -112,7 +112,7 @@ void EffectRun::SetMode() {
 }
 
 void EffectRun::FillSurroundings(IXFImage& input, IXFImage& output) const {
-    if (m_bCoversOutput) return;
+    if (m_bCoversOutput && !Entry().bUpdates) return;
     if (m_oOutputSize == m_oInputSize) {
         qzILCopyImage(&input, &output, nullptr, nullptr, 0);
     } else {
