@@ -65,6 +65,8 @@ void CheckWidth(catalog::Entry const& entry, GUID const& format, int width, int 
             scene.uMaskChannel = variant == 2 ? XFImageChannel2 : XFImageChannelMono;
             scene.oMaskRect = scene.oRoi;
         }
+        // Some effects need all colour channels.
+        if (Prepare(scene, Images(scene)).Effect().Verify() != 1) scene.uMode |= 7u;
         CompareLevels(scene);
     }
 }
