@@ -47,7 +47,8 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
                     happened = failure.Happened();
                 }
                 CMFImage::s_pImageMemoryPool->ClearPool(0);
-                EXPECT_EQ(LiveBlocks(), before) << scene.Describe() << " allocation " << n;
+                // Blocks that earlier tests left in the pool may go; none may stay.
+                EXPECT_LE(LiveBlocks(), before) << scene.Describe() << " allocation " << n;
                 if (!happened) {
                     EXPECT_EQ(status, 1);
                     break;
