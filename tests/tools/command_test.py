@@ -604,7 +604,7 @@ class OtherPrograms(Command):
         scale = "scale=out_color_matrix=bt709:out_range=tv:flags=accurate_rnd+full_chroma_int+full_chroma_inp"
         theirs = self.ffmpeg("-i", photograph, "-vf", scale + ":sws_dither=none,format=yuv444p", "-f", "rawvideo",
                              "-").stdout
-        done = subprocess.run([QZIL, "convert", photograph, "--format", "CbYCrY709_16", "--matrix", "709", "-o", "-"],
+        done = subprocess.run([QZIL, "convert", photograph, "--format", "CbYCrY709_16", "-o", "-"],
                               capture_output=True, timeout=60)
         ours = self.ffmpeg("-i", "-", "-pix_fmt", "yuv422p", "-f", "rawvideo", "-", data=done.stdout).stdout
         pixels = side * side

@@ -61,6 +61,12 @@ private:
         return image;
     }
 
+    /// A format of YCC that was asked for last says what the written stream holds.
+    bool WritesRec709() const {
+        if (!m_oFormats.empty() && IsFormat601(m_oFormats.back())) return false;
+        return m_b709 || (!m_oFormats.empty() && IsFormat709(m_oFormats.back()));
+    }
+
     Ref<IXFImage> FrameImage(media::Y4mFrame& frame) {
         media::Y4mHeader const& header = m_oSource.pVideo->Header();
         auto const own = media::VideoFormats(header, m_b709);
@@ -124,7 +130,7 @@ private:
         media::Y4mHeader header = HeaderFor(format, m_oSource.Width(), m_oSource.Height());
         header.oRate = *ParseRate(m_oArguments.oVideo.sRate);
         media::Y4mFrame frame;
-        Refusing([&] { StoreFrame(image, m_b709, header, frame); });
+        Refusing([&] { StoreFrame(image, WritesRec709(), header, frame); });
         media::Y4mWriter writer = OpenWriter(header);
         for (int i = 0; i < m_oArguments.oVideo.iFrames; ++i) Write(writer, frame);
         WithCode(kUnwritable, [&] { writer.Finish(); });
@@ -141,7 +147,7 @@ private:
         media::Y4mFrame in, out;
         while (ReadFrame(in)) {
             out.sParameters = in.sParameters;
-            Refusing([&] { StoreFrame(*Through(FrameImage(in)).Get(), m_b709, header, out); });
+            Refusing([&] { StoreFrame(*Through(FrameImage(in)).Get(), WritesRec709(), header, out); });
             Write(writer, out);
         }
         WithCode(kUnwritable, [&] { writer.Finish(); });
