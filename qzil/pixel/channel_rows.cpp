@@ -11,156 +11,169 @@ using kernel::Row;
 using Pixel8 = u32 __attribute__((may_alias, aligned(1)));
 using Pixel16 = u64 __attribute__((may_alias, aligned(1)));
 
-constexpr u32 kAlpha8 = 0xFF000000u;
-constexpr u64 kAlpha16 = 0xFFFF000000000000u;
-
-/// (299 c0 + 587 c1 + 114 c2) / 1000. The quotient by 8 is divided by 125 in one product: up to 31875, 33555 / 2^22
-/// exceeds 1 / 125 by less than a fraction could show.
-QZIL_INLINE u32 Luminance(u32 pixel) {
-    u32 const sum = (pixel & 255u) * 299u + (pixel >> 8 & 255u) * 587u + (pixel >> 16 & 255u) * 114u;
-    return (sum >> 3) * 33555u >> 22;
+/// A thousandth, truncated, of sums from 0 to 2^26. 0.008f lies so little above 1/125 that up to 2^23 a product reaches
+/// an integer exactly where the quotient does.
+QZIL_INLINE Vector Thousandth(Vector sum) {
+    using Reals = float __attribute__((vector_size(kVectorBytes)));
+    return __builtin_convertvector(__builtin_convertvector(sum >> 3, Reals) * 0.008f, Vector);
 }
 
-/// The same of 16-bit channels: up to 8191875, 34359739 / 2^32 serves for 1 / 125.
-QZIL_INLINE u64 Luminance(u64 pixel) {
-    u64 const sum = (pixel & 0xFFFFu) * 299u + (pixel >> 16 & 0xFFFFu) * 587u + (pixel >> 32 & 0xFFFFu) * 114u;
-    return (sum >> 3) * 34359739u >> 32;
+/// The luminance of the pixels of a vector in each of their channels: of 8 bits a pixel is one lane, of 16 bits two.
+template <class T>
+QZIL_INLINE Vector Luminance(Vector pixels) {
+    if constexpr (sizeof(T) == 1) {
+        Vector const bytes = AllLanes(0xFF00FF);
+        Vector const redAndBlue = DotHalves(pixels & bytes, AllLanes(Halves(299, 114)));
+        Vector const y = Thousandth(redAndBlue + DotHalves(pixels >> 8 & bytes, AllLanes(Halves(587, 0))));
+        Vector const two = y | y << 8;
+        return two | two << 16;
+    } else {
+        // Products take signed halves: every sample goes down by 32768, the sum up by 1000 times that.
+        Vector const shifted = pixels ^ AllLanes(Halves(0x8000, 0x8000));
+        Vector const parts = DotHalves(shifted, EvenOddLanes(Halves(299, 587), Halves(114, 0)));
+        Vector64 const both = reinterpret_cast<Vector64>(parts);
+        Vector const y = Thousandth(parts + reinterpret_cast<Vector>(both << 32 | both >> 32) + 1000 * 32768);
+        return y | y << 16;
+    }
 }
 
-void Gray8(Row const& row, NoConstants const&) {
-    Pixel8* const out = static_cast<Pixel8*>(row.pOut);
-    Pixel8 const* const in = static_cast<Pixel8 const*>(row.pA);
-    ForEach(row.iPixels, [=](int i) {
-        u32 const pixel = in[i];
-        out[i] = Luminance(pixel) * 0x010101u | (pixel & kAlpha8);
-    });
+/// All bits set in the alpha of the pixels of a vector.
+template <class T>
+QZIL_INLINE Vector AlphaBits() {
+    return sizeof(T) == 1 ? AllLanes(Halves(0, 0xFF00)) : EvenOddLanes(0, Halves(0, 0xFFFF));
 }
 
-void Gray16(Row const& row, NoConstants const&) {
-    Pixel16* const out = static_cast<Pixel16*>(row.pOut);
-    Pixel16 const* const in = static_cast<Pixel16 const*>(row.pA);
-    ForEach(row.iPixels, [=](int i) {
-        u64 const pixel = in[i], y = Luminance(pixel);
-        out[i] = y | y << 16 | y << 32 | (pixel & kAlpha16);
+/// Calls op(place, bytes) for every vector of a line, the last one perhaps a part of one.
+template <class Op>
+QZIL_INLINE void ForVectors(int bytes, Op op) {
+    int i = 0;
+    for (; i + kVectorBytes <= bytes; i += kVectorBytes) op(i, kVectorBytes);
+    if (i < bytes) op(i, bytes - i);
+}
+
+QZIL_INLINE Vector LoadPart(u8 const* from, int bytes) {
+    Vector v{};
+    __builtin_memcpy(&v, from, static_cast<unsigned>(bytes));
+    return v;
+}
+
+template <class T>
+void Gray(Row const& row, NoConstants const&) {
+    auto* const out = Out<u8>(row.pOut);
+    auto const* const in = In<u8>(row.pA);
+    ForVectors(row.iPixels * 4 * static_cast<int>(sizeof(T)), [=](int i, int bytes) {
+        Vector const pixels = LoadPart(in + i, bytes), alpha = AlphaBits<T>();
+        Vector const gray = (Luminance<T>(pixels) & ~alpha) | (pixels & alpha);
+        __builtin_memcpy(out + i, &gray, static_cast<unsigned>(bytes));
     });
 }
 
 void GrayFloat(Row const& row, NoConstants const&) {
     auto* const out = Out<float>(row.pOut);
     auto const* const in = In<float>(row.pA);
-    ForEach(row.iPixels, [=](int i) {
-        float const y = 0.299f * in[4 * i] + 0.587f * in[4 * i + 1] + 0.114f * in[4 * i + 2], alpha = in[4 * i + 3];
-        out[4 * i] = y;
-        out[4 * i + 1] = y;
-        out[4 * i + 2] = y;
-        out[4 * i + 3] = alpha;
-    });
-}
-
-/// Alpha of the output by `mix` of the input's alpha, luminance and mask; a mask of 0 takes the whole input pixel.
-template <class Pixel, class T, class Mix>
-QZIL_INLINE void Alpha(Row const& row, Pixel alphaBits, int shift, Mix mix) {
-    auto* const out = static_cast<Pixel*>(row.pOut);
-    auto const* const in = static_cast<Pixel const*>(row.pA);
-    auto const* const mask = In<T>(row.pMask);
-    using Word = decltype(Luminance(in[0]));
-    if (!mask) {
-        ForEach(row.iPixels, [=](int i) { out[i] = (out[i] & ~alphaBits) | Luminance(Word{in[i]}) << shift; });
+    auto const luminance = [=](int i) { return 0.299f * in[4 * i] + 0.587f * in[4 * i + 1] + 0.114f * in[4 * i + 2]; };
+    if (!row.pMask) {
+        ForEach(row.iPixels, [=](int i) {
+            float const y = luminance(i), alpha = in[4 * i + 3];
+            out[4 * i] = out[4 * i + 1] = out[4 * i + 2] = y;
+            out[4 * i + 3] = alpha;
+        });
         return;
     }
+    auto const* const mask = In<float>(row.pMask);
     ForEach(row.iPixels, [=](int i) {
-        Word const pixel = in[i];
-        T const alpha = mix(static_cast<T>(pixel >> shift), static_cast<T>(Luminance(pixel)), mask[i]);
-        out[i] = mask[i] == 0 ? pixel : (out[i] & ~alphaBits) | static_cast<Word>(alpha) << shift;
+        float const y = luminance(i), m = mask[i];
+        for (int c = 0; c < 3; ++c) {
+            float const old = in[4 * i + c], mixed = MixFloat(old, y, m);
+            out[4 * i + c] = m <= 0.0f ? old : m >= 1.0f ? y : mixed;
+        }
+        out[4 * i + 3] = in[4 * i + 3];
     });
 }
 
-void Alpha8(Row const& row, NoConstants const&) {
-    Alpha<Pixel8, u8>(row, kAlpha8, 24, [](u8 p, u8 r, u8 m) { return MixNormMult(p, r, m); });
+QZIL_INLINE u8 Mix(u8 p, u8 r, u8 m) {
+    return MixNormMult(p, r, m);
+}
+QZIL_INLINE u16 Mix(u16 p, u16 r, u16 m) {
+    return Mix16(p, r, m);
 }
 
-void Alpha16(Row const& row, NoConstants const&) {
-    Alpha<Pixel16, u16>(row, kAlpha16, 48, [](u16 p, u16 r, u16 m) { return Mix16(p, r, m); });
+/// Pixel by pixel: masks come here only from hosts that did not ask Verify.
+template <class T>
+void ToAlphaMasked(Row const& row) {
+    auto* const out = Out<T>(row.pOut);
+    auto const* const in = In<T>(row.pA);
+    auto const* const mask = In<T>(row.pMask);
+    int const pixels = row.iPixels;
+    for (int i = 0; i < pixels; ++i) {
+        T const* const pixel = in + 4 * i;
+        if (mask[i] == 0) {
+            __builtin_memmove(out + 4 * i, pixel, 4 * sizeof(T));
+            continue;
+        }
+        T const y = static_cast<T>((299u * pixel[0] + 587u * pixel[1] + 114u * pixel[2]) / 1000u);
+        out[4 * i + 3] = Mix(pixel[3], y, mask[i]);
+    }
 }
 
-/// The byte that a source takes, and whether its bits are turned over; zero and full have no byte.
-struct ByteSource {
-    int iByte;  ///< 8 for none
-    u32 uInvert;
+template <class T>
+void ToAlpha(Row const& row, NoConstants const&) {
+    if (row.pMask) return ToAlphaMasked<T>(row);
+    auto* const out = Out<u8>(row.pOut);
+    auto const* const in = In<u8>(row.pA);
+    ForVectors(row.iPixels * 4 * static_cast<int>(sizeof(T)), [=](int i, int bytes) {
+        Vector const old = LoadPart(out + i, bytes), alpha = AlphaBits<T>();
+        Vector const pixels = (old & ~alpha) | (Luminance<T>(LoadPart(in + i, bytes)) & alpha);
+        __builtin_memcpy(out + i, &pixels, static_cast<unsigned>(bytes));
+    });
+}
 
-    QZIL_INLINE explicit ByteSource(int source)
-        : iByte(source < 8 ? source & 3 : 8), uInvert((source >= 4 && source < 8) || source == 12 ? 255u : 0u) {}
-};
+/// The bytes of a word where they belong; the rest is zero.
+QZIL_INLINE u32 Moved(u32 word, ByteMoves const& moves) {
+    u32 const turned1 = word << 8 | word >> 24, turned2 = word << 16 | word >> 16, turned3 = word << 24 | word >> 8;
+    return (word & moves.aTurned[0]) | (turned1 & moves.aTurned[1]) | (turned2 & moves.aTurned[2]) |
+           (turned3 & moves.aTurned[3]);
+}
+
+/// a / b truncated; 0 for a = 0. Both are below 2^17, where a float quotient is below an integer if the exact one is.
+QZIL_INLINE s32 Quotient(s32 a, s32 b) {
+    return static_cast<s32>(static_cast<float>(a) / static_cast<float>(Max(b, 1)));
+}
+
+/// Hue, lightness and saturation of a pixel, in this order from the low byte. The quotients are the entries of
+/// ilNormDiv and ilHueTable.
+QZIL_INLINE u32 HlsOf(u32 pixel) {
+    s32 const r = static_cast<s32>(pixel & 255), g = static_cast<s32>(pixel >> 8 & 255),
+              b = static_cast<s32>(pixel >> 16 & 255);
+    s32 const high = Max(Max(r, g), b), low = Min(Min(r, g), b), sum = high + low, spread = high - low;
+    s32 const lightness = (sum + 1) >> 1;
+    s32 const most = lightness >= 128 ? 510 - sum : sum;
+    s32 const saturation = Quotient(spread * 255 + (most >> 1), most);
+    // The tests for the largest channel go in this order: red, green, blue.
+    s32 const way = r == high ? g - b : g == high ? b - r : r - g;
+    s32 const start = r == high ? 0 : g == high ? 85 : 170;
+    s32 const part = Quotient(85 * Max(way, -way) + spread, 2 * spread);
+    s32 const hue = start + (way < 0 ? -part : part);
+    return static_cast<u32>((hue & 255) | lightness << 8 | saturation << 16);
+}
 
 void Switch(Row const& row, ChannelSources const& c) {
-    Pixel8* const out = static_cast<Pixel8*>(row.pOut);
-    Pixel8 const* const in = static_cast<Pixel8 const*>(row.pA);
-    BytePattern pattern{};
-    u32 invert = 0;
-    u32 taken[4];
-    int from[4];
-    for (int n = 0; n < 4; ++n) {
-        ByteSource const source(c.aSource[n]);
-        pattern.aFrom[n] = static_cast<u8>(source.iByte);
-        pattern.aFrom[n + 4] = static_cast<u8>(source.iByte < 8 ? source.iByte + 4 : 8);
-        invert |= source.uInvert << (8 * n);
-        taken[n] = source.iByte < 8 ? 255u : 0u;
-        from[n] = 8 * (source.iByte & 3);
-    }
-    int done = 0;
-    if constexpr (kMovesBytes) {
-        Vector8 const moves = PatternOf(pattern);
-        Vector const inverted = AllLanes(static_cast<s32>(invert));
-        for (; done + kLanes32 <= row.iPixels; done += kLanes32) {
-            StoreVector(out + done, MoveBytes(LoadVector(in + done), moves) ^ inverted);
-        }
-    }
-    u32 const t0 = taken[0], t1 = taken[1], t2 = taken[2], t3 = taken[3];
-    int const f0 = from[0], f1 = from[1], f2 = from[2], f3 = from[3];
-    ForEach(row.iPixels - done, [=](int n) {
-        u32 const p = in[done + n];
-        u32 const moved = (p >> f0 & t0) | (p >> f1 & t1) << 8 | (p >> f2 & t2) << 16 | (p >> f3 & t3) << 24;
-        out[done + n] = moved ^ invert;
-    });
-}
-
-struct Hls {
-    u8 uHue, uLightness, uSaturation;
-};
-
-Hls HlsOf(u8 const* pixel) {
-    int const r = pixel[0], g = pixel[1], b = pixel[2];
-    int const largest = Max(Max(r, g), b), smallest = Min(Min(r, g), b);
-    int const sum = largest + smallest, range = largest - smallest;
-    int const lightness = (sum + 1) >> 1;
-    u8 const saturation = lightness >= 128 ? ilNormDiv[range][510 - sum] : ilNormDiv[range][sum];
-    auto const part = [range](int distance) -> int { return ilHueTable[distance < 0 ? -distance : distance][range]; };
-    int hue = 0;
-    if (range != 0) {
-        if (r == largest) {
-            hue = g < b ? -part(g - b) : part(g - b);
-        } else if (g == largest) {
-            hue = b >= r ? 85 + part(b - r) : 85 - part(r - b);
-        } else {
-            hue = r >= g ? part(r - g) - 86 : 170 - part(g - r);
-        }
-    }
-    return {static_cast<u8>(hue), static_cast<u8>(lightness), saturation};
+    auto* const out = reinterpret_cast<Pixel8*>(row.pOut);
+    auto const* const in = reinterpret_cast<Pixel8 const*>(row.pA);
+    ByteMoves const moves = c.oPixel;
+    u32 const flip = c.uFlip;
+    ForEach(row.iPixels, [=](int i) { out[i] = Moved(in[i], moves) ^ flip; });
 }
 
 void SwitchHls(Row const& row, ChannelSources const& c) {
-    u8* out = static_cast<u8*>(row.pOut);
-    u8 const* in = static_cast<u8 const*>(row.pA);
-    for (int i = 0; i < row.iPixels; ++i, in += 4, out += 4) {
-        Hls const hls = HlsOf(in);
-        u8 working[13] = {in[0], in[1], in[2], in[3]};
-        for (int n = 0; n < 4; ++n) working[4 + n] = static_cast<u8>(~in[n]);
-        working[8] = hls.uHue;
-        working[9] = hls.uLightness;
-        working[10] = hls.uSaturation;
-        working[12] = 255;
-        for (int n = 0; n < 4; ++n) out[n] = working[c.aSource[n]];
-    }
+    auto* const out = reinterpret_cast<Pixel8*>(row.pOut);
+    auto const* const in = reinterpret_cast<Pixel8 const*>(row.pA);
+    ByteMoves const moves = c.oPixel, hls = c.oHls;
+    u32 const flip = c.uFlip;
+    ForEach(row.iPixels, [=](int i) {
+        u32 const pixel = in[i];
+        out[i] = (Moved(pixel, moves) | Moved(HlsOf(pixel), hls)) ^ flip;
+    });
 }
 
 void Extract8(ConvertRow const& row, ChannelPlace const& c) {
@@ -205,7 +218,7 @@ void Insert16(ConvertRow const& row, ChannelPlace const& c) {
 
 }  // namespace
 
-ChannelRows const g_oChannelRows{Gray8,     Gray16,   GrayFloat, Alpha8,    Alpha16, Switch,
-                                 SwitchHls, Extract8, Extract16, Extract32, Insert8, Insert16};
+ChannelRows const g_oChannelRows{Gray<u8>,  Gray<u16>, GrayFloat, ToAlpha<u8>, ToAlpha<u16>, Switch,
+                                 SwitchHls, Extract8,  Extract16, Extract32,   Insert8,      Insert16};
 
 QZIL_ROWS_END

@@ -56,6 +56,29 @@ kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
 
 constexpr NoConstants kNone{};
 
+enum Source { kComplement = 4, kHue = 8, kSaturation = 10, kFull = 12 };
+
+/// Lets byte `from` of a word through to byte `to`.
+void Connect(ByteMoves& moves, int from, int to) {
+    moves.aTurned[(to - from) & 3] |= 0xFFu << (8 * to);
+}
+
+/// The sources of the selected channels; the others keep their own.
+ChannelSources SourcesOf(std::int32_t const* sources, unsigned mode) {
+    ChannelSources result{};
+    for (int i = 0; i < 4; ++i) {
+        int const source = mode >> i & 1 ? sources[i] : i;
+        if (source >= 0 && source < kHue) Connect(result.oPixel, source & 3, i);
+        if (source >= kHue && source <= kSaturation) {
+            Connect(result.oHls, source - kHue, i);
+            result.bHls = true;
+        }
+        bool const flipped = (source >= kComplement && source < kHue) || source == kFull;
+        if (flipped) result.uFlip |= 0xFFu << (8 * i);
+    }
+    return result;
+}
+
 }  // namespace
 
 FormatList qzILGrayscaleImg::GetFormats() {
@@ -71,12 +94,16 @@ qzILStatus qzILGrayscaleImg::Verify() {
 qzILStatus qzILGrayscaleImg::DoEffect() {
     kernel::RowTraits traits = PixelTraits(Format(), kernel::MixRule::Mix257);
     if (traits.iSamples != 4) return Fail(0x1000D);
+    // The row copies alpha, which mixes with itself to itself in integers. Float mixes in the row: infinities do not.
     traits.bHasChannels = false;
     ChannelRows const& rows = GetChannelRows();
     switch (GetChannelTypeFromFormat(Format())) {
         case XFChannelTypeUInt8: return RunRows(traits, kernel::Bound(rows.pGray8, kNone));
         case XFChannelTypeUInt16: return RunRows(traits, kernel::Bound(rows.pGray16, kNone));
-        case XFChannelTypeFloat: return RunRows(traits, kernel::Bound(rows.pGrayFloat, kNone));
+        case XFChannelTypeFloat:
+            traits.bTakesMask = true;
+            traits.eMaskLayout = kernel::MaskLayout::Pixel;
+            return RunRows(traits, kernel::Bound(rows.pGrayFloat, kNone));
         default: return Fail(0x1000D);
     }
 }
@@ -175,15 +202,12 @@ qzILStatus qzILChannelSwitch::Verify() {
 
 qzILStatus qzILChannelSwitch::DoEffect() {
     if (Format() != MFIF_RGBA_RAW_32) return 1;
-    ChannelSources sources{};
-    bool hls = false;
-    for (int i = 0; i < 4; ++i) {
-        sources.aSource[i] = m_aSources[i] >= 0 && m_aSources[i] <= 12 ? m_aSources[i] : 11;
-        hls = hls || ((m_uProcessingMode >> i & 1) != 0 && sources.aSource[i] >= 8 && sources.aSource[i] <= 10);
-    }
+    kernel::RowTraits traits = PixelTraits(Format(), kernel::MixRule::NormMult);
+    // Without a mask the sources of unselected channels are themselves. A mix of a channel with itself may change it.
+    traits.bTakesChannels = m_oMaskLines.pFirst == nullptr;
+    ChannelSources const sources = SourcesOf(m_aSources, m_uProcessingMode);
     ChannelRows const& rows = GetChannelRows();
-    return RunRows(PixelTraits(Format(), kernel::MixRule::NormMult),
-                   kernel::Bound(hls ? rows.pSwitchHls : rows.pSwitch, sources));
+    return RunRows(traits, kernel::Bound(sources.bHls ? rows.pSwitchHls : rows.pSwitch, sources));
 }
 
 FormatList qzILRGBA2Alpha::GetFormats() {

@@ -1,276 +1,286 @@
-// The channel effects against their rules, one pixel at a time in wide integers.
+#include "model/cases.h"
 
-#include "qzil/pixel/channels.h"
-
-#include "qzil/image/image_ops.h"
 #include "qzil/image/pixel_math.h"
 #include "qzil/kernel/levels.h"
-#include "support/picture.h"
+#include "qzil/pixel/channels.h"
 
-#include <gtest/gtest.h>
+#include <climits>
 
-#include <cstring>
-#include <vector>
-
-namespace qzil::test {
+namespace qzil::test::model {
 namespace {
 
-constexpr int kWidth = 611, kHeight = 3;
-
-/// All images of a test lie in one order of lines, so their samples are compared as arrays.
-template <class T>
-std::span<T> As(Ref<IXFImage> const& image) {
-    return {reinterpret_cast<T*>(Bytes(image).data()), Bytes(image).size() / sizeof(T)};
+/// Runs a check at every CPU level that the processor has.
+template <class Fn>
+void AtEveryLevel(Fn check) {
+    for (auto const level : {kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
+        if (!kernel::ForceCpuLevel(level)) continue;
+        SCOPED_TRACE("CPU level " + std::to_string(static_cast<int>(level)));
+        check();
+    }
+    kernel::ForceCpuLevel(kernel::HighestCpuLevel());
 }
 
-class Channels : public testing::TestWithParam<kernel::CpuLevel> {
-protected:
-    void SetUp() override {
-        if (!kernel::ForceCpuLevel(GetParam())) GTEST_SKIP() << "this processor does not have the level";
+template <class T>
+T Luminance(T const* p) {
+    if constexpr (kIsFloat<T>) {
+        return 0.299f * p[0] + 0.587f * p[1] + 0.114f * p[2];
+    } else {
+        return static_cast<T>((i64{299} * p[0] + i64{587} * p[1] + i64{114} * p[2]) / 1000);
     }
-    void TearDown() override { kernel::ForceCpuLevel(kernel::HighestCpuLevel()); }
+}
+
+/// Colour becomes luminance by the mask alone; the mode has no say.
+struct GrayModel {
+    template <class T>
+    void operator()(Line<T> const& line) const {
+        for (int x = 0; x < line.iWidth; ++x) {
+            T const* const p = line.pA + 4 * x;
+            T const y = Luminance(p), m = line.pMask ? line.pMask[x] : One<T>(), alpha = p[3];
+            T result[3];
+            for (int c = 0; c < 3; ++c) result[c] = IsNone(m) ? p[c] : IsFull(m) ? y : Mix(m, p[c], y);
+            std::copy_n(result, 3, line.pOut + 4 * x);
+            line.pOut[4 * x + 3] = alpha;
+        }
+    }
 };
 
-template <class Effect>
-void Execute(Effect& effect, Ref<IXFImage> const& input, Ref<IXFImage> const& output, Ref<IXFImage> const& mask = {},
-             unsigned mode = 15) {
-    effect.SetInputImg(input.Get());
-    effect.SetOutputImg(output.Get());
-    effect.SetProcessingMode(mode);
-    if (mask) effect.SetMask({0, 0, kWidth, kHeight}, mask.Get(), XFImageChannelMono);
-    ASSERT_EQ(effect.Execute(), 1);
-}
-
-long Luminance(long c0, long c1, long c2) {
-    return (299 * c0 + 587 * c1 + 114 * c2) / 1000;
-}
-
-long Mix8(long c, long r, long m) {
-    return static_cast<unsigned char>(c + (((r - c) * m * 257 + 32896) >> 16));
-}
-long MixTables(long c, long r, long m) {
-    return static_cast<unsigned char>(ilNormMult[255 - m][c] + ilNormMult[m][r]);
-}
-long Mix16Bits(long c, long r, long m) {
-    return static_cast<unsigned short>(c + ((m * 0x10001L * (r - c) + 0x80008000L) >> 32));
-}
-
-template <class T>
-void CheckGray(GUID const& format, GUID const& maskFormat, long full, long (*mix)(long, long, long)) {
-    for (bool const masked : {false, true}) {
-        Ref<IXFImage> const input = MakeRandomImage(format, kWidth, kHeight, 1),
-                            output = MakeImage(format, kWidth, kHeight);
-        Ref<IXFImage> const mask = masked ? MakeRandomImage(maskFormat, kWidth, kHeight, 2) : Ref<IXFImage>();
-        qzILGrayscaleImg gray;
-        Execute(gray, input, output, mask, 7);
-        auto const in = As<T>(input), out = As<T>(output);
-        for (std::size_t i = 0; i < in.size(); ++i) {
-            T const* const p = &in[i & ~std::size_t{3}];
-            long const y = Luminance(p[0], p[1], p[2]), m = masked ? As<T>(mask)[i / 4] : full;
-            ASSERT_EQ(out[i], i % 4 == 3 ? p[3] : m == full ? y : m == 0 ? p[i % 4] : mix(p[i % 4], y, m)) << i;
-        }
-    }
-}
-
-TEST_P(Channels, Grayscale) {
-    CheckGray<unsigned char>(MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8, 255, Mix8);
-    CheckGray<unsigned short>(MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, 65535, Mix16Bits);
-    Ref<IXFImage> const input = MakeRandomImage(MFIF_RGBA_FLOAT, kWidth, kHeight, 1),
-                        output = MakeImage(MFIF_RGBA_FLOAT, kWidth, kHeight),
-                        mask = MakeRandomImage(MFIF_MONO_FLOAT, kWidth, kHeight, 2);
-    qzILGrayscaleImg gray;
-    Execute(gray, input, output, mask, 7);
-    auto const in = As<float>(input), out = As<float>(output);
-    for (std::size_t i = 0; i < in.size(); ++i) {
-        float const* const p = &in[i & ~std::size_t{3}];
-        float const y = 0.299f * p[0] + 0.587f * p[1] + 0.114f * p[2], m = As<float>(mask)[i / 4], c = in[i];
-        float const mixed = m <= 0 ? c : m >= 1 ? y : c + (y - c) * m;
-        ASSERT_EQ(out[i], i % 4 == 3 ? p[3] : mixed) << i;
-    }
-}
-
-/// Hue, lightness and saturation by the tables.
-void Hls(unsigned char const* p, long* hls) {
-    int const r = p[0], g = p[1], b = p[2];
-    int const mx = std::max({r, g, b}), mn = std::min({r, g, b}), s = mx + mn, d = mx - mn;
-    hls[1] = (s + 1) >> 1;
-    hls[2] = hls[1] >= 128 ? ilNormDiv[d][510 - s] : ilNormDiv[d][s];
-    if (d == 0)
-        hls[0] = 0;
-    else if (r == mx)
-        hls[0] = g < b ? -ilHueTable[b - g][d] : ilHueTable[g - b][d];
-    else if (g == mx)
-        hls[0] = b >= r ? 85 + ilHueTable[b - r][d] : 85 - ilHueTable[r - b][d];
-    else
-        hls[0] = r >= g ? ilHueTable[r - g][d] - 86 : 170 - ilHueTable[g - r][d];
-    hls[0] &= 255;
-}
-
-TEST_P(Channels, Switch) {
-    Random random(6);
-    for (int round = 0; round < 120; ++round) {
-        int sources[4];
-        for (int& source : sources) source = random.Between(-1, round % 2 ? 13 : 7);
-        unsigned const mode = random.OneIn(2) ? 15u : static_cast<unsigned>(random.Below(16));
-        bool const masked = random.OneIn(2);
-        Ref<IXFImage> const input = MakeRandomImage(MFIF_RGBA_RAW_32, kWidth, kHeight, random.Next() >> 9),
-                            output = MakeImage(MFIF_RGBA_RAW_32, kWidth, kHeight);
-        Ref<IXFImage> const mask = masked ? MakeRandomImage(MFIF_MONO_RAW_8, kWidth, kHeight, 2) : Ref<IXFImage>();
-        qzILChannelSwitch effect;
-        effect.SetSourceChannels(sources);
-        Execute(effect, input, output, mask, mode);
-        auto const in = As<unsigned char>(input), out = As<unsigned char>(output);
-        for (std::size_t i = 0; i < in.size(); ++i) {
-            unsigned char const* const p = &in[i & ~std::size_t{3}];
-            int const channel = static_cast<int>(i % 4), source = sources[channel];
-            long hls[3];
-            Hls(p, hls);
-            long const value = source < 0 || source > 12 || source == 11 ? 0
-                               : source == 12                            ? 255
-                               : source >= 8                             ? hls[source - 8]
-                               : source >= 4                             ? 255 - p[source - 4]
-                                                                         : p[source];
-            long const m = masked ? As<unsigned char>(mask)[i / 4] : 255;
-            bool const selected = (mode >> channel & 1) != 0;
-            ASSERT_EQ(out[i], m == 0 || !selected ? in[i] : MixTables(in[i], value, m)) << i << " source " << source;
-        }
-    }
-    Ref<IXFImage> const wide = MakeRandomImage(MFIF_RGBA_RAW_64, kWidth, kHeight, 1),
-                        kept = MakeRandomImage(MFIF_RGBA_RAW_64, kWidth, kHeight, 2),
-                        same = MakeRandomImage(MFIF_RGBA_RAW_64, kWidth, kHeight, 2);
-    qzILChannelSwitch effect;
-    Execute(effect, wide, kept);
-    EXPECT_EQ(DescribeDifference(Bytes(same), Bytes(kept)), "");
-}
-
-template <class T>
-void CheckAlpha(GUID const& format, GUID const& maskFormat, long (*mix)(long, long, long)) {
-    for (bool const masked : {false, true}) {
-        Ref<IXFImage> const input = MakeRandomImage(format, kWidth, kHeight, 1),
-                            output = MakeRandomImage(format, kWidth, kHeight, 3),
-                            before = MakeRandomImage(format, kWidth, kHeight, 3);
-        Ref<IXFImage> const mask = masked ? MakeRandomImage(maskFormat, kWidth, kHeight, 2) : Ref<IXFImage>();
-        qzILRGBA2Alpha effect;
-        Execute(effect, input, output, mask, 5);
-        auto const in = As<T>(input), out = As<T>(output);
-        for (std::size_t i = 0; i < in.size(); ++i) {
-            T const* const p = &in[i & ~std::size_t{3}];
-            long const y = Luminance(p[0], p[1], p[2]);
-            if (masked && As<T>(mask)[i / 4] == 0) {
-                ASSERT_EQ(out[i], in[i]);
-            } else if (i % 4 == 3) {
-                ASSERT_EQ(out[i], masked ? mix(p[3], y, As<T>(mask)[i / 4]) : y) << i;
+struct ToAlphaModel {
+    template <class T>
+    void operator()(Line<T> const& line) const {
+        for (int x = 0; x < line.iWidth; ++x) {
+            T const* const p = line.pA + 4 * x;
+            T const m = line.pMask ? line.pMask[x] : One<T>();
+            if (m == 0) {
+                std::copy_n(p, 4, line.pOut + 4 * x);
             } else {
-                ASSERT_EQ(out[i], As<T>(before)[i]) << i;
+                line.pOut[4 * x + 3] = IsFull(m) ? Luminance(p) : MixByTable(m, p[3], Luminance(p));
             }
         }
     }
+};
+
+struct SwitchModel {
+    int aSources[4];
+
+    static void Work(u8 const* p, u8* working) {
+        for (int c = 0; c < 4; ++c) {
+            working[c] = p[c];
+            working[4 + c] = static_cast<u8>(~p[c]);
+        }
+        int const r = p[0], g = p[1], b = p[2];
+        int const mx = std::max({r, g, b}), mn = std::min({r, g, b}), s = mx + mn, d = mx - mn;
+        int const lightness = (s + 1) >> 1;
+        int hue = 0;
+        if (d == 0) {
+            hue = 0;
+        } else if (r == mx) {
+            hue = g < b ? -ilHueTable[b - g][d] : ilHueTable[g - b][d];
+        } else if (g == mx) {
+            hue = b >= r ? 85 + ilHueTable[b - r][d] : 85 - ilHueTable[r - b][d];
+        } else {
+            hue = r >= g ? ilHueTable[r - g][d] - 86 : 170 - ilHueTable[g - r][d];
+        }
+        working[8] = static_cast<u8>(hue);
+        working[9] = static_cast<u8>(lightness);
+        working[10] = lightness >= 128 ? ilNormDiv[d][510 - s] : ilNormDiv[d][s];
+        working[11] = 0;
+        working[12] = 255;
+    }
+    template <class T>
+    void operator()(Line<T> const& line) const {
+        if constexpr (kIsByte<T>) {
+            for (int x = 0; x < line.iWidth; ++x) {
+                u8 working[13], result[4];
+                Work(line.pA + 4 * x, working);
+                for (int c = 0; c < 4; ++c) {
+                    result[c] = working[aSources[c] < 0 || aSources[c] > 12 ? 11 : aSources[c]];
+                }
+                line.Commit(x, result, [](i64 m, i64 p, i64 r) { return TableMix(m, p, r); });
+            }
+        }
+    }
+};
+
+constexpr int kSources[][4] = {{0, 1, 2, 3},  {3, 2, 1, 0},    {12, 11, 11, 12},
+                               {4, 5, 6, 7},  {8, 9, 10, 3},   {10, 8, 4, 9},
+                               {2, 2, 7, 12}, {-1, 13, 0, 11}, {INT_MIN, INT_MAX, 9, 6}};
+
+class Channels : public testing::TestWithParam<GUID> {};
+
+TEST_P(Channels, EqualTheirModels) {
+    GUID const& format = GetParam();
+    AtEveryLevel([&] {
+        ForEachScene(format, kMasked | kSpecials, [](Scene& scene) {
+            qzILGrayscaleImg effect;
+            ExpectModel(scene, effect, GrayModel{});
+        });
+        if (GetChannelTypeFromFormat(format) == XFChannelTypeFloat) return;
+        ForEachScene(format, kMasked, [](Scene& scene) {
+            qzILRGBA2Alpha effect;
+            ExpectModel(scene, effect, ToAlphaModel{});
+        });
+        if (format != MFIF_RGBA_RAW_32) return;
+        ForEachScene(format, kMasked, [](Scene& scene) {
+            for (auto const& sources : kSources) {
+                SwitchModel const model{{sources[0], sources[1], sources[2], sources[3]}};
+                qzILChannelSwitch effect;
+                effect.SetSourceChannels(sources);
+                if (scene.iInPlace) scene.Make();
+                ExpectModel(scene, effect, model, "first source " + std::to_string(sources[0]));
+            }
+        });
+    });
+}
+INSTANTIATE_TEST_SUITE_P(Formats, Channels,
+                         testing::Values(MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT_BU),
+                         ParamName);
+
+/// All pairs of red and green, with every fifth blue.
+TEST(Channels, TheColoursOf8Bits) {
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 4096, .iHeight = 832};
+    scene.Make();
+    FillBytes(scene.oA.Get(), -1, [](int x, int y, int c) {
+        int const color = y << 12 | x;
+        return c == 2 ? (color >> 16) * 5 : color >> 8 * (c & 1);
+    });
+    constexpr int sources[4] = {8, 9, 10, 7};
+    AtEveryLevel([&] {
+        qzILGrayscaleImg gray;
+        ExpectModel(scene, gray, GrayModel{});
+        qzILChannelSwitch channels;
+        channels.SetSourceChannels(sources);
+        ExpectModel(scene, channels, SwitchModel{{8, 9, 10, 7}});
+    });
 }
 
-TEST_P(Channels, LuminanceIntoAlpha) {
-    CheckAlpha<unsigned char>(MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8, MixTables);
-    CheckAlpha<unsigned short>(MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, Mix16Bits);
+/// Three offsets to the channels of a grey pixel that change the sum of a thousand parts by `change`.
+std::array<int, 3> Offsets(int change) {
+    for (int r = -9; r <= 9; ++r) {
+        for (int g = -9; g <= 9; ++g) {
+            for (int b = -9; b <= 9; ++b) {
+                if (299 * r + 587 * g + 114 * b == change) return {r, g, b};
+            }
+        }
+    }
+    ADD_FAILURE() << "no offsets for " << change;
+    return {};
 }
 
-template <class T>
-void CheckExtractAndInsert(GUID const& rgba, GUID const& mono, bool inserts) {
-    for (XFImageChannel const channel : {1u, 2u, 4u, 8u, 15u}) {
-        std::size_t const place = channel == 2 ? 1 : channel == 4 ? 2 : channel == 8 ? 3 : 0;
-        Ref<IXFImage> const color = MakeRandomImage(rgba, kWidth, kHeight, 1), taken = MakeImage(mono, kWidth, kHeight);
-        if (channel != 15) {
-            qzILExtractChannel extract;
-            extract.SetChannel(channel);
-            Execute(extract, color, taken);
-            for (std::size_t i = 0; i < As<T>(taken).size(); ++i)
-                ASSERT_EQ(As<T>(taken)[i], As<T>(color)[4 * i + place]);
+TEST(Channels, EveryStepOfLuminanceOf16Bits) {
+    Scene scene = Square(MFIF_RGBA_RAW_64);
+    for (int const change : {0, -1, 1}) {
+        auto const offsets = Offsets(change);
+        auto const bytes = Bytes(scene.oA);
+        for (int i = 0; i < 65536; ++i) {
+            u16 pixel[4] = {};
+            for (std::size_t c = 0; c < 3; ++c) {
+                pixel[c] = static_cast<u16>(std::clamp(i, 9, 65526) + offsets[c]);
+            }
+            if (change == 0) std::fill_n(pixel, 4, static_cast<u16>(i));
+            std::memcpy(&bytes[static_cast<std::size_t>(i) * 8], pixel, 8);
         }
-        if (!inserts) continue;
-        Ref<IXFImage> const grey = MakeRandomImage(mono, kWidth, kHeight, 5),
-                            output = MakeRandomImage(rgba, kWidth, kHeight, 1);
-        qzILInsertChannel insert;
-        insert.SetChannel(channel);
-        Execute(insert, grey, output);
-        for (std::size_t i = 0; i < As<T>(output).size(); ++i) {
-            bool const written = channel == 15 || i % 4 == place;
-            ASSERT_EQ(As<T>(output)[i], written ? As<T>(grey)[i / 4] : As<T>(color)[i]) << i;
-        }
+        AtEveryLevel([&] {
+            qzILGrayscaleImg effect;
+            ExpectModel(scene, effect, GrayModel{});
+        });
     }
 }
 
-TEST_P(Channels, ExtractAndInsert) {
-    CheckExtractAndInsert<unsigned char>(MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8, true);
-    CheckExtractAndInsert<unsigned short>(MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, true);
-    CheckExtractAndInsert<short>(MFIF_RGBA_S2_14, MFIF_MONO_S2_14, false);
-    CheckExtractAndInsert<float>(MFIF_RGBA_FLOAT, MFIF_MONO_FLOAT, false);
+TEST(ChannelSwitch, WritesNothingOf16Bits) {
+    Scene scene{.oFormat = MFIF_RGBA_RAW_64};
+    scene.Make();
+    auto const output = Bytes(scene.oOut);
+    std::vector<u8> const before(output.begin(), output.end());
+    qzILChannelSwitch effect;
+    constexpr int sources[4] = {12, 12, 12, 12};
+    effect.SetSourceChannels(sources);
+    Configure(scene, effect);
+    ASSERT_EQ(effect.Verify(), 1);
+    ASSERT_EQ(effect.Execute(), 1);
+    EXPECT_EQ(DescribeDifference(before, output), "");
+    int kept[4] = {}, first[4] = {};
+    effect.GetSourceChannels(kept);
+    qzILChannelSwitch().GetSourceChannels(first);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(kept[i], 12);
+        EXPECT_EQ(first[i], i);
+    }
 }
 
-std::string LevelName(testing::TestParamInfo<kernel::CpuLevel> const& info) {
-    constexpr char const* kNames[] = {"Baseline", "V3", "V4"};
-    return kNames[static_cast<int>(info.param)];
-}
-INSTANTIATE_TEST_SUITE_P(Levels, Channels,
-                         testing::Values(kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4),
-                         LevelName);
-
-/// What a set-up changes beside the formats.
-struct Setup {
-    unsigned uMode = 15;
-    XFImageChannel uChannel = 1;
-    qzILBbox2l oRoi{0, 0, 8, 4};
-    bool bMask = false;
+/// What Verify says, and of DoEffect what Execute says when Verify is not asked.
+struct Refusal {
+    GUID oFormat;
+    unsigned uMode;
+    bool bMask;
+    qzILBbox2l oRoi;
+    unsigned uGray, uSwitch, uToAlpha;  ///< codes of Verify; 0 accepts
+    int iGray, iToAlpha;                ///< results of Execute
 };
 
-template <class Effect>
-unsigned CodeOf(GUID const& from, GUID const& to, Setup const& setup = {}) {
-    Ref<IXFImage> const input = MakeImage(from, 8, 4), output = MakeImage(to, 8, 4);
-    Ref<IXFImage> const mask = MakeImage(MFIF_MONO_RAW_8, 8, 4);
-    Effect effect;
-    effect.SetInputImg(input.Get());
-    effect.SetOutputImg(output.Get());
-    effect.SetProcessingMode(setup.uMode);
-    effect.SetROI(setup.oRoi);
-    if (setup.bMask) effect.SetMask({0, 0, 8, 4}, mask.Get(), XFImageChannelMono);
-    if constexpr (requires { effect.SetChannel(1u); }) effect.SetChannel(setup.uChannel);
-    return effect.Verify() == 1 ? 0 : effect.GetLastError().GetErrorCode();
+TEST(ChannelsRefusal, OfVerifyAndExecute) {
+    qzILBbox2l const whole(0, 0, 8, 8), part(0, 0, 8, 7), moved(1, 0, 7, 8), larger(-1, 0, 8, 8);
+    Refusal const cases[] = {
+        {MFIF_RGBA_RAW_32, 15, false, whole, 0, 0, 0, 1, 1},
+        {MFIF_RGBA_RAW_64, 7, false, whole, 0, 0, 0, 1, 1},
+        {MFIF_RGBA_RAW_32, 8, false, whole, 0x20002, 0, 0, 1, 1},
+        {MFIF_RGBA_RAW_32, 6, false, whole, 0x20002, 0, 0, 1, 1},
+        {MFIF_RGBA_RAW_32, 15, true, whole, 0, 0, 0x20001, 1, 1},
+        {MFIF_RGBA_RAW_32, 15, false, part, 0, 0, 0x20001, 1, 1},
+        {MFIF_RGBA_RAW_64, 15, false, moved, 0, 0, 0x20001, 1, 1},
+        {MFIF_RGBA_RAW_64, 15, false, larger, 0, 0, 0x20001, 1, 1},
+        {MFIF_RGBA_FLOAT, 15, false, whole, 0, 0x10012, 0x10034, 1, -1},
+        {MFIF_RGBA_FLOAT_BU, 7, false, whole, 0, 0x10012, 0x10034, 1, -1},
+        {MFIF_RGBA_S2_14, 3, false, part, 0x1000D, 0x10012, 0x10034, -1, -1},
+        {MFIF_BGRA_RAW_32, 15, false, whole, 0x1000D, 0x10012, 0x10034, 1, -1},
+        {MFIF_MONO_RAW_8, 15, false, whole, 0x1000D, 0x10012, 0x10034, -1, -1},
+        {MFIF_MONO_FLOAT, 15, false, whole, 0x1000D, 0x10012, 0x10034, -1, -1},
+        {MFIF_CbYCrY_16, 15, false, whole, 0x1000D, 0x10012, 0x10034, -1, -1},
+    };
+    for (Refusal const& c : cases) {
+        Scene scene{.oFormat = c.oFormat, .iHeight = 8, .uMode = c.uMode, .uMask = c.bMask ? 16u : 0u};
+        scene.Make();
+        auto const verify = [&](auto effect, unsigned code) {
+            Configure(scene, effect);
+            effect.SetROI(c.oRoi);
+            EXPECT_EQ(effect.Verify(), code == 0 ? 1 : -1) << scene.Describe();
+            EXPECT_EQ(effect.GetLastError(), qzILError(code)) << effect.m_ClassName << ' ' << scene.Describe();
+        };
+        auto const execute = [&](auto effect, int result, unsigned code) {
+            Configure(scene, effect);
+            EXPECT_EQ(effect.Execute(), result) << effect.m_ClassName << ' ' << scene.Describe();
+            EXPECT_EQ(effect.GetLastError(), qzILError(code)) << effect.m_ClassName << ' ' << scene.Describe();
+        };
+        verify(qzILGrayscaleImg(), c.uGray);
+        verify(qzILChannelSwitch(), c.uSwitch);
+        verify(qzILRGBA2Alpha(), c.uToAlpha);
+        execute(qzILGrayscaleImg(), c.iGray, c.iGray == 1 ? 0 : 0x1000D);
+        execute(qzILChannelSwitch(), 1, 0);
+        execute(qzILRGBA2Alpha(), c.iToAlpha, 0);
+    }
 }
 
-TEST(ChannelsVerify, CodesAndTheirOrder) {
-    EXPECT_EQ(CodeOf<qzILGrayscaleImg>(MFIF_RGBA_FLOAT_BU, MFIF_RGBA_FLOAT_BU, {7, 1}), 0u);
-    EXPECT_EQ(CodeOf<qzILGrayscaleImg>(MFIF_RGBA_S2_14, MFIF_RGBA_S2_14, {5, 1}), 0x1000Du);
-    EXPECT_EQ(CodeOf<qzILGrayscaleImg>(MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32, {13, 1}), 0x20002u);
-    EXPECT_EQ(CodeOf<qzILExtractChannel>(MFIF_RGBA_S2_14, MFIF_MONO_S2_14, {15, 8}), 0u);
-    EXPECT_EQ(CodeOf<qzILExtractChannel>(MFIF_RGBA_FLOAT_BU, MFIF_MONO_S2_14, {15, 3}), 0x10034u);
-    EXPECT_EQ(CodeOf<qzILExtractChannel>(MFIF_RGBA_RAW_32, MFIF_MONO_RAW_16, {15, 3}), 0x1000Du);
-    EXPECT_EQ(CodeOf<qzILExtractChannel>(MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8, {15, 15}), 0x10035u);
-    EXPECT_EQ(CodeOf<qzILInsertChannel>(MFIF_MONO_RAW_16, MFIF_RGBA_RAW_64, {15, 15}), 0u);
-    EXPECT_EQ(CodeOf<qzILInsertChannel>(MFIF_MONO_FLOAT, MFIF_RGBA_FLOAT, {15, 3}), 0x10034u);
-    EXPECT_EQ(CodeOf<qzILInsertChannel>(MFIF_MONO_RAW_8, MFIF_RGBA_RAW_64, {15, 3}), 0x1000Du);
-    EXPECT_EQ(CodeOf<qzILInsertChannel>(MFIF_MONO_RAW_8, MFIF_RGBA_RAW_32, {15, 16}), 0x10035u);
-    EXPECT_EQ(CodeOf<qzILChannelSwitch>(MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_64), 0u);
-    EXPECT_EQ(CodeOf<qzILChannelSwitch>(MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT), 0x10012u);
-    EXPECT_EQ(CodeOf<qzILRGBA2Alpha>(MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_64, {1, 1}), 0u);
-    EXPECT_EQ(CodeOf<qzILRGBA2Alpha>(MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32, {15, 1, {0, 0, 8, 3}}), 0x20001u);
-    EXPECT_EQ(CodeOf<qzILRGBA2Alpha>(MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32, {15, 1, {0, 0, 8, 4}, true}), 0x20001u);
-    EXPECT_EQ(CodeOf<qzILRGBA2Alpha>(MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT, {15, 1, {0, 0, 8, 3}}), 0x10034u);
+/// Calls of the interrupt function; from the number on that is set here, it says stop.
+int g_iCalls, g_iStopAt;
+int CountedStop() {
+    return ++g_iCalls >= g_iStopAt;
 }
 
-TEST(ChannelColours, FillWithTheComponentThatTheChannelNames) {
-    Ref<IXFImage> const mono = MakeImage(MFIF_MONO_RAW_16, 2, 2), rgba = MakeImage(MFIF_RGBA_RAW_32, 2, 2);
-    qzILColor const color(0.2, 0.4, 0.6, 0.8);
-    qzILExtractChannel extract;
-    extract.SetOutputImg(mono.Get());
-    extract.SetChannel(XFImageChannel3);
-    unsigned short value = 0;
-    std::memcpy(&value, extract.GetConvertedColor(color), 2);
-    EXPECT_EQ(value, 52428);
-    qzILInsertChannel insert;
-    insert.SetOutputImg(rgba.Get());
-    insert.SetChannel(XFImageChannel1);
-    unsigned char pixel[4];
-    std::memcpy(pixel, insert.GetConvertedColor(qzILColor(0.2, 0.5, 0.6, 0.8)), 4);
-    EXPECT_EQ(pixel[1], 127);
-    EXPECT_EQ(pixel[0] | pixel[2] | pixel[3], 0);
+TEST(RGBA2Alpha, StopsAfterTheLineOfAnInterrupt) {
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iHeight = 6};
+    scene.Make();
+    auto const in = Bytes(scene.oA), out = Bytes(scene.oOut);
+    std::vector<u8> const before(out.begin(), out.end());
+    qzILRGBA2Alpha effect;
+    Configure(scene, effect);
+    g_iCalls = 0;
+    g_iStopAt = 4;  // once before the lines, then behind the third
+    effect.SetInterruptFct(CountedStop, nullptr);
+    EXPECT_EQ(effect.Execute(), 1);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        bool const written = i % 4 == 3 && i / 4 / 8 < 3;
+        EXPECT_EQ(out[i], written ? Luminance(&in[i - 3]) : before[i]) << "byte " << i;
+    }
 }
 
 }  // namespace
-}  // namespace qzil::test
+}  // namespace qzil::test::model
