@@ -1,7 +1,11 @@
 #pragma once
 
 #include "qzil/frame/monadic.h"
-#include "qzil/kernel/convert_row.h"
+
+namespace qzil::kernel {
+struct ConvertCall;
+struct ConvertTraits;
+}  // namespace qzil::kernel
 
 /// Effects whose output has another format than their input. They write all channels and take no mask; alpha planes are
 /// part of the conversion. Field bits leave out lines.
