@@ -57,6 +57,7 @@ TEST(EffectRefusal, Formats) {
     ExpectFormats<qzILImgOverColor>(model::kImgOverColor);
     ExpectFormats<qzILColorBlendImg>(model::kColorBlend);
     ExpectFormats<qzILOutputAlpha>(model::kOutputAlpha);
+    ExpectFormats<qzILGrayscaleImg>(model::kGrayscale);
 }
 
 /// The values that a fraction refuses and accepts, with the format and the frame asked before it.

@@ -6,6 +6,7 @@
 #include "qzil/frame/copy.h"
 #include "qzil/frame/image_utils.h"
 #include "qzil/pixel/blend.h"
+#include "qzil/pixel/channels.h"
 #include "qzil/pixel/color_blend.h"
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"
@@ -21,10 +22,10 @@
 
 namespace qzil::test {
 
-using AllEffects =
-    testing::Types<qzILCopyImg, qzILInvertImg, qzILMonadicPixelProc, qzILDyadicPixelProc, qzILMonadicLutMapImg,
-                   qzILDyadicLutMapImg, qzILBlendImg, qzILGeneralBlendImage, qzILAdjustPremultImg, qzILUnpremultiplyImg,
-                   qzILCompositeImg, qzILCopyOverImg, qzILImgOverColor, qzILColorBlendImg, qzILOutputAlpha>;
+using AllEffects = testing::Types<qzILCopyImg, qzILInvertImg, qzILMonadicPixelProc, qzILDyadicPixelProc,
+                                  qzILMonadicLutMapImg, qzILDyadicLutMapImg, qzILBlendImg, qzILGeneralBlendImage,
+                                  qzILAdjustPremultImg, qzILUnpremultiplyImg, qzILCompositeImg, qzILCopyOverImg,
+                                  qzILImgOverColor, qzILColorBlendImg, qzILOutputAlpha, qzILGrayscaleImg>;
 
 template <class Effect>
 inline constexpr bool kIsDyadic = std::is_base_of_v<qzILDyadicImgProc, Effect>;

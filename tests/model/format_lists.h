@@ -39,5 +39,6 @@ inline Formats const kComposite{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64};
 inline Formats const kCopyOver = kRgba + kMono;
 inline Formats const kImgOverColor = kAdjustPremult + kFrames422 + kFields422 + kAlternateA24 + kReal422 + kReal422A;
 inline Formats const kOutputAlpha = kAdjustPremult + kAlternateA24 + kYccA24 + kReal422A;
+inline Formats const kGrayscale{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT_BU};
 
 }  // namespace qzil::test::model
