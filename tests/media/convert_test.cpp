@@ -72,6 +72,36 @@ TEST(Convert, FourSamplesAPixelKeepTheirChroma) {
     }
 }
 
+// 16 bits are rounded to 8, not cut to their low bytes.
+TEST(Convert, DeepPicturesKeepTheirTops) {
+    for (GUID const& over : {MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16}) {
+        bool const grey = IsFormatMono(over);
+        Picture source(64, 2, grey ? 1 : 4, 16);
+        auto* const pIn = reinterpret_cast<unsigned short*>(source.Row(0));
+        for (std::size_t i = 0; i < source.oBytes.size() / 2; ++i) pIn[i] = static_cast<unsigned short>(i * 127 + 61);
+        for (GUID const& to : {grey ? MFIF_MONO_RAW_8 : MFIF_RGBA_RAW_32, grey ? MFIF_MONO_FLOAT : MFIF_BGRA_RAW_32}) {
+            ASSERT_TRUE(CanConvert(over, to));
+            Picture const shown = FromImage(*Convert(*ToImage(source, over).Get(), to).Get());
+            for (std::size_t i = 0; i < source.oBytes.size() / 2; ++i) {
+                double const value = shown.iDepth == 8 ? shown.oBytes[i] * 257.0
+                                                       : reinterpret_cast<float const*>(shown.Row(0))[i] * 65535.0;
+                ASSERT_NEAR(value, pIn[i], 129.0) << FormatName(to) << ' ' << i;
+            }
+        }
+    }
+}
+
+TEST(Convert, FlagsReachTheLibrary) {
+    Ref<IXFImage> const image = ToImage(Picture(4, 1, 4, 8), MFIF_RGBA_RAW_32);
+    auto* const pIn = qzILImageHelper(image.Get()).GetPixelPtr(0, 0);
+    for (int x = 0; x < 4; ++x) pIn[4 * x] = static_cast<unsigned char>(x % 2 ? 0 : 255);
+    auto const cr = [&](unsigned flags) {
+        return int{qzILImageHelper(Convert(*image.Get(), MFIF_CbYCrY_16, flags).Get()).GetPixelPtr(0, 0)[2]};
+    };
+    EXPECT_EQ(cr(0), 240);
+    EXPECT_LT(cr(kFilterChroma), 230);
+}
+
 TEST(Convert, OneFormatIsTheSameImage) {
     Ref<IXFImage> const image = ToImage(Picture(3, 3, 1, 8), MFIF_MONO_RAW_8);
     EXPECT_EQ(Convert(*image.Get(), MFIF_MONO_RAW_8).Get(), image.Get());

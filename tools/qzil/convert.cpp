@@ -21,7 +21,11 @@ struct Arguments {
     std::string sOutput;
     std::vector<std::string> oFormats;
     int iFrame = 1;
+    bool bNoFilter = false;
+    bool bDither = false;
     VideoOptions oVideo;
+
+    unsigned Flags() const { return (bNoFilter ? 0u : media::kFilterChroma) | (bDither ? kConvertDither : 0u); }
 };
 
 GUID ParseFormat(std::string const& name) {
@@ -57,7 +61,7 @@ private:
     }
 
     Ref<IXFImage> Through(Ref<IXFImage> image) const {
-        for (GUID const& format : m_oFormats) image = media::Convert(*image.Get(), format);
+        for (GUID const& format : m_oFormats) image = media::Convert(*image.Get(), format, m_oArguments.Flags());
         return image;
     }
 
@@ -89,13 +93,14 @@ private:
     /// The picture, or the wanted frame of the video.
     Ref<IXFImage> FirstImage() {
         if (!m_oSource.pVideo) {
-            // A picture takes the first format as it is read.
+            // A picture that the first format cannot be made of takes it as it is read.
             bool const grey = m_oSource.oPicture.iChannels == 1;
             GUID const plain = m_oSource.oPicture.iDepth == 8    ? grey ? MFIF_MONO_RAW_8 : MFIF_RGBA_RAW_32
                                : m_oSource.oPicture.iDepth == 16 ? grey ? MFIF_MONO_RAW_16 : MFIF_RGBA_RAW_64
                                : grey                            ? MFIF_MONO_FLOAT
                                                                  : MFIF_RGBA_FLOAT;
-            GUID const format = m_oFormats.empty() ? plain : m_oFormats[0];
+            bool const reaches = m_oFormats.empty() || media::CanConvert(plain, m_oFormats[0]);
+            GUID const format = reaches ? plain : m_oFormats[0];
             return media::ToImage(Padded(m_oSource.oPicture, MakesPairs(format)), format);
         }
         media::Y4mFrame frame;
@@ -172,6 +177,8 @@ void AddConvert(CLI::App& app, int&) {
         ->delimiter(',');
     pCommand->add_option("--frame", arguments->iFrame, "Frame of a video for a picture, from 1 (the default)")
         ->check(CLI::Range(1, 1 << 30));
+    pCommand->add_flag("--no-filter", arguments->bNoFilter, "Repeats and drops chroma instead of filtering it");
+    pCommand->add_flag("--dither", arguments->bDither, "Carries rounding errors along the line to 8 bits");
     AddVideoOptions(*pCommand, arguments->oVideo);
     pCommand->callback([arguments] { Conversion(*arguments).Run(); });
 }
