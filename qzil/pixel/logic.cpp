@@ -39,21 +39,20 @@ PixelValues SamplesOf(kernel::RowTraits const& traits) {
 /// is, and so passes through a mask's mix unchanged too.
 OperandWords OperandOf(qzILColor const& operand, kernel::RowTraits const& traits, unsigned mode, u16 neutral) {
     OperandWords constants{{}, traits.iSamples * traits.iSampleBytes};
-    u16 words[4] = {};
-    auto* const pPixel = reinterpret_cast<unsigned char*>(words);
+    alignas(u16) unsigned char pixel[8] = {};
     bool const wide = traits.iSampleBytes == 2;
     if (traits.bHasChannels) {
-        wide ? operand.GetColorAs64(words, XFColorModelRGB) : operand.GetColorAs32(pPixel, XFColorModelRGB);
+        wide ? operand.GetColorAs64(pixel, XFColorModelRGB) : operand.GetColorAs32(pixel, XFColorModelRGB);
     } else {
-        wide ? operand.GetColorAs16(words, XFColorModelMono) : operand.GetColorAs8(pPixel, XFColorModelMono);
+        wide ? operand.GetColorAs16(pixel, XFColorModelMono) : operand.GetColorAs8(pixel, XFColorModelMono);
     }
     auto const size = static_cast<std::size_t>(traits.iSampleBytes);
     for (std::size_t channel = 0; traits.bHasChannels && channel < 4; ++channel) {
-        if ((mode >> channel & 1) == 0) std::memcpy(pPixel + channel * size, &neutral, size);
+        if ((mode >> channel & 1) == 0) std::memcpy(pixel + channel * size, &neutral, size);
     }
     auto const bytes = static_cast<std::size_t>(constants.iPixelBytes);
     auto* const pOperand = reinterpret_cast<unsigned char*>(constants.aWords);
-    for (std::size_t at = 0; at < sizeof constants.aWords; at += bytes) std::memcpy(pOperand + at, pPixel, bytes);
+    for (std::size_t at = 0; at < sizeof constants.aWords; at += bytes) std::memcpy(pOperand + at, pixel, bytes);
     return constants;
 }
 

@@ -32,11 +32,11 @@ qzILStatus qzILMinMaskImg::DoEffect() {
                                : traits.iSampleBytes == 2 ? rows.pProcessS2_14
                                                           : rows.pProcessFloat,
                                nullptr};
-    qzILStatus const status = RunRows(traits, call);
+    if (qzILStatus const status = RunRows(traits, call); status != 1) return status;
     // A mode of exactly 15 leaves attribute 2, deliberately, though alpha changes then too.
     if ((m_uProcessingMode & kModeAlpha) != 0 && m_uProcessingMode != kModeAllChannels) {
         m_pOutputImg->SetAttributes(2, 0);
     }
     m_pOutputImg->SetAttributes(1, 0);
-    return status;
+    return 1;
 }

@@ -175,6 +175,23 @@ TEST(MinMask, ClearsAttributes) {
     }
 }
 
+// A picture's own alpha as the mask, in place, premultiplies it.
+TEST(MinMask, PremultipliesByTheOwnAlpha) {
+    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 1300, .uMode = 7, .iInPlace = 1};
+    scene.Make();
+    std::vector<unsigned char> const before(Bytes(scene.oA).begin(), Bytes(scene.oA).end());
+    qzILMinMaskImg effect;
+    Configure(scene, effect);
+    effect.SetMask({0, 0, scene.iWidth, scene.iHeight}, scene.oA.Get(), XFImageChannel3);
+    ASSERT_EQ(effect.Verify(), 1);
+    ASSERT_EQ(effect.Execute(), 1);
+    auto const after = Bytes(scene.oA);
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        u8 const v = before[i], alpha = before[i | 3];
+        ASSERT_EQ(after[i], i % 4 == 3 ? v : MinMaskModel::Product(v, alpha)) << i;
+    }
+}
+
 TEST(MinMask, WithoutAMaskWritesNothing) {
     Scene scene{.oFormat = MFIF_RGBA_RAW_32};
     scene.Make();
