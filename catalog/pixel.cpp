@@ -5,7 +5,9 @@
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"
 #include "qzil/pixel/invert.h"
+#include "qzil/pixel/logic.h"
 #include "qzil/pixel/lut_map.h"
+#include "qzil/pixel/min_mask.h"
 #include "qzil/pixel/output_alpha.h"
 #include "qzil/pixel/premult.h"
 
@@ -136,6 +138,42 @@ std::vector<Entry> PixelEffects() {
         Effect<qzILRGBA2Alpha>("rgba-to-alpha", "pixel", "Writes the luminance of a picture into its alpha")
             .Input("input", &qzILRGBA2Alpha::SetInputImg)
             .Updates(),
+
+        Effect<qzILAndImg>("and", "pixel", "Keeps the bits that both images have")
+            .Input("a", &qzILAndImg::SetInputImgA)
+            .Input("b", &qzILAndImg::SetInputImgB),
+
+        Effect<qzILOrImg>("or", "pixel", "Takes the bits that either image has")
+            .Input("a", &qzILOrImg::SetInputImgA)
+            .Input("b", &qzILOrImg::SetInputImgB),
+
+        Effect<qzILXOrImg>("xor", "pixel", "Shows where two images differ")
+            .Input("a", &qzILXOrImg::SetInputImgA)
+            .Input("b", &qzILXOrImg::SetInputImgB)
+            .Choice("operation", &qzILXOrImg::SetOperation, {{"xor", 1}, {"difference", 0}}, "xor",
+                    "exclusive OR of the bits, or the absolute difference of the values"),
+
+        Effect<qzILMaxImg>("max", "pixel", "Takes the larger of two values")
+            .Input("a", &qzILMaxImg::SetInputImgA)
+            .Input("b", &qzILMaxImg::SetInputImgB),
+
+        Effect<qzILMinImg>("min", "pixel", "Takes the smaller of two values")
+            .Input("a", &qzILMinImg::SetInputImgA)
+            .Input("b", &qzILMinImg::SetInputImgB),
+
+        Effect<qzILMonadicAndImg>("and-color", "pixel", "Keeps the bits that a flat colour has")
+            .Input("input", &qzILMonadicAndImg::SetInputImg)
+            .Color("operand", &qzILMonadicAndImg::SetOperand, "0.8784,0.8784,0.8784,1",
+                   "colour whose bits are kept; 0.8784 keeps the upper three of eight"),
+
+        Effect<qzILMonadicOrImg>("or-color", "pixel", "Adds the bits of a flat colour")
+            .Input("input", &qzILMonadicOrImg::SetInputImg)
+            .Color("operand", &qzILMonadicOrImg::SetOperand, "0.1216,0.1216,0.1216,0",
+                   "colour whose bits are added; 0.1216 sets the lower five of eight"),
+
+        Effect<qzILMinMaskImg>("min-mask", "pixel", "Multiplies a picture by its mask")
+            .Input("input", &qzILMinMaskImg::SetInputImg)
+            .MaskRequired(),
     };
 }
 

@@ -107,8 +107,8 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
             SCOPED_TRACE(entry.sName + " " + parameter.sName);
             if (parameter.eKind == Kind::Choice) {
                 for (Choice const& choice : parameter.oChoices) EXPECT_TRUE(verifies(choice.iValue)) << choice.sName;
-                // The channel switch takes any number for zero.
-                EXPECT_EQ(verifies(99l), entry.sName == "channel-switch");
+                // The channel switch takes any number for zero, xor any but 1 for the difference.
+                EXPECT_EQ(verifies(99l), entry.sName == "channel-switch" || entry.sName == "xor");
             } else {
                 EXPECT_TRUE(verifies(parameter.oRange.dfMin));
                 EXPECT_TRUE(verifies(parameter.oRange.dfMax));
