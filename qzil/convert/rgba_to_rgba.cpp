@@ -209,13 +209,13 @@ struct DepthChange {
 
 qzILStatus qzILRGBA2RGBA::ConvertToOrFromFloatOrS2_14() {
     auto const run = [this](auto const& traits, auto const& call) { return RunRows(traits, call); };
-    DepthChange change{TraitsOf(InputFormat(), OutputFormat()),
-                       GetChannelTypeFromFormat(OutputFormat()),
-                       IsFormatMono(OutputFormat()) ? 1 : 4,
-                       IsBgrOrder(InputFormat()) || IsBgrOrder(OutputFormat()),
-                       IsFormatVideoLevels(InputFormat()) || IsFormatVideoLevels(OutputFormat()),
-                       m_iDithering ? &m_oRandom : nullptr,
-                       run};
+    DepthChange<decltype(run)> change{TraitsOf(InputFormat(), OutputFormat()),
+                                      GetChannelTypeFromFormat(OutputFormat()),
+                                      IsFormatMono(OutputFormat()) ? 1 : 4,
+                                      IsBgrOrder(InputFormat()) || IsBgrOrder(OutputFormat()),
+                                      IsFormatVideoLevels(InputFormat()) || IsFormatVideoLevels(OutputFormat()),
+                                      m_iDithering ? &m_oRandom : nullptr,
+                                      run};
     switch (GetChannelTypeFromFormat(InputFormat())) {
         case XFChannelTypeUInt8: return change.Of<u8>();
         case XFChannelTypeS2_14: return change.Of<s16>();
