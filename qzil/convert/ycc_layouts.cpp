@@ -93,23 +93,6 @@ kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
     return traits;
 }
 
-/// A dithered conversion on its way: every line starts its errors anew.
-struct DitheredLines {
-    qzILRandomNumber& oRandom;
-    kernel::TypedConvertRow<YccToYcc> pRow;
-    YccToYcc oConstants;
-    float aErrors[4];
-
-    static void Row(kernel::ConvertRow const& row, void const* self) {
-        auto& lines = *static_cast<DitheredLines*>(const_cast<void*>(self));
-        if (row.bLineStart) {
-            for (float& error : lines.aErrors) error = lines.oRandom.GetNumber() - 0.5f;
-        }
-        lines.oConstants.pErrors = lines.aErrors;
-        lines.pRow(row, lines.oConstants);
-    }
-};
-
 /// A key that is as large as the image it belongs to, viewed like that one.
 qzILImageHelper KeyView(IXFImage* key, qzILImageHelper const& like) {
     qzILImageHelper view;
@@ -144,7 +127,7 @@ qzILStatus qzILYCCA2YCCA::DoEffect() {
     if (!m_iDithering || !narrows) return RunRows(traits, kernel::BoundConversion(row, constants));
     StartDither(m_oRandom);
     traits.bOrdered = true;
-    DitheredLines lines{m_oRandom, row, constants, {}};
+    DitheredLines<YccToYcc> lines{m_oRandom, row, constants, {}};
     return RunRows(traits, {&lines.Row, &lines});
 }
 

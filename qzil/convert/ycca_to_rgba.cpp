@@ -32,23 +32,6 @@ kernel::ConvertTraits PairTraits(GUID const& input, GUID const& output) {
     return traits;
 }
 
-/// A dithered conversion on its way: every line starts its errors anew.
-struct DitheredLines {
-    qzILRandomNumber& oRandom;
-    kernel::TypedConvertRow<YccToRgb> pRow;
-    YccToRgb oConstants;
-    float aErrors[4];
-
-    static void Row(kernel::ConvertRow const& row, void const* self) {
-        auto& lines = *static_cast<DitheredLines*>(const_cast<void*>(self));
-        if (row.bLineStart) {
-            for (float& error : lines.aErrors) error = lines.oRandom.GetNumber() - 0.5f;
-        }
-        lines.oConstants.pErrors = lines.aErrors;
-        lines.pRow(row, lines.oConstants);
-    }
-};
-
 }  // namespace
 
 bool qzILYCCA2RGBA::Converts(GUID const& input, GUID const& output) {
@@ -93,7 +76,7 @@ qzILStatus qzILYCCA2RGBA::ConvertYCCA422ToRGBA() {
         return RunRows(traits, kernel::BoundConversion(RowFor(table, to), constants));
     }
     traits.bOrdered = true;
-    DitheredLines lines{m_oRandom, RowFor(table, to), constants, {}};
+    DitheredLines<YccToRgb> lines{m_oRandom, RowFor(table, to), constants, {}};
     return RunRows(traits, {&lines.Row, &lines});
 }
 
