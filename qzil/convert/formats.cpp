@@ -9,6 +9,13 @@ int BytesOf(GUID const& format) {
     return static_cast<int>(stored.uPixelSize - (IsFormatWithSeparateAlpha(format) ? stored.uChannelSize : 0));
 }
 
+kernel::ConvertTraits PixelTraitsOf(GUID const& input, GUID const& output) {
+    kernel::ConvertTraits traits;
+    traits.iInBytes = BytesOf(input);
+    traits.iOutBytes = BytesOf(output);
+    return traits;
+}
+
 bool IsBgrOrder(GUID const& format) {
     constexpr std::array kBgr{MFIF_DIB_RAW_32, MFIF_DIB_RAW_24, MFIF_BGRA_RAW_32, MFIF_BGRA_RAW_32_VIDEO,
                               MFIF_BGR_RAW_24};

@@ -3,11 +3,15 @@
 #include "qzil/image/color.h"
 #include "qzil/image/formats.h"
 #include "qzil/image/image.h"
+#include "qzil/kernel/convert_row.h"
 
 namespace qzil {
 
 /// Bytes from one pixel to the next in a format's colour plane.
 int BytesOf(GUID const& format);
+
+/// The traits of a conversion pixel by pixel between two formats.
+kernel::ConvertTraits PixelTraitsOf(GUID const& input, GUID const& output);
 
 /// RGB formats with blue first.
 bool IsBgrOrder(GUID const& format);

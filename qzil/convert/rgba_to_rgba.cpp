@@ -68,13 +68,6 @@ bool ChangesDepth(GUID const& input, GUID const& output) {
     return listed && GetChannelTypeFromFormat(input) != GetChannelTypeFromFormat(output);
 }
 
-kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
-    kernel::ConvertTraits traits;
-    traits.iInBytes = BytesOf(input);
-    traits.iOutBytes = BytesOf(output);
-    return traits;
-}
-
 }  // namespace
 
 bool qzILRGBA2RGBA::Converts(GUID const& input, GUID const& output) {
@@ -98,7 +91,7 @@ qzILStatus qzILRGBA2RGBA::DoEffect() {
     GUID const &input = InputFormat(), &output = OutputFormat();
     if (ChangesLevels(input, output)) return ConvertVideoToGraphicsOrGraphicsToVideo();
     if (Move const* const pMove = FindMove(input, output)) {
-        kernel::ConvertTraits traits = TraitsOf(input, output);
+        kernel::ConvertTraits traits = PixelTraitsOf(input, output);
         traits.bPolls = pMove->bPolls;
         SampleCount const count{pMove->iSamples};
         return RunRows(traits, kernel::BoundConversion(GetDepthRows().*pMove->pRow, count));
@@ -111,7 +104,8 @@ qzILStatus qzILRGBA2RGBA::ConvertVideoToGraphicsOrGraphicsToVideo() {
     GUID const& video = toGraphics ? InputFormat() : OutputFormat();
     // 255 / 219 and 219 / 255 in 16.16; the offsets take the black level and the rounding.
     LevelShift const shift{toGraphics ? 76309 : 56283, toGraphics ? -1188176 : 0x108000, IsBgrOrder(video)};
-    return RunRows(TraitsOf(InputFormat(), OutputFormat()), kernel::BoundConversion(GetDepthRows().pLevels, shift));
+    return RunRows(PixelTraitsOf(InputFormat(), OutputFormat()),
+                   kernel::BoundConversion(GetDepthRows().pLevels, shift));
 }
 
 namespace {
@@ -209,7 +203,7 @@ struct DepthChange {
 
 qzILStatus qzILRGBA2RGBA::ConvertToOrFromFloatOrS2_14() {
     auto const run = [this](auto const& traits, auto const& call) { return RunRows(traits, call); };
-    DepthChange<decltype(run)> change{TraitsOf(InputFormat(), OutputFormat()),
+    DepthChange<decltype(run)> change{PixelTraitsOf(InputFormat(), OutputFormat()),
                                       GetChannelTypeFromFormat(OutputFormat()),
                                       IsFormatMono(OutputFormat()) ? 1 : 4,
                                       IsBgrOrder(InputFormat()) || IsBgrOrder(OutputFormat()),

@@ -25,13 +25,6 @@ bool IsSource(GUID const& format) {
     return format == MFIF_RGBA_RAW_64 || Contains(kPlainSources, format) || Contains(kRichSources, format);
 }
 
-kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
-    kernel::ConvertTraits traits;
-    traits.iInBytes = BytesOf(input);
-    traits.iOutBytes = BytesOf(output);
-    return traits;
-}
-
 /// The dithered form of a fixed-point line: the low halves of the sums are carried to the next sample.
 class DitheredPairs {
 public:
@@ -123,7 +116,7 @@ qzILStatus qzILRGBAORDIB2YCCA::DoEffect() {
 }
 
 qzILStatus qzILRGBAORDIB2YCCA::Convert8_RGBA2YCC422() {
-    kernel::ConvertTraits traits = TraitsOf(InputFormat(), OutputFormat());
+    kernel::ConvertTraits traits = PixelTraitsOf(InputFormat(), OutputFormat());
     traits.bPairs = true;
     RgbToPairs const constants = RgbToPairsOf(InputFormat(), OutputFormat(), m_iFiltering != 0, m_iDithering != 0);
     if (!m_iDithering) return RunRows(traits, kernel::BoundConversion(GetYccFixedRows().pRgbToPairs, constants));
@@ -138,7 +131,7 @@ qzILStatus qzILRGBAORDIB2YCCA::ConvertRGBAToYCCA422() {
     ByTarget<RgbToYcc> const& table = from == Sample::U8      ? rows.oTo422FromU8
                                       : from == Sample::S2_14 ? rows.oTo422FromS2_14
                                                               : rows.oTo422FromFloat;
-    kernel::ConvertTraits traits = TraitsOf(InputFormat(), OutputFormat());
+    kernel::ConvertTraits traits = PixelTraitsOf(InputFormat(), OutputFormat());
     traits.bPairs = true;
     RgbToYcc const constants = RgbToYccOf(InputFormat(), OutputFormat(), m_iFiltering != 0);
     return RunRows(traits, kernel::BoundConversion(RowFor(table, SampleOf(OutputFormat())), constants));
@@ -161,7 +154,7 @@ qzILStatus qzILRGBAORDIB2YCCA::ConvertRGBAToYCCA4444() {
     ByTarget<RgbToYcc> const& table = from == Sample::U8      ? rows.oTo4444FromU8
                                       : from == Sample::S2_14 ? rows.oTo4444FromS2_14
                                                               : rows.oTo4444FromFloat;
-    kernel::ConvertTraits traits = TraitsOf(InputFormat(), OutputFormat());
+    kernel::ConvertTraits traits = PixelTraitsOf(InputFormat(), OutputFormat());
     RgbToYcc const constants = RgbToYccOf(InputFormat(), OutputFormat(), false);
     if (!m_iDithering || from != Sample::U8 || to != Sample::U8) {
         return RunRows(traits, kernel::BoundConversion(RowFor(table, to), constants));

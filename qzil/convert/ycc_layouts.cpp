@@ -85,9 +85,7 @@ YccToYcc ConstantsOf(GUID const& input, GUID const& output, bool filter) {
 }
 
 kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
-    kernel::ConvertTraits traits;
-    traits.iInBytes = BytesOf(input);
-    traits.iOutBytes = BytesOf(output);
+    kernel::ConvertTraits traits = PixelTraitsOf(input, output);
     traits.bPairsIn = traits.bRegionLimits = IsPairs(input);
     traits.bPairs = IsPairs(input) || IsPairs(output);
     return traits;

@@ -25,9 +25,7 @@ bool IsYccSource(GUID const& format) {
 }
 
 kernel::ConvertTraits PairTraits(GUID const& input, GUID const& output) {
-    kernel::ConvertTraits traits;
-    traits.iInBytes = BytesOf(input);
-    traits.iOutBytes = BytesOf(output);
+    kernel::ConvertTraits traits = PixelTraitsOf(input, output);
     traits.bPairs = traits.bPairsIn = traits.bRegionLimits = true;
     return traits;
 }
