@@ -210,8 +210,7 @@ HRESULT qzILImg2DIB(IXFImage* image, HGLOBAL& bitmap, qzILBbox2l const* region, 
     bitmap = nullptr;
     if (!image) return kNullPointer;
     qzILImageHelper const lines(image);
-    constexpr std::array kFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
-    if (!Contains(kFormats, lines.m_oFormat)) return kFailure;
+    if (!Contains(kRawFormats, lines.m_oFormat)) return kFailure;
     qzILBbox2l const box = Covered(lines.m_iWidth, lines.m_iHeight, region);
     if (!IsServed(bits) || !lines.m_pLineZero || box.IsEmpty()) return kInvalidArgument;
 

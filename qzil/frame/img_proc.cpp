@@ -146,8 +146,8 @@ qzILStatus qzILImgProc::PrepareRegion(std::span<Source const> sources, unsigned 
         maskRect.Size.y = std::min(maskRect.Size.y, WholeOf(m_pMaskImg).Size.y);
     }
 
-    Source const& first = sources[primary];
-    qzILBbox2l const input = Moved(WholeOf(first.pImage), first.oPlace).Intersect(roi);
+    Source const& main = sources[primary];
+    qzILBbox2l const input = Moved(WholeOf(main.pImage), main.oPlace).Intersect(roi);
     qzILBbox2l masked = input;
     for (Source const& source : sources) masked = masked.Intersect(Moved(WholeOf(source.pImage), source.oPlace));
     masked = masked.Intersect(maskRect);
@@ -160,22 +160,25 @@ qzILStatus qzILImgProc::PrepareRegion(std::span<Source const> sources, unsigned 
         bool const overlaps = SamePixels(source.pImage, m_pOutputImg) && !(own.Origin == m_oOutputOffset) &&
                               !own.Intersect(region).IsEmpty();
         qzILVector2l offset = back - source.oPlace;
+        qzILImageHelper& holder = source.pHelper ? *source.pHelper : helper;
         if (overlaps && !*source.ppBuffer) {
             qzILBbox2l const place = Moved(rectangle, qzILVector2l() - source.oPlace);
             if (BufferImage(source.pImage, source.ppBuffer, place) != 1) return false;
-            source.pHelper->m_iOffsetX = back.x - rectangle.Origin.x;
-            source.pHelper->m_iOffsetY = back.y - rectangle.Origin.y;
+            holder.m_iOffsetX = back.x - rectangle.Origin.x;
+            holder.m_iOffsetY = back.y - rectangle.Origin.y;
         }
-        if (overlaps) offset = qzILVector2l(source.pHelper->m_iOffsetX, source.pHelper->m_iOffsetY);
+        if (overlaps) offset = qzILVector2l(holder.m_iOffsetX, holder.m_iOffsetY);
         helper.SetImage(overlaps ? *source.ppBuffer : source.pImage);
         helper.m_iOffsetX = offset.x;
         helper.m_iOffsetY = offset.y;
         return true;
     };
     bool viewed = true;
-    if (!input.IsEmpty() && !(masked == input)) viewed = view(first, input, copy);
+    if (!input.IsEmpty() && !(masked == input)) viewed = view(main, input, copy);
     if (!masked.IsEmpty()) {
-        for (Source const& source : sources) viewed = viewed && view(source, masked, *source.pHelper);
+        for (Source const& source : sources) {
+            if (source.pHelper) viewed = viewed && view(source, masked, *source.pHelper);
+        }
         if (m_pMaskImg) {
             mask.SetImage(m_pMaskImg);
             qzILVector2l const offset = back - maskRect.Origin;
@@ -246,7 +249,7 @@ void qzILImgProc::AdjustProcessedRegionBbox(qzILBbox2l& box) const {
     box.Size.y = fields == kModeNoLines ? 0 : (box.Size.y + odd) >> 1;
 }
 
-Lines qzILImgProc::LinesOf(qzILImageHelper& helper, qzILBbox2l const& box, Lines* alpha) const {
+Lines qzILImgProc::LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box, Lines* alpha) const {
     if (alpha) *alpha = {};
     if (!helper.m_pLineZero) return {};
     Jumps const jumps = JumpsOf(helper, box.Origin.x, box.Origin.y, box.Size.x, m_uProcessingMode);
@@ -254,7 +257,7 @@ Lines qzILImgProc::LinesOf(qzILImageHelper& helper, qzILBbox2l const& box, Lines
     return {jumps.pFirst, jumps.iLine, helper.m_iPixelStep};
 }
 
-Lines qzILImgProc::MaskLinesOf(qzILImageHelper& mask, qzILBbox2l const& box) const {
+Lines qzILImgProc::MaskLinesOf(qzILImageHelper const& mask, qzILBbox2l const& box) const {
     if (mask.IsEmpty()) return {};
     Lines lines = LinesOf(mask, box);
     lines.pFirst += std::size_t{mask.m_uChannelSize} * MaskChannelPlace(mask.m_oFormat, m_uMaskChannel);
@@ -268,13 +271,12 @@ void qzILImgProc::ShiftStart(Lines& lines, int n) {
     lines.iJump += bytes;
 }
 
-qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel::RowTraits const& traits,
-                                kernel::RowCall const& call) const {
+bool qzILImgProc::CompleteWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel::RowTraits const& traits) const {
     int const pixelBytes = traits.iSamples * traits.iSampleBytes;
     bool const fits = walk.oA.iPixelStep == pixelBytes && walk.oOut.iPixelStep == pixelBytes &&
                       (!walk.oB.pFirst || walk.oB.iPixelStep == pixelBytes);
     bool const maskFits = !walk.oMask.pFirst || walk.oMask.iPixelStep % traits.iSampleBytes == 0;
-    if (!fits || !maskFits) return -1;
+    if (!fits || !maskFits) return false;
     walk.iWidth = box.Size.x;
     walk.iLines = box.Size.y;
     walk.bOddX = (m_oOutputOffset.x & 1) != 0;
@@ -283,6 +285,12 @@ qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kerne
         walk.pStop = [](void const* self) { return static_cast<qzILImgProc const*>(self)->IsInterrupted(); };
         walk.pStopContext = this;
     }
+    return true;
+}
+
+qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel::RowTraits const& traits,
+                                kernel::RowCall const& call) const {
+    if (!CompleteWalk(walk, box, traits)) return -1;
     kernel::RunRows(walk, traits, call);
     return 1;
 }

@@ -73,8 +73,8 @@ protected:
     /// An input of a call, and the view and buffer that PrepareRegion makes for it.
     struct Source {
         IXFImage* pImage;
-        qzILVector2l oPlace;  ///< of its origin, in region coordinates
-        qzILImageHelper* pHelper;
+        qzILVector2l oPlace;       ///< of its origin, in region coordinates
+        qzILImageHelper* pHelper;  ///< null for an input that the effect reads in its own way
         IXFImage** ppBuffer;
         unsigned uAbsentCode;    ///< recorded when there is no image
         unsigned uNoPixelsCode;  ///< recorded when it has no pixels
@@ -95,9 +95,12 @@ protected:
     /// Turns the box height into the number of lines that the field bits keep.
     void AdjustProcessedRegionBbox(qzILBbox2l& box) const;
     /// The lines of a helper over the processed box; alpha lines only for a format with an alpha plane.
-    qzil::Lines LinesOf(qzILImageHelper& helper, qzILBbox2l const& box, qzil::Lines* alpha = nullptr) const;
-    qzil::Lines MaskLinesOf(qzILImageHelper& mask, qzILBbox2l const& box) const;
-    /// Fills the parts of a walk that do not depend on the inputs, and runs it.
+    qzil::Lines LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box, qzil::Lines* alpha = nullptr) const;
+    qzil::Lines MaskLinesOf(qzILImageHelper const& mask, qzILBbox2l const& box) const;
+    /// Fills the parts of a walk that do not depend on the inputs; false when an image is not laid out as the traits
+    /// say.
+    bool CompleteWalk(qzil::kernel::Walk& walk, qzILBbox2l const& box, qzil::kernel::RowTraits const& traits) const;
+    /// Completes a walk and runs it.
     qzILStatus RunWalk(qzil::kernel::Walk& walk, qzILBbox2l const& box, qzil::kernel::RowTraits const& traits,
                        qzil::kernel::RowCall const& call) const;
     /// 1 when the output's format is in a list, else 0x1000D.

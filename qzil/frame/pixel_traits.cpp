@@ -23,9 +23,7 @@ kernel::RowTraits PixelTraits(GUID const& format, kernel::MixRule mix8) {
 
 kernel::RowTraits OperationTraits(GUID const& format) {
     kernel::RowTraits traits = PixelTraits(format, kernel::MixRule::NormMult);
-    bool const served = format == MFIF_RGBA_RAW_32 || format == MFIF_MONO_RAW_8 || format == MFIF_RGBA_RAW_64 ||
-                        format == MFIF_MONO_RAW_16;
-    if (!served) traits.iSampleBytes = 0;
+    if (!Contains(kRawFormats, format)) traits.iSampleBytes = 0;
     return traits;
 }
 

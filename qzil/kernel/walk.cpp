@@ -1,9 +1,12 @@
 #include "qzil/kernel/commit.h"
+#include "qzil/kernel/line_walk.h"
 #include "qzil/kernel/row.h"
 #include "qzil/kernel/streaming.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace qzil::kernel {
 namespace {
@@ -239,6 +242,39 @@ private:
 void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call) {
     if (walk.iWidth <= 0 || walk.iLines <= 0) return;
     Runner(walk, traits, call).Run();
+}
+
+bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker, int blockLines) {
+    if (walk.iWidth <= 0 || walk.iLines <= 0) return true;
+    bool const polls = traits.bPolls && walk.pStop;
+    if (polls) blockLines = 1;
+    std::ptrdiff_t const outStep = LineStep(walk.oOut, walk.iWidth);
+    std::ptrdiff_t const scratchStep = std::ptrdiff_t{walk.oOut.iPixelStep} * walk.iWidth;
+    bool const direct = !walk.oMask.pFirst && (!traits.bHasChannels || (walk.uMode & 15u) == 15u);
+    std::unique_ptr<unsigned char[]> scratch;
+    if (!direct) {
+        scratch.reset(new (std::nothrow) unsigned char[static_cast<std::size_t>(scratchStep * blockLines)]);
+        if (!scratch) return false;
+    }
+    // The commit of a block is a walk of its own, whose second input is what was made.
+    Walk block = walk;
+    block.oB = {scratch.get(), 0, walk.oOut.iPixelStep};
+    block.pStop = nullptr;
+    for (int line = 0; line < walk.iLines; line += blockLines) {
+        block.iLines = std::min(blockLines, walk.iLines - line);
+        if (direct) {
+            maker.Make(line, block.iLines, walk.oOut.pFirst + line * outStep, outStep);
+        } else {
+            maker.Make(line, block.iLines, scratch.get(), scratchStep);
+            for (Lines Walk::*lines : {&Walk::oA, &Walk::oOut, &Walk::oMask}) {
+                Lines const& from = walk.*lines;
+                if (from.pFirst) (block.*lines).pFirst = from.pFirst + line * LineStep(from, walk.iWidth);
+            }
+            RunRows(block, traits, RowCall{});
+        }
+        if (polls && walk.pStop(walk.pStopContext)) break;
+    }
+    return true;
 }
 
 }  // namespace qzil::kernel

@@ -14,7 +14,6 @@ constexpr auto kFormats =
     Join(std::array{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14, MFIF_MONO_RAW_8,
                     MFIF_MONO_RAW_8_TD, MFIF_MONO_RAW_16, MFIF_MONO_FLOAT, MFIF_MONO_S2_14},
          kVideoFormats);
-constexpr std::array kGeneralFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 
 /// Alpha in fixed point. A value that Verify refuses is limited to what the weights can hold.
 s32 FixedAlpha(double alpha, double scale) {
@@ -204,7 +203,7 @@ qzILStatus qzILBlendImg::BlendYCC422Float() {
 }
 
 FormatList qzILGeneralBlendImage::GetFormats() {
-    return kGeneralFormats;
+    return kRawFormats;
 }
 
 void qzILGeneralBlendImage::SetAlphas(double alphaA, double alphaB) {
@@ -219,7 +218,7 @@ void qzILGeneralBlendImage::GetAlphas(double& alphaA, double& alphaB) const {
 
 qzILStatus qzILGeneralBlendImage::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    if (VerifyFormat(kGeneralFormats) != 1) return -1;
+    if (VerifyFormat(kRawFormats) != 1) return -1;
     for (double const alpha : {m_dfAlphaA, m_dfAlphaB}) {
         if (alpha < 0.0 || alpha > 1.0) return Fail(0x10012);
     }
@@ -228,7 +227,7 @@ qzILStatus qzILGeneralBlendImage::Verify() {
 
 qzILStatus qzILGeneralBlendImage::DoEffect() {
     kernel::RowTraits const traits = PixelTraits(Format(), MixRule::NormMult);
-    if (!Contains(kGeneralFormats, Format())) return -1;
+    if (!Contains(kRawFormats, Format())) return -1;
     bool const wide = traits.iSampleBytes == 2;
     double const scale = wide ? 32768 : 65536;
     GeneralBlendWeights const weights{static_cast<u32>(FixedAlpha(m_dfAlphaA, scale)),

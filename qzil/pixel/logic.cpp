@@ -13,7 +13,6 @@ using kernel::MixRule;
 
 namespace {
 
-constexpr std::array kFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 
 /// What is not one of the two 8-bit formats is taken as 16-bit words, as far as it has pixels of four or of one of
 /// them; a sample size of 0 for all others.
@@ -66,12 +65,12 @@ kernel::RowTraits OperandTraits(GUID const& format) {
 }  // namespace
 
 FormatList qzILAndImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILAndImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 qzILStatus qzILAndImg::DoEffect() {
@@ -81,12 +80,12 @@ qzILStatus qzILAndImg::DoEffect() {
 }
 
 FormatList qzILOrImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILOrImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 qzILStatus qzILOrImg::DoEffect() {
@@ -96,12 +95,12 @@ qzILStatus qzILOrImg::DoEffect() {
 }
 
 FormatList qzILXOrImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILXOrImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 qzILStatus qzILXOrImg::DoEffect() {
@@ -113,12 +112,12 @@ qzILStatus qzILXOrImg::DoEffect() {
 }
 
 FormatList qzILMaxImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILMaxImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 unsigned char qzILMaxImg::Operation8(unsigned char a, unsigned char b) const {
@@ -137,12 +136,12 @@ qzILStatus qzILMaxImg::DoEffect() {
 }
 
 FormatList qzILMinImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILMinImg::Verify() {
     if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 unsigned char qzILMinImg::Operation8(unsigned char a, unsigned char b) const {
@@ -161,12 +160,12 @@ qzILStatus qzILMinImg::DoEffect() {
 }
 
 FormatList qzILMonadicAndImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILMonadicAndImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 qzILStatus qzILMonadicAndImg::DoEffect() {
@@ -176,12 +175,12 @@ qzILStatus qzILMonadicAndImg::DoEffect() {
 }
 
 FormatList qzILMonadicOrImg::GetFormats() {
-    return kFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILMonadicOrImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kFormats);
+    return VerifyFormat(kRawFormats);
 }
 
 qzILStatus qzILMonadicOrImg::DoEffect() {

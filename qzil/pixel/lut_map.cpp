@@ -11,7 +11,6 @@ using namespace qzil;
 
 namespace {
 
-constexpr std::array kMonadicFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 constexpr std::array kDyadicFormats{MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8};
 
 GUID FormatOf(IXFImage* image) {
@@ -55,12 +54,12 @@ Constants Choose(void** tables, unsigned char const* identity, unsigned mode, in
 }  // namespace
 
 FormatList qzILMonadicLutMapImg::GetFormats() {
-    return kMonadicFormats;
+    return kRawFormats;
 }
 
 qzILStatus qzILMonadicLutMapImg::Verify() {
     if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    if (VerifyFormat(kMonadicFormats) != 1) return -1;
+    if (VerifyFormat(kRawFormats) != 1) return -1;
     return HasTables(m_ppLut, FormatOf(m_pOutputImg), m_uProcessingMode) ? 1 : Fail(0x10018);
 }
 

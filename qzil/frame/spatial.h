@@ -1,0 +1,111 @@
+#pragma once
+
+#include "qzil/frame/monadic.h"
+
+#include <cstddef>
+
+namespace qzil::kernel {
+class LineMaker;
+}  // namespace qzil::kernel
+
+/// What a neighbourhood sees beyond the W x H input.
+using qzILEdgeMode = std::uint32_t;
+inline constexpr qzILEdgeMode qzILEdgeModeColor = 1;   ///< the edge colour
+inline constexpr qzILEdgeMode qzILEdgeModeWrap = 2;    ///< the input, tiled
+inline constexpr qzILEdgeMode qzILEdgeModeExtend = 3;  ///< the nearest border pixel
+inline constexpr qzILEdgeMode qzILEdgeModeMirror = 4;  ///< the input, reflected: column -1 is column 0, W is W - 1
+
+/// Effects whose output pixel depends on a neighbourhood of input pixels. They read from a copy of the region that is
+/// larger by the radius on every side and filled there by the edge mode, so that no loop tests for the border, and
+/// every effect may run in place. Field bits leave out output lines; the neighbourhood has the lines of both fields.
+///
+/// Radius: pixels, x and y, 0 at first; the neighbourhood reaches as far as its whole part. Edge mode 1 at first; the
+/// edge colour is the default colour at the time of Init.
+///
+/// Verify adds the codes of qzILVerifyROIAndMask, and: 0x1000E input and output differ in format, 0x10023 a radius
+/// outside 0 to 1073741824.9 (NaN passes), 0x10020 an edge mode outside 1 to 4.
+class QZIL_API qzILMonadicSpatialProc : public qzILMonadicImgProc {
+    QZIL_EFFECT_CLASS(qzILMonadicSpatialProc)
+public:
+    qzILMonadicSpatialProc() { Init(); }
+    ~qzILMonadicSpatialProc() override { Trash(); }
+
+    qzILStatus Verify() override = 0;
+    qzILStatus PrepareData() override;
+    qzILStatus ProcessData() override;
+    qzILStatus CleanData() override;
+    /// Processes the active rectangle; not called when it is empty.
+    virtual qzILStatus DoEffect() = 0;
+
+    void Init();
+    void Trash();
+
+    void SetRadius(float radius) { SetRadius(qzILVector2f(radius, radius)); }
+    void SetRadius(float x, float y) { SetRadius(qzILVector2f(x, y)); }
+    void SetRadius(qzILVector2f radius);
+    qzILVector2f GetRadius() const { return m_oRadius; }
+    float GetRadiusX() const { return m_oRadius.x; }
+    float GetRadiusY() const { return m_oRadius.y; }
+    void SetEdgeMode(qzILEdgeMode mode) { m_uEdgeMode = mode; }
+    qzILEdgeMode GetEdgeMode() const { return m_uEdgeMode; }
+    void SetEdgeColor(qzILColor const& color) { m_oEdgeColor = color; }
+    qzILColor const& GetEdgeColor() const { return m_oEdgeColor; }
+
+    /// Fills the margin buffer, which has the size of `box`, with the pixels that the box covers in input coordinates.
+    /// 1, or -1 when the box misses the input or a copy fails.
+    qzILStatus FillBuffer(qzILBbox2l const& box);
+    /// For loops of their own: 1 when the field bits leave the line out, with the pointers moved on by one line, else
+    /// 0. `parity` starts as LineParity() and changes with every line.
+    int SkipLine(int& parity, void** out, void** source, void** mask) const;
+
+protected:
+    /// Runs a row function over the active rectangle. Its input is the pixel under the kernel's centre; the
+    /// neighbourhood lies around it, LineStep() bytes from line to line.
+    qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
+    /// Has the lines of the active rectangle made in blocks; -1 with 0x10001 without memory.
+    qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker);
+    /// The lines of the active rectangle that the field bits keep: the first one, and the step to the next.
+    struct KeptLines {
+        int iFirst;
+        int iStep;
+        int iCount;
+    };
+    KeptLines LinesToProcess() const;
+    qzil::kernel::Walk MakeWalk() const;
+
+    GUID const& Format() const { return m_oOutputHelper.m_oFormat; }
+    qzILVector2l ActiveSize() const { return m_oBoxes.oProcessed.Size; }
+    /// Of the margin buffer: pixel (0, 0), and the bytes from a line to the next.
+    unsigned char const* BufferStart() const { return m_pFirst; }
+    std::ptrdiff_t LineStep() const { return m_iLineStep; }
+    int LineParity() const { return (m_oBoxes.oProcessed.Origin.y ^ 1) & 1; }
+    /// Reach of the neighbourhood on either side, and its size. Never negative.
+    qzILVector2l Reach() const;
+    qzILVector2l KernelSize() const;
+    /// The active rectangle's origin in input coordinates.
+    qzILVector2l ActiveOrigin() const { return m_oBoxes.oProcessed.Origin + m_oRoi.Origin - m_oOutputOffset; }
+    /// Hands everything but the kernel to another effect that works in this one's place.
+    void ShareSpatialSettings(qzILMonadicSpatialProc& other) const;
+    /// Both radii are numbers that Verify accepts.
+    bool HasGoodRadius() const;
+
+    qzILEdgeMode m_uEdgeMode;
+    qzILColor m_oEdgeColor;
+    qzILVector2f m_oRadius;
+    qzILVector2l m_oIntegerRadius;
+    std::int32_t m_iLeastReach;        ///< of effects whose neighbourhood does not depend on the radius
+    qzil::Ref<IXFImage> m_pBufferImg;  ///< the margin buffer
+    qzILImageHelper m_oOutputHelper;
+    qzILImageHelper m_oMaskHelper;
+    qzILImageHelper m_oCopyHelper;  ///< where pixels outside the mask rectangle come from
+    Boxes m_oBoxes;
+
+private:
+    qzILStatus PrepareBuffer();
+    /// The active rectangle, as high as the lines that are kept.
+    qzILBbox2l KeptBox() const;
+
+    IXFImage* m_pCopiedImg;  ///< the clipped rectangle of an output that is the input too, shifted
+    unsigned char* m_pFirst;
+    std::ptrdiff_t m_iLineStep;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "qzil/kernel/row.h"
+
+namespace qzil::kernel {
+
+/// Makes the finished lines of a walk, in order, for effects that carry something from line to line or do several lines
+/// at a time.
+class LineMaker {
+public:
+    /// Writes the lines `first` to `first + count - 1` of the walk, `step` bytes apart.
+    virtual void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) = 0;
+
+protected:
+    ~LineMaker() = default;
+};
+
+/// Has the lines of a walk made in blocks of up to `blockLines`, directly into the output or through the commit. With
+/// an interrupt set a block is one line, and the interrupt is asked after each. False without memory for a block.
+bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker, int blockLines);
+
+}  // namespace qzil::kernel

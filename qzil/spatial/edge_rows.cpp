@@ -1,0 +1,211 @@
+#include "qzil/spatial/edge_rows.h"
+
+#include "qzil/kernel/shapes.h"
+
+QZIL_ROWS_BEGIN
+namespace {
+
+using kernel::Row;
+
+/// Signed values of a neighbourhood: 16 bits hold every sum of 8-bit samples, 32 bits those of 16-bit samples.
+template <class T>
+struct WorkOf;
+template <>
+struct WorkOf<u8> {
+    using Type = s16;
+    static constexpr int kFull = 255;
+};
+template <>
+struct WorkOf<u16> {
+    using Type = s32;
+    static constexpr int kFull = 65535;
+};
+
+template <class V>
+struct Hood {
+    V t0, t1, t2, m0, m1, m2, b0, b1, b2;
+};
+
+/// Weights of rows t, m and b.
+struct Taps {
+    signed char a[9];
+};
+
+/// The gradients E, NE, N, NW, W, SW, S, SE. The reliefs have the same weights, and 1 in the centre.
+constexpr Taps kDirections[8] = {
+    {{-1, 0, 1, -1, 0, 1, -1, 0, 1}}, {{-1, -1, 0, -1, 0, 1, 0, 1, 1}}, {{-1, -1, -1, 0, 0, 0, 1, 1, 1}},
+    {{0, -1, -1, 1, 0, -1, 1, 1, 0}}, {{1, 0, -1, 1, 0, -1, 1, 0, -1}}, {{1, 1, 0, 1, 0, -1, 0, -1, -1}},
+    {{1, 1, 1, 0, 0, 0, -1, -1, -1}}, {{0, 1, 1, -1, 0, 1, -1, -1, 0}},
+};
+
+template <int kWeight, class V>
+QZIL_INLINE V Weighed(V v) {
+    return static_cast<V>(kWeight == 0 ? 0 : kWeight < 0 ? -v : v);
+}
+
+template <unsigned kDirection, class V>
+QZIL_INLINE V Directed(Hood<V> const& h) {
+    constexpr Taps k = kDirections[kDirection];
+    V const t = static_cast<V>(Weighed<k.a[0]>(h.t0) + Weighed<k.a[1]>(h.t1) + Weighed<k.a[2]>(h.t2));
+    V const m = static_cast<V>(Weighed<k.a[3]>(h.m0) + Weighed<k.a[5]>(h.m2));
+    V const b = static_cast<V>(Weighed<k.a[6]>(h.b0) + Weighed<k.a[7]>(h.b1) + Weighed<k.a[8]>(h.b2));
+    return static_cast<V>(static_cast<V>(t + m) + b);
+}
+
+template <class V>
+struct Slope {
+    V x, y;
+};
+
+template <bool kSobelWeights, class V>
+QZIL_INLINE Slope<V> SlopeOf(Hood<V> const& h) {
+    if constexpr (kSobelWeights) {
+        V const x = static_cast<V>(h.t2 - h.t0 + (h.m2 >> 1) - (h.m0 >> 1) + h.b2 - h.b0);
+        V const y = static_cast<V>(h.b0 - h.t0 + (h.b1 >> 1) - (h.t1 >> 1) + h.b2 - h.t2);
+        return {x, y};
+    } else {
+        V const x = static_cast<V>(h.t2 - h.t0 + h.m2 - h.m0 + h.b2 - h.b0);
+        V const y = static_cast<V>(h.t0 + h.t1 + h.t2 - h.b0 - h.b1 - h.b2);
+        return {x, y};
+    }
+}
+
+template <class V>
+QZIL_INLINE V Magnitude(V v) {
+    return Max(v, static_cast<V>(-v));
+}
+
+/// The response of an operator.
+template <unsigned kOperator, class V>
+QZIL_INLINE V Respond(Hood<V> const& h) {
+    if constexpr (kOperator == kRoberts || kOperator == kSobel) {
+        Slope<V> const slope = SlopeOf<kOperator == kSobel>(h);
+        return static_cast<V>(Magnitude(slope.x) + Magnitude(slope.y));
+    } else if constexpr (kOperator == kLaplace4) {
+        return static_cast<V>(4 * h.m1 - h.t1 - h.m0 - h.m2 - h.b1);
+    } else if constexpr (kOperator == kLaplace8) {
+        return static_cast<V>(8 * h.m1 - h.t0 - h.t1 - h.t2 - h.m0 - h.m2 - h.b0 - h.b1 - h.b2);
+    } else if constexpr (kOperator >= kEmboss) {
+        return static_cast<V>(Directed<kOperator - kEmboss>(h) + h.m1);
+    } else {
+        return Directed<kOperator - kGradient>(h);
+    }
+}
+
+template <class T>
+struct Places {
+    T const* pTop;
+    T const* pMiddle;
+    T const* pBottom;
+    int iStep;
+
+    QZIL_INLINE Places(Row const& row, EdgeConstants const& c)
+        : pTop(reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) - c.iLineStep)),
+          pMiddle(In<T>(row.pA)),
+          pBottom(reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) + c.iLineStep)),
+          iStep(c.iSamples) {}
+};
+
+/// Calls rule(hood) for both values of each pair.
+template <class T, class Rule, class Put>
+QZIL_INLINE void ForHoods(Row const& row, EdgeConstants const& c, Rule rule, Put put) {
+    using V = typename WorkOf<T>::Type;
+    Places<T> const p(row, c);
+    ForPairs(row.iPixels * c.iSamples, [=](Place at, auto which) {
+        auto const t0 = Load(which, p.pTop + at.i - p.iStep), t1 = Load(which, p.pTop + at.i),
+                   t2 = Load(which, p.pTop + at.i + p.iStep), m0 = Load(which, p.pMiddle + at.i - p.iStep),
+                   m1 = Load(which, p.pMiddle + at.i), m2 = Load(which, p.pMiddle + at.i + p.iStep),
+                   b0 = Load(which, p.pBottom + at.i - p.iStep), b1 = Load(which, p.pBottom + at.i),
+                   b2 = Load(which, p.pBottom + at.i + p.iStep);
+        auto const value = [](auto v) { return static_cast<V>(v); };
+        Hood<V> const even{value(t0.oEven), value(t1.oEven), value(t2.oEven), value(m0.oEven), value(m1.oEven),
+                           value(m2.oEven), value(b0.oEven), value(b1.oEven), value(b2.oEven)};
+        Hood<V> const odd{value(t0.oOdd), value(t1.oOdd), value(t2.oOdd), value(m0.oOdd), value(m1.oOdd),
+                          value(m2.oOdd), value(b0.oOdd), value(b1.oOdd), value(b2.oOdd)};
+        put(at, which, Two<V>{rule(even), rule(odd)});
+    });
+}
+
+template <class T, unsigned kOperator>
+void Operate(Row const& row, EdgeConstants const& c, bool largest) {
+    using V = typename WorkOf<T>::Type;
+    constexpr V kFull = static_cast<V>(WorkOf<T>::kFull);
+    V const threshold = static_cast<V>(c.iThreshold), bias = static_cast<V>(c.iBias);
+    T* const out = Out<T>(row.pOut);
+    auto const rule = [=](Hood<V> const& h) {
+        V const v = Respond<kOperator>(h);
+        if constexpr (kOperator >= kEmboss) {
+            return Clamp<V>(v, 0, kFull);
+        } else {
+            return v <= threshold ? V{0} : Clamp<V>(static_cast<V>(v + bias), 0, kFull);
+        }
+    };
+    if (!largest) {
+        ForHoods<T>(row, c, rule, [=](Place at, auto which, Two<V> v) { Store(which, out + at.i, v); });
+    } else {
+        ForHoods<T>(row, c, rule, [=](Place at, auto which, Two<V> v) {
+            auto const before = Load(which, out + at.i);
+            Store(which, out + at.i,
+                  Two<V>{Max(v.oEven, static_cast<V>(before.oEven)), Max(v.oOdd, static_cast<V>(before.oOdd))});
+        });
+    }
+}
+
+template <class T, bool kSobelWeights>
+void Angle(Row const& row, EdgeConstants const& c) {
+    constexpr double kDegrees = 57.29564666748047, kSteps = 0.7083333134651184;
+    Places<T> const p(row, c);
+    T* const out = Out<T>(row.pOut);
+    for (int i = 0; i < row.iPixels * c.iSamples; ++i) {
+        T const *t = p.pTop + i, *m = p.pMiddle + i, *b = p.pBottom + i;
+        int const s = p.iStep;
+        Hood<s32> const hood{t[-s], t[0], t[s], m[-s], m[0], m[s], b[-s], b[0], b[s]};
+        auto const [gx, gy] = SlopeOf<kSobelWeights>(hood);
+        s32 angle = gy == 0 ? 0 : gy > 0 ? 64 : -65;
+        if (gx != 0) {
+            double degrees = __builtin_atan2(static_cast<double>(gy), static_cast<double>(gx)) * kDegrees;
+            if (degrees < 0) degrees += 360;
+            angle = RoundHalfAway(degrees * kSteps);
+        }
+        out[i] = static_cast<T>(angle);
+    }
+}
+
+template <class T, unsigned kOperator>
+QZIL_INLINE void Dispatch(unsigned which, Row const& row, EdgeConstants const& c, bool largest) {
+    if constexpr (kOperator < kEdgeOperators) {
+        if (which != kOperator) return Dispatch<T, kOperator + 1>(which, row, c, largest);
+        if constexpr (kOperator == kRobertsAngle || kOperator == kSobelAngle) {
+            Angle<T, kOperator == kSobelAngle>(row, c);
+        } else {
+            Operate<T, kOperator>(row, c, largest);
+        }
+    }
+}
+
+template <class T>
+void RunEdges(Row const& row, EdgeConstants const& c) {
+    bool largest = false;
+    for (unsigned bit = 0; c.uSet >> bit != 0; ++bit) {
+        if ((c.uSet >> bit & 1) == 0) continue;
+        Dispatch<T, 0>(c.uFirst + bit, row, c, largest);
+        largest = true;
+    }
+}
+
+template <class T>
+void Clear(Row const& row, EdgeConstants const& c) {
+    T* const out = Out<T>(row.pOut);
+    T const* const pass = In<T>(row.pPass);
+    T const* const mask = In<T>(row.pMask);
+    int const samples = c.iSamples;
+    for (int i = 0; i < row.iPixels; ++i) {
+        for (int k = 0; k < samples; ++k) out[i * samples + k] = mask && mask[i] == 0 ? pass[i * samples + k] : T{0};
+    }
+}
+
+}  // namespace
+
+EdgeRows const g_oEdgeRows{RunEdges<u8>, RunEdges<u16>, Clear<u8>, Clear<u16>};
+
+QZIL_ROWS_END

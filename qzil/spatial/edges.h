@@ -1,0 +1,130 @@
+#pragma once
+
+#include "qzil/frame/spatial.h"
+
+// Effects on the 3 x 3 pixels around each pixel. All take MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8 and
+// MFIF_MONO_RAW_16, channel by channel; the neighbourhood is 3 x 3 whatever the radius. A mask mixes toward the result
+// by the table of products at 8 bits, by the 16-bit mix otherwise. Mono ignores the channel bits.
+
+namespace qzil {
+
+struct EdgeConstants;
+
+/// What all 3 x 3 effects share. Verify adds 0x1000D for other formats.
+class QZIL_API Effect3x3 : public qzILMonadicSpatialProc {
+public:
+    static std::span<GUID const> GetFormats();
+    qzILStatus Verify() override;
+    void Init();
+
+protected:
+    Effect3x3() { Init(); }
+
+    /// Runs a set of operators; where there are several, the largest result counts.
+    qzILStatus RunOperators(unsigned first, unsigned set, double sensitivity, double bias);
+    /// Writes 0 to the selected channels; the centre pixel to the others, and where the mask is 0.
+    qzILStatus ClearOutput();
+};
+
+/// What the detectors share: edge sensitivity, 0 to 1, 1.0 at first, and bias, 0 to 1, 0.0 at first, in units of full
+/// scale F. With v the response of the kernels, the result is 0 for v <= round((1 - sensitivity) * F), otherwise
+/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes).
+class QZIL_API EdgeDetector : public Effect3x3 {
+public:
+    void SetEdgeSensitivity(double sensitivity) { m_dfEdgeSensitivity = sensitivity; }
+    double GetEdgeSensitivity() const { return m_dfEdgeSensitivity; }
+    void SetBias(double bias) { m_dfBias = bias; }
+    double GetBias() const { return m_dfBias; }
+    void Init();
+
+protected:
+    EdgeDetector() { Init(); }
+
+    qzILStatus VerifyLevels();
+    qzILStatus Detect(unsigned first, unsigned set) { return RunOperators(first, set, m_dfEdgeSensitivity, m_dfBias); }
+
+    double m_dfEdgeSensitivity;
+    double m_dfBias;
+};
+
+}  // namespace qzil
+
+/// What an edge detector writes: the strength of an edge, or its direction.
+using qzILEdgeDetectType = std::uint32_t;
+inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeMagnitude = 1;
+inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeAngle = 2;
+
+/// Edges by the differences gx of the columns and gy of the lines right and left, below and above, all weights 1.
+///
+/// Type 1, the default: the response is |gx| + |gy|; with a sensitivity of exactly 0 the output is cleared. Type 2: the
+/// angle of (gx, gy) as a full circle of 255, rounded; 0, 64 or 191 where gx is 0. Sensitivity and bias play no part
+/// then. Verify adds 0x10049 for another type.
+class QZIL_API qzILRobertsImg : public qzil::EdgeDetector {
+    QZIL_EFFECT_CLASS(qzILRobertsImg)
+public:
+    qzILRobertsImg() { Init(); }
+
+    qzILStatus Verify() override;
+    qzILStatus DoEffect() override;
+    void Init() { m_uType = qzILEdgeDetectTypeMagnitude; }
+    void SetType(qzILEdgeDetectType type) { m_uType = type; }
+    qzILEdgeDetectType GetType() const { return m_uType; }
+
+    qzILStatus Roberts8();
+    qzILStatus Roberts16() { return Roberts8(); }
+    qzILStatus RobertsAngle8();
+    qzILStatus RobertsAngle16() { return RobertsAngle8(); }
+    qzILStatus ClearOutput8() { return ClearOutput(); }
+    qzILStatus ClearOutput16() { return ClearOutput(); }
+
+private:
+    qzILEdgeDetectType m_uType;
+};
+
+/// As qzILRobertsImg, with the middle samples of the kernels halved, each one truncated.
+class QZIL_API qzILSobelImg : public qzil::EdgeDetector {
+    QZIL_EFFECT_CLASS(qzILSobelImg)
+public:
+    qzILSobelImg() { Init(); }
+
+    qzILStatus Verify() override;
+    qzILStatus DoEffect() override;
+    void Init() { m_uType = qzILEdgeDetectTypeMagnitude; }
+    void SetType(qzILEdgeDetectType type) { m_uType = type; }
+    qzILEdgeDetectType GetType() const { return m_uType; }
+
+    qzILStatus Sobel8();
+    qzILStatus Sobel16() { return Sobel8(); }
+    qzILStatus SobelAngle8();
+    qzILStatus SobelAngle16() { return SobelAngle8(); }
+    qzILStatus ClearOutput8() { return ClearOutput(); }
+    qzILStatus ClearOutput16() { return ClearOutput(); }
+
+private:
+    qzILEdgeDetectType m_uType;
+};
+
+/// The second derivative. Type 1, the default: 4 times the centre less its neighbours above, below, right and left;
+/// type 2: 8 times the centre less all eight. A sensitivity of exactly 0 clears the output. Only positive responses
+/// show. Verify adds 0x10027 for another type.
+class QZIL_API qzILLaplaceImg : public qzil::EdgeDetector {
+    QZIL_EFFECT_CLASS(qzILLaplaceImg)
+public:
+    qzILLaplaceImg() { Init(); }
+
+    qzILStatus Verify() override;
+    qzILStatus DoEffect() override;
+    void Init() { m_iType = 1; }
+    void SetType(int type) { m_iType = type; }
+    int GetType() const { return m_iType; }
+
+    qzILStatus DLaplace8();
+    qzILStatus DLaplace16() { return DLaplace8(); }
+    qzILStatus SLaplace8();
+    qzILStatus SLaplace16() { return SLaplace8(); }
+    qzILStatus ClearOutput8() { return ClearOutput(); }
+    qzILStatus ClearOutput16() { return ClearOutput(); }
+
+private:
+    std::int32_t m_iType;
+};
