@@ -45,6 +45,7 @@
 #include "qzil/platform/host.h"
 #include "qzil/platform/memory.h"
 #include "qzil/platform/stream.h"
+#include "qzil/spatial/convolve.h"
 #include "qzil/spatial/edges.h"
 #include "qzil/spatial/relief.h"
 #include "qzil/transform/numeric/arrays.h"

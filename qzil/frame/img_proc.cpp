@@ -81,8 +81,12 @@ qzILStatus qzILImgProc::Verify() {
     return selectable ? 1 : Fail(0x20002);
 }
 
+bool qzILImgProc::OutputHasFormatOf(FormatList formats) const {
+    return m_pOutputImg && Contains(formats, FormatOf(m_pOutputImg));
+}
+
 qzILStatus qzILImgProc::VerifyFormat(FormatList formats) {
-    return Contains(formats, FormatOf(m_pOutputImg)) ? 1 : Fail(0x1000D);
+    return OutputHasFormatOf(formats) ? 1 : Fail(0x1000D);
 }
 
 bool qzILImgProc::MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const {

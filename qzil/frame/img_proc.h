@@ -103,6 +103,7 @@ protected:
     /// Completes a walk and runs it.
     qzILStatus RunWalk(qzil::kernel::Walk& walk, qzILBbox2l const& box, qzil::kernel::RowTraits const& traits,
                        qzil::kernel::RowCall const& call) const;
+    bool OutputHasFormatOf(std::span<GUID const> formats) const;
     /// 1 when the output's format is in a list, else 0x1000D.
     qzILStatus VerifyFormat(std::span<GUID const> formats);
     /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is

@@ -16,9 +16,6 @@ namespace {
 
 constexpr double kHighestRadius = 1073741824.9;
 
-/// Lines made at a time: enough to share set-up, few enough for the second-level cache.
-constexpr int kBlockLines = 8;
-
 /// Truncated; what does not fit stops at the end of 32 bits, NaN at the lower one.
 int WholePart(float radius) {
     return TruncateTo<int>(radius, -2147483648.0, 2147483647.0);
@@ -267,8 +264,9 @@ qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kern
     return RunWalk(walk, KeptBox(), traits, call);
 }
 
-qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker) {
+qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker,
+ int blockLines) {
     kernel::Walk walk = MakeWalk();
     if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
-    return kernel::RunLines(walk, traits, maker, kBlockLines) ? 1 : Fail(0x10001);
+    return kernel::RunLines(walk, traits, maker, blockLines) ? 1 : Fail(0x10001);
 }

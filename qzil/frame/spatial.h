@@ -3,6 +3,7 @@
 #include "qzil/frame/monadic.h"
 
 #include <cstddef>
+#include <new>
 
 namespace qzil::kernel {
 class LineMaker;
@@ -63,7 +64,16 @@ protected:
     /// neighbourhood lies around it, LineStep() bytes from line to line.
     qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
     /// Has the lines of the active rectangle made in blocks; -1 with 0x10001 without memory.
-    qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker);
+    qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker, int blockLines);
+    /// Runs what takes memory: 0x10001 where there is none.
+    template <class Work>
+    qzILStatus Guarded(Work work) {
+        try {
+            return work();
+        } catch (std::bad_alloc const&) {
+            return Fail(0x10001);
+        }
+    }
     /// The lines of the active rectangle that the field bits keep: the first one, and the step to the next.
     struct KeptLines {
         int iFirst;

@@ -4,6 +4,9 @@
 
 namespace qzil::kernel {
 
+/// Lines of a block: enough to share what they have in common, few enough for the second-level cache.
+inline constexpr int kBlockLines = 8;
+
 /// Makes the finished lines of a walk, in order, for effects that carry something from line to line or do several lines
 /// at a time.
 class LineMaker {

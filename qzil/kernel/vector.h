@@ -25,6 +25,7 @@ using Vector = s32 __attribute__((vector_size(kVectorBytes)));
 using Vector16 = u16 __attribute__((vector_size(kVectorBytes)));
 using Vector8 = u8 __attribute__((vector_size(kVectorBytes)));
 using Vector64 = u64 __attribute__((vector_size(kVectorBytes)));
+using VectorFloat = float __attribute__((vector_size(kVectorBytes)));
 
 QZIL_INLINE Vector LoadVector(void const* from) {
     Vector v;
@@ -32,7 +33,14 @@ QZIL_INLINE Vector LoadVector(void const* from) {
     return v;
 }
 
-QZIL_INLINE void StoreVector(void* to, Vector v) {
+QZIL_INLINE VectorFloat LoadFloats(float const* from) {
+    VectorFloat v;
+    __builtin_memcpy(&v, from, sizeof v);
+    return v;
+}
+
+template <class V>
+QZIL_INLINE void StoreVector(void* to, V v) {
     __builtin_memcpy(to, &v, sizeof v);
 }
 

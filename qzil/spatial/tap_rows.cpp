@@ -1,0 +1,156 @@
+#include "qzil/spatial/tap_rows.h"
+
+#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/vector.h"
+
+QZIL_ROWS_BEGIN
+namespace {
+
+/// Vectors that are summed at a time, so that their additions need not wait for each other.
+constexpr int kSums = 4;
+constexpr int kStep = kSums * kLanes32;
+static_assert(kTapBlock % kStep == 0);
+
+template <class Sample>
+struct VectorOf;
+template <>
+struct VectorOf<float> {
+    using Type = VectorFloat;
+};
+template <>
+struct VectorOf<s32> {
+    using Type = u32 __attribute__((vector_size(kVectorBytes)));  // sums may wrap
+};
+
+/// The low bits of lanes.
+template <class T>
+struct LowOf;
+template <>
+struct LowOf<u8> {
+    using Type = u8 __attribute__((vector_size(kLanes32)));
+};
+template <>
+struct LowOf<u16> {
+    using Type = u16 __attribute__((vector_size(2 * kLanes32)));
+};
+
+template <class Sample, class Put>
+QZIL_INLINE void Sum(TapSum<Sample> const& sum, int samples, Put put) {
+    using V = typename VectorOf<Sample>::Type;
+    Sample const* const* const sources = sum.pSources;
+    Sample const* const taps = sum.pTaps;
+    int const count = sum.iTaps;
+    for (int at = 0; at < samples; at += kStep) {
+        V sums[kSums]{};
+        for (int j = 0; j < count; ++j) {
+            Sample const* const from = sources[j] + at;
+            V const tap = V{} + static_cast<decltype(sums[0][0] + 0)>(taps[j]);
+            for (int k = 0; k < kSums; ++k) {
+                V samplesOf;
+                __builtin_memcpy(&samplesOf, from + k * kLanes32, sizeof samplesOf);
+                sums[k] += samplesOf * tap;
+            }
+        }
+        put(at, sums);
+    }
+}
+
+/// Stores the low bits of the lanes; the last block of a line may be a part of one.
+template <class T>
+QZIL_INLINE void StoreLow(T* out, int at, int samples, Vector const* values) {
+    using Narrow = typename LowOf<T>::Type;
+    if (at + kStep <= samples) {
+        for (int k = 0; k < kSums; ++k) {
+            Narrow const low = __builtin_convertvector(values[k], Narrow);
+            __builtin_memcpy(out + at + k * kLanes32, &low, sizeof low);
+        }
+        return;
+    }
+    T block[kStep];
+    for (int k = 0; k < kSums; ++k) {
+        Narrow const low = __builtin_convertvector(values[k], Narrow);
+        __builtin_memcpy(block + k * kLanes32, &low, sizeof low);
+    }
+    for (int i = at; i < samples; ++i) out[i] = block[i - at];
+}
+
+/// Truncates toward zero, limited to 32 bits first; NaN gives the lower limit.
+QZIL_INLINE Vector Truncate(VectorFloat v) {
+    VectorFloat const low = VectorFloat{} - 2147483648.0f, high = VectorFloat{} + 2147483520.0f;
+    v = v > low ? v : low;
+    v = v < high ? v : high;
+    return __builtin_convertvector(v, Vector);
+}
+
+/// Truncates v + 0.5 as if added without rounding: what lies between the whole part and v decides.
+QZIL_INLINE Vector TruncateHalfAdded(VectorFloat v) {
+    Vector const whole = Truncate(v);
+    VectorFloat const rest = v - __builtin_convertvector(whole, VectorFloat);
+    Vector const up = rest >= 0.5f, upBelowZero = (rest > -0.5f) & (whole < 0);
+    // A comparison is -1 where it holds.
+    return whole - (v >= 0.0f ? up : upBelowZero);
+}
+
+template <class T>
+QZIL_INLINE void SumTo(T* out, TapSum<float> const& sum, int samples, TapRounding rounding) {
+    VectorFloat const offset = VectorFloat{} + rounding.fOffset;
+    auto const run = [=, &sum](auto truncate) {
+        Sum(sum, samples, [=](int at, VectorFloat const* sums) {
+            Vector values[kSums];
+            for (int k = 0; k < kSums; ++k) values[k] = truncate(sums[k] + offset);
+            StoreLow(out, at, samples, values);
+        });
+    };
+    if (rounding.bHalfInFloat) {
+        run([](VectorFloat v) { return Truncate(v); });
+    } else {
+        run([](VectorFloat v) { return TruncateHalfAdded(v); });
+    }
+}
+
+void SumTo8(u8* out, TapSum<float> const& sum, int samples, TapRounding rounding) {
+    SumTo(out, sum, samples, rounding);
+}
+
+void SumTo16(u16* out, TapSum<float> const& sum, int samples, TapRounding rounding) {
+    SumTo(out, sum, samples, rounding);
+}
+
+void SumToFloat(float* out, TapSum<float> const& sum, int samples) {
+    Sum(sum, samples, [=](int at, VectorFloat const* sums) {
+        for (int k = 0; k < kSums; ++k) StoreVector(out + at + k * kLanes32, sums[k]);
+    });
+}
+
+template <class Out, class T>
+void Widen(Out* out, T const* in, int samples) {
+    ForEach(samples, [=](int i) { out[i] = static_cast<Out>(in[i]); });
+}
+
+/// (sum + add) >> 16 with an arithmetic shift; the addition may wrap.
+template <class V>
+QZIL_INLINE Vector Shifted(V sum, s32 add) {
+    return reinterpret_cast<Vector>(sum + static_cast<u32>(add)) >> 16;
+}
+
+void SumFixed(s32* out, TapSum<s32> const& sum, int samples, s32 add) {
+    Sum(sum, samples, [=](int at, auto const* sums) {
+        for (int k = 0; k < kSums; ++k) StoreVector(out + at + k * kLanes32, Shifted(sums[k], add));
+    });
+}
+
+void SumFixedTo8(u8* out, TapSum<s32> const& sum, int samples, s32 add) {
+    Sum(sum, samples, [=](int at, auto const* sums) {
+        Vector values[kSums];
+        for (int k = 0; k < kSums; ++k) values[k] = LimitLanes(Shifted(sums[k], add), 255);
+        StoreLow(out, at, samples, values);
+    });
+}
+
+}  // namespace
+
+TapRows const g_oTapRows{
+    Widen<float, u8>, Widen<float, u16>, SumToFloat, SumTo8, SumTo16, Widen<s32, u8>, SumFixed, SumFixedTo8,
+};
+
+QZIL_ROWS_END
