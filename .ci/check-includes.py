@@ -19,7 +19,7 @@ BELOW = {
     **{family: ["platform", "image", "kernel", "frame", "numeric"] for family in FAMILIES},
 }
 # Effects of one family that really are built on another's: (family, used family).
-FAMILY_EDGES = set()
+FAMILY_EDGES = {("spatial", "pixel")}
 # The one source by which the frame uses effects.
 FILE_EDGES = {("qzil/frame/frame_effects.cpp", "pixel")}
 # What the folders outside the library may include of each other; all may include the library.

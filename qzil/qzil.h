@@ -48,6 +48,7 @@
 #include "qzil/spatial/convolve.h"
 #include "qzil/spatial/edges.h"
 #include "qzil/spatial/relief.h"
+#include "qzil/spatial/sharpen.h"
 #include "qzil/transform/numeric/arrays.h"
 #include "qzil/transform/numeric/bi_polynomial.h"
 #include "qzil/transform/numeric/matrix.h"

@@ -264,9 +264,20 @@ qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kern
     return RunWalk(walk, KeptBox(), traits, call);
 }
 
-qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker,
- int blockLines) {
+qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker, int blockLines) {
     kernel::Walk walk = MakeWalk();
     if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
     return kernel::RunLines(walk, traits, maker, blockLines) ? 1 : Fail(0x10001);
+}
+
+qzILStatus qzILMonadicSpatialProc::CopyInstead(qzILCopyImg& copy) {
+    copy.SetInputImg(m_pInputImg);
+    copy.SetOutputImg(m_pOutputImg);
+    copy.SetROI(m_oRoi);
+    copy.SetOutputOffset(m_oOutputOffset);
+    copy.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
+    copy.SetProcessingMode(m_uProcessingMode);
+    qzILStatus const status = copy.Execute();
+    if (status != 1) SetLastError(copy.GetLastError());
+    return status;
 }

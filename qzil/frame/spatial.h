@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <new>
 
+class qzILCopyImg;
+
 namespace qzil::kernel {
 class LineMaker;
 }  // namespace qzil::kernel
@@ -94,8 +96,8 @@ protected:
     qzILVector2l KernelSize() const;
     /// The active rectangle's origin in input coordinates.
     qzILVector2l ActiveOrigin() const { return m_oBoxes.oProcessed.Origin + m_oRoi.Origin - m_oOutputOffset; }
-    /// Hands everything but the kernel to another effect that works in this one's place.
-    void ShareSpatialSettings(qzILMonadicSpatialProc& other) const;
+    /// Copies the region instead of processing it.
+    qzILStatus CopyInstead(qzILCopyImg& copy);
     /// Both radii are numbers that Verify accepts.
     bool HasGoodRadius() const;
 

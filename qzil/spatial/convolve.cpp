@@ -18,8 +18,23 @@ namespace {
 /// Samples of a strip of lines that stay in the first-level cache together.
 constexpr int kStripSamples = 6144;
 
+/// Kernels of more than 2 GiB count as out of memory.
+constexpr std::int64_t kMostTaps = 0x1FFFFFFF;
+
 s32 Truncated(double value) {
     return TruncateTo<s32>(value, -2147483648.0, 2147483647.0);
+}
+
+/// The sum of the magnitudes of taps.
+double MagnitudeOf(std::vector<float> const& taps) {
+    double sum = 0.0;
+    for (float const tap : taps) sum += std::abs(tap);
+    return sum;
+}
+
+/// True when sums of the largest samples, weighed like that, are far from the ends of 32 bits. False for NaN.
+bool Fits(double magnitude, float offset) {
+    return magnitude * 65536.0 + std::abs(offset) < 1e9;
 }
 
 /// Where a tap stands in the lines of the first step, from the place of the first tap on.
@@ -131,8 +146,11 @@ public:
         : m_oLines(lines), m_oKernel(kernel), m_oRoutines(routines), m_iHeld(held) {
         int const samples = kernel.bTwoPasses ? lines.iActiveSamples : lines.iSamples;
         m_iPitch = std::ptrdiff_t{samples / kTapBlock + 2} * kTapBlock;
-        m_aHeld.resize(static_cast<std::size_t>(m_iPitch * held));
-        if (kernel.bTwoPasses) m_aWidened.resize(static_cast<std::size_t>(lines.iSamples) + 2 * kTapBlock);
+        m_aMemory.resize(static_cast<std::size_t>(m_iPitch * held) + kTapBlock);
+        m_pHeld = Aligned(m_aMemory);
+        if (!kernel.bTwoPasses) return;
+        m_aWidenedMemory.resize(static_cast<std::size_t>(lines.iSamples) + 3 * kTapBlock);
+        m_pWidened = Aligned(m_aWidenedMemory);
     }
 
     /// Takes the first step for all lines up to `end`; ends for good when `stops` says so after a line.
@@ -143,9 +161,9 @@ public:
             if (!m_oKernel.bTwoPasses) {
                 m_oRoutines.Widen(Held(m_iDone), pLine, m_oLines.iSamples);
             } else {
-                m_oRoutines.Widen(m_aWidened.data(), pLine, m_oLines.iSamples);
+                m_oRoutines.Widen(m_pWidened, pLine, m_oLines.iSamples);
                 m_aSources.clear();
-                for (int const place : m_oKernel.oAcross.aiPlaces) m_aSources.push_back(m_aWidened.data() + place);
+                for (int const place : m_oKernel.oAcross.aiPlaces) m_aSources.push_back(m_pWidened + place);
                 m_oRoutines.Sum(Held(m_iDone), SumOf(m_oKernel.oAcross.aTaps), m_oLines.iActiveSamples);
             }
             if (stops()) m_iDone = m_oLines.iLines;
@@ -168,7 +186,13 @@ public:
 
 private:
     int ActiveLine(int kept) const { return m_oLines.iFirstKept + kept * m_oLines.iKeptStep; }
-    Sample* Held(int line) { return m_aHeld.data() + line % m_iHeld * m_iPitch; }
+    /// The first place at a vector's boundary.
+    static Sample* Aligned(std::vector<Sample>& memory) {
+        std::uintptr_t const misaligned =
+            reinterpret_cast<std::uintptr_t>(memory.data()) % (kTapBlock * sizeof(Sample));
+        return memory.data() + (misaligned == 0 ? 0 : kTapBlock - misaligned / sizeof(Sample));
+    }
+    Sample* Held(int line) { return m_pHeld + line % m_iHeld * m_iPitch; }
     TapSum<Sample> SumOf(std::vector<Sample> const& taps) const {
         return {m_aSources.data(), taps.data(), static_cast<int>(m_aSources.size())};
     }
@@ -183,8 +207,10 @@ private:
     MarginLines m_oLines;
     TapKernel<Sample> const& m_oKernel;
     Routines m_oRoutines;
-    std::vector<Sample> m_aHeld;
-    std::vector<Sample> m_aWidened;
+    std::vector<Sample> m_aMemory;
+    std::vector<Sample> m_aWidenedMemory;
+    Sample* m_pHeld;
+    Sample* m_pWidened = nullptr;
     std::ptrdiff_t m_iPitch;
     int m_iHeld;
     int m_iDone = 0;  ///< lines whose first step is done
@@ -233,6 +259,19 @@ void qzILConvolveImg::Init() {
 void qzILConvolveImg::SetKernel(float* kernel, qzILVector2f radius) {
     m_pKernel = kernel;
     SetRadius(radius);
+}
+
+float* qzILConvolveImg::MakeKernel() {
+    DropKernel();
+    std::int64_t const taps = std::int64_t{KernelSize().x} * KernelSize().y;
+    if (taps <= kMostTaps) m_pOwnKernel.reset(new (std::nothrow) float[static_cast<std::size_t>(taps)]());
+    if (!m_pOwnKernel) Fail(0x10001);
+    return m_pKernel = m_pOwnKernel.get();
+}
+
+void qzILConvolveImg::DropKernel() {
+    m_pOwnKernel.reset();
+    m_pKernel = nullptr;
 }
 
 bool qzILConvolveImg::IsFormatSupported() const {
@@ -298,13 +337,9 @@ qzILStatus qzILConvolveImg::Run(TapKernel<typename Routines::Sample> const& kern
     qzILVector2l const size = ActiveSize();
     KeptLines const kept = LinesToProcess();
     int const height = size.y + kernel.iHeight - 1;
-    MarginLines const lines{BufferStart(),
-                            LineStep(),
-                            height,
-                            (size.x + 2 * Reach().x) * traits.iSamples,
-                            size.x * traits.iSamples,
-                            kept.iFirst,
-                            kept.iStep};
+    MarginLines const lines{
+        BufferStart(), LineStep(), height, (size.x + 2 * Reach().x) * traits.iSamples, size.x * traits.iSamples,
+        kept.iFirst,   kept.iStep};
     // A host that interrupts sees the first pass end before the second one begins.
     bool const wholePass = kernel.bTwoPasses && HasInterrupt();
     int const held = wholePass ? height : std::min(height, kernel.iHeight + (kernel::kBlockLines - 1) * kept.iStep);
@@ -319,8 +354,9 @@ qzILStatus qzILConvolveImg::RunSinglePass() {
         if (!m_pKernel || traits.iSampleBytes == 0 || !BufferStart()) return -1;
         // Deliberately a float sum at 8 bits and four channels, a double one everywhere else.
         bool const inFloat = traits.iSampleBytes == 1 && traits.iSamples == 4;
-        TapRounding const rounding{inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat};
         TapKernel<float> const kernel(m_pKernel, KernelSize(), traits.iSamples);
+        TapRounding const rounding{inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
+                                   Fits(MagnitudeOf(kernel.aTaps), m_fOffset)};
         return Run(kernel, FloatRoutines{traits.iSampleBytes, rounding});
     });
 }
@@ -330,7 +366,8 @@ qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
         kernel::RowTraits const traits = OperationTraits(Format());
         if (traits.iSampleBytes == 0 || !BufferStart()) return -1;
         TapKernel<float> const kernel(x, y, KernelSize(), traits.iSamples);
-        return Run(kernel, FloatRoutines{traits.iSampleBytes, {0.5f, true}});
+        bool const fits = Fits(MagnitudeOf(kernel.oAcross.aTaps) * MagnitudeOf(kernel.aTaps), 0.0f);
+        return Run(kernel, FloatRoutines{traits.iSampleBytes, {0.5f, true, fits}});
     });
 }
 
@@ -339,7 +376,8 @@ qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
         kernel::RowTraits const traits = OperationTraits(Format());
         if (!m_pKernel || traits.iSampleBytes != 1 || !BufferStart()) return -1;
         std::vector<s32> taps(static_cast<std::size_t>(KernelSize().x) * static_cast<std::size_t>(KernelSize().y));
-        std::transform(m_pKernel, m_pKernel + taps.size(), taps.begin(), [](float tap) { return Truncated(tap * 65536.0f); });
+        std::transform(m_pKernel, m_pKernel + taps.size(), taps.begin(),
+                       [](float tap) { return Truncated(tap * 65536.0f); });
         TapKernel<s32> const kernel(taps.data(), KernelSize(), traits.iSamples);
         u32 const offset = static_cast<u32>(Truncated(m_fOffset * 65536.0));
         return Run(kernel, FixedRoutines{static_cast<s32>(offset + 32768u)});

@@ -2,6 +2,8 @@
 
 #include "qzil/frame/spatial.h"
 
+#include <memory>
+
 namespace qzil {
 template <class Sample>
 struct TapKernel;
@@ -72,6 +74,10 @@ public:
     qzILStatus DualPassConvolve_RGBA32_Intrinsics(float*, float*) const { return 1; }
 
 protected:
+    /// Makes a kernel of this effect's own, all 0, in the size of the radius; null with 0x10001 without memory.
+    float* MakeKernel();
+    void DropKernel();
+
     float* m_pKernel;
     float m_fOffset;
 
@@ -80,4 +86,6 @@ private:
     qzILStatus Run(qzil::TapKernel<typename Routines::Sample> const& kernel, Routines const& routines);
     qzILStatus RunSinglePass();
     qzILStatus RunDualPass(float const* x, float const* y);
+
+    std::unique_ptr<float[]> m_pOwnKernel;
 };

@@ -20,6 +20,7 @@ struct TapSum {
 struct TapRounding {
     float fOffset;      ///< added in float
     bool bHalfInFloat;  ///< 0.5 is part of that offset; otherwise it is added in double
+    bool bFits;         ///< no sum can leave 32 bits
 };
 
 struct TapRows {

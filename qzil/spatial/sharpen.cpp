@@ -1,0 +1,179 @@
+#include "qzil/spatial/sharpen.h"
+
+#include "qzil/frame/copy.h"
+#include "qzil/image/image_ops.h"
+#include "qzil/pixel/channels.h"
+#include "qzil/pixel/logic.h"
+#include "qzil/spatial/edges.h"
+#include "qzil/spatial/ellipse.h"
+
+using namespace qzil;
+
+namespace {
+
+/// NaN is not outside.
+bool IsOutside(double value) {
+    return value < 0.0 || value > 1.0;
+}
+
+bool IsRgba(GUID const& format) {
+    return GetNumOfChannelsFromFormat(format) == 4;
+}
+
+Ref<IXFImage> MakeImage(GUID const& format, qzILVector2l size) {
+    Ref<IXFImage> image;
+    qzILCreateAndAllocImage(nullptr, IID_IXFImage, size.x, size.y, format, image.Out());
+    return image;
+}
+
+/// The one-channel format of an image's depth.
+GUID MonoOf(GUID const& format) {
+    return format == MFIF_RGBA_RAW_32 || format == MFIF_MONO_RAW_8 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16;
+}
+
+GUID FormatOf(IXFImage* image) {
+    GUID format{};
+    image->GetFormat(&format);
+    return format;
+}
+
+/// Runs an effect from one image to the whole of another, of the same size as the region.
+template <class Effect>
+qzILStatus RunOn(Effect& effect, IXFImage* from, qzILBbox2l const& region, IXFImage* to) {
+    effect.SetInputImg(from);
+    effect.SetOutputImg(to);
+    effect.SetROI(region);
+    return effect.Execute();
+}
+
+}  // namespace
+
+void qzILSharpenImg::Init() {
+    m_uType = qzILSharpenTypeNormal;
+    m_fDegree = 1.0f;
+    m_dfEdgeSensitivity = 1.0;
+}
+
+qzILStatus qzILSharpenImg::BuildKernel() {
+    float* const pTaps = MakeKernel();
+    if (!pTaps) return -1;
+    int count = 0;
+    float* pTap = pTaps;
+    for (int j = -Reach().y; j <= Reach().y; ++j) {
+        for (int i = -Reach().x; i <= Reach().x; ++i, ++pTap) {
+            if (!IsInEllipse(m_oRadius, i, j)) continue;
+            *pTap = -m_fDegree;
+            ++count;
+        }
+    }
+    pTaps[(pTap - pTaps) / 2] = static_cast<float>(count - 1) * m_fDegree + 1.0f;
+    return 1;
+}
+
+void qzILSharpenImg::FreeKernel() {
+    DropKernel();
+}
+
+qzILStatus qzILSharpenImg::Verify() {
+    if (qzILStatus const status = BuildKernel(); status != 1) return status;
+    qzILStatus const status = qzILConvolveImg::Verify();
+    FreeKernel();
+    if (status != 1) return status;
+    if (!OutputHasFormatOf(kRawFormats)) return Fail(0x1000D);
+    if (m_uType != qzILSharpenTypeNormal && m_uType != qzILSharpenTypeEdge) return Fail(0x10025);
+    if (IsOutside(m_fDegree)) return Fail(0x10026);
+    return m_uType == qzILSharpenTypeEdge && IsOutside(m_dfEdgeSensitivity) ? Fail(0x1002A) : 1;
+}
+
+qzILStatus qzILSharpenImg::Execute() {
+    if (m_fDegree == 0.0f || (m_oRadius.x < 1.0f && m_oRadius.y < 1.0f)) {
+        qzILCopyImg copy;
+        return CopyInstead(copy);
+    }
+    bool const shiftsInPlace =
+        m_pInputImg && SamePixels(m_pInputImg, m_pOutputImg) && !(m_oRoi.Origin == m_oOutputOffset);
+    if (m_uType != qzILSharpenTypeEdge || !shiftsInPlace) return qzILMonadicImgProc::Execute();
+    // The edges are looked for when parts of the output, and with it of the input, are written already.
+    IXFImage* const pInput = m_pInputImg;
+    Ref<IXFImage> copy;
+    if (qzILCloneImage(pInput, IID_IXFImage, copy.Out()) < 0) return Fail(0x10001);
+    m_pInputImg = copy.Get();
+    qzILStatus const status = qzILMonadicImgProc::Execute();
+    m_pInputImg = pInput;
+    return status;
+}
+
+qzILStatus qzILSharpenImg::PrepareData() {
+    qzILStatus const status = BuildKernel();
+    return status == 1 ? qzILConvolveImg::PrepareData() : status;
+}
+
+qzILStatus qzILSharpenImg::CleanData() {
+    qzILStatus const status = qzILConvolveImg::CleanData();
+    if (status == 1) FreeKernel();
+    return status;
+}
+
+qzILStatus qzILSharpenImg::DoEffect() {
+    return m_uType == qzILSharpenTypeEdge ? Esharpen() : qzILConvolveImg::DoEffect();
+}
+
+qzILStatus qzILSharpenImg::Esharpen() {
+    qzILVector2l const size = ActiveSize(), origin = ActiveOrigin();
+    qzILBbox2l const region(origin.x, origin.y, size.x, size.y);
+    Ref<IXFImage> mask;
+    if (m_pMaskImg) {
+        GUID const format = FormatOf(m_pMaskImg);
+        mask = MakeImage(MonoOf(format), size);
+        if (!mask) return Fail(0x10001);
+        qzILBbox2l const place(origin.x - m_oMaskRect.Origin.x, origin.y - m_oMaskRect.Origin.y, size.x, size.y);
+        qzILExtractChannel extract;
+        extract.SetChannel(m_uMaskChannel);
+        extract.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
+        qzILCopyImg copy;
+        copy.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
+        qzILStatus const status =
+            IsRgba(format) ? RunOn(extract, m_pMaskImg, place, mask.Get()) : RunOn(copy, m_pMaskImg, place, mask.Get());
+        if (status != 1) return status;
+    }
+    Ref<IXFImage> edges = MakeImage(MonoOf(Format()), size);
+    if (!edges) return Fail(0x10001);
+    if (!IsRgba(Format())) {
+        qzILCopyImg copy;
+        if (RunOn(copy, m_pInputImg, region, edges.Get()) != 1) return -1;
+    } else {
+        Ref<IXFImage> const gray = MakeImage(Format(), size);
+        if (!gray) return Fail(0x10001);
+        qzILGrayscaleImg grayscale;
+        qzILExtractChannel extract;
+        if (RunOn(grayscale, m_pInputImg, region, gray.Get()) != 1) return -1;
+        if (RunOn(extract, gray.Get(), {0, 0, size.x, size.y}, edges.Get()) != 1) return -1;
+    }
+    if (mask) {
+        qzILAndImg both;
+        both.SetInputImgA(edges.Get());
+        both.SetInputImgB(mask.Get());
+        both.SetOutputImg(edges.Get());
+        if (both.Execute() != 1) return -1;
+    }
+    qzILRobertsImg detector;
+    detector.SetEdgeMode(qzILEdgeModeExtend);
+    detector.SetEdgeSensitivity(m_dfEdgeSensitivity);
+    detector.SetBias(0.0);
+    detector.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
+    qzILStatus const status = RunOn(detector, edges.Get(), {0, 0, size.x, size.y}, edges.Get());
+    if (status != 1) return status;
+
+    qzILConvolveImg convolve;
+    ShareSettings(convolve, m_uProcessingMode);
+    convolve.SetMask(region, edges.Get(), XFImageChannelMono);
+    convolve.SetInputImg(m_pInputImg);
+    convolve.SetOutputImg(m_pOutputImg);
+    convolve.SetEdgeMode(m_uEdgeMode);
+    convolve.SetEdgeColor(m_oEdgeColor);
+    convolve.SetKernel(m_pKernel, m_oRadius);
+    convolve.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
+    qzILStatus const result = convolve.Execute();
+    if (result != 1) SetLastError(convolve.GetLastError());
+    return result;
+}
