@@ -112,8 +112,10 @@ HRESULT Convert(GUID const& from, GUID const& to, Step const& step) {
     HRESULT const made =
         qzILCreateAndAllocImage(nullptr, IID_IXFImage, whole.Size.x, whole.Size.y, MFIF_RGBA_RAW_32, between.Out());
     if (made < 0) return made;
+    // Where the order of channels comes first it changes in the whole image: filters read around the region.
+    qzILBbox2l const* const pFirstRegion = from == MFIF_BGRA_RAW_32 ? nullptr : step.pRegion;
     HRESULT const first =
-        Convert(from, MFIF_RGBA_RAW_32, {step.pSource, between.Get(), step.uFlags, step.pRegion, nullptr});
+        Convert(from, MFIF_RGBA_RAW_32, {step.pSource, between.Get(), step.uFlags, pFirstRegion, nullptr});
     if (first < 0) return first;
     return Convert(MFIF_RGBA_RAW_32, to, {between.Get(), step.pDestination, step.uFlags, step.pRegion, step.pOffset});
 }
@@ -140,10 +142,10 @@ HRESULT qzILConvertImage(IXFImage* source, IXFImage* destination, GUID format, u
     destination->GetFormat(&present);
     if (format == GUID_NULL) format = present;
     if (from == present && from == format) return qzILCopyImage(source, destination, region, offset, 0);
-    if (!CanConvert(from, format)) return platform::kFailure;
     qzILBbox2l const whole = WholeOf(source);
     bool const same = SamePixels(source, destination);
     if (same && region && !(region->Intersect(whole) == whole)) return platform::kInvalidArgument;
+    if (!CanConvert(from, format)) return platform::kFailure;
     Ref<IXFImage> copy;
     if (same) {
         if (HRESULT const cloned = qzILCloneImage(source, IID_IXFImage, copy.Out()); cloned < 0) return cloned;
