@@ -7,6 +7,8 @@
 #include "qzil/convert/ycca_to_rgba.h"
 #include "qzil/image/image_ops.h"
 
+#include <cstring>
+
 using namespace qzil;
 
 namespace {
@@ -120,11 +122,22 @@ HRESULT Convert(GUID const& from, GUID const& to, Step const& step) {
     return Convert(MFIF_RGBA_RAW_32, to, {between.Get(), step.pDestination, step.uFlags, step.pRegion, step.pOffset});
 }
 
+/// For new pixels that a conversion may leave out: their memory may hold those of another image.
+void ClearPixels(IXFImage* image) {
+    void* pPixels = nullptr;
+    unsigned size = 0;
+    image->GetPixelArray(&pPixels);
+    image->GetPixelArraySize(&size);
+    if (pPixels) std::memset(pPixels, 0, size);
+}
+
 /// Gives an image another format, with pixels at its size.
 HRESULT Reformat(IXFImage* image, GUID const& format) {
     qzILVector2l const size = WholeOf(image).Size;
     if (HRESULT const set = image->SetFormat(format); set < 0) return set;
-    return image->Allocate(size.x, size.y);
+    if (HRESULT const made = image->Allocate(size.x, size.y); made < 0) return made;
+    ClearPixels(image);
+    return platform::kOk;
 }
 
 }  // namespace
@@ -167,6 +180,7 @@ HRESULT qzILConvertImage(IXFImage* source, IXFImage** result, GUID format, unsig
     Ref<IXFImage> image;
     HRESULT const made = qzILCreateAndAllocImage(nullptr, IID_IXFImage, size.x, size.y, format, image.Out());
     if (made < 0) return made;
+    if (size.x % 2 != 0) ClearPixels(image.Get());  // half a pair is not converted
     HRESULT const converted = qzILConvertImage(source, image.Get(), format, flags, nullptr, nullptr);
     if (converted < 0) return converted;
     *result = image.Detach();

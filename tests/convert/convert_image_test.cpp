@@ -71,6 +71,23 @@ TEST(ConvertImage, FlagsRegionAndOffsetReachTheEffect) {
     }
 }
 
+/// New pixels that no conversion writes: half a pair at the end of a line, and what lies outside a region.
+TEST(ConvertImage, NewPixelsAreNotThoseOfAnotherImage) {
+    auto const leaveTraces = [] { MakeRandomImage(MFIF_CbYCrY_16, 9, 2, 1); };  // in memory that is handed out again
+    Ref<IXFImage> const input = MakeRandomImage(MFIF_RGBA_RAW_32, 9, 2, 2),
+                        other = MakeRandomImage(MFIF_RGBA_RAW_32, 9, 2, 3);
+    Ref<IXFImage> made;
+    leaveTraces();
+    ASSERT_EQ(qzILConvertImage(input.Get(), made.Typed(), MFIF_CbYCrY_16, 0), 0);
+    qzILBbox2l const part(0, 0, 4, 2);
+    leaveTraces();
+    ASSERT_EQ(qzILConvertImage(input.Get(), other.Get(), MFIF_CbYCrY_16, 0, &part, nullptr), 0);
+    for (std::size_t i = 0; i < 36; ++i) {
+        EXPECT_TRUE(i % 18 < 16 || Bytes(made)[i] == 0) << "byte " << i;
+        EXPECT_TRUE(i % 18 < 8 || Bytes(other)[i] == 0) << "byte " << i;
+    }
+}
+
 /// BGRA goes through RGBA where no effect takes it.
 TEST(ConvertImage, BgraGoesWhereRgbaGoes) {
     Ref<IXFImage> const rgba = MakeRandomImage(MFIF_RGBA_RAW_32, 8, 4, 1);
