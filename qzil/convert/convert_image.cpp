@@ -7,6 +7,8 @@
 #include "qzil/convert/ycca_to_rgba.h"
 #include "qzil/image/image_ops.h"
 
+#include <cstring>
+
 using namespace qzil;
 
 namespace {
@@ -112,17 +114,30 @@ HRESULT Convert(GUID const& from, GUID const& to, Step const& step) {
     HRESULT const made =
         qzILCreateAndAllocImage(nullptr, IID_IXFImage, whole.Size.x, whole.Size.y, MFIF_RGBA_RAW_32, between.Out());
     if (made < 0) return made;
+    // Where the order of channels comes first it changes in the whole image: filters read around the region.
+    qzILBbox2l const* const pFirstRegion = from == MFIF_BGRA_RAW_32 ? nullptr : step.pRegion;
     HRESULT const first =
-        Convert(from, MFIF_RGBA_RAW_32, {step.pSource, between.Get(), step.uFlags, step.pRegion, nullptr});
+        Convert(from, MFIF_RGBA_RAW_32, {step.pSource, between.Get(), step.uFlags, pFirstRegion, nullptr});
     if (first < 0) return first;
     return Convert(MFIF_RGBA_RAW_32, to, {between.Get(), step.pDestination, step.uFlags, step.pRegion, step.pOffset});
+}
+
+/// For new pixels that a conversion may leave out: their memory may hold those of another image.
+void ClearPixels(IXFImage* image) {
+    void* pPixels = nullptr;
+    unsigned size = 0;
+    image->GetPixelArray(&pPixels);
+    image->GetPixelArraySize(&size);
+    if (pPixels) std::memset(pPixels, 0, size);
 }
 
 /// Gives an image another format, with pixels at its size.
 HRESULT Reformat(IXFImage* image, GUID const& format) {
     qzILVector2l const size = WholeOf(image).Size;
     if (HRESULT const set = image->SetFormat(format); set < 0) return set;
-    return image->Allocate(size.x, size.y);
+    if (HRESULT const made = image->Allocate(size.x, size.y); made < 0) return made;
+    ClearPixels(image);
+    return platform::kOk;
 }
 
 }  // namespace
@@ -140,10 +155,10 @@ HRESULT qzILConvertImage(IXFImage* source, IXFImage* destination, GUID format, u
     destination->GetFormat(&present);
     if (format == GUID_NULL) format = present;
     if (from == present && from == format) return qzILCopyImage(source, destination, region, offset, 0);
-    if (!CanConvert(from, format)) return platform::kFailure;
     qzILBbox2l const whole = WholeOf(source);
     bool const same = SamePixels(source, destination);
     if (same && region && !(region->Intersect(whole) == whole)) return platform::kInvalidArgument;
+    if (!CanConvert(from, format)) return platform::kFailure;
     Ref<IXFImage> copy;
     if (same) {
         if (HRESULT const cloned = qzILCloneImage(source, IID_IXFImage, copy.Out()); cloned < 0) return cloned;
@@ -165,6 +180,7 @@ HRESULT qzILConvertImage(IXFImage* source, IXFImage** result, GUID format, unsig
     Ref<IXFImage> image;
     HRESULT const made = qzILCreateAndAllocImage(nullptr, IID_IXFImage, size.x, size.y, format, image.Out());
     if (made < 0) return made;
+    if (size.x % 2 != 0) ClearPixels(image.Get());  // half a pair is not converted
     HRESULT const converted = qzILConvertImage(source, image.Get(), format, flags, nullptr, nullptr);
     if (converted < 0) return converted;
     *result = image.Detach();

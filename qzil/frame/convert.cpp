@@ -16,7 +16,10 @@ qzILStatus qzILMonadicConvertProc::Execute() {
 }
 
 qzILStatus qzILMonadicConvertProc::Verify() {
-    if (qzILStatus const status = qzILMonadicImgProc::Verify(); status != 1) return status;
+    // Not what qzILMonadicImgProc asks of masks: here every mask is refused, with one code.
+    if (qzILStatus const status = qzILImgProc::Verify(); status != 1) return status;
+    if (!m_pInputImg) return Fail(0x1000B);
+    if (!HasPixels(m_pInputImg)) return Fail(0x1000C);
     qzILVector2l const place;
     unsigned const code = qzILVerifyROIAndMask(0, &m_pInputImg, &place, 1, m_pOutputImg, m_pMaskImg, m_oMaskRect,
                                                m_oRoi, m_oOutputOffset, 0);

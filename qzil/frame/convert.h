@@ -10,9 +10,9 @@ struct ConvertTraits;
 /// Effects whose output has another format than their input. They write all channels and take no mask; alpha planes are
 /// part of the conversion. Field bits leave out lines.
 ///
-/// The processing mode is 15 at first. Verify adds the codes of qzILVerifyROIAndMask, and: 0x10033 input and output are
-/// one image, 0x20002 the mode's channel bits are not 15, 0x20001 a mask image, or a mask rectangle that clips the
-/// input.
+/// The processing mode is 15 at first. Verify adds to that of qzILImgProc: 0x1000B no input, 0x1000C input without
+/// pixels, the codes of qzILVerifyROIAndMask, 0x10033 input and output are one image, 0x20002 the mode's channel bits
+/// are not 15, 0x20001 a mask image, or a mask rectangle that clips the input.
 class QZIL_API qzILMonadicConvertProc : public qzILMonadicImgProc {
     QZIL_EFFECT_CLASS(qzILMonadicConvertProc)
 public:

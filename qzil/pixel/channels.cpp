@@ -203,8 +203,8 @@ qzILStatus qzILChannelSwitch::Verify() {
 qzILStatus qzILChannelSwitch::DoEffect() {
     if (Format() != MFIF_RGBA_RAW_32) return 1;
     kernel::RowTraits traits = PixelTraits(Format(), kernel::MixRule::NormMult);
-    // Without a mask the sources of unselected channels are themselves. A mix of a channel with itself may change it.
-    traits.bTakesChannels = m_oMaskLines.pFirst == nullptr;
+    // Unselected channels are their own sources, and a mask's mix of a channel with itself keeps it.
+    traits.bTakesChannels = true;
     ChannelSources const sources = SourcesOf(m_aSources, m_uProcessingMode);
     ChannelRows const& rows = GetChannelRows();
     return RunRows(traits, kernel::Bound(sources.bHls ? rows.pSwitchHls : rows.pSwitch, sources));

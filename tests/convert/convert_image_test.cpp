@@ -34,6 +34,7 @@ TEST(ConvertImage, AnswersAndWhatTheyLeaveBehind) {
     EXPECT_EQ(qzILConvertImage(rgba.Get(), hlsa.Get(), GUID_NULL, 0, nullptr, nullptr), Code(0x80004005));
     EXPECT_EQ(DescribeDifference(before, Bytes(hlsa)), "");
     EXPECT_EQ(qzILConvertImage(rgba.Get(), rgba.Get(), MFIF_RGBA_FLOAT, 0, &part, nullptr), Code(0x80070057));
+    EXPECT_EQ(qzILConvertImage(rgba.Get(), rgba.Get(), MFIF_HLSA_RAW_64, 0, &part, nullptr), Code(0x80070057));
     EXPECT_EQ(FormatOf(rgba.Get()), MFIF_RGBA_RAW_32);
     IXFImage* pResult = rgba.Get();
     EXPECT_EQ(qzILConvertImage(rgba.Get(), &pResult, MFIF_HLSA_RAW_64, 0), Code(0x80004005));
@@ -70,6 +71,23 @@ TEST(ConvertImage, FlagsRegionAndOffsetReachTheEffect) {
     }
 }
 
+/// New pixels that no conversion writes: half a pair at the end of a line, and what lies outside a region.
+TEST(ConvertImage, NewPixelsAreNotThoseOfAnotherImage) {
+    auto const leaveTraces = [] { MakeRandomImage(MFIF_CbYCrY_16, 9, 2, 1); };  // in memory that is handed out again
+    Ref<IXFImage> const input = MakeRandomImage(MFIF_RGBA_RAW_32, 9, 2, 2),
+                        other = MakeRandomImage(MFIF_RGBA_RAW_32, 9, 2, 3);
+    Ref<IXFImage> made;
+    leaveTraces();
+    ASSERT_EQ(qzILConvertImage(input.Get(), made.Typed(), MFIF_CbYCrY_16, 0), 0);
+    qzILBbox2l const part(0, 0, 4, 2);
+    leaveTraces();
+    ASSERT_EQ(qzILConvertImage(input.Get(), other.Get(), MFIF_CbYCrY_16, 0, &part, nullptr), 0);
+    for (std::size_t i = 0; i < 36; ++i) {
+        EXPECT_TRUE(i % 18 < 16 || Bytes(made)[i] == 0) << "byte " << i;
+        EXPECT_TRUE(i % 18 < 8 || Bytes(other)[i] == 0) << "byte " << i;
+    }
+}
+
 /// BGRA goes through RGBA where no effect takes it.
 TEST(ConvertImage, BgraGoesWhereRgbaGoes) {
     Ref<IXFImage> const rgba = MakeRandomImage(MFIF_RGBA_RAW_32, 8, 4, 1);
@@ -80,6 +98,20 @@ TEST(ConvertImage, BgraGoesWhereRgbaGoes) {
     EXPECT_EQ(DescribeDifference(Bytes(direct), Bytes(over)), "");
     ASSERT_EQ(qzILConvertImage(over.Get(), back.Typed(), MFIF_BGRA_RAW_32, 0), 0);
     EXPECT_EQ(DescribeDifference(Bytes(bgra), Bytes(back)), "");
+}
+
+/// The chroma of a region is filtered from pixels around it.
+TEST(ConvertImage, ARegionOfBgraHasTheNeighboursOfRgba) {
+    Ref<IXFImage> const rgba = MakeRandomImage(MFIF_RGBA_RAW_32, 16, 6, 1);
+    Ref<IXFImage> bgra;
+    ASSERT_EQ(qzILConvertImage(rgba.Get(), bgra.Typed(), MFIF_BGRA_RAW_32, 0), 0);
+    MakeRandomImage(MFIF_RGBA_RAW_32, 16, 6, 2);  // its memory may be handed out again
+    qzILBbox2l const part(4, 1, 8, 3);
+    qzILVector2l const place(2, 0);
+    Ref<IXFImage> const expected = MakeImage(MFIF_CbYCrY_FLOAT, 16, 6), actual = MakeImage(MFIF_CbYCrY_FLOAT, 16, 6);
+    ASSERT_EQ(qzILConvertImage(rgba.Get(), expected.Get(), GUID_NULL, 1, &part, &place), 0);
+    ASSERT_EQ(qzILConvertImage(bgra.Get(), actual.Get(), GUID_NULL, 1, &part, &place), 0);
+    EXPECT_EQ(DescribeDifference(Bytes(expected), Bytes(actual)), "");
 }
 
 /// The page that tells which pairs are converted: formats that go to and come from the same formats share a line.

@@ -19,6 +19,41 @@ Ref<IXFImage> ImageOver(GUID const& format, std::span<u8> memory) {
 
 class ConvertRefusal : public testing::TestWithParam<Conversion> {};
 
+/// All faults of the frame at once, mended one by one: each mending brings the next code out.
+TEST_P(ConvertRefusal, OfTheFrameComesInOrder) {
+    std::vector<u8> memory(8 * 8 * 4), other(memory), maskMemory(memory);
+    ConvertJob job{.eKind = GetParam(), .uMode = 7};
+    auto const expect = [&](unsigned code, IXFImage* mask, qzILBbox2l const& maskRect) {
+        auto const effect = MakeEffect(job);
+        effect->SetMask(maskRect, mask, XFImageChannel1);
+        EXPECT_EQ(effect->Verify(), -1) << job.Describe();
+        EXPECT_EQ(effect->GetLastError().GetErrorCode(), code) << job.Describe();
+    };
+    qzILBbox2l const whole(0, 0, 8, 8), clipping(0, 0, 8, 7);
+    Ref<IXFImage> const image = ImageOver(MFIF_RGBA_RAW_32, memory), mask = ImageOver(MFIF_RGBA_RAW_32, maskMemory);
+    job.oRoi = {0, 0, 9, 8};
+    expect(0x10002, image.Get(), whole);
+    job.oOutput = image;
+    expect(0x1000A, image.Get(), whole);
+    job.oRoi = {0, 0, 8, 8};
+    expect(0x1000B, image.Get(), whole);
+    job.oInput = ImageOver(MFIF_RGBA_RAW_32, {});
+    expect(0x1000C, image.Get(), whole);
+    job.oInput = image;
+    expect(0x10033, image.Get(), whole);
+    job.oInput = ImageOver(MFIF_BGR_RAW_24, other);  // refused last
+    expect(0x20002, image.Get(), whole);
+    job.uMode = 15;
+    // No mask is allowed, not even where it lies in the output.
+    expect(0x20001, image.Get(), whole);
+    expect(0x20001, mask.Get(), whole);
+    expect(0x20001, nullptr, clipping);
+    expect(0x10034, nullptr, whole);
+    job.oInput = job.oOutput = ImageOver(MFIF_CbYCrY_16, other);
+    job.oRoi = {1, 0, 7, 8};
+    expect(0x10060, nullptr, whole);
+}
+
 TEST_P(ConvertRefusal, EveryPairOfFormats) {
     std::vector<u8> memory(2 * 8 * 8 * 16);
     for (auto const& in : AllFormats()) {
