@@ -264,6 +264,14 @@ qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kern
     return RunWalk(walk, KeptBox(), traits, call);
 }
 
+qzILStatus qzILMonadicSpatialProc::RunOverOutput(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
+    kernel::Walk walk = MakeWalk();
+    walk.oB = walk.oA;
+    walk.oA = walk.oOut;
+    walk.bPassB = true;
+    return RunWalk(walk, KeptBox(), traits, call);
+}
+
 qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker, int blockLines) {
     kernel::Walk walk = MakeWalk();
     if (!CompleteWalk(walk, KeptBox(), traits)) return -1;

@@ -65,6 +65,9 @@ protected:
     /// Runs a row function over the active rectangle. Its input is the pixel under the kernel's centre; the
     /// neighbourhood lies around it, LineStep() bytes from line to line.
     qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
+    /// The same over what the output holds already, with the pixel under the centre as the second input, which passes
+    /// through.
+    qzILStatus RunOverOutput(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
     /// Has the lines of the active rectangle made in blocks; -1 with 0x10001 without memory.
     qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker, int blockLines);
     /// Runs what takes memory: 0x10001 where there is none.

@@ -44,6 +44,7 @@ struct CommitRows {
     void (*pS2_14)(kernel::CommitArgs const& args, u16 const word[4]);
     void (*pFloatLimited)(kernel::CommitArgs const& args, u32 const word[4]);
     void (*pFloat)(kernel::CommitArgs const& args, u32 const word[4]);
+    void (*pFloatOrFull)(kernel::CommitArgs const& args, u32 const word[4]);
 };
 QZIL_ROW_TABLE(CommitRows)
 

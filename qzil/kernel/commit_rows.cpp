@@ -155,8 +155,9 @@ void CommitS2_14(kernel::CommitArgs const& args, u16 const* word) {
     Commit<s16>(args, word, [](s32 p, s32 r, s32 m) { return WideMixS2_14(p, r, Clamp(m, 0, 16384)); });
 }
 
-/// Float keeps its tests, since 0 times infinity is not 0, and selects whole bit patterns.
-template <bool kFullIsResult>
+/// Float keeps its tests, since 0 times infinity is not 0, and selects whole bit patterns. A full mask takes the result
+/// itself, or else mixes by 1; one that is no number may count as full.
+template <bool kFullIsResult, bool kNanIsFull>
 void CommitFloat(kernel::CommitArgs const& args, u32 const* word) {
     float* const o = Out<float>(args.pOut);
     float const* const p = In<float>(args.pPass);
@@ -171,7 +172,8 @@ void CommitFloat(kernel::CommitArgs const& args, u32 const* word) {
     ForLanes(samples, [=, &select](int i, int lane) {
         float const weight = m[i] >= 1.0f ? 1.0f : m[i];
         float const mixed = MixFloat(p[i], r[i], weight);
-        float const taken = kFullIsResult && m[i] >= 1.0f ? r[i] : mixed;
+        bool const full = kNanIsFull ? !(m[i] < 1.0f) : m[i] >= 1.0f;
+        float const taken = kFullIsResult && full ? r[i] : mixed;
         o[i] = m[i] <= 0.0f || !select[lane] ? p[i] : taken;
     });
 }
@@ -196,8 +198,9 @@ CommitRows const g_oCommitRows{
     CommitMix257,
     CommitUInt16,
     CommitS2_14,
-    CommitFloat<false>,
-    CommitFloat<true>,
+    CommitFloat<false, false>,
+    CommitFloat<true, false>,
+    CommitFloat<true, true>,
 };
 
 QZIL_ROWS_END

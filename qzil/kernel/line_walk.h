@@ -11,11 +11,9 @@ inline constexpr int kBlockLines = 8;
 /// at a time.
 class LineMaker {
 public:
+    virtual ~LineMaker() = default;
     /// Writes the lines `first` to `first + count - 1` of the walk, `step` bytes apart.
     virtual void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) = 0;
-
-protected:
-    ~LineMaker() = default;
 };
 
 /// Has the lines of a walk made in blocks of up to `blockLines`, directly into the output or through the commit. With

@@ -31,6 +31,7 @@ enum class MixRule {
     S2_14,
     Float,
     FloatLimited,  ///< as Float, but a full mask mixes by 1 instead of taking the result itself
+    FloatOrFull,   ///< as Float, but a mask that is not a number counts as full
 };
 
 /// How mask values are handed to a row function and to the commit.

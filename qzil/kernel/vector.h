@@ -25,16 +25,11 @@ using Vector = s32 __attribute__((vector_size(kVectorBytes)));
 using Vector16 = u16 __attribute__((vector_size(kVectorBytes)));
 using Vector8 = u8 __attribute__((vector_size(kVectorBytes)));
 using Vector64 = u64 __attribute__((vector_size(kVectorBytes)));
-using VectorFloat = float __attribute__((vector_size(kVectorBytes)));
+using VectorDouble = double __attribute__((vector_size(kVectorBytes)));
+inline constexpr int kLanes64 = kVectorBytes / 8;
 
 QZIL_INLINE Vector LoadVector(void const* from) {
     Vector v;
-    __builtin_memcpy(&v, from, sizeof v);
-    return v;
-}
-
-QZIL_INLINE VectorFloat LoadFloats(float const* from) {
-    VectorFloat v;
     __builtin_memcpy(&v, from, sizeof v);
     return v;
 }
@@ -142,6 +137,66 @@ QZIL_INLINE void StoreLowHalves(void* to, Vector v) {
     using Half = s16 __attribute__((vector_size(kVectorBytes / 2)));
     Half const half = __builtin_convertvector(v, Half);
     __builtin_memcpy(to, &half, sizeof half);
+}
+
+/// 16-bit values of a and b in turn, a's in the low halves of the lanes; Low and High together take all of them, in an
+/// order that PackHalves undoes.
+QZIL_INLINE Vector InterleaveLow(Vector a, Vector b) {
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector>(_mm512_unpacklo_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector>(_mm256_unpacklo_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+#elif defined(__SSE2__)
+    return reinterpret_cast<Vector>(_mm_unpacklo_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+#else
+    return (a & 0xFFFF) | b << 16;
+#endif
+}
+QZIL_INLINE Vector InterleaveHigh(Vector a, Vector b) {
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector>(_mm512_unpackhi_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector>(_mm256_unpackhi_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+#elif defined(__SSE2__)
+    return reinterpret_cast<Vector>(_mm_unpackhi_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+#else
+    return (a >> 16 & 0xFFFF) | (b >> 16 << 16);
+#endif
+}
+/// The lanes of both as 16-bit values, which they have to fit.
+QZIL_INLINE Vector PackHalves(Vector low, Vector high) {
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector>(
+        _mm512_packs_epi32(reinterpret_cast<__m512i>(low), reinterpret_cast<__m512i>(high)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector>(
+        _mm256_packs_epi32(reinterpret_cast<__m256i>(low), reinterpret_cast<__m256i>(high)));
+#elif defined(__SSE2__)
+    return reinterpret_cast<Vector>(_mm_packs_epi32(reinterpret_cast<__m128i>(low), reinterpret_cast<__m128i>(high)));
+#else
+    return (low & 0xFFFF) | high << 16;
+#endif
+}
+
+/// The correctly rounded quotients of a by a number of which `reciprocal` is the correctly rounded reciprocal. With a
+/// fused multiplication and addition the remainder of an approximate quotient is exact, and the second correction by
+/// it rounds correctly (Markstein 1990); that takes a third of the time of a division.
+QZIL_INLINE VectorDouble Divide(VectorDouble a, VectorDouble by, VectorDouble reciprocal) {
+#if defined(__AVX512BW__)
+    auto const refined = [=](VectorDouble q) { return _mm512_fmadd_pd(_mm512_fnmadd_pd(q, by, a), reciprocal, q); };
+#elif defined(__AVX2__) && defined(__FMA__)
+    auto const refined = [=](VectorDouble q) { return _mm256_fmadd_pd(_mm256_fnmadd_pd(q, by, a), reciprocal, q); };
+#endif
+#if defined(__AVX512BW__) || (defined(__AVX2__) && defined(__FMA__))
+    VectorDouble const first = a * reciprocal;
+    VectorDouble const second = refined(first);
+    VectorDouble const third = refined(second);
+    // Infinities have no remainder.
+    return first - first == 0.0 ? third : first;
+#else
+    static_cast<void>(reciprocal);
+    return a / by;
+#endif
 }
 
 QZIL_ROWS_END

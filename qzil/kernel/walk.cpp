@@ -101,6 +101,7 @@ void Commit(CommitRows const& rows, MixRule mix, CommitArgs const& args, unsigne
         case MixRule::S2_14: rows.pS2_14(args, ChannelWord<u16>(channels).aWord); break;
         case MixRule::Float: rows.pFloat(args, ChannelWord<u32>(channels).aWord); break;
         case MixRule::FloatLimited: rows.pFloatLimited(args, ChannelWord<u32>(channels).aWord); break;
+        case MixRule::FloatOrFull: rows.pFloatOrFull(args, ChannelWord<u32>(channels).aWord); break;
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "qzil/frame/pixel_traits.h"
 #include "qzil/kernel/line_walk.h"
+#include "qzil/spatial/margin_lines.h"
 #include "qzil/spatial/tap_rows.h"
 #include "qzil/transform/numeric/matrix.h"
 
@@ -87,17 +88,6 @@ private:
 
 namespace {
 
-/// The lines of the margin buffer that a convolution reads.
-struct MarginLines {
-    unsigned char const* pFirst;
-    std::ptrdiff_t iStep;
-    int iLines;
-    int iSamples;        ///< of a line
-    int iActiveSamples;  ///< of an output line
-    int iFirstKept;      ///< field bits: the first output line, and the step to the next
-    int iKeptStep;
-};
-
 /// The row functions of a convolution in float, or in 16.16.
 struct FloatRoutines {
     using Sample = float;
@@ -157,7 +147,7 @@ public:
     template <class Stops>
     void Advance(int end, Stops stops) {
         for (; m_iDone < end; ++m_iDone) {
-            unsigned char const* const pLine = m_oLines.pFirst + m_iDone * m_oLines.iStep;
+            unsigned char const* const pLine = m_oLines.Line(m_iDone);
             if (!m_oKernel.bTwoPasses) {
                 m_oRoutines.Widen(Held(m_iDone), pLine, m_oLines.iSamples);
             } else {
@@ -171,13 +161,13 @@ public:
     }
 
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override {
-        int const top = ActiveLine(first), bottom = ActiveLine(first + count - 1);
+        int const top = m_oLines.ActiveLine(first), bottom = m_oLines.ActiveLine(first + count - 1);
         Advance(bottom + m_oKernel.iHeight, [] { return false; });
         int const strip = std::max(kStripSamples / (bottom - top + m_oKernel.iHeight) / kTapBlock, 2) * kTapBlock;
         for (int at = 0; at < m_oLines.iActiveSamples; at += strip) {
             int const samples = std::min(strip, m_oLines.iActiveSamples - at);
             for (int line = 0; line < count; ++line) {
-                PointAt(ActiveLine(first + line), at);
+                PointAt(m_oLines.ActiveLine(first + line), at);
                 m_oRoutines.Finish(out + line * step + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes,
                                    SumOf(m_oKernel.aTaps), samples);
             }
@@ -185,7 +175,6 @@ public:
     }
 
 private:
-    int ActiveLine(int kept) const { return m_oLines.iFirstKept + kept * m_oLines.iKeptStep; }
     /// The first place at a vector's boundary.
     static Sample* Aligned(std::vector<Sample>& memory) {
         std::uintptr_t const misaligned =
@@ -261,9 +250,9 @@ void qzILConvolveImg::SetKernel(float* kernel, qzILVector2f radius) {
     SetRadius(radius);
 }
 
-float* qzILConvolveImg::MakeKernel() {
+float* qzILConvolveImg::MakeKernel(qzILVector2l size) {
     DropKernel();
-    std::int64_t const taps = std::int64_t{KernelSize().x} * KernelSize().y;
+    std::int64_t const taps = std::int64_t{size.x} * size.y;
     if (taps <= kMostTaps) m_pOwnKernel.reset(new (std::nothrow) float[static_cast<std::size_t>(taps)]());
     if (!m_pOwnKernel) Fail(0x10001);
     return m_pKernel = m_pOwnKernel.get();
@@ -331,20 +320,28 @@ qzILStatus qzILConvolveImg::DualPassConvolve(float* x, float* y) {
     return RunDualPass(x, y);
 }
 
+MarginLines qzILConvolveImg::GetMarginLines(int samples) const {
+    KeptLines const kept = LinesToProcess();
+    return {BufferStart(),
+            LineStep(),
+            ActiveSize().y + KernelSize().y - 1,
+            (ActiveSize().x + KernelSize().x - 1) * samples,
+            ActiveSize().x * samples,
+            samples,
+            kept.iFirst,
+            kept.iStep};
+}
+
 template <class Routines>
 qzILStatus qzILConvolveImg::Run(TapKernel<typename Routines::Sample> const& kernel, Routines const& routines) {
     kernel::RowTraits const traits = OperationTraits(Format());
-    qzILVector2l const size = ActiveSize();
-    KeptLines const kept = LinesToProcess();
-    int const height = size.y + kernel.iHeight - 1;
-    MarginLines const lines{
-        BufferStart(), LineStep(), height, (size.x + 2 * Reach().x) * traits.iSamples, size.x * traits.iSamples,
-        kept.iFirst,   kept.iStep};
+    MarginLines const lines = GetMarginLines(traits.iSamples);
     // A host that interrupts sees the first pass end before the second one begins.
     bool const wholePass = kernel.bTwoPasses && HasInterrupt();
-    int const held = wholePass ? height : std::min(height, kernel.iHeight + (kernel::kBlockLines - 1) * kept.iStep);
+    int const held =
+        wholePass ? lines.iLines : std::min(lines.iLines, kernel.iHeight + (kernel::kBlockLines - 1) * lines.iKeptStep);
     TapMaker<Routines> maker(lines, kernel, routines, held);
-    if (wholePass) maker.Advance(height, [this] { return IsInterrupted(); });
+    if (wholePass) maker.Advance(lines.iLines, [this] { return IsInterrupted(); });
     return RunLines(traits, maker, kernel::kBlockLines);
 }
 

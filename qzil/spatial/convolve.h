@@ -7,6 +7,7 @@
 namespace qzil {
 template <class Sample>
 struct TapKernel;
+struct MarginLines;
 }  // namespace qzil
 
 /// Applies a kernel of float taps: each channel becomes the sum of tap x sample over the neighbourhood, by correlation,
@@ -74,9 +75,10 @@ public:
     qzILStatus DualPassConvolve_RGBA32_Intrinsics(float*, float*) const { return 1; }
 
 protected:
-    /// Makes a kernel of this effect's own, all 0, in the size of the radius; null with 0x10001 without memory.
-    float* MakeKernel();
+    /// Makes a kernel of this effect's own, all 0; null with 0x10001 without memory.
+    float* MakeKernel(qzILVector2l size);
     void DropKernel();
+    qzil::MarginLines GetMarginLines(int samples) const;
 
     float* m_pKernel;
     float m_fOffset;

@@ -55,7 +55,7 @@ void qzILSharpenImg::Init() {
 }
 
 qzILStatus qzILSharpenImg::BuildKernel() {
-    float* const pTaps = MakeKernel();
+    float* const pTaps = MakeKernel(KernelSize());
     if (!pTaps) return -1;
     int count = 0;
     float* pTap = pTaps;

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "qzil/image/image.h"
+#include "qzil/kernel/line_walk.h"
+#include "qzil/spatial/filter_rows.h"
+#include "qzil/spatial/margin_lines.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace qzil {
+
+/// What makes the lines of a mean over a rectangle of width x height, from samples of a channel type.
+std::unique_ptr<kernel::LineMaker> MakeBoxMaker(XFChannelType type, MarginLines const& lines, int width, int height);
+
+/// A filter along one axis, its reach, and whether it does anything.
+template <class Sample>
+struct AxisFilter {
+    std::function<void(FilterPass<Sample> const&)> oPass;
+    int iReach;
+    bool bActive;
+};
+
+/// The two stages of a recursive blur, in fixed point (Sample s16) or in double (float). Columns are filtered first,
+/// in strips; then blocks of lines, side by side, are filtered across.
+template <class Sample>
+class RecursiveMaker final : public kernel::LineMaker {
+public:
+    RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> down, AxisFilter<Sample> across);
+
+    /// The first stage, asking after each column. False when it was stopped. Throws std::bad_alloc.
+    bool FilterColumns(bool (*stops)(void const* context), void const* context);
+    void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override;
+    /// Lines that are filtered side by side.
+    int BlockLines() const { return kLanes / m_oLines.iPixelSamples; }
+
+private:
+    static constexpr int kLanes = sizeof(Sample) == 2 ? kFixedLanes : kDoubleLanes;
+
+    void LoadStrip(int at, int samples);
+    void FilterBlock(int first, int count);
+    Sample* Columns(int line) const { return m_pColumns + std::ptrdiff_t{line} * m_iPitch; }
+
+    XFChannelType m_uType;
+    MarginLines m_oLines;
+    AxisFilter<Sample> m_oDown, m_oAcross;
+    int m_iPixels;  ///< of a line with its margins
+    int m_iActiveLines;
+    int m_iPitch;  ///< samples of a line of the first stage's result
+    Ref<IXFImage> m_pScratch;
+    Sample* m_pColumns = nullptr;
+    std::vector<Sample> m_aLanes, m_aReversed;
+    std::vector<u8> m_aFinished;  ///< a block of output lines, side by side
+    int m_iBlockFirst = 0;
+    int m_iBlockLines = 0;
+};
+
+}  // namespace qzil

@@ -1,0 +1,176 @@
+#include "qzil/spatial/blur_makers.h"
+#include "qzil/spatial/box_rows.h"
+
+#include <cmath>
+
+namespace qzil {
+namespace {
+
+/// Sums in 32 bits, by the row functions.
+template <class Sample>
+struct NarrowSums {
+    using Sum = std::conditional_t<std::is_same_v<Sample, s16>, s32, u32>;
+    BoxFunctions<Sample, Sum> const& oRows;
+    u32 uFactor;
+
+    void Down(Sum* sums, Sum* before, Sample const* entering, Sample const* leaving, int samples) const {
+        oRows.pDown(sums, before, entering, leaving, samples);
+    }
+    void Across(Sum* out, Sum const* in, int pixels, int step, int width) const {
+        oRows.pAcross(out, in, pixels, step, width);
+    }
+    void Scale(Sample* out, Sum const* in, int samples) const { oRows.pScale(out, in, samples, uFactor); }
+};
+
+struct FloatSums {
+    using Sum = float;
+    float fFactor;
+
+    void Down(float* sums, float* before, float const* entering, float const* leaving, int samples) const {
+        GetBoxRows().pDownFloat(sums, before, entering, leaving, samples);
+    }
+    void Across(float* out, float const* in, int pixels, int step, int width) const {
+        GetBoxRows().pAcrossFloat(out, in, pixels, step, width);
+    }
+    void Scale(float* out, float const* in, int samples) const { GetBoxRows().pScaleFloat(out, in, samples, fFactor); }
+};
+
+/// For rectangles whose sums need more.
+template <class Sample>
+struct WideSums {
+    using Sum = s64;
+    u64 uFactor;
+
+    void Down(s64* sums, s64* before, Sample const* entering, Sample const* leaving, int samples) const {
+        for (int i = 0; i < samples; ++i) {
+            sums[i] = before[i] + entering[i];
+            before[i] = sums[i] - leaving[i];
+        }
+    }
+    void Across(s64* out, s64 const* in, int pixels, int step, int width) const {
+        for (int k = 0; k < step; ++k) {
+            s64 sum = 0;
+            for (int i = 0; i < width - 1; ++i) sum += in[i * step + k];
+            for (int x = 0; x < pixels; ++x) {
+                sum += in[(x + width - 1) * step + k];
+                out[x * step + k] = sum;
+                sum -= in[x * step + k];
+            }
+        }
+    }
+    void Scale(Sample* out, s64 const* in, int samples) const {
+        for (int i = 0; i < samples; ++i) {
+            out[i] = static_cast<Sample>((static_cast<s64>(uFactor) * in[i] + 0x80000000) >> 32);
+        }
+    }
+};
+
+template <class Sample, class Sums>
+class BoxMaker final : public kernel::LineMaker {
+    using Sum = typename Sums::Sum;
+
+public:
+    BoxMaker(MarginLines const& lines, int width, int height, Sums const& sums)
+        : m_oLines(lines),
+          m_iWidth(width),
+          m_iHeight(height),
+          m_oSums(sums),
+          m_aBefore(static_cast<std::size_t>(lines.iSamples)),
+          m_aDown(static_cast<std::size_t>(lines.iSamples) * (kJoins ? kJoined : 1)),
+          m_aAcross(static_cast<std::size_t>(lines.iActiveSamples) * (kJoins ? kJoined : 1)) {
+        std::vector<Sample> const nothing(static_cast<std::size_t>(lines.iSamples));
+        for (int line = 0; line < height - 1; ++line) {
+            m_oSums.Down(m_aDown.data(), m_aBefore.data(), LineOf(line), nothing.data(), lines.iSamples);
+        }
+        if (kJoins) {
+            m_aJoined.resize(m_aDown.size());
+            m_aFinished.resize(m_aAcross.size());
+        }
+    }
+
+    void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override {
+        while (count > 0) {
+            int const lines = kJoins && m_oLines.iPixelSamples == 1 && count >= kJoined ? kJoined : 1;
+            for (int k = 0; k < lines; ++k) {
+                SumDown(m_oLines.ActiveLine(first + k), m_aDown.data() + std::ptrdiff_t{k} * m_oLines.iSamples);
+            }
+            if (lines == 1) {
+                m_oSums.Across(m_aAcross.data(), m_aDown.data(), m_oLines.iActiveSamples / m_oLines.iPixelSamples,
+                               m_oLines.iPixelSamples, m_iWidth);
+                m_oSums.Scale(reinterpret_cast<Sample*>(out), m_aAcross.data(), m_oLines.iActiveSamples);
+            } else {
+                FinishJoined(out, step);
+            }
+            first += lines;
+            count -= lines;
+            out += lines * step;
+        }
+    }
+
+private:
+    /// Four lines of one channel are summed across side by side, as the channels of one line would be.
+    static constexpr bool kJoins = std::is_same_v<Sample, u8> && std::is_same_v<Sum, u32>;
+    static constexpr int kJoined = 4;
+
+    Sample const* LineOf(int line) const { return reinterpret_cast<Sample const*>(m_oLines.Line(line)); }
+
+    /// The sums of the columns of an output line; lines in between are passed.
+    void SumDown(int line, Sum* sums) {
+        for (; m_iNext <= line; ++m_iNext) {
+            m_oSums.Down(sums, m_aBefore.data(), LineOf(m_iNext + m_iHeight - 1), LineOf(m_iNext), m_oLines.iSamples);
+        }
+    }
+
+    void FinishJoined(unsigned char* out, std::ptrdiff_t step) {
+        if constexpr (kJoins) {
+            int const samples = m_oLines.iActiveSamples;
+            GetBoxRows().pJoin4(m_aJoined.data(), m_aDown.data(), m_oLines.iSamples, m_oLines.iSamples);
+            m_oSums.Across(m_aAcross.data(), m_aJoined.data(), samples, kJoined, m_iWidth);
+            m_oSums.Scale(m_aFinished.data(), m_aAcross.data(), samples * kJoined);
+            GetBoxRows().pSplit4(out, step, m_aFinished.data(), samples);
+        }
+    }
+
+    MarginLines m_oLines;
+    int m_iWidth;
+    int m_iHeight;
+    Sums m_oSums;
+    std::vector<Sum> m_aBefore;  ///< the sums of the next line, without the sample that enters
+    std::vector<Sum> m_aDown, m_aAcross, m_aJoined;
+    std::vector<Sample> m_aFinished;
+    int m_iNext = 0;  ///< active line
+};
+
+template <class Sample>
+std::unique_ptr<kernel::LineMaker> MakeIntegerMaker(BoxRows const& rows, MarginLines const& lines, int width,
+                                                    int height) {
+    u64 const area = static_cast<u64>(width) * static_cast<u64>(height);
+    u64 const factor = static_cast<u64>(std::floor(4294967296.0 / static_cast<double>(area) + 0.5));
+    // The largest samples then sum to less than 32 bits hold, or 31 and a sign.
+    if (area > 1 && area < (u64{1} << (sizeof(Sample) == 1 ? 24 : 16))) {
+        BoxFunctions<Sample, typename NarrowSums<Sample>::Sum> const* pFunctions = nullptr;
+        if constexpr (std::is_same_v<Sample, u8>) pFunctions = &rows.oUInt8;
+        if constexpr (std::is_same_v<Sample, u16>) pFunctions = &rows.oUInt16;
+        if constexpr (std::is_same_v<Sample, s16>) pFunctions = &rows.oS2_14;
+        NarrowSums<Sample> const sums{*pFunctions, static_cast<u32>(factor)};
+        return std::make_unique<BoxMaker<Sample, NarrowSums<Sample>>>(lines, width, height, sums);
+    }
+    return std::make_unique<BoxMaker<Sample, WideSums<Sample>>>(lines, width, height, WideSums<Sample>{factor});
+}
+
+}  // namespace
+
+std::unique_ptr<kernel::LineMaker> MakeBoxMaker(XFChannelType type, MarginLines const& lines, int width, int height) {
+    BoxRows const& rows = GetBoxRows();
+    switch (type) {
+        case XFChannelTypeUInt8: return MakeIntegerMaker<u8>(rows, lines, width, height);
+        case XFChannelTypeUInt16: return MakeIntegerMaker<u16>(rows, lines, width, height);
+        case XFChannelTypeS2_14: return MakeIntegerMaker<s16>(rows, lines, width, height);
+        case XFChannelTypeFloat: break;
+        default: return nullptr;
+    }
+    FloatSums const sums{static_cast<float>(1.0 / (static_cast<double>(width) * height))};
+    return std::make_unique<BoxMaker<float, FloatSums>>(lines, width, height, sums);
+}
+
+}  // namespace qzil

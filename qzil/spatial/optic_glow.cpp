@@ -1,0 +1,76 @@
+#include "qzil/spatial/optic_glow.h"
+
+#include "qzil/frame/pixel_traits.h"
+#include "qzil/spatial/glow_rows.h"
+
+#include <array>
+
+using namespace qzil;
+
+namespace {
+
+constexpr std::array kFormats{MFIF_RGBA_RAW_32};
+
+bool IsOutside(double value) {
+    return value < 0.0 || value > 1.0;
+}
+
+}  // namespace
+
+FormatList qzILOpticGlowImg::GetFormats() {
+    return kFormats;
+}
+
+void qzILOpticGlowImg::Init() {
+    SetRadius(3.0f);
+    SetType(qzILBlurTypeUniform);
+    SetDegree(1.0f);
+    m_dfPresence = 0.8;
+    m_dfLow = 0.1;
+    m_dfHigh = 0.9;
+}
+
+void qzILOpticGlowImg::SetThresholds(double low, double high) {
+    m_dfLow = low;
+    m_dfHigh = high;
+}
+
+void qzILOpticGlowImg::GetThresholds(double* low, double* high) const {
+    if (low) *low = m_dfLow;
+    if (high) *high = m_dfHigh;
+}
+
+qzILStatus qzILOpticGlowImg::Verify() {
+    if (qzILStatus const status = qzILBlurImg::Verify(); status != 1) return status;
+    if (qzILStatus const status = VerifyFormat(kFormats); status != 1) return status;
+    if (IsOutside(m_dfPresence)) return Fail(0x10026);
+    return IsOutside(m_dfLow) || IsOutside(m_dfHigh) ? Fail(0x1001C) : 1;
+}
+
+qzILStatus qzILOpticGlowImg::ProcessData() {
+    unsigned const mode = m_uProcessingMode;
+    m_uProcessingMode = (mode | kModeColor) & ~kModeAlpha;
+    qzILStatus const status = qzILBlurImg::ProcessData();
+    m_uProcessingMode = mode;
+    if (status != 1 || m_oBoxes.oProcessed.IsEmpty()) return status;
+    return Format() == MFIF_RGBA_RAW_32 || Format() == MFIF_MONO_RAW_8 ? OpticGlow8() : OpticGlow16();
+}
+
+qzILStatus qzILOpticGlowImg::OpticGlow8() {
+    kernel::RowTraits const traits = OperationTraits(Format());
+    if (traits.iSampleBytes != 1 || traits.iSamples != 4) return 1;
+    // Behind a slope of 2^40 every luma above the lower threshold has the full gain.
+    constexpr double kSteepest = 1099511627776.0;
+    s64 const low = RoundHalfAway(m_dfLow * 255), high = RoundHalfAway(m_dfHigh * 255);
+    double const exact = 65536.0 / (m_dfHigh - m_dfLow);
+    s64 const slope = TruncateTo<s64>(exact + (exact < 0.0 ? -0.5 : 0.5), -kSteepest, kSteepest);
+    u8 const presence = TruncateTo<u8>(255 * m_dfPresence + 0.5, 0.0, 255.0);
+    u32 weights[256];
+    for (s64 luma = 0; luma < 256; ++luma) {
+        s64 const ramp = Clamp<s64>((slope * (luma - low) + 32768) >> 16, 0, 255);
+        s64 const gain = luma < low ? 0 : luma > high ? 255 : ramp;
+        weights[luma] = ilNormMult[gain][presence] * 0x01010101u;
+    }
+    GlowConstants const constants{weights};
+    return RunOverOutput(traits, kernel::Bound(GetGlowRows().pGlow8, constants));
+}

@@ -1,0 +1,135 @@
+#include "qzil/image/image_ops.h"
+#include "qzil/spatial/blur_makers.h"
+
+#include <algorithm>
+#include <new>
+
+namespace qzil {
+namespace {
+
+/// The samples of a margin buffer, as the filters take them.
+template <class Out, class In>
+StripLoad<Out, In> StripOf(Out* out, MarginLines const& lines, int at, int samples) {
+    return {out, reinterpret_cast<In const*>(lines.pFirst) + at, lines.iStep / std::ptrdiff_t{sizeof(In)}, samples,
+            lines.iLines};
+}
+
+void Load(s16* out, XFChannelType, MarginLines const& lines, int at, int samples) {
+    GetFilterRows().pTimes64(StripOf<s16, u8>(out, lines, at, samples));
+}
+
+void Load(float* out, XFChannelType type, MarginLines const& lines, int at, int samples) {
+    FilterRows const& rows = GetFilterRows();
+    switch (type) {
+        case XFChannelTypeUInt8: rows.pFloatsOf8(StripOf<float, u8>(out, lines, at, samples)); break;
+        case XFChannelTypeUInt16: rows.pFloatsOf16(StripOf<float, u16>(out, lines, at, samples)); break;
+        case XFChannelTypeS2_14: rows.pFloatsOfS2_14(StripOf<float, s16>(out, lines, at, samples)); break;
+        default: rows.pFloats(StripOf<float, float>(out, lines, at, samples)); break;
+    }
+}
+
+void Finish(u8* out, XFChannelType, s16 const* in, int samples) {
+    GetFilterRows().pBy64(out, in, samples);
+}
+
+void Finish(u8* out, XFChannelType type, float const* in, int samples) {
+    FilterRows const& rows = GetFilterRows();
+    switch (type) {
+        case XFChannelTypeUInt8: rows.pTo8(out, in, samples); break;
+        case XFChannelTypeUInt16: rows.pTo16(reinterpret_cast<u16*>(out), in, samples); break;
+        case XFChannelTypeS2_14: rows.pToS2_14(reinterpret_cast<s16*>(out), in, samples); break;
+        default: rows.pToFloat(reinterpret_cast<float*>(out), in, samples); break;
+    }
+}
+
+int SampleBytes(XFChannelType type) {
+    return type == XFChannelTypeUInt8 ? 1 : type == XFChannelTypeFloat ? 4 : 2;
+}
+
+}  // namespace
+
+template <class Sample>
+RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> down,
+                                       AxisFilter<Sample> across)
+    : m_uType(type),
+      m_oLines(lines),
+      m_oDown(std::move(down)),
+      m_oAcross(std::move(across)),
+      m_iPixels(lines.iSamples / lines.iPixelSamples),
+      m_iActiveLines(lines.iLines - 2 * m_oDown.iReach),
+      m_iPitch((lines.iSamples + kLanes - 1) / kLanes * kLanes) {
+}
+
+template <class Sample>
+bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
+    GUID const format = sizeof(Sample) == 2 ? MFIF_MONO_S2_14 : MFIF_MONO_FLOAT;
+    void* pPixels = nullptr;
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iPitch, m_iActiveLines, format, m_pScratch.Out()) < 0 ||
+        m_pScratch->GetPixelArray(&pPixels) < 0) {
+        throw std::bad_alloc();
+    }
+    m_pColumns = static_cast<Sample*>(pPixels);
+    std::size_t const places = static_cast<std::size_t>(std::max(m_oLines.iLines, m_iPixels));
+    m_aLanes.resize(places * kLanes);
+    m_aReversed.resize(places * kLanes);
+    m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
+    int const reach = m_oDown.iReach;
+    for (int at = 0; at < m_oLines.iSamples; at += kLanes) {
+        int const samples = std::min(kLanes, m_oLines.iSamples - at);
+        Load(m_aLanes.data(), m_uType, m_oLines, at, samples);
+        if (m_oDown.bActive) {
+            m_oDown.oPass({m_aLanes.data(), kLanes, m_aReversed.data(), kLanes, m_oLines.iLines, reach, kLanes});
+            m_oDown.oPass(
+                {m_aReversed.data(), kLanes, Columns(0) + at, m_iPitch, m_oLines.iLines - reach, reach, kLanes});
+        } else {
+            for (int line = 0; line < m_iActiveLines; ++line) {
+                std::copy_n(m_aLanes.data() + std::ptrdiff_t{line + reach} * kLanes, kLanes, Columns(line) + at);
+            }
+        }
+        for (int column = 0; stops && column < samples; column += m_oLines.iPixelSamples) {
+            if (stops(context)) return false;
+        }
+    }
+    return true;
+}
+
+template <class Sample>
+void RecursiveMaker<Sample>::FilterBlock(int first, int count) {
+    int const pixelBytes = m_oLines.iPixelSamples * static_cast<int>(sizeof(Sample)), reach = m_oAcross.iReach;
+    GetFilterRows().pToTile({reinterpret_cast<u8*>(m_aLanes.data()), kLanes * static_cast<int>(sizeof(Sample)),
+                             reinterpret_cast<u8*>(Columns(m_oLines.ActiveLine(first))),
+                             std::ptrdiff_t{m_iPitch} * m_oLines.iKeptStep * static_cast<int>(sizeof(Sample)), count,
+                             m_iPixels, pixelBytes});
+    Sample const* result = m_aLanes.data() + std::ptrdiff_t{reach} * kLanes;
+    if (m_oAcross.bActive) {
+        m_oAcross.oPass({m_aLanes.data(), kLanes, m_aReversed.data(), kLanes, m_iPixels, reach, kLanes});
+        m_oAcross.oPass({m_aReversed.data(), kLanes, m_aLanes.data(), kLanes, m_iPixels - reach, reach, kLanes});
+        result = m_aLanes.data();
+    }
+    Finish(m_aFinished.data(), m_uType, result, (m_iPixels - 2 * reach) * kLanes);
+    m_iBlockFirst = first;
+    m_iBlockLines = count;
+}
+
+template <class Sample>
+void RecursiveMaker<Sample>::Make(int first, int count, unsigned char* out, std::ptrdiff_t step) {
+    int const pixelBytes = m_oLines.iPixelSamples * SampleBytes(m_uType);
+    int const kept = (m_iActiveLines - m_oLines.iFirstKept + m_oLines.iKeptStep - 1) / m_oLines.iKeptStep;
+    while (count > 0) {
+        if (first < m_iBlockFirst || first >= m_iBlockFirst + m_iBlockLines) {
+            FilterBlock(first, std::min(BlockLines(), kept - first));
+        }
+        int const place = first - m_iBlockFirst, lines = std::min(count, m_iBlockLines - place);
+        GetFilterRows().pFromTile({m_aFinished.data() + std::ptrdiff_t{place} * pixelBytes,
+                                   kLanes * SampleBytes(m_uType), out, step, lines, m_iPixels - 2 * m_oAcross.iReach,
+                                   pixelBytes});
+        first += lines;
+        count -= lines;
+        out += lines * step;
+    }
+}
+
+template class RecursiveMaker<s16>;
+template class RecursiveMaker<float>;
+
+}  // namespace qzil
