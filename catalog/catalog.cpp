@@ -8,7 +8,11 @@
 
 namespace qzil::catalog {
 
-Instance::Instance(Entry const& entry) : m_pEntry(&entry), m_pEffect(entry.pCreate()), m_oInputs(entry.oInputs.size()) {
+Instance::Instance(Entry const& entry)
+    : m_pEntry(&entry),
+      m_pEffect(entry.pCreate()),
+      m_oInputs(entry.oInputs.size()),
+      m_oValues(entry.oParameters.size()) {
     for (std::size_t i = 0; i < entry.oParameters.size(); ++i) Set(i, entry.oParameters[i].oDefault);
 }
 
@@ -27,7 +31,11 @@ void Instance::Set(std::size_t index, Value const& value) {
         throw std::invalid_argument(parameter.sEffect + ": --" + parameter.sName + " takes " + Allowed(parameter) +
                                     ".");
     }
-    if (parameter.eKind != Kind::Lut) return parameter.oSet(*m_pEffect, value);
+    if (parameter.eKind != Kind::Lut) {
+        parameter.oSet(*m_pEffect, value);
+        m_oValues[index] = value;
+        return;
+    }
     auto const& lut = std::get<std::shared_ptr<Lut const>>(value);
     auto const found = std::find_if(m_oTables.begin(), m_oTables.end(),
                                     [index](Tables const& tables) { return tables.uParameter == index; });
@@ -83,7 +91,7 @@ Parameter const* Entry::FindParameter(std::string_view name) const {
 std::span<Entry const> Effects() {
     static std::vector<Entry> const l_oEffects = [] {
         std::vector<Entry> all;
-        for (auto const family : {FrameEffects, PixelEffects}) {
+        for (auto const family : {FrameEffects, PixelEffects, SpatialEffects}) {
             std::vector<Entry> entries = family();
             std::move(entries.begin(), entries.end(), std::back_inserter(all));
         }

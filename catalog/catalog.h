@@ -21,10 +21,20 @@ struct Lut {
     std::vector<unsigned short> oWords;  ///< 65536 entries; none for two inputs
 };
 
-/// The value of a parameter: real, integer or choice, flag, colour, look-up tables.
-using Value = std::variant<double, long, bool, qzILColor, std::shared_ptr<Lut const>>;
+/// The taps of a convolution, row after row from the lowest line of the picture up; both sides odd.
+struct Kernel {
+    int iWidth = 0;
+    int iHeight = 0;
+    std::vector<float> oTaps;
+};
 
-enum class Kind { Real, Integer, Flag, Choice, Color, Lut };
+/// The value of a parameter: real, integer, choice or set of choices, flag, colour, look-up tables, two numbers,
+/// kernel.
+using Value = std::variant<double, long, bool, qzILColor, std::shared_ptr<Lut const>, qzILVector2f,
+                           std::shared_ptr<Kernel const>>;
+
+/// A Set holds the sum of its choices, a Pair a number for x and one for y.
+enum class Kind { Real, Integer, Flag, Choice, Color, Lut, Set, Pair, Kernel };
 
 /// Allowed numbers, both ends included.
 struct Range {
@@ -43,7 +53,7 @@ struct Parameter {
     std::string sName;
     Kind eKind = Kind::Real;
     std::string sUnit;  ///< empty for plain numbers
-    Range oRange;       ///< of Real and Integer
+    Range oRange;       ///< of Real, Integer and both numbers of a Pair
     std::vector<Choice> oChoices;
     std::string sDefault;  ///< in the form that ParseValue reads
     Value oDefault;
@@ -64,6 +74,9 @@ Value ParseValue(Parameter const& parameter, std::string_view text);
 /// Reads "r,g,b" or "r,g,b,a", each from 0 to 1, or "#rrggbb" or "#rrggbbaa"; alpha is 1 when absent. Throws
 /// std::invalid_argument.
 qzILColor ParseColor(std::string_view text);
+/// Reads taps: rows from the top of the picture down, ended by ';' or the line's end, taps apart by blanks or commas;
+/// behind a '/' a number that all are divided by. '@PATH' reads such a text from a file. Throws std::invalid_argument.
+std::shared_ptr<Kernel const> ParseKernel(std::string_view text);
 /// Reads a whole text as a finite number. Throws std::invalid_argument.
 double ParseReal(std::string_view text);
 
@@ -111,7 +124,8 @@ private:
     std::unique_ptr<qzILImgProc> m_pEffect;
     std::vector<IXFImage*> m_oInputs;
     std::vector<Tables> m_oTables;
-    unsigned m_uChannelSize = 1;  ///< of the first input
+    std::vector<Value> m_oValues;  ///< keeps what effects only point to
+    unsigned m_uChannelSize = 1;   ///< of the first input
     bool m_bDominantSet = false;
     bool m_bDominantB = false;
 };

@@ -88,6 +88,34 @@ public:
     }
 
     template <class Setter>
+    Effect& Set(char const* name, Setter setter, std::vector<catalog::Choice> choices, char const* defaultText,
+                char const* help) {
+        Parameter parameter = New(name, Kind::Set, help);
+        parameter.oChoices = std::move(choices);
+        return Add<long, unsigned>(std::move(parameter), setter, defaultText);
+    }
+
+    /// The setter takes a qzILVector2f.
+    template <class Setter>
+    Effect& Pair(char const* name, Setter setter, Range range, char const* defaultText, char const* help,
+                 char const* unit = "") {
+        Parameter parameter = New(name, Kind::Pair, help, unit);
+        parameter.oRange = range;
+        return Add<qzILVector2f, qzILVector2f>(std::move(parameter), setter, defaultText);
+    }
+
+    /// The setter takes a Kernel const&, which lives as long as the effect or until the next one.
+    template <class Setter>
+    Effect& Kernel(char const* name, Setter setter, char const* defaultText, char const* help) {
+        Parameter parameter = New(name, Kind::Kernel, help);
+        parameter.oSet = [setter](qzILImgProc& effect, Value const& value) {
+            std::invoke(setter, AsE(effect), *std::get<std::shared_ptr<catalog::Kernel const>>(value));
+        };
+        Finish(std::move(parameter), defaultText);
+        return *this;
+    }
+
+    template <class Setter>
     Effect& Color(char const* name, Setter setter, char const* defaultText, char const* help) {
         return Add<qzILColor, qzILColor const&>(New(name, Kind::Color, help), setter, defaultText);
     }
@@ -144,6 +172,7 @@ std::shared_ptr<Lut const> ParsePairRule(std::string_view text);
 // The families, each in a source of its own.
 std::vector<Entry> FrameEffects();
 std::vector<Entry> PixelEffects();
+std::vector<Entry> SpatialEffects();
 std::vector<Entry> ConvertEffects();
 
 }  // namespace qzil::catalog

@@ -13,6 +13,10 @@ namespace {
 
 constexpr char kColorForms[] = "a colour: r,g,b or r,g,b,a from 0 to 1, or #rrggbb or #rrggbbaa";
 
+constexpr char kKernelForms[] =
+    "rows of numbers from the top, with ';' between rows and blanks between numbers, an odd number of each, and "
+    "perhaps a divisor, as in '1 2 1; 2 4 2; 1 2 1 / 16'; or @FILE with such a text";
+
 std::string Number(double value) {
     std::ostringstream text;
     text << value;
@@ -55,6 +59,41 @@ long ParseChoice(std::vector<Choice> const& choices, std::string_view text) {
     throw std::invalid_argument("no such choice");
 }
 
+/// Names apart by commas, or "all"; the sum of their numbers.
+long ParseSet(std::vector<Choice> const& choices, std::string_view text) {
+    long set = 0;
+    if (text == "all") {
+        for (Choice const& choice : choices) set |= choice.iValue;
+        return set;
+    }
+    for (bool more = true; more;) {
+        std::size_t const comma = text.find(',');
+        more = comma != std::string_view::npos;
+        set |= ParseChoice(choices, text.substr(0, comma));
+        if (more) text.remove_prefix(comma + 1);
+    }
+    return set;
+}
+
+/// "X,Y", or one number for both.
+qzILVector2f ParsePair(Range const& range, std::string_view text) {
+    std::size_t const comma = text.find(',');
+    double const x = ParseIn(range, text.substr(0, comma));
+    double const y = comma == std::string_view::npos ? x : ParseIn(range, text.substr(comma + 1));
+    return {static_cast<float>(x), static_cast<float>(y)};
+}
+
+std::string NamesOf(std::vector<Choice> const& choices) {
+    std::string names;
+    for (Choice const& choice : choices) names += (names.empty() ? "" : ", ") + choice.sName;
+    return names;
+}
+
+std::string RangeText(Parameter const& parameter) {
+    std::string const text = Number(parameter.oRange.dfMin) + " to " + Number(parameter.oRange.dfMax);
+    return parameter.sUnit.empty() ? text : text + " " + parameter.sUnit;
+}
+
 Value Parse(Parameter const& parameter, std::string_view text) {
     switch (parameter.eKind) {
         case Kind::Real: return ParseIn(parameter.oRange, text);
@@ -63,6 +102,9 @@ Value Parse(Parameter const& parameter, std::string_view text) {
         case Kind::Choice: return ParseChoice(parameter.oChoices, text);
         case Kind::Color: return ParseColor(text);
         case Kind::Lut: return parameter.pParseLut(text);
+        case Kind::Set: return ParseSet(parameter.oChoices, text);
+        case Kind::Pair: return ParsePair(parameter.oRange, text);
+        case Kind::Kernel: return ParseKernel(text);
     }
     throw std::invalid_argument("no such kind");
 }
@@ -95,21 +137,13 @@ qzILColor ParseColor(std::string_view text) {
 
 std::string Allowed(Parameter const& parameter) {
     switch (parameter.eKind) {
-        case Kind::Real:
-        case Kind::Integer: {
-            std::string text = parameter.eKind == Kind::Real ? "a number from " : "a whole number from ";
-            text += Number(parameter.oRange.dfMin) + " to " + Number(parameter.oRange.dfMax);
-            return parameter.sUnit.empty() ? text : text + " " + parameter.sUnit;
-        }
+        case Kind::Real: return "a number from " + RangeText(parameter);
+        case Kind::Integer: return "a whole number from " + RangeText(parameter);
         case Kind::Flag: return "on or off";
-        case Kind::Choice: {
-            std::string text = "one of ";
-            for (Choice const& choice : parameter.oChoices) {
-                if (&choice != &parameter.oChoices.front()) text += ", ";
-                text += choice.sName;
-            }
-            return text;
-        }
+        case Kind::Choice: return "one of " + NamesOf(parameter.oChoices);
+        case Kind::Set: return "all, or some of " + NamesOf(parameter.oChoices) + " with commas between";
+        case Kind::Pair: return "one number or X,Y, each from " + RangeText(parameter);
+        case Kind::Kernel: return kKernelForms;
         case Kind::Color: return kColorForms;
         case Kind::Lut: return parameter.sLutForms;
     }
