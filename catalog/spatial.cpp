@@ -115,13 +115,14 @@ std::vector<Entry> SpatialEffects() {
                   "which edges count, with --type edge"),
 
         Spatial<qzILBlurImg>("blur", "Blurs")
-            .Choice("type", &qzILBlurImg::SetType, BlurTypes(), "gauss", "shape of the blur")
+            .Choice("type", &qzILBlurImg::SetType, BlurTypes(), "fast-gauss",
+                    "shape of the blur; ellipse and gauss in 8 and 16 bits only")
             .Pair("radius", SetRadius<qzILBlurImg>, kRadius, "3", "reach of the blur", "pixels")
             .Real("degree", &qzILBlurImg::SetDegree, kShare, "0.5",
                   "standard deviation as a share of the radius; of an ellipse, how much it blurs; not for uniform"),
 
         Spatial<qzILOpticGlowImg>("glow", "Lets bright parts glow")
-            .Real("radius", &qzILOpticGlowImg::SetDiffusionLevel, kRadius, "3", "reach of the glow", "pixels")
+            .Pair("radius", SetRadius<qzILOpticGlowImg>, kRadius, "3", "reach of the glow", "pixels")
             .Real("presence", &qzILOpticGlowImg::SetDiffusionPresence, kShare, "0.8", "strength of the glow")
             .Real("low", SetLowThreshold, kShare, "0.1", "luma from which pixels glow")
             .Real("high", SetHighThreshold, kShare, "0.9", "luma from which they glow fully"),

@@ -24,7 +24,7 @@ std::uint64_t Digest(catalog::Entry const& entry, GUID const& format) {
     for (int variant = 0; variant < 4; ++variant) {
         Scene scene = PlainScene(entry, format, 38, 17);
         scene.uSeed = 7;
-        if (variant > 0) scene.oValues = RandomValues(entry, random);
+        if (variant > 0) scene.oValues = RandomValuesFor(entry, format, random);
         scene.uMode = variant < 2 || video ? 15u : 7u;
         if (variant == 3 && !video && MaskFormatFor(format, true) != GUID_NULL) {
             scene.oMaskFormat = MaskFormatFor(format, true);

@@ -56,7 +56,7 @@ void CheckWidth(catalog::Entry const& entry, GUID const& format, int width, int 
     for (int variant = 0; variant < 3; ++variant) {
         Scene scene = PlainScene(entry, format, width, height);
         scene.uSeed = static_cast<std::uint64_t>(width * 8 + variant + 1);
-        scene.oValues = RandomValues(entry, random);
+        scene.oValues = RandomValuesFor(entry, format, random);
         scene.uMode = video || variant == 0 ? 15 : static_cast<unsigned>(random.Below(16));
         scene.bDominantB = scene.HasB() && !entry.bMaskRequired && variant == 2;
         if (!video && (variant > 0 || entry.bMaskRequired)) {

@@ -21,6 +21,24 @@ qzILColor RandomColor(Random& random) {
     return qzILColor(red, green, blue, value());
 }
 
+/// Taps that overshoot now and then; half of the kernels are products of a row and a column.
+catalog::Value RandomKernel(Random& random) {
+    catalog::Kernel kernel;
+    kernel.iWidth = 2 * random.Below(4) + 1;
+    kernel.iHeight = 2 * random.Below(4) + 1;
+    auto const tap = [&random] {
+        return random.OneIn(5) ? 0.0f : static_cast<float>(random.Between(-300, 700) / 1000.0);
+    };
+    std::vector<float> row, column;
+    for (int i = 0; i < kernel.iWidth; ++i) row.push_back(tap());
+    for (int j = 0; j < kernel.iHeight; ++j) column.push_back(tap());
+    bool const product = random.OneIn(2);
+    for (float const y : column) {
+        for (float const x : row) kernel.oTaps.push_back(product ? x * y : tap());
+    }
+    return std::make_shared<catalog::Kernel const>(std::move(kernel));
+}
+
 catalog::Value RandomValue(catalog::Parameter const& parameter, Random& random) {
     using catalog::Kind;
     switch (parameter.eKind) {
@@ -34,6 +52,21 @@ catalog::Value RandomValue(catalog::Parameter const& parameter, Random& random) 
         case Kind::Flag: return random.OneIn(2);
         case Kind::Choice: return parameter.oChoices[random.Below(static_cast<int>(parameter.oChoices.size()))].iValue;
         case Kind::Color: return RandomColor(random);
+        case Kind::Set: {
+            long all = 0;
+            for (catalog::Choice const& choice : parameter.oChoices) all |= choice.iValue;
+            return random.OneIn(4)
+                       ? all
+                       : parameter.oChoices[random.Below(static_cast<int>(parameter.oChoices.size()))].iValue;
+        }
+        case Kind::Pair: {
+            // Small numbers, whole ones and 0 among them: radii are meant.
+            auto const number = [&random] {
+                return static_cast<float>(random.OneIn(2) ? random.Below(8) : random.Below(80) / 10.0);
+            };
+            return qzILVector2f(number(), number());
+        }
+        case Kind::Kernel: return RandomKernel(random);
         default: return parameter.oDefault;
     }
 }
@@ -81,6 +114,11 @@ std::string Scene::Describe() const {
         if (auto const* const pReal = std::get_if<double>(&oValues[i])) text << *pReal;
         if (auto const* const pInteger = std::get_if<long>(&oValues[i])) text << *pInteger;
         if (auto const* const pFlag = std::get_if<bool>(&oValues[i])) text << *pFlag;
+        if (auto const* const pPair = std::get_if<qzILVector2f>(&oValues[i])) text << pPair->x << '/' << pPair->y;
+        if (auto const* const pKernel = std::get_if<std::shared_ptr<catalog::Kernel const>>(&oValues[i])) {
+            text << (*pKernel)->iWidth << 'x' << (*pKernel)->iHeight;
+            for (float const tap : (*pKernel)->oTaps) text << ' ' << tap;
+        }
         if (auto const* const pColor = std::get_if<qzILColor>(&oValues[i])) {
             text << pColor->GetRed() << '/' << pColor->GetGreen() << '/' << pColor->GetBlue() << '/'
                  << pColor->GetAlpha();
@@ -138,6 +176,16 @@ std::vector<catalog::Value> RandomValues(catalog::Entry const& entry, Random& ra
     return values;
 }
 
+std::vector<catalog::Value> RandomValuesFor(catalog::Entry const& entry, GUID const& format, Random& random) {
+    for (;;) {
+        Scene scene = PlainScene(entry, format, 2, 2);
+        scene.uMode = 15;
+        scene.oValues = RandomValues(entry, random);
+        Images const images(scene);
+        if (Prepare(scene, images).Effect().Verify() == 1) return scene.oValues;
+    }
+}
+
 std::span<catalog::Entry const> NetEffects() {
     static std::vector<catalog::Entry> const l_oEffects = [] {
         std::vector<catalog::Entry> effects;
@@ -149,6 +197,21 @@ std::span<catalog::Entry const> NetEffects() {
     return l_oEffects;
 }
 
+bool Scene::EqualsPartOfWhole() const {
+    auto const number = [this](char const* name) {
+        auto const& parameters = pEntry->oParameters;
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            if (parameters[i].sName == name) return std::get<long>(oValues[i]);
+        }
+        return 0l;
+    };
+    if (pEntry->sName == "blur") {
+        bool const isFloat = GetChannelTypeFromFormat(oFormat) == XFChannelTypeFloat;
+        return number("type") < (isFloat ? 3 : 4);
+    }
+    return pEntry->sName != "sharpen" || number("type") == 1;
+}
+
 Scene RandomScene(Random& random) {
     auto const effects = NetEffects();
     for (;;) {
@@ -158,7 +221,7 @@ Scene RandomScene(Random& random) {
         // These two are addressed as interleaved but split into planes: no pixel of theirs has one place.
         if (scene.oFormat == MFIF_CbYCrYA_10_6_FR || scene.oFormat == MFIF_CbYCrY709A_10_6_FR) continue;
         scene.uSeed = random.Next() >> 8;
-        scene.oValues = RandomValues(*scene.pEntry, random);
+        scene.oValues = RandomValuesFor(*scene.pEntry, scene.oFormat, random);
         scene.oDefaultColor = RandomColor(random);
         RandomPlaces(scene, random);
         scene.bDominantB = scene.HasB() && random.OneIn(2);
@@ -207,6 +270,9 @@ Scene RandomScene(Random& random) {
         Images const images(scene);
         catalog::Instance instance = Prepare(scene, images);
         if (instance.Effect().Verify() != 1) continue;
+        if (!scene.EqualsPartOfWhole()) continue;
+        // Sharpening that has nothing to do copies, with black where there is no input.
+        if (scene.pEntry->sName == "sharpen") scene.oDefaultColor = qzILColor();
         // Verify may change the mode, and some effects have no dominant input but A.
         scene.uMode = instance.Effect().GetProcessingMode();
         if (scene.pEntry->bMaskRequired) scene.bDominantB = false;

@@ -33,6 +33,9 @@ struct Scene {
 
     std::string Describe() const;
     bool HasMask() const { return oMaskFormat != GUID_NULL; }
+    /// A pixel does not depend on where its region begins. Recursive filters round differently behind another start, as
+    /// running sums of floats do, and edges are looked for in the region alone.
+    bool EqualsPartOfWhole() const;
     bool HasB() const { return pEntry->bTwoInputs; }
     /// Rectangle of the input that decides which pixels exist, and of the other one, in region coordinates.
     qzILBbox2l Dominant() const;
@@ -61,8 +64,10 @@ inline bool HasPairs(GUID const& format) {
 /// A mask format of the channel type that a format's samples have.
 GUID MaskFormatFor(GUID const& format, bool fourChannels);
 
-/// Random parameter values within their ranges, the ends among them.
+/// Random parameter values within their ranges, the ends among them; in the second form such that the effect takes in
+/// the format.
 std::vector<catalog::Value> RandomValues(catalog::Entry const& entry, Random& random);
+std::vector<catalog::Value> RandomValuesFor(catalog::Entry const& entry, GUID const& format, Random& random);
 
 /// A random scene that the effect's Verify accepts.
 Scene RandomScene(Random& random);

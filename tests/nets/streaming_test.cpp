@@ -31,8 +31,9 @@ TEST_P(StreamingNet, ALargeFrameEqualsItsStrips) {
         if (!Contains(entry.oFormats, format)) continue;
         for (unsigned const mode : {15u, 7u}) {
             Scene scene = PlainScene(entry, format, kWidth, kHeight);
-            scene.oValues = RandomValues(entry, random);
+            scene.oValues = RandomValuesFor(entry, format, random);
             scene.uMode = mode;
+            if (!scene.EqualsPartOfWhole()) continue;
             auto const run = [&](Ref<IXFImage> const& output, qzILBbox2l const& roi) {
                 catalog::Instance instance = entry.Make();
                 instance.SetInput(0, a.Get());
