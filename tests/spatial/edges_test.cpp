@@ -12,7 +12,7 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 class Edges : public testing::TestWithParam<GUID> {};
 
 TEST_P(Edges, DetectorsEqualModel) {
-    ForEachScene(GetParam(), 150, [](SpatialScene& scene, Random& random) {
+    ForAnyScenes(GetParam(), 300, [](SpatialScene& scene, Random& random) {
         // The neighbourhood does not grow with the radius.
         if (random.OneIn(4)) scene.fRadiusX = static_cast<float>(random.Below(4)), scene.fRadiusY = 2.5f;
         double const sensitivity = OneOf(random, kSensitivities), bias = OneOf(random, kBiases);
@@ -33,7 +33,7 @@ TEST_P(Edges, DetectorsEqualModel) {
 }
 
 TEST_P(Edges, DirectionsEqualModel) {
-    ForEachScene(GetParam(), 150, [](SpatialScene& scene, Random& random) {
+    ForAnyScenes(GetParam(), 300, [](SpatialScene& scene, Random& random) {
         double const sensitivity = OneOf(random, kSensitivities), bias = OneOf(random, kBiases);
         unsigned const directions = random.OneIn(2) ? 1u << random.Below(8) : random.Between(1, 255);
         std::string const text = Text("directions", directions) + Text("sensitivity", sensitivity);

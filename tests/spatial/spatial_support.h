@@ -59,7 +59,7 @@ void ExpectCopy(SpatialScene const& scene, Effect& effect, qzILColor const& colo
 
 /// Scenes by their seeds, until one fails.
 template <class Fn>
-void ForEachScene(GUID const& format, std::uint64_t count, Fn fn) {
+void ForAnyScenes(GUID const& format, std::uint64_t count, Fn fn) {
     for (std::uint64_t seed = 1; seed <= count && !testing::Test::HasFailure(); ++seed) {
         SpatialScene scene = SpatialScene::Any(format, seed);
         Random random(seed + 1000000);
