@@ -2,6 +2,7 @@
 #include "support/allocation_hook.h"
 
 #include "qzil/image/memory_pool.h"
+#include "qzil/spatial/convolve.h"
 #include "qzil/spatial/edges.h"
 #include "qzil/spatial/relief.h"
 
@@ -38,10 +39,10 @@ Picture Interrupted(SpatialScene const& scene, Effect& effect, int n) {
         l_iFirst = n ? n : 1 << 30;
         effect.SetInterruptFct(Stop, nullptr);
         effect.SetLastError(0);
-        EXPECT_EQ(effect.Execute(), 1) << Effect::m_ClassName << " question " << n;
+        EXPECT_EQ(effect.Execute(), 1) << effect.GetActualClassName() << " question " << n;
         EXPECT_EQ(effect.GetLastError(), qzILError(0));
         CMFImage::s_pImageMemoryPool->ClearPool(0);
-        EXPECT_LE(LiveBlocks(), before) << Effect::m_ClassName << " question " << n;
+        EXPECT_LE(LiveBlocks(), before) << effect.GetActualClassName() << " question " << n;
         output = Load(images.oOutput.Get());
     }
     return output;
@@ -59,25 +60,25 @@ Picture Joined(Picture first, Picture const& then, int line) {
 
 /// An effect asks `early` times before its first line, and then after each line.
 template <class Effect>
-void ExpectLineByLine(SpatialScene const& scene, Effect effect, int early) {
+void ExpectLineByLine(SpatialScene const& scene, Effect&& effect, int early) {
     Picture const nothing = Load(SpatialImages(scene).oOutput.Get());
     Picture const whole = Interrupted(scene, effect, 0);
-    EXPECT_EQ(l_iPolls, early + kHeight) << Effect::m_ClassName << ' ' << scene.Describe();
+    EXPECT_EQ(l_iPolls, early + kHeight) << effect.GetActualClassName() << ' ' << scene.Describe();
     for (int n = 1; n <= early + kHeight; ++n) {
         Picture const output = Interrupted(scene, effect, n);
         EXPECT_EQ(Difference(Joined(whole, nothing, std::max(0, n - early)), output), "")
-            << Effect::m_ClassName << " question " << n << ' ' << scene.Describe();
+            << effect.GetActualClassName() << " question " << n << ' ' << scene.Describe();
     }
 }
 
 /// An effect in several stages ends well whenever the interrupt comes.
 template <class Effect>
-void ExpectAnyEnd(SpatialScene const& scene, Effect effect) {
+void ExpectAnyEnd(SpatialScene const& scene, Effect&& effect) {
     Picture const whole = Interrupted(scene, effect, 0);
     int const count = l_iPolls;
-    EXPECT_GE(count, kHeight) << Effect::m_ClassName;
+    EXPECT_GE(count, kHeight) << effect.GetActualClassName();
     for (int n = 1; n <= count; ++n) Interrupted(scene, effect, n);
-    EXPECT_EQ(Difference(whole, Interrupted(scene, effect, count + 1)), "") << Effect::m_ClassName;
+    EXPECT_EQ(Difference(whole, Interrupted(scene, effect, count + 1)), "") << effect.GetActualClassName();
 }
 
 // The margin is copied by an effect of its own, which asks once, for two of the edge modes.
@@ -101,6 +102,33 @@ TEST(SpatialInterrupt, OfNeighboursStopsAfterALine) {
             emboss.SetDirection(directions);
             ExpectAnyEnd(Plain(format, 2), gradient);
             ExpectAnyEnd(Plain(format, 1), emboss);
+        }
+    }
+}
+
+// The second pass begins after an interrupt of the first, and ends with its first line.
+TEST(SpatialInterrupt, OfTwoPassesLeavesOneLineAtLeast) {
+    Kernel cross{0.0f, 0.25f, 0.0f, 0.25f, -0.5f, 0.25f, 0.0f, 0.25f, 0.0f}, flat(15, 1.0f / 15.0f);
+    for (GUID const& format : kInteger) {
+        qzILConvolveImg onePass;
+        onePass.SetKernel(cross.data(), 1);
+        ExpectLineByLine(Plain(format, 2), onePass, 1);
+        SpatialScene const scene = Plain(format, 4, 1, 2);
+        qzILConvolveImg effect;
+        effect.SetKernel(flat.data(), 1, 2);
+        Picture const nothing = Load(SpatialImages(scene).oOutput.Get());
+        Picture const whole = Interrupted(scene, effect, 0);
+        int const early = 1 + kHeight + 4;
+        EXPECT_EQ(l_iPolls, early + kHeight);
+        for (int n = 1; n <= early + kHeight; ++n) {
+            Picture const output = Interrupted(scene, effect, n);
+            // Five lines of the first pass make the first line of the second.
+            if (n > 1 && n <= 5) {
+                EXPECT_EQ(Difference(Joined(output, nothing, 1), output), "") << n;
+            } else {
+                int const lines = n == 1 ? 0 : std::max(1, n - early);
+                EXPECT_EQ(Difference(Joined(whole, nothing, lines), output), "") << n;
+            }
         }
     }
 }
