@@ -90,8 +90,11 @@ SpatialScene SpatialScene::Whole(GUID const& format, int width, int height) {
 
 SpatialScene SpatialScene::Any(GUID const& format, std::uint64_t seed) {
     Random random(seed);
-    int const width = random.OneIn(5) ? kWidths[random.Below(std::size(kWidths) - 1)] : random.Between(1, 13);
-    int const height = random.Between(1, 11);
+    bool const wide = random.OneIn(50);
+    int const width = wide              ? random.Between(1000, 2200)
+                      : random.OneIn(5) ? kWidths[random.Below(std::size(kWidths))]
+                                        : random.Between(1, 13);
+    int const height = random.Between(1, wide ? 3 : 11);
     SpatialScene scene = Whole(format, width, height);
     scene.uSeed = seed;
     scene.bInPlace = random.OneIn(4);

@@ -83,7 +83,8 @@ TEST_P(Convolution, ReachesFarBeyondSmallImages) {
 
 INSTANTIATE_TEST_SUITE_P(Formats, Convolution, testing::ValuesIn(kInteger), ParamName);
 
-// What is left of a sum: 200 x 1.5 and -1.5 wrap, -1.0 + 0.5 is 0; two passes have no offset and are upside down.
+// What is left of a sum: 200 x 1.5 and -1.58 wrap, -1.0 + 0.5 is 0, what is no number or far below is 0; two passes
+// have no offset and are upside down.
 TEST(ConvolutionValues, OfSingleKernels) {
     struct {
         Kernel aTaps;
@@ -91,6 +92,8 @@ TEST(ConvolutionValues, OfSingleKernels) {
         unsigned char uExpected;
     } cases[] = {{{1.5f}, 0, 0, 0.0f, 44},
                  {{-0.005f}, 0, 0, 0.0f, 0},
+                 {{std::numeric_limits<float>::quiet_NaN()}, 0, 0, 0.0f, 0},
+                 {{-1e30f}, 0, 0, 0.0f, 0},
                  {{-0.0079f}, 0, 0, 0.0f, 255},
                  {{0, 0, 0.5f}, 1, 0, 7.0f, 107},
                  {{0, 0, 0, 0, 1, 0, 0, 0, 0}, 1, 1, 7.0f, 200},

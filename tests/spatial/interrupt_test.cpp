@@ -5,6 +5,7 @@
 #include "qzil/spatial/convolve.h"
 #include "qzil/spatial/edges.h"
 #include "qzil/spatial/relief.h"
+#include "qzil/spatial/sharpen.h"
 
 namespace qzil::test::model {
 namespace {
@@ -103,6 +104,18 @@ TEST(SpatialInterrupt, OfNeighboursStopsAfterALine) {
             ExpectAnyEnd(Plain(format, 2), gradient);
             ExpectAnyEnd(Plain(format, 1), emboss);
         }
+    }
+}
+
+TEST(SpatialInterrupt, OfSharpening) {
+    for (GUID const& format : kInteger) {
+        qzILSharpenImg everywhere, atEdges;
+        ExpectLineByLine(Plain(format, 2), everywhere, 1);
+        atEdges.SetType(qzILSharpenTypeEdge);
+        SpatialScene scene = Plain(format, 3, 1, 2);
+        ExpectAnyEnd(scene, atEdges);
+        scene.uMask = 8;
+        ExpectAnyEnd(scene, atEdges);
     }
 }
 
