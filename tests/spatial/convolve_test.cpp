@@ -109,6 +109,34 @@ TEST(ConvolutionValues, OfSingleKernels) {
     }
 }
 
+// A sum just below 0.5 reaches 1 when the half is added in float: one pass of 8-bit RGBA does so, and two passes.
+TEST(ConvolutionValues, OfSumsAtAHalf) {
+    float belowHalf = std::nextafter(0.5f, 0.0f), one = 1.0f;
+    Kernel x{0.0f, 1.0f, 0.0f}, y{0.0f, belowHalf, 0.0f};
+    for (GUID const& format : kInteger) {
+        Ready<qzILConvolveImg> ready(SpatialScene::Whole(format, 2, 1));
+        VisitType(GetChannelTypeFromFormat(format), [&](auto zero) {
+            auto const bytes = Bytes(ready.oImages.oInput);
+            for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = i % sizeof(zero) == 0;
+        });
+        auto const results = [&](double value) {
+            for (double const sample : ready.Output().aSamples) EXPECT_EQ(sample, value) << NameOf(format);
+        };
+        ready->SetKernel(&belowHalf, 0);
+        ASSERT_EQ(ready->Execute(), 1);
+        results(format == MFIF_RGBA_RAW_32 ? 1 : 0);
+        ready->SetKernel(&one, 0);
+        ready->SetOffset(8388608.0f);
+        ASSERT_EQ(ready->Execute(), 1);
+        results(1);
+        ready->SetRadius(1);
+        ASSERT_EQ(ready->PrepareData(), 1);
+        EXPECT_EQ(ready->DualPassConvolve(x.data(), y.data()), 1);
+        EXPECT_EQ(ready->CleanData(), 1);
+        results(1);
+    }
+}
+
 TEST(ConvolutionFixed, EqualsModel) {
     Random random(1);
     for (std::uint64_t seed = 1; seed <= 200; ++seed) {
