@@ -133,11 +133,11 @@ Kernel CentreLine(Kernel const& kernel, int first, int step, int count) {
 double SampleOf(Region const& region, float f) {
     float const t = f + 0.5f;
     double const limited = t != t ? -1e6 : std::clamp<double>(t, -1e6, 1e6);
-    double const whole = std::trunc(limited);
+    double const whole = static_cast<double>(static_cast<i64>(limited));
     switch (region.uType) {
         case XFChannelTypeFloat: return f + 0.0f;
         case XFChannelTypeS2_14: return whole < -32767 ? -32768 : std::min(whole, 32767.0);
-        default: return std::clamp(whole, 0.0, region.Full()) + 0.0;
+        default: return std::clamp(whole, 0.0, region.Full());
     }
 }
 

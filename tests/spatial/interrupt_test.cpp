@@ -2,8 +2,10 @@
 #include "support/allocation_hook.h"
 
 #include "qzil/image/memory_pool.h"
+#include "qzil/spatial/blur.h"
 #include "qzil/spatial/convolve.h"
 #include "qzil/spatial/edges.h"
+#include "qzil/spatial/optic_glow.h"
 #include "qzil/spatial/relief.h"
 #include "qzil/spatial/sharpen.h"
 
@@ -59,11 +61,12 @@ Picture Joined(Picture first, Picture const& then, int line) {
     return first;
 }
 
-/// An effect asks `early` times before its first line, and then after each line.
+/// An effect asks `early` times (-1: any number) before its first line, and then after each line.
 template <class Effect>
 void ExpectLineByLine(SpatialScene const& scene, Effect&& effect, int early) {
     Picture const nothing = Load(SpatialImages(scene).oOutput.Get());
     Picture const whole = Interrupted(scene, effect, 0);
+    if (early < 0) early = l_iPolls - kHeight;
     EXPECT_EQ(l_iPolls, early + kHeight) << effect.GetActualClassName() << ' ' << scene.Describe();
     for (int n = 1; n <= early + kHeight; ++n) {
         Picture const output = Interrupted(scene, effect, n);
@@ -117,6 +120,20 @@ TEST(SpatialInterrupt, OfSharpening) {
         scene.uMask = 8;
         ExpectAnyEnd(scene, atEdges);
     }
+}
+
+// The recursive filters in double ask after each column, then after each line.
+TEST(SpatialInterrupt, OfBlurring) {
+    for (GUID const& format : kRgba + kMono + Formats{MFIF_RGBA_FLOAT_BU}) {
+        for (int type = 3; type <= 7; ++type) {
+            qzILBlurImg effect;
+            effect.SetType(static_cast<qzILBlurType>(type));
+            bool const inDouble = type == 5 || type == 7;
+            ExpectLineByLine(Plain(format, 2, 5, 3), effect, inDouble ? 1 + kWidth + 10 : -1);
+        }
+    }
+    qzILOpticGlowImg glow;
+    ExpectAnyEnd(Plain(MFIF_RGBA_RAW_32, 1, 3, 3), glow);
 }
 
 // The second pass begins after an interrupt of the first, and ends with its first line.
