@@ -26,7 +26,7 @@ void Set(SpatialScene& scene, Radii const& radii) {
     scene.fRadiusY = radii.fY;
 }
 
-constexpr float kDegrees[] = {1.0f, 0.5f, 0.25f, 0.8f, 0.05f};
+constexpr float kDegrees[] = {1.0f, 0.5f, 0.25f, 0.8f, 0.05f, 1e-4f};
 
 class Blurring : public testing::TestWithParam<GUID> {};
 
@@ -46,6 +46,22 @@ TEST_P(Blurring, EqualsModel) {
                 Text("type", type) + Text("degree", degree));
         }
     });
+}
+
+// The sums of a box pass 32 bits.
+TEST_P(Blurring, ReachesFarBeyondSmallImages) {
+    for (int type = 3; type <= 7; ++type) {
+        SpatialScene scene = SpatialScene::Whole(GetParam(), 3, 2);
+        Set(scene, {200, 150});
+        for (int const mode : {2, 3}) {
+            scene.iEdgeMode = mode;
+            scene.uSeed = static_cast<std::uint64_t>(type);
+            qzILBlurImg effect;
+            SetType(effect, type);
+            ExpectModel(
+                scene, effect, [&](Region const& r) { return Blur(r, type, 1); }, Text("type", type));
+        }
+    }
 }
 
 TEST_P(Blurring, WithoutRadiusOrDegreeIsACopy) {
@@ -115,6 +131,16 @@ TEST(BlurringVerify, BuildsNoKernelForABadRadius) {
             EXPECT_EQ(ready->Execute(), -1) << type << ' ' << radius;
             EXPECT_EQ(Difference(before, ready.Output()), "");
         }
+    }
+}
+
+TEST(BlurFilterCoefficients, OfTheBox) {
+    for (auto const& [spread, box, whole] :
+         {std::tuple{5.3, 7.033999999999999, 7u}, {0.1, 0.0, 0u}, {100.0, 9.0, 9u}}) {
+        qzILBlurUniformIIR1D filter(spread, 9);
+        filter.ParametersHaveChanged();
+        EXPECT_EQ(filter.GetCoefficients().dfBox, box);
+        EXPECT_EQ(filter.GetCoefficients().uQ, whole);
     }
 }
 
