@@ -1,0 +1,214 @@
+#include "spatial/spatial_support.h"
+
+#include "qzil/spatial/convolve.h"
+
+namespace qzil::test::model {
+namespace {
+
+Kernel RandomTaps(Random& random, int count, float largest) {
+    Kernel taps;
+    for (int i = 0; i < count; ++i) {
+        float const tap = largest * static_cast<float>(random.Between(-1000, 1000)) / 1000.0f;
+        taps.push_back(random.OneIn(4) ? 0.0f : tap);
+    }
+    return taps;
+}
+
+Kernel Product(Kernel const& x, Kernel const& y) {
+    Kernel kernel;
+    for (float const row : y) {
+        for (float const column : x) kernel.push_back(row * column);
+    }
+    return kernel;
+}
+
+/// Kernels of any rank, products of two lines, and single taps, some of which overshoot.
+Kernel AnyKernel(Random& random, int width, int height) {
+    float const largest = OneOf(random, {0.125f, 0.5f, 3.0f});
+    switch (random.Below(4)) {
+        case 0: return Product(RandomTaps(random, width, largest), RandomTaps(random, height, 1));
+        case 1: {
+            Kernel kernel(static_cast<std::size_t>(width * height));
+            kernel[static_cast<std::size_t>(random.Below(width * height))] = random.OneIn(2) ? 1.0f : -0.75f;
+            return kernel;
+        }
+        default: return RandomTaps(random, width * height, largest);
+    }
+}
+
+std::string Text(Kernel const& kernel) {
+    std::string text = " kernel";
+    for (float const tap : kernel) text += ' ' + std::to_string(tap);
+    return text;
+}
+
+constexpr float kOffsets[] = {0.0f, 0.0f, 10.5f, -3.25f, 128.0f, 700.75f};
+
+class Convolution : public testing::TestWithParam<GUID> {};
+
+TEST_P(Convolution, EqualsModel) {
+    ForAnyScenes(GetParam(), 400, [](SpatialScene& scene, Random& random) {
+        int const rx = random.Below(4), ry = random.Below(4);
+        scene.fRadiusX = static_cast<float>(rx) + OneOf(random, {0.0f, 0.9f});
+        scene.fRadiusY = static_cast<float>(ry) + OneOf(random, {0.0f, 0.5f});
+        Kernel kernel = AnyKernel(random, 2 * rx + 1, 2 * ry + 1);
+        float const offset = OneOf(random, kOffsets);
+        qzILConvolveImg effect;
+        effect.SetKernel(kernel.data(), 1);
+        effect.SetOffset(offset);
+        ExpectModel(
+            scene, effect, [&](Region const& r) { return Convolve(r, kernel, offset); },
+            model::Text("offset", offset) + Text(kernel));
+    });
+}
+
+TEST_P(Convolution, ReachesFarBeyondSmallImages) {
+    Random random(1);
+    struct {
+        int iWidth, iHeight;
+    } const sizes[] = {{1, 1}, {1, 5}, {4, 1}, {2, 3}};
+    for (auto const& [width, height] : sizes) {
+        for (int const mode : {1, 2, 3, 4}) {
+            SpatialScene scene = SpatialScene::Whole(GetParam(), width, height);
+            scene.iEdgeMode = mode;
+            scene.fRadiusX = 11.0f;
+            scene.fRadiusY = 9.0f;
+            Kernel kernel = RandomTaps(random, 23 * 19, 0.0625f);
+            qzILConvolveImg effect;
+            effect.SetKernel(kernel.data(), 1);
+            ExpectModel(scene, effect, [&](Region const& r) { return Convolve(r, kernel, 0); });
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Convolution, testing::ValuesIn(kInteger), ParamName);
+
+// What is left of a sum: 200 x 1.5 and -1.58 wrap, -1.0 + 0.5 is 0, what is no number or far below is 0; two passes
+// have no offset and are upside down.
+TEST(ConvolutionValues, OfSingleKernels) {
+    struct {
+        Kernel aTaps;
+        float fRadiusX, fRadiusY, fOffset;
+        unsigned char uExpected;
+    } cases[] = {{{1.5f}, 0, 0, 0.0f, 44},
+                 {{-0.005f}, 0, 0, 0.0f, 0},
+                 {{std::numeric_limits<float>::quiet_NaN()}, 0, 0, 0.0f, 0},
+                 {{-1e30f}, 0, 0, 0.0f, 0},
+                 {{-0.0079f}, 0, 0, 0.0f, 255},
+                 {{0, 0, 0.5f}, 1, 0, 7.0f, 107},
+                 {{0, 0, 0, 0, 1, 0, 0, 0, 0}, 1, 1, 7.0f, 200},
+                 {{0, 0.5f, 0, 0, 1, 0, 0, 0, 0}, 1, 1, 0.0f, 203}};
+    for (auto& [taps, rx, ry, offset, expected] : cases) {
+        SpatialScene const scene = SpatialScene::Whole(MFIF_MONO_RAW_8, 3, 3);
+        Ready<qzILConvolveImg> ready(scene);
+        FillBytes(ready.oImages.oInput.Get(), -1, [](int, int y, int) { return y == 0 ? 50 : y == 1 ? 200 : 6; });
+        ready->SetKernel(taps.data(), rx, ry);
+        ready->SetOffset(offset);
+        ASSERT_EQ(ready->Execute(), 1);
+        EXPECT_EQ(ready.Output().At(1, 1), expected) << Text(taps);
+    }
+}
+
+// A sum just below 0.5 reaches 1 when the half is added in float: one pass of 8-bit RGBA does so, and two passes.
+TEST(ConvolutionValues, OfSumsAtAHalf) {
+    float belowHalf = std::nextafter(0.5f, 0.0f), one = 1.0f;
+    Kernel x{0.0f, 1.0f, 0.0f}, y{0.0f, belowHalf, 0.0f};
+    for (GUID const& format : kInteger) {
+        Ready<qzILConvolveImg> ready(SpatialScene::Whole(format, 2, 1));
+        VisitType(GetChannelTypeFromFormat(format), [&](auto zero) {
+            auto const bytes = Bytes(ready.oImages.oInput);
+            for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = i % sizeof(zero) == 0;
+        });
+        auto const results = [&](double value) {
+            for (double const sample : ready.Output().aSamples) EXPECT_EQ(sample, value) << NameOf(format);
+        };
+        ready->SetKernel(&belowHalf, 0);
+        ASSERT_EQ(ready->Execute(), 1);
+        results(format == MFIF_RGBA_RAW_32 ? 1 : 0);
+        ready->SetKernel(&one, 0);
+        ready->SetOffset(8388608.0f);
+        ASSERT_EQ(ready->Execute(), 1);
+        results(1);
+        ready->SetRadius(1);
+        ASSERT_EQ(ready->PrepareData(), 1);
+        EXPECT_EQ(ready->DualPassConvolve(x.data(), y.data()), 1);
+        EXPECT_EQ(ready->CleanData(), 1);
+        results(1);
+    }
+}
+
+TEST(ConvolutionFixed, EqualsModel) {
+    Random random(1);
+    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+        SpatialScene scene = SpatialScene::Whole(random.OneIn(2) ? MFIF_RGBA_RAW_32 : MFIF_MONO_RAW_8,
+                                                 random.Between(1, 40), random.Between(1, 6));
+        scene.uSeed = seed;
+        scene.uMode = static_cast<unsigned>(random.Below(16)) | OneOf(random, {0u, 0u, 0x100u, 0x200u});
+        scene.uMask = OneOf(random, kMasks);
+        scene.iEdgeMode = random.Between(1, 4);
+        int const rx = random.Below(3), ry = random.Below(3);
+        scene.fRadiusX = static_cast<float>(rx);
+        scene.fRadiusY = static_cast<float>(ry);
+        Factors factors{RandomTaps(random, 2 * rx + 1, 1.2f), RandomTaps(random, 2 * ry + 1, 0.9f)};
+        Kernel kernel = AnyKernel(random, 2 * rx + 1, 2 * ry + 1);
+        float const offset = OneOf(random, kOffsets);
+        auto const run = [&](auto routine, RegionModel const& model, char const* name) {
+            AtEveryLevel([&] {
+                Ready<qzILConvolveImg> ready(scene);
+                ready->SetKernel(kernel.data(), scene.fRadiusX, scene.fRadiusY);
+                ready->SetOffset(offset);
+                Picture const expected = RunFrame(scene, ready.oImages, model);
+                ASSERT_EQ(ready->PrepareData(), 1);
+                EXPECT_EQ(routine(ready.oEffect), 1);
+                EXPECT_EQ(ready->CleanData(), 1);
+                EXPECT_EQ(Difference(expected, ready.Output()), "") << name << ' ' << scene.Describe() << Text(kernel);
+            });
+        };
+        run([](auto& e) { return e.SinglePassConvolve8_Fixed(); },
+            [&](Region const& r) { return SinglePassFixed(r, kernel, offset); }, "one pass");
+        if (scene.oFormat == MFIF_MONO_RAW_8) continue;
+        run([&](auto& e) { return e.DualPassConvolve_RGBA32_Fixed(factors.aX.data(), factors.aY.data()); },
+            [&](Region const& r) { return DualPassFixed(r, factors); }, "two passes");
+    }
+}
+
+TEST(ConvolutionKernels, AreSeparableByTheirRank) {
+    struct {
+        int iRadiusX, iRadiusY;
+    } const sizes[] = {{1, 1}, {3, 1}, {1, 3}, {2, 2}};
+    for (auto const& [rx, ry] : sizes) {
+        int const width = 2 * rx + 1, height = 2 * ry + 1;
+        Kernel columns, rows;
+        for (int i = 0; i < width; ++i) columns.push_back(0.25f + 0.125f * static_cast<float>(i));
+        for (int j = 0; j < height; ++j) rows.push_back(0.75f - 0.25f * static_cast<float>(j));
+        Kernel product = Product(columns, rows);
+        Kernel other = product;
+        other[0] += 0.001f;
+        Kernel nothing(product.size());
+        qzILConvolveImg effect;
+        for (Kernel* kernel : {&product, &other, &nothing}) {
+            effect.SetKernel(kernel->data(), static_cast<float>(rx), static_cast<float>(ry));
+            EXPECT_EQ(effect.IsKernelSeparable(), kernel == &product) << Text(*kernel);
+        }
+        effect.SetKernel(product.data(), static_cast<float>(rx), static_cast<float>(ry));
+        Kernel x(static_cast<std::size_t>(width)), y(static_cast<std::size_t>(height));
+        effect.SeparateKernel(x.data(), y.data());
+        auto const factors = Factorise(product, width, height);
+        ASSERT_TRUE(factors);
+        EXPECT_EQ(x, factors->aX);
+        EXPECT_EQ(y, factors->aY);
+    }
+}
+
+TEST(ConvolutionVerify, RefusesInItsOrder) {
+    Kernel kernel(9);
+    ExpectFrameRefusals<qzILConvolveImg>(kInteger, [&](auto& e) { e.SetKernel(kernel.data(), 1); });
+    Ready<qzILConvolveImg> ready;
+    EXPECT_TRUE(Refuses(ready.oEffect, 0x10021));
+    EXPECT_EQ(ready->Execute(), -1);
+    EXPECT_EQ(qzILConvolveImg().GetOffset(), 0.0f);
+    EXPECT_EQ(qzILConvolveImg().GetKernel(), nullptr);
+}
+
+}  // namespace
+}  // namespace qzil::test::model

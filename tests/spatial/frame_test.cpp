@@ -1,0 +1,78 @@
+#include "spatial/spatial_support.h"
+
+#include "qzil/spatial/convolve.h"
+
+namespace qzil::test::model {
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInfinity = std::numeric_limits<float>::infinity();
+
+TEST(SpatialFrame, HasDefaults) {
+    qzILConvolveImg effect;
+    EXPECT_EQ(effect.GetEdgeMode(), qzILEdgeModeColor);
+    EXPECT_EQ(effect.GetEdgeColor(), qzILColor(0, 0, 0, 0));
+    EXPECT_EQ(effect.GetRadiusX(), 0.0f);
+    EXPECT_EQ(effect.GetRadiusY(), 0.0f);
+    effect.SetRadius(2.9f);
+    EXPECT_EQ(effect.GetRadius().x, 2.9f);
+    effect.SetRadius(1.5f, 0.5f);
+    EXPECT_EQ(effect.GetRadiusX(), 1.5f);
+    EXPECT_EQ(effect.GetRadiusY(), 0.5f);
+    effect.SetDefaultColor({1, 1, 1, 1});
+    EXPECT_EQ(effect.GetEdgeColor(), qzILColor(0, 0, 0, 0));
+}
+
+TEST(SpatialFrame, RefusesRadiiOutOfRange) {
+    Kernel kernel(1);
+    Ready<qzILConvolveImg> ready;
+    ready->SetKernel(kernel.data(), 0);
+    auto const both = [](qzILConvolveImg& e, float v) { e.SetRadius(v); };
+    auto const vertical = [](qzILConvolveImg& e, float v) { e.SetRadius(0, v); };
+    std::initializer_list<std::pair<float, unsigned>> const answers = {
+        {0.0f, 0},          {-0.0f, 0},       {1073741824.0f, 0},   {1073741952.0f, 0x10023},
+        {-1e-30f, 0x10023}, {-2.0f, 0x10023}, {kInfinity, 0x10023}, {-kInfinity, 0x10023},
+        {kNaN, 0}};
+    ExpectAnswers<qzILConvolveImg, decltype(both), float>(ready, both, answers);
+    ExpectAnswers<qzILConvolveImg, decltype(vertical), float>(ready, vertical, answers);
+}
+
+// A margin that memory cannot hold ends the effect without a reason and without a touched pixel.
+TEST(SpatialFrame, CannotRunWithHugeRadii) {
+    for (float const radius : {1e5f, 1e8f, 1e9f, 1073741824.0f, 3e38f}) {
+        Kernel kernel(1);
+        Ready<qzILConvolveImg> ready;
+        Picture const before = ready.Output();
+        ready->SetKernel(kernel.data(), radius);
+        EXPECT_EQ(ready->Execute(), -1) << radius;
+        EXPECT_EQ(ready->GetLastError(), qzILError(0)) << radius;
+        EXPECT_EQ(Difference(before, ready.Output()), "");
+    }
+}
+
+TEST(SpatialFrame, WithoutLinesDoesNothing) {
+    qzILConvolveImg effect;
+    effect.SetProcessingMode(0x300 | 15);
+    EXPECT_EQ(effect.Execute(), 1);
+}
+
+// Two calls, each for one field, give what one call for both gives.
+TEST(SpatialFrame, DoesOneFieldAndReadsBoth) {
+    Kernel kernel{0.0f, 0.5f, 0.0f, 0.25f, -1.0f, 0.25f, 0.0f, 0.25f, 0.5f};
+    for (int const y : {0, 1}) {
+        SpatialScene scene = SpatialScene::Whole(MFIF_RGBA_RAW_64, 9, 7);
+        scene.oRoi = {0, 1, 9, 6};
+        scene.oOffset = {0, y};
+        Ready<qzILConvolveImg> fields(scene), frame(scene);
+        for (unsigned const mode : {0x100u, 0x200u}) {
+            fields->SetKernel(kernel.data(), 1);
+            fields->SetProcessingMode(15 | mode);
+            ASSERT_EQ(fields->Execute(), 1);
+        }
+        frame->SetKernel(kernel.data(), 1);
+        ASSERT_EQ(frame->Execute(), 1);
+        EXPECT_EQ(Difference(frame.Output(), fields.Output()), "");
+    }
+}
+
+}  // namespace
+}  // namespace qzil::test::model
