@@ -24,7 +24,7 @@ std::vector<double> PixelOf(qzILColor const& color, GUID const& format) {
     return Load(image.Get()).aSamples;
 }
 
-/// The frame's walk; `inside` gives a pixel of the region's result.
+/// The frame's walk: results within `active`, the input around it, `color` where there is no input.
 Picture Fill(SpatialScene const& scene, Picture const& input, Picture output, qzILBbox2l const& active,
              qzILColor const& color, Picture const& results) {
     auto const fill = PixelOf(color, scene.oFormat);

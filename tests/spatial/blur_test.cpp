@@ -75,6 +75,19 @@ TEST_P(Blurring, WithoutRadiusOrDegreeIsACopy) {
     });
 }
 
+TEST_P(Blurring, WithoutLinesDoesNothing) {
+    SpatialScene scene = SpatialScene::Whole(GetParam(), 5, 4);
+    scene.uMode = 0x30F;
+    for (float const degree : {0.0f, 1.0f}) {
+        Ready<qzILBlurImg> ready(scene);
+        SetType(ready.oEffect, 3);
+        ready->SetDegree(degree);
+        Picture const before = ready.Output();
+        EXPECT_EQ(ready->Execute(), 1);
+        EXPECT_EQ(Difference(before, ready.Output()), "");
+    }
+}
+
 // Each pass has unit gain; in fixed point full scale may lose one.
 TEST_P(Blurring, OfAFlatPictureIsFlat) {
     for (int type = 3; type <= 7; ++type) {
