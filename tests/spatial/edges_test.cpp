@@ -53,16 +53,15 @@ TEST_P(Edges, DirectionsEqualModel) {
 
 INSTANTIATE_TEST_SUITE_P(Formats, Edges, testing::ValuesIn(kInteger), ParamName);
 
-// Every angle that 8 bits can have around a pixel of value 0, on both axes, too.
+// Every pair of differences that two samples beside a centre of 0 can make, in all four quadrants and on both axes.
 TEST(EdgeAngles, OfEveryPairOfDifferences) {
     SpatialScene const scene = SpatialScene::Whole(MFIF_MONO_RAW_8, 256 * 3, 256 * 3);
-    for (bool const flip : {false, true}) {
+    for (unsigned quadrant = 0; quadrant < 4; ++quadrant) {
         SpatialImages images(scene);
-        int const one = flip ? 0 : 2, other = flip ? 2 : 0;
-        // In a block of 3 x 3 gx is x or -x, gy is y or -y, for both kernels.
+        int const column = quadrant & 1 ? 0 : 2, row = quadrant & 2 ? 0 : 2;
         FillBytes(images.oInput.Get(), -1, [&](int x, int y, int) {
-            int const gx = x / 3, gy = y / 3;
-            return x % 3 == one && y % 3 == 0 ? gx : x % 3 == other && y % 3 == 2 ? gy : 0;
+            bool const besides = x % 3 == column && y % 3 == 1, above = x % 3 == 1 && y % 3 == row;
+            return besides ? x / 3 : above ? y / 3 : 0;
         });
         auto const run = [&](auto effect, Detector detector) {
             effect.SetType(2);
