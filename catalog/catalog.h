@@ -58,6 +58,7 @@ struct Parameter {
     std::string sDefault;  ///< in the form that ParseValue reads
     Value oDefault;
     std::string sHelp;
+    bool bOpen = false;  ///< the effect's Verify takes other values, too; hosts stay within range and choices
     /// How texts become tables, of Kind::Lut, and what it reads.
     std::shared_ptr<Lut const> (*pParseLut)(std::string_view text) = nullptr;
     std::string sLutForms;

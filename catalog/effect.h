@@ -58,6 +58,12 @@ public:
         return *this;
     }
 
+    /// The effect takes values of the last parameter beyond what the catalogue names.
+    Effect& Open() {
+        m_oEntry.oParameters.back().bOpen = true;
+        return *this;
+    }
+
     template <class Setter>
     Effect& Real(char const* name, Setter setter, Range range, char const* defaultText, char const* help,
                  char const* unit = "") {

@@ -131,9 +131,13 @@ std::vector<Entry> PixelEffects() {
             .Input("input", &qzILChannelSwitch::SetInputImg)
             .Formats({&kChannelSwitchFormat, 1})
             .Choice("red", SetSource<0>, Sources(), "red", "source of the first channel")
+            .Open()
             .Choice("green", SetSource<1>, Sources(), "green", "source of the second channel")
+            .Open()
             .Choice("blue", SetSource<2>, Sources(), "blue", "source of the third channel")
-            .Choice("alpha", SetSource<3>, Sources(), "alpha", "source of the fourth channel"),
+            .Open()
+            .Choice("alpha", SetSource<3>, Sources(), "alpha", "source of the fourth channel")
+            .Open(),
 
         Effect<qzILRGBA2Alpha>("rgba-to-alpha", "pixel", "Writes the luminance of a picture into its alpha")
             .Input("input", &qzILRGBA2Alpha::SetInputImg)
@@ -151,7 +155,8 @@ std::vector<Entry> PixelEffects() {
             .Input("a", &qzILXOrImg::SetInputImgA)
             .Input("b", &qzILXOrImg::SetInputImgB)
             .Choice("operation", &qzILXOrImg::SetOperation, {{"xor", 1}, {"difference", 0}}, "xor",
-                    "exclusive OR of the bits, or the absolute difference of the values"),
+                    "exclusive OR of the bits, or the absolute difference of the values")
+            .Open(),
 
         Effect<qzILMaxImg>("max", "pixel", "Takes the larger of two values")
             .Input("a", &qzILMaxImg::SetInputImgA)

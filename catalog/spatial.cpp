@@ -102,7 +102,8 @@ std::vector<Entry> SpatialEffects() {
             .Kernel("kernel", SetKernel, "0 1 0; 1 2 1; 0 1 0 / 6", "the weights")
             .Real("bias", &qzILConvolveImg::SetOffset, {-65535.0, 65535.0}, "0",
                   "added to each result, in units of the channel; not to kernels that are a product of a row and a "
-                  "column"),
+                  "column")
+            .Open(),
 
         Spatial<qzILSharpenImg>("sharpen", "Sharpens by the difference from the neighbourhood")
             .Choice("type", &qzILSharpenImg::SetType,
@@ -112,7 +113,8 @@ std::vector<Entry> SpatialEffects() {
             .Real("degree", &qzILSharpenImg::SetDegree, kShare, "0.3",
                   "strength; results beyond full scale wrap, which strong degrees show")
             .Real("sensitivity", &qzILSharpenImg::SetEdgeSensitivity, kShare, "1",
-                  "which edges count, with --type edge"),
+                  "which edges count, with --type edge")
+            .Open(),
 
         Spatial<qzILBlurImg>("blur", "Blurs")
             .Choice("type", &qzILBlurImg::SetType, BlurTypes(), "fast-gauss",

@@ -57,7 +57,8 @@ inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeAngle = 2;
 /// Edges by the differences gx of the columns and gy of the lines right and left, below and above, all weights 1.
 ///
 /// Type 1, the default: the response is |gx| + |gy|; with a sensitivity of exactly 0 the output is cleared. Type 2: the
-/// angle of (gx, gy) as a full circle of 255, rounded; 0, 64 or 191 where gx is 0. Sensitivity and bias play no part
+/// angle of (gx, gy) as a full circle of 255, rounded; where gx is 0 it is 0, 64, or the low
+/// bits of -65. Sensitivity and bias play no part
 /// then. Verify adds 0x10049 for another type.
 class QZIL_API qzILRobertsImg : public qzil::EdgeDetector {
     QZIL_EFFECT_CLASS(qzILRobertsImg)
