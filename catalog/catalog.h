@@ -45,7 +45,8 @@ struct Parameter {
     std::string sUnit;  ///< empty for plain numbers
     Range oRange;       ///< of Real and Integer
     std::vector<Choice> oChoices;
-    std::string sDefault;  ///< in the form that ParseValue reads
+    bool bTakesAny = false;  ///< of Choice: numbers without a name pass Verify, too
+    std::string sDefault;    ///< in the form that ParseValue reads
     Value oDefault;
     std::string sHelp;
     /// How texts become tables, of Kind::Lut, and what it reads.
@@ -133,6 +134,9 @@ struct Entry {
     Instance Make() const { return Instance(*this); }
     Parameter const* FindParameter(std::string_view name) const;
 };
+
+/// The mono format of masks over images of a format.
+GUID MaskFormatFor(GUID const& format);
 
 /// All effects, family by family.
 std::span<Entry const> Effects();

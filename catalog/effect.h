@@ -81,9 +81,10 @@ public:
 
     template <class Setter>
     Effect& Choice(char const* name, Setter setter, std::vector<catalog::Choice> choices, char const* defaultText,
-                   char const* help) {
+                   char const* help, bool takesAny = false) {
         Parameter parameter = New(name, Kind::Choice, help);
         parameter.oChoices = std::move(choices);
+        parameter.bTakesAny = takesAny;
         return Add<long, unsigned>(std::move(parameter), setter, defaultText);
     }
 

@@ -130,10 +130,10 @@ std::vector<Entry> PixelEffects() {
         Effect<qzILChannelSwitch>("channel-switch", "pixel", "Rebuilds each channel from a chosen source")
             .Input("input", &qzILChannelSwitch::SetInputImg)
             .Formats({&kChannelSwitchFormat, 1})
-            .Choice("red", SetSource<0>, Sources(), "red", "source of the first channel")
-            .Choice("green", SetSource<1>, Sources(), "green", "source of the second channel")
-            .Choice("blue", SetSource<2>, Sources(), "blue", "source of the third channel")
-            .Choice("alpha", SetSource<3>, Sources(), "alpha", "source of the fourth channel"),
+            .Choice("red", SetSource<0>, Sources(), "red", "source of the first channel", true)
+            .Choice("green", SetSource<1>, Sources(), "green", "source of the second channel", true)
+            .Choice("blue", SetSource<2>, Sources(), "blue", "source of the third channel", true)
+            .Choice("alpha", SetSource<3>, Sources(), "alpha", "source of the fourth channel", true),
 
         Effect<qzILRGBA2Alpha>("rgba-to-alpha", "pixel", "Writes the luminance of a picture into its alpha")
             .Input("input", &qzILRGBA2Alpha::SetInputImg)
@@ -151,7 +151,7 @@ std::vector<Entry> PixelEffects() {
             .Input("a", &qzILXOrImg::SetInputImgA)
             .Input("b", &qzILXOrImg::SetInputImgB)
             .Choice("operation", &qzILXOrImg::SetOperation, {{"xor", 1}, {"difference", 0}}, "xor",
-                    "exclusive OR of the bits, or the absolute difference of the values"),
+                    "exclusive OR of the bits, or the absolute difference of the values", true),
 
         Effect<qzILMaxImg>("max", "pixel", "Takes the larger of two values")
             .Input("a", &qzILMaxImg::SetInputImgA)
