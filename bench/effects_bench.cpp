@@ -63,15 +63,6 @@ Image MakeImage(GUID const& format, int width, int height, std::uint32_t seed) {
     return image;
 }
 
-GUID MaskFormatFor(GUID const& format) {
-    switch (GetChannelTypeFromFormat(format)) {
-        case XFChannelTypeUInt8: return MFIF_MONO_RAW_8;
-        case XFChannelTypeUInt16: return MFIF_MONO_RAW_16;
-        case XFChannelTypeS2_14: return MFIF_MONO_S2_14;
-        default: return MFIF_MONO_FLOAT;
-    }
-}
-
 template <class Work>
 double SecondsOf(Work work) {
     auto const start = std::chrono::steady_clock::now();
@@ -97,7 +88,7 @@ public:
     }
 
     void SetMask(GUID const& format, int width, int height) {
-        m_oMask = MakeImage(MaskFormatFor(format), width, height, 14);
+        m_oMask = MakeImage(catalog::MaskFormatFor(format), width, height, 14);
         m_oInstance.Effect().SetMask({0, 0, width, height}, m_oMask.Get(), XFImageChannelMono);
     }
     void SetFilter(bool filter) {

@@ -105,6 +105,15 @@ std::span<Entry const> Conversions() {
     return l_oConversions;
 }
 
+GUID MaskFormatFor(GUID const& format) {
+    switch (GetChannelTypeFromFormat(format)) {
+        case XFChannelTypeUInt16: return MFIF_MONO_RAW_16;
+        case XFChannelTypeS2_14: return MFIF_MONO_S2_14;
+        case XFChannelTypeFloat: return MFIF_MONO_FLOAT;
+        default: return MFIF_MONO_RAW_8;
+    }
+}
+
 Entry const* Find(std::string_view name) {
     for (std::span<Entry const> const all : {Effects(), Conversions()}) {
         auto const found =

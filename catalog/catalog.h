@@ -149,6 +149,9 @@ struct Entry {
     Parameter const* FindParameter(std::string_view name) const;
 };
 
+/// The mono format of masks over images of a format.
+GUID MaskFormatFor(GUID const& format);
+
 /// All effects, family by family.
 std::span<Entry const> Effects();
 /// The effects whose output has another format than their input.

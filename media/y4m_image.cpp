@@ -173,6 +173,27 @@ Channel* LineAt(qzILImageHelper const& image, int y) {
     return reinterpret_cast<Channel*>(image.GetPixelPtr(0, image.m_iHeight - 1 - y));
 }
 
+/// Calls `f` for each line with the frame's rows, the image's line, and what becomes of luma, chroma and alpha: they
+/// stay the same, or pass through `Real` where the image has float channels.
+template <template <class> class Real, class Byte, class F>
+void ForEachLine(Y4mHeader const& header, Byte* bytes, qzILImageHelper const& image, F f) {
+    Levels const levels = LevelsOf(header);
+    WithTypes(header, image, [&]<class Sample, class Channel>(Sample, Channel) {
+        using Stored = std::conditional_t<std::is_const_v<Byte>, Sample const, Sample>;
+        for (int y = 0; y < header.iHeight; ++y) {
+            auto const rows = RowsAt<Stored>(header, bytes, y);
+            auto* const pLine = LineAt<Channel>(image, y);
+            if constexpr (std::is_same_v<Sample, Channel>) {
+                Same<Sample> const same;
+                f(rows, pLine, same, same, same);
+            } else {
+                Real<Sample> const luma{levels.oLuma}, chroma{levels.oChroma}, alpha{{0.0f, levels.fFull}};
+                f(rows, pLine, luma, chroma, alpha);
+            }
+        }
+    });
+}
+
 void CheckImage(Y4mHeader const& header, qzILImageHelper const& image) {
     bool const format =
         Contains(VideoFormats(header, false), image.m_oFormat) || Contains(VideoFormats(header, true), image.m_oFormat);
@@ -325,40 +346,17 @@ void FrameToImage(Y4mHeader const& header, Y4mFrame const& frame, IXFImage& imag
     qzILImageHelper const helper(&image);
     CheckImage(header, helper);
     if (frame.oBytes.size() != header.FrameBytes()) throw MediaError("a frame does not fit the header of the video");
-    Levels const levels = LevelsOf(header);
-    WithTypes(header, helper, [&]<class Sample, class Channel>(Sample, Channel) {
-        for (int y = 0; y < header.iHeight; ++y) {
-            auto const rows = RowsAt<Sample const>(header, frame.oBytes.data(), y);
-            auto* const pLine = LineAt<Channel>(helper, y);
-            if constexpr (std::is_same_v<Sample, Channel>) {
-                Same<Sample> const same;
-                JoinRow(header, rows, pLine, same, same, same);
-            } else {
-                ToFloat<Sample> const luma{levels.oLuma}, chroma{levels.oChroma}, alpha{{0.0f, levels.fFull}};
-                JoinRow(header, rows, pLine, luma, chroma, alpha);
-            }
-        }
-    });
+    ForEachLine<ToFloat>(header, frame.oBytes.data(), helper,
+                         [&](auto const& rows, auto* line, auto... levels) { JoinRow(header, rows, line, levels...); });
 }
 
 void ImageToFrame(IXFImage& image, Y4mHeader const& header, Y4mFrame& frame) {
     qzILImageHelper const helper(&image);
     CheckImage(header, helper);
     frame.oBytes.resize(header.FrameBytes());
-    Levels const levels = LevelsOf(header);
-    WithTypes(header, helper, [&]<class Sample, class Channel>(Sample, Channel) {
-        for (int y = 0; y < header.iHeight; ++y) {
-            auto const rows = RowsAt<Sample>(header, frame.oBytes.data(), y);
-            auto const* const pLine = LineAt<Channel>(helper, y);
-            if constexpr (std::is_same_v<Sample, Channel>) {
-                Same<Sample> const same;
-                SplitRow(header, pLine, rows, same, same, same);
-            } else {
-                FromFloat<Sample> const luma{levels.oLuma}, chroma{levels.oChroma}, alpha{{0.0f, levels.fFull}};
-                SplitRow(header, pLine, rows, luma, chroma, alpha);
-            }
-        }
-    });
+    ForEachLine<FromFloat>(
+        header, frame.oBytes.data(), helper,
+        [&](auto const& rows, auto const* line, auto... levels) { SplitRow(header, line, rows, levels...); });
 }
 
 }  // namespace qzil::media

@@ -12,7 +12,8 @@ ColorLines::ColorLines(GUID const& input, GUID const& output) : m_oInput(SideOf(
 }
 
 ColorLines::Side ColorLines::SideOf(GUID const& format) {
-    return {GetColorModelFromFormat(format), GetChannelTypeFromFormat(format), BytesOf(format), IsBgrOrder(format)};
+    return {GetColorModelFromFormat(format), GetChannelTypeFromFormat(format), PixelBytesOf(format),
+            IsBgrOrder(format)};
 }
 
 kernel::ConvertTraits ColorLines::Traits() const {

@@ -4,16 +4,8 @@
 
 namespace qzil {
 
-int BytesOf(GUID const& format) {
-    StoredAttributes const stored = StoredAttributesOf(format);
-    return static_cast<int>(stored.uPixelSize - (IsFormatWithSeparateAlpha(format) ? stored.uChannelSize : 0));
-}
-
 kernel::ConvertTraits PixelTraitsOf(GUID const& input, GUID const& output) {
-    kernel::ConvertTraits traits;
-    traits.iInBytes = BytesOf(input);
-    traits.iOutBytes = BytesOf(output);
-    return traits;
+    return {.iInBytes = PixelBytesOf(input), .iOutBytes = PixelBytesOf(output)};
 }
 
 bool IsBgrOrder(GUID const& format) {

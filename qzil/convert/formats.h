@@ -7,9 +7,6 @@
 
 namespace qzil {
 
-/// Bytes from one pixel to the next in a format's colour plane.
-int BytesOf(GUID const& format);
-
 /// The traits of a conversion pixel by pixel between two formats.
 kernel::ConvertTraits PixelTraitsOf(GUID const& input, GUID const& output);
 

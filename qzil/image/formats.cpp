@@ -234,6 +234,11 @@ StoredAttributes StoredAttributesOf(GUID const& format) {
     return Find(format).oStored;
 }
 
+int PixelBytesOf(GUID const& format) {
+    StoredAttributes const stored = StoredAttributesOf(format);
+    return static_cast<int>(stored.uPixelSize - (IsFormatWithSeparateAlpha(format) ? stored.uChannelSize : 0));
+}
+
 }  // namespace qzil
 
 using namespace qzil;

@@ -152,6 +152,8 @@ struct StoredAttributes {
     int iCompress;
 };
 StoredAttributes StoredAttributesOf(GUID const& format);
+/// Bytes from one pixel to the next in a format's colour plane.
+int PixelBytesOf(GUID const& format);
 
 using FormatList = std::span<GUID const>;
 

@@ -47,13 +47,6 @@ bool IsOneChannel(XFImageChannel channel) {
            channel == XFImageChannel3;
 }
 
-kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
-    kernel::ConvertTraits traits;
-    traits.iInBytes = static_cast<int>(GetPixelSizeFromFormat(input));
-    traits.iOutBytes = static_cast<int>(GetPixelSizeFromFormat(output));
-    return traits;
-}
-
 constexpr NoConstants kNone{};
 
 enum Source { kComplement = 4, kHue = 8, kSaturation = 10, kFull = 12 };
@@ -125,7 +118,8 @@ qzILStatus qzILExtractChannel::DoEffect() {
     auto const row = GetChannelSizeFromFormat(input) == 1   ? rows.pExtract8
                      : GetChannelSizeFromFormat(input) == 2 ? rows.pExtract16
                                                             : rows.pExtract32;
-    return RunRows(TraitsOf(input, output), kernel::BoundConversion(row, place));
+    kernel::ConvertTraits const traits{.iInBytes = PixelBytesOf(input), .iOutBytes = PixelBytesOf(output)};
+    return RunRows(traits, kernel::BoundConversion(row, place));
 }
 
 void* qzILExtractChannel::GetConvertedColor(qzILColor const& color) {
@@ -153,8 +147,8 @@ qzILStatus qzILInsertChannel::DoEffect() {
     if (!Converts(input, output)) return -1;
     bool const all = m_uChannel == kModeAllChannels;
     ChannelPlace const place{all ? 4 : PlaceOf(m_uChannel)};
-    kernel::ConvertTraits traits = TraitsOf(input, output);
-    traits.bUpdates = !all;
+    kernel::ConvertTraits const traits{
+        .iInBytes = PixelBytesOf(input), .iOutBytes = PixelBytesOf(output), .bUpdates = !all};
     ChannelRows const& rows = GetChannelRows();
     auto const row = input == MFIF_MONO_RAW_8 ? rows.pInsert8 : rows.pInsert16;
     return RunRows(traits, kernel::BoundConversion(row, place));

@@ -13,7 +13,6 @@ using kernel::MixRule;
 
 namespace {
 
-
 /// What is not one of the two 8-bit formats is taken as 16-bit words, as far as it has pixels of four or of one of
 /// them; a sample size of 0 for all others.
 kernel::RowTraits LogicTraits(GUID const& format) {

@@ -27,16 +27,6 @@ Ref<IXFImage> MakeImage(GUID const& format, int fill) {
     return image;
 }
 
-/// The mono mask format of a format's channel type.
-GUID MaskFormat(GUID const& format) {
-    switch (GetChannelTypeFromFormat(format)) {
-        case XFChannelTypeUInt16: return MFIF_MONO_RAW_16;
-        case XFChannelTypeS2_14: return MFIF_MONO_S2_14;
-        case XFChannelTypeFloat: return MFIF_MONO_FLOAT;
-        default: return MFIF_MONO_RAW_8;
-    }
-}
-
 std::string Refusal(std::string const& effect, std::string const& parameter, std::string const& text) {
     try {
         ParseValue(*Find(effect)->FindParameter(parameter), text);
@@ -59,7 +49,7 @@ TEST(Catalog, DefaultsRunOnEveryFormat) {
                 instance.SetInput(i, inputs.back().Get());
             }
             Ref<IXFImage> const output = MakeImage(format, 0);
-            Ref<IXFImage> const mask = MakeImage(MaskFormat(format), 0x30);
+            Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 0x30);
             instance.Effect().SetOutputImg(output.Get());
             if (entry.bMaskRequired) {
                 EXPECT_NE(instance.Effect().Verify(), 1);
@@ -96,7 +86,7 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
             auto const verifies = [&](Value const& value) {
                 GUID const& format = entry.oFormats[0];
                 Ref<IXFImage> const image = MakeImage(format, 1), output = MakeImage(format, 0);
-                Ref<IXFImage> const mask = MakeImage(MaskFormat(format), 1);
+                Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 1);
                 Instance instance = entry.Make();
                 for (std::size_t k = 0; k < entry.oInputs.size(); ++k) instance.SetInput(k, image.Get());
                 instance.Effect().SetOutputImg(output.Get());

@@ -11,7 +11,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <sstream>
 
 namespace qzil::test {
@@ -117,26 +116,22 @@ TEST(ConvertImage, ARegionOfBgraHasTheNeighboursOfRgba) {
 /// The page that tells which pairs are converted: formats that go to and come from the same formats share a line.
 std::string MatrixPage() {
     auto const formats = AllFormats();
+    // Whether two formats go to and come from the same others; only copied, a format does not tell itself apart.
+    auto const isLike = [&formats](GUID const& a, GUID const& b) {
+        return std::ranges::all_of(formats, [&](NamedFormat const& other) {
+            GUID const& c = other.oFormat;
+            return c == a || c == b || (CanConvert(a, c) == CanConvert(b, c) && CanConvert(c, a) == CanConvert(c, b));
+        });
+    };
     std::vector<std::vector<std::size_t>> groups;
-    std::map<std::string, std::size_t> known;
     for (std::size_t i = 0; i < formats.size(); ++i) {
-        std::string key;
-        for (NamedFormat const& other : formats) {
-            // A group's members are not told apart by the format itself, which is only copied.
-            bool const self = other.oFormat == formats[i].oFormat;
-            key += self ? '=' : CanConvert(formats[i].oFormat, other.oFormat) ? '1' : '0';
-            key += self ? '=' : CanConvert(other.oFormat, formats[i].oFormat) ? '1' : '0';
+        auto const group = std::ranges::find_if(
+            groups, [&](auto const& g) { return isLike(formats[g[0]].oFormat, formats[i].oFormat); });
+        if (group != groups.end()) {
+            group->push_back(i);
+        } else {
+            groups.emplace_back(1, i);
         }
-        std::size_t group = groups.size();
-        for (auto const& [other, index] : known) {
-            bool same = true;
-            for (std::size_t k = 0; k < key.size() && same; ++k)
-                same = key[k] == other[k] || key[k] == '=' || other[k] == '=';
-            if (same) group = index;
-        }
-        if (group == groups.size()) groups.emplace_back();
-        groups[group].push_back(i);
-        known.emplace(key, group);
     }
     std::ostringstream page;
     page << "# Conversions\n\nWhich formats `qzILConvertImage` converts, written by the tests from what the library "

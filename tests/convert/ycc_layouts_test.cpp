@@ -1,6 +1,7 @@
 // Conversions among YCC layouts: what has to come out is known from the formats themselves.
 
 #include "qzil/convert/ycc_layouts.h"
+#include "model/convert_model.h"
 #include "qzil/image/image_ops.h"
 #include "support/picture.h"
 
@@ -17,53 +18,34 @@ constexpr int kWidth = 14, kHeight = 6;
 /// Samples of an image by meaning: plane 0 luma of a pixel, 1 and 2 chroma of its site, 3 alpha.
 class Samples {
 public:
-    explicit Samples(Ref<IXFImage> const& image) : m_pImage(image), m_oHelper(image.Get()) {
-        GUID const& format = m_oHelper.m_oFormat;
-        m_bInterleaved = format == MFIF_YCCA_RAW_32 || format == MFIF_YCCA_RAW_64;
-        m_bPairs = !IsFormatYCCA4444(format) && !m_bInterleaved;
-        m_uType = GetChannelTypeFromFormat(format);
-    }
-    bool IsPairs() const { return m_bPairs; }
+    explicit Samples(Ref<IXFImage> const& image)
+        : m_pImage(image),
+          m_oSamples(image.Get(), Bytes(image)),
+          m_bInterleaved(Format() == MFIF_YCCA_RAW_32 || Format() == MFIF_YCCA_RAW_64) {}
+    bool IsPairs() const { return !m_bInterleaved && !IsFormatYCCA4444(Format()); }
     double Get(int x, int y, int plane) const {
-        unsigned char const* const p = Address(x, y, plane);
-        if (m_uType == XFChannelTypeUInt8) return *p;
-        return m_uType == XFChannelTypeFloat   ? As<float>(p)
-               : m_uType == XFChannelTypeS2_14 ? As<short>(p)
-                                               : As<unsigned short>(p);
+        if (IsPlane(plane)) return double{m_oSamples.GetPlane(x, y)};
+        return double{m_oSamples.Get(Column(x, plane), y, Place(plane))};
     }
     void Set(int x, int y, int plane, int value) {
-        unsigned char* const p = Address(x, y, plane);
-        unsigned short const word = static_cast<unsigned short>(value);
-        float const real = static_cast<float>(value);
-        if (m_uType == XFChannelTypeUInt8)
-            *p = static_cast<unsigned char>(value);
-        else if (m_uType == XFChannelTypeFloat)
-            std::memcpy(p, &real, 4);
-        else
-            std::memcpy(p, &word, 2);
+        float const v = static_cast<float>(value);
+        IsPlane(plane) ? m_oSamples.PutPlane(x, y, v) : m_oSamples.Put(Column(x, plane), y, Place(plane), v);
     }
 
 private:
-    template <class T>
-    static double As(unsigned char const* p) {
-        T value;
-        std::memcpy(&value, p, sizeof value);
-        return value;
-    }
-    unsigned char* Address(int x, int y, int plane) const {
-        int const size = static_cast<int>(m_oHelper.m_uChannelSize);
-        if (plane == 3 && m_oHelper.m_iSeparateAlpha) return m_oHelper.GetAlphaPtr(x, y);
-        static constexpr int kYCbCrA[] = {0, 1, 2, 3}, kCbYCrA[] = {1, 0, 2, 3};
-        if (!m_bPairs) return m_oHelper.GetPixelPtr(x, y) + size * (m_bInterleaved ? kYCbCrA : kCbYCrA)[plane];
-        int const chroma = IsFormatAlternateYUV(m_oHelper.m_oFormat) ? 0 : 1;
-        if (plane == 0) return m_oHelper.GetPixelPtr(x, y) + size * (1 - chroma);
-        return m_oHelper.GetPixelPtr(x & ~1, y) + size * (chroma + 2 * (plane - 1));
+    GUID const& Format() const { return m_oSamples.Format(); }
+    bool IsPlane(int plane) const { return plane == 3 && IsFormatWithSeparateAlpha(Format()); }
+    int Column(int x, int plane) const { return IsPairs() && plane != 0 ? x & ~1 : x; }
+    int Place(int plane) const {
+        if (m_bInterleaved) return plane;
+        if (!IsPairs()) return std::array{1, 0, 2, 3}[static_cast<std::size_t>(plane)];
+        int const chroma = IsFormatAlternateYUV(Format()) ? 0 : 1;
+        return plane == 0 ? 1 - chroma : chroma + 2 * (plane - 1);
     }
 
     Ref<IXFImage> m_pImage;
-    qzILImageHelper m_oHelper;
-    bool m_bInterleaved, m_bPairs;
-    XFChannelType m_uType;
+    model::Samples m_oSamples;
+    bool m_bInterleaved;
 };
 
 Ref<IXFImage> Convert(Ref<IXFImage> const& input, GUID const& format, bool filter = false, bool dither = false) {
@@ -85,16 +67,6 @@ constexpr GUID kLayouts[] = {
     MFIF_CbYCrA_10_6_4444, MFIF_CbYCrY_S2_14,       MFIF_CbYCrYA_S2_14,     MFIF_CbYCrA_S2_14_4444,
     MFIF_CbYCrY_FLOAT,     MFIF_CbYCrYA_FLOAT,      MFIF_CbYCrA_FLOAT_4444};
 
-/// Full alpha of a format's samples.
-double FullAlpha(GUID const& format) {
-    switch (GetChannelTypeFromFormat(format)) {
-        case XFChannelTypeUInt8: return 255;
-        case XFChannelTypeUInt16: return 65535;
-        case XFChannelTypeS2_14: return 16384;
-        default: return 1;
-    }
-}
-
 TEST(YccLayouts, SamplesOfOneTypeMoveUnchanged) {
     for (GUID const& from : kLayouts) {
         for (GUID const& to : kLayouts) {
@@ -105,15 +77,31 @@ TEST(YccLayouts, SamplesOfOneTypeMoveUnchanged) {
                 for (int x = 0; x < kWidth; ++x) {
                     // Between pixels and pairs, chroma is the site's, or the even pixel's.
                     int const site = in.IsPairs() || out.IsPairs() ? x & ~1 : x;
-                    ASSERT_EQ(out.Get(x, y, 0), in.Get(x, y, 0)) << NameOf(from) << ' ' << NameOf(to);
-                    ASSERT_EQ(out.Get(x, y, 1), in.Get(site, y, 1)) << NameOf(from) << ' ' << NameOf(to);
-                    ASSERT_EQ(out.Get(x, y, 2), in.Get(site, y, 2)) << NameOf(from) << ' ' << NameOf(to);
-                    if (!IsFormatWithAlpha(to)) continue;
-                    double const alpha = IsFormatWithAlpha(from) ? in.Get(x, y, 3) : FullAlpha(to);
-                    ASSERT_EQ(out.Get(x, y, 3), alpha) << NameOf(from) << ' ' << NameOf(to);
+                    for (int plane = 0; plane < (IsFormatWithAlpha(to) ? 4 : 3); ++plane) {
+                        bool const filled = plane == 3 && !IsFormatWithAlpha(from);
+                        double const expected =
+                            filled ? double{model::FullOf(to)} : in.Get(plane % 3 ? site : x, y, plane);
+                        ASSERT_EQ(out.Get(x, y, plane), expected) << NameOf(from) << ' ' << NameOf(to) << ' ' << plane;
+                    }
                 }
             }
         }
+    }
+}
+
+TEST(YccLayouts, ARegionMayStartInsideAPair) {
+    Ref<IXFImage> const input = MakeRandomImage(MFIF_CbYCrY_16, kWidth, kHeight, 5),
+                        output = MakeImage(MFIF_CbYCrA_8_4444, kWidth, kHeight);
+    qzILYCCA2YCCA effect;
+    effect.SetInputImg(input.Get());
+    effect.SetOutputImg(output.Get());
+    effect.SetROI({3, 1, 6, 4});
+    effect.SetOutputOffset({4, 2});
+    ASSERT_EQ(effect.Execute(), 1);
+    Samples const whole(Convert(input, MFIF_CbYCrA_8_4444)), part(output);
+    for (int i = 0; i < 6 * 4 * 4; ++i) {
+        int const x = i / 4 % 6, y = i / 24, plane = i % 4;
+        ASSERT_EQ(part.Get(4 + x, 2 + y, plane), whole.Get(3 + x, 1 + y, plane)) << x << ' ' << y << ' ' << plane;
     }
 }
 
@@ -245,8 +233,9 @@ TEST(YccLayouts, FillAndKey) {
         Samples const out(joined);
         for (int x = 0; x < kWidth; ++x) {
             // 56064 steps of a key hold 8 bits exactly, and deeper alpha to a step.
-            double const step = format == MFIF_CbYCrYA_24 ? 0.0 : FullAlpha(format) / 56064.0;
-            double const alpha = std::clamp(in.Get(x, 3, 3), 0.0 - 4096 * step, FullAlpha(format) + 5375 * step);
+            double const step = format == MFIF_CbYCrYA_24 ? 0.0 : double{model::FullOf(format)} / 56064.0;
+            double const alpha =
+                std::clamp(in.Get(x, 3, 3), 0.0 - 4096 * step, double{model::FullOf(format)} + 5375 * step);
             EXPECT_NEAR(out.Get(x, 3, 3), alpha, step) << NameOf(format);
             EXPECT_EQ(out.Get(x, 3, 0), in.Get(x, 3, 0));
         }

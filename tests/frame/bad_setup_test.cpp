@@ -39,18 +39,14 @@ TYPED_TEST(BadSetUp, AbsentImages) {
     EXPECT_NE(fresh.Execute(), 0);
     for (GUID const& format : kSome) {
         auto const empty = WithoutPixels(format);
-        this->Prepare(format);
-        SetInputs(this->m_oEffect, nullptr);
-        this->Run("no input");
-        this->Prepare(format);
-        this->m_oEffect.SetOutputImg(nullptr);
-        this->Run("no output");
-        this->Prepare(format);
-        SetInputs(this->m_oEffect, empty.Get());
-        this->Run("input without pixels");
-        this->Prepare(format);
-        this->m_oEffect.SetOutputImg(empty.Get());
-        this->Run("output without pixels");
+        for (IXFImage* image : {static_cast<IXFImage*>(nullptr), empty.Get()}) {
+            this->Prepare(format);
+            SetInputs(this->m_oEffect, image);
+            this->Run(image ? "input without pixels" : "no input");
+            this->Prepare(format);
+            this->m_oEffect.SetOutputImg(image);
+            this->Run(image ? "output without pixels" : "no output");
+        }
     }
 }
 
@@ -88,22 +84,17 @@ TYPED_TEST(BadSetUp, Masks) {
     for (GUID const& format : kSome) {
         for (GUID const& maskFormat : {MFIF_MONO_RAW_8, MFIF_RGBA_RAW_32, MFIF_MONO_RAW_16, MFIF_RGBA_FLOAT,
                                        MFIF_MONO_S2_14, MFIF_CbYCrY_16, MFIF_CbYCrYA_24, MFIF_HLSA_RAW_64}) {
-            auto const full = MakeRandomImage(maskFormat, 16, 8, 3), small = MakeRandomImage(maskFormat, 3, 2, 4);
+            auto const full = MakeRandomImage(maskFormat, 16, 8, 3), small = MakeRandomImage(maskFormat, 3, 2, 4),
+                       empty = WithoutPixels(maskFormat);
             for (unsigned const channel : {0u, 1u, 8u, 16u, 3u, 255u, 0x80000000u}) {
-                this->Prepare(format);
-                this->m_oEffect.SetMask(0, 0, 16, 8, full.Get(), channel);
-                this->Run("mask");
-                this->Prepare(format);
-                this->m_oEffect.SetMask(0, 0, 16, 8, small.Get(), channel);
-                this->Run("small mask");
-                this->Prepare(format);
-                this->m_oEffect.SetMask(-3, -3, 40, 40, small.Get(), channel);
-                this->Run("small mask, shifted rectangle");
+                for (IXFImage* mask : {full.Get(), small.Get(), empty.Get()}) {
+                    for (qzILBbox2l const& rectangle : {qzILBbox2l(0, 0, 16, 8), qzILBbox2l(-3, -3, 40, 40)}) {
+                        this->Prepare(format);
+                        this->m_oEffect.SetMask(rectangle, mask, channel);
+                        this->Run("mask");
+                    }
+                }
             }
-            auto const empty = WithoutPixels(maskFormat);
-            this->Prepare(format);
-            this->m_oEffect.SetMask(0, 0, 16, 8, empty.Get(), 16);
-            this->Run("mask without pixels");
         }
     }
 }

@@ -142,12 +142,13 @@ TEST(BitmapLines, MergesAndSplits) {
     split("Split RGB", qzILRowSplitRgba32ToRgb24AndAlpha8, 3, 1, false);
 }
 
-/// The forms of one direction: channels, video levels, swapped words.
+/// The eight forms of one direction: with four or three channels, at video levels or not, with swapped words or not.
 template <class Routine>
-struct Form {
-    Routine pRoutine;
-    std::size_t uChannels;
-    bool bVideo, bSwap;
+struct Forms {
+    Routine apRoutines[8];
+    static std::size_t Channels(int form) { return form & 1 ? 3 : 4; }
+    static bool IsVideo(int form) { return form & 2; }
+    static bool Swaps(int form) { return form & 4; }
 };
 
 u16 Swap(u16 v) {
@@ -158,24 +159,20 @@ TEST(BitmapLines, WordsToFloat) {
     std::vector<u16> words(65536 * 4);
     for (std::size_t i = 0; i < words.size(); ++i) words[i] = static_cast<u16>(i);
     using Routine = void (*)(u16 const*, float*, int);
-    Form<Routine> const forms[] = {{qzIlRowRgba64ToRgbaFloat, 4, false, false},
-                                   {qzIlRowRgb48ToRgbaFloat, 3, false, false},
-                                   {qzIlRowRgba64VideoToRgbaFloat, 4, true, false},
-                                   {qzIlRowRgb48VideoToRgbaFloat, 3, true, false},
-                                   {qzIlRowRgba64ToRgbaFloatSwapEndian, 4, false, true},
-                                   {qzIlRowRgb48ToRgbaFloatSwapEndian, 3, false, true},
-                                   {qzIlRowRgba64VideoToRgbaFloatSwapEndian, 4, true, true},
-                                   {qzIlRowRgb48VideoToRgbaFloatSwapEndian, 3, true, true}};
-    for (auto const& form : forms) {
+    Forms<Routine> const forms{{qzIlRowRgba64ToRgbaFloat, qzIlRowRgb48ToRgbaFloat, qzIlRowRgba64VideoToRgbaFloat,
+                                qzIlRowRgb48VideoToRgbaFloat, qzIlRowRgba64ToRgbaFloatSwapEndian,
+                                qzIlRowRgb48ToRgbaFloatSwapEndian, qzIlRowRgba64VideoToRgbaFloatSwapEndian,
+                                qzIlRowRgb48VideoToRgbaFloatSwapEndian}};
+    for (int form = 0; form < 8; ++form) {
         std::vector<float> actual(words.size(), -7.0f);
-        form.pRoutine(words.data(), actual.data(), 65536);
+        forms.apRoutines[form](words.data(), actual.data(), 65536);
         for (std::size_t i = 0; i < actual.size(); ++i) {
-            u16 const word = form.bSwap ? Swap(words[i]) : words[i];
+            u16 const word = forms.Swaps(form) ? Swap(words[i]) : words[i];
             // A quotient of short integers, rounded to double and then to float, is rounded once in effect.
-            double const value = form.bVideo ? (word - 4112.0) / 56283.0 : word / 65535.0;
-            float const expected = i < 65536 * form.uChannels ? static_cast<float>(value) : -7.0f;
+            double const value = forms.IsVideo(form) ? (word - 4112.0) / 56283.0 : word / 65535.0;
+            float const expected = i < 65536 * forms.Channels(form) ? static_cast<float>(value) : -7.0f;
             ASSERT_EQ(std::bit_cast<unsigned>(actual[i]), std::bit_cast<unsigned>(expected))
-                << "form " << &form - forms << " sample " << i;
+                << "form " << form << " sample " << i;
         }
     }
 }
@@ -183,18 +180,11 @@ TEST(BitmapLines, WordsToFloat) {
 /// Values round every step and half step of both scales, and the ends of what a float holds.
 std::vector<float> FloatSamples() {
     using Limits = std::numeric_limits<float>;
-    std::vector<float> samples{0.0f,
-                               -0.0f,
-                               1.0f,
-                               std::nextafter(1.0f, 2.0f),
-                               -1e30f,
-                               1e30f,
-                               Limits::infinity(),
-                               -Limits::infinity(),
-                               Limits::quiet_NaN(),
-                               Limits::denorm_min(),
-                               -0.0730593f,
-                               1.0913242f};
+    std::vector<float> samples;
+    for (float const v : {0.0f, 1.0f, std::nextafter(1.0f, 2.0f), 1e30f, Limits::infinity(), Limits::quiet_NaN(),
+                          Limits::denorm_min(), 0.0730593f, 1.0913242f}) {
+        samples.insert(samples.end(), {v, -v});
+    }
     for (int i = -2; i < 2 * 65538; ++i) {
         float const full = static_cast<float>(i / 131070.0), video = static_cast<float>((i / 2.0 - 4112) / 56283);
         for (float const v : {full, video}) {
@@ -208,26 +198,22 @@ std::vector<float> FloatSamples() {
 TEST(BitmapLines, FloatToWords) {
     std::vector<float> const samples = FloatSamples();
     using Routine = void (*)(float const*, u16*, int);
-    Form<Routine> const forms[] = {{qzIlRowRgbaFloatToRgba64, 4, false, false},
-                                   {qzIlRowRgbaFloatToRgba48, 3, false, false},
-                                   {qzIlRowRgbaFloatToRgba64Video, 4, true, false},
-                                   {qzIlRowRgbaFloatToRgba48Video, 3, true, false},
-                                   {qzIlRowRgbaFloatToRgba64SwapEndian, 4, false, true},
-                                   {qzIlRowRgbaFloatToRgba48SwapEndian, 3, false, true},
-                                   {qzIlRowRgbaFloatToRgba64VideoSwapEndian, 4, true, true},
-                                   {qzIlRowRgbaFloatToRgba48VideoSwapEndian, 3, true, true}};
-    for (auto const& form : forms) {
+    Forms<Routine> const forms{{qzIlRowRgbaFloatToRgba64, qzIlRowRgbaFloatToRgba48, qzIlRowRgbaFloatToRgba64Video,
+                                qzIlRowRgbaFloatToRgba48Video, qzIlRowRgbaFloatToRgba64SwapEndian,
+                                qzIlRowRgbaFloatToRgba48SwapEndian, qzIlRowRgbaFloatToRgba64VideoSwapEndian,
+                                qzIlRowRgbaFloatToRgba48VideoSwapEndian}};
+    for (int form = 0; form < 8; ++form) {
         std::vector<u16> actual(samples.size() + 1, 0xABCD);
-        form.pRoutine(samples.data(), actual.data(), static_cast<int>(samples.size() / form.uChannels));
+        forms.apRoutines[form](samples.data(), actual.data(), static_cast<int>(samples.size() / forms.Channels(form)));
         for (std::size_t i = 0; i < samples.size(); ++i) {
-            long double const v = samples[i], s = form.bVideo ? v * 56283 + 4112 : v * 65535;
+            long double const v = samples[i], s = forms.IsVideo(form) ? v * 56283 + 4112 : v * 65535;
             u16 word = 0;
             if (s > 65535) {
                 word = 65535;
             } else if (s > 0) {
                 word = static_cast<u16>(std::roundl(s));
             }
-            ASSERT_EQ(actual[i], form.bSwap ? Swap(word) : word) << "form " << &form - forms << " value " << samples[i];
+            ASSERT_EQ(actual[i], forms.Swaps(form) ? Swap(word) : word) << "form " << form << " value " << samples[i];
         }
         ASSERT_EQ(actual.back(), 0xABCD);
     }

@@ -9,6 +9,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 namespace qzil::test {
@@ -154,46 +155,33 @@ TEST(Bitmap, TakesAReferenceOnAGivenImage) {
 
 TEST(Bitmap, HostileHeadsAreRefused) {
     using Head = BITMAPINFOHEADER;
-    void (*const kFaults[])(Head&) = {
-        [](Head& h) { h.biSize = 0; },
-        [](Head& h) { h.biSize = 12; },
-        [](Head& h) { h.biSize = 39; },
-        [](Head& h) { h.biSize = 42; },
-        [](Head& h) { h.biSize = 128; },
-        [](Head& h) { h.biSize = 0xFFFFFFFC; },
-        [](Head& h) { h.biWidth = 0; },
-        [](Head& h) { h.biWidth = -kWidth; },
-        [](Head& h) { h.biWidth = INT_MIN; },
-        [](Head& h) { h.biWidth = h.biHeight = INT_MAX; },
-        [](Head& h) { h.biHeight = 0; },
-        [](Head& h) { h.biHeight = -kHeight; },
-        [](Head& h) { h.biHeight = INT_MIN; },
-        [](Head& h) { h.biPlanes = 0; },
-        [](Head& h) { h.biPlanes = 3; },
-        [](Head& h) { h.biBitCount = 0; },
-        [](Head& h) { h.biBitCount = 1; },
-        [](Head& h) { h.biBitCount = 4; },
-        [](Head& h) { h.biBitCount = 64; },
-        [](Head& h) { h.biBitCount = 0xFFFF; },
-        [](Head& h) { h.biCompression = 1; },
-        [](Head& h) { h.biCompression = 3; },
-        [](Head& h) { h.biCompression = 0x47504A4D; },
-        [](Head& h) { h.biSizeImage = 1; },
-        [](Head& h) { h.biClrUsed = 257; },
-        [](Head& h) { h.biClrUsed = 0xFFFFFFFF; },
+    std::vector<std::function<void(Head&)>> faults;
+    auto const spoil = [&faults](auto Head::*field, auto... values) {
+        (faults.emplace_back(
+             [field, values](Head& h) { h.*field = static_cast<std::decay_t<decltype(h.*field)>>(values); }),
+         ...);
     };
+    spoil(&Head::biSize, 0, 12, 39, 42, 128, 0xFFFFFFFC);
+    spoil(&Head::biWidth, 0, -kWidth, INT_MIN, INT_MAX);
+    spoil(&Head::biHeight, 0, -kHeight, INT_MIN, INT_MAX);
+    spoil(&Head::biPlanes, 0, 3);
+    spoil(&Head::biBitCount, 0, 1, 4, 64, 0xFFFF);
+    spoil(&Head::biCompression, 1, 3, 0x47504A4D);
+    spoil(&Head::biSizeImage, 1);
+    spoil(&Head::biClrUsed, 257, 0xFFFFFFFF);
+    faults.emplace_back([](Head& h) { h.biWidth = h.biHeight = INT_MAX; });
     for (int const bits : {8, 16, 24, 32}) {
-        for (auto const& spoil : kFaults) {
+        for (std::size_t i = 0; i < faults.size(); ++i) {
             Bitmap bitmap(kWidth, kHeight, bits);
             std::vector<char> memory = bitmap.Memory();
-            spoil(bitmap.oHead);
+            faults[i](bitmap.oHead);
             std::memcpy(memory.data(), &bitmap.oHead, sizeof bitmap.oHead);
             IXFImage* image = nullptr;
-            EXPECT_LT(Convert(memory, image, nullptr), 0) << "fault " << &spoil - kFaults << " at " << bits;
+            EXPECT_LT(Convert(memory, image, nullptr), 0) << "fault " << i << " at " << bits;
             EXPECT_EQ(image, nullptr);
             bool const found = FindDIBBits(memory.data()) != nullptr;
             bool const sound = bitmap.oHead.biSize == 40 && bitmap.oHead.biClrUsed == 0;
-            EXPECT_EQ(found, sound) << "fault " << &spoil - kFaults << " at " << bits;
+            EXPECT_EQ(found, sound) << "fault " << i << " at " << bits;
         }
     }
     IXFImage* image = nullptr;

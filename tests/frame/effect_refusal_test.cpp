@@ -16,6 +16,9 @@ struct Ready {
         SetInputs(oEffect, oInput.Get());
         oEffect.SetOutputImg(oOutput.Get());
         oEffect.SetProcessingMode(15);
+        bool const takesMask = IsFormatRGB(format) || IsFormatMono(format);
+        GUID const masks[] = {MFIF_MONO_RAW_8, MFIF_MONO_RAW_16, MFIF_MONO_FLOAT, MFIF_MONO_FLOAT};
+        if (kNeedsMask<Effect> && takesMask) Mask(masks[(GetChannelSizeFromFormat(format) - 1) & 3]);
     }
     void Mask(GUID const& format) {
         oMask = MakeImage(format, 4, 4);
@@ -28,34 +31,31 @@ struct Ready {
     }
 };
 
-template <class Effect>
+template <class... Effects>
 void ExpectFormats(model::Formats const& accepted) {
-    for (auto const& entry : AllFormats()) {
-        Ready<Effect> ready(entry.oFormat);
-        if (!ready.oInput || Bytes(ready.oInput).empty()) continue;
-        bool const isAccepted = std::ranges::find(accepted, entry.oFormat) != accepted.end();
-        if constexpr (std::is_same_v<Effect, qzILCompositeImg>) {
-            if (isAccepted)
-                ready.Mask(GetChannelSizeFromFormat(entry.oFormat) == 1 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16);
-        }
-        EXPECT_TRUE(isAccepted ? Accepts(ready.oEffect) : Refuses(ready.oEffect, 0x1000D)) << entry.pName;
-    }
-    std::span<GUID const> const listed = Effect::GetFormats();
-    EXPECT_EQ(listed.size(), accepted.size()) << Effect::m_ClassName;
+    (
+        [&accepted] {
+            for (auto const& entry : AllFormats()) {
+                Ready<Effects> ready(entry.oFormat);
+                if (!ready.oInput || Bytes(ready.oInput).empty()) continue;
+                bool const isAccepted = Contains(accepted, entry.oFormat);
+                EXPECT_TRUE(isAccepted ? Accepts(ready.oEffect) : Refuses(ready.oEffect, 0x1000D)) << entry.pName;
+            }
+            EXPECT_EQ(Effects::GetFormats().size(), accepted.size()) << Effects::m_ClassName;
+        }(),
+        ...);
 }
 
 TEST(EffectRefusal, Formats) {
-    ExpectFormats<qzILInvertImg>(model::kInvert);
-    ExpectFormats<qzILMonadicLutMapImg>(model::kMonadicLut);
+    ExpectFormats<qzILInvertImg, qzILBlendImg, qzILColorBlendImg>(model::kBlend);
+    ExpectFormats<qzILMonadicLutMapImg, qzILGeneralBlendImage, qzILAndImg, qzILOrImg, qzILXOrImg, qzILMaxImg,
+                  qzILMinImg, qzILMonadicAndImg, qzILMonadicOrImg>(model::kInteger);
     ExpectFormats<qzILDyadicLutMapImg>(model::kDyadicLut);
-    ExpectFormats<qzILBlendImg>(model::kBlend);
-    ExpectFormats<qzILGeneralBlendImage>(model::kGeneralBlend);
-    ExpectFormats<qzILAdjustPremultImg>(model::kAdjustPremult);
+    ExpectFormats<qzILAdjustPremultImg, qzILMinMaskImg>(model::kAdjustPremult);
     ExpectFormats<qzILUnpremultiplyImg>(model::kUnpremultiply);
     ExpectFormats<qzILCompositeImg>(model::kComposite);
     ExpectFormats<qzILCopyOverImg>(model::kCopyOver);
     ExpectFormats<qzILImgOverColor>(model::kImgOverColor);
-    ExpectFormats<qzILColorBlendImg>(model::kColorBlend);
     ExpectFormats<qzILOutputAlpha>(model::kOutputAlpha);
     ExpectFormats<qzILGrayscaleImg>(model::kGrayscale);
 }
@@ -65,7 +65,6 @@ template <class Effect, class Set>
 void ExpectFraction(unsigned code, Set set) {
     for (double const value : {-1.0, -1e-9, 1.0 + 1e-9, 2.0, std::numeric_limits<double>::infinity()}) {
         Ready<Effect> ready;
-        if constexpr (std::is_same_v<Effect, qzILCompositeImg>) ready.Mask(MFIF_MONO_RAW_8);
         set(ready.oEffect, value);
         EXPECT_TRUE(Refuses(ready.oEffect, code)) << value;
         ready.SpoilFormats();
@@ -76,7 +75,6 @@ void ExpectFraction(unsigned code, Set set) {
     }
     for (double const value : {0.0, 1e-9, 1.0}) {
         Ready<Effect> ready;
-        if constexpr (std::is_same_v<Effect, qzILCompositeImg>) ready.Mask(MFIF_MONO_RAW_8);
         set(ready.oEffect, value);
         EXPECT_TRUE(Accepts(ready.oEffect)) << value;
     }
@@ -106,28 +104,36 @@ TEST(EffectRefusal, AlphaThatWasNeverSet) {
     EXPECT_TRUE(Refuses(color, 65554));
 }
 
+template <class Effect>
+void ExpectTablesNeeded() {
+    Ready<Effect> ready;
+    ready.oEffect.SetLut(nullptr);
+    EXPECT_TRUE(Refuses(ready.oEffect, 0x10018));
+    ready.SpoilFormats();
+    EXPECT_TRUE(Refuses(ready.oEffect, 0x1000E));
+}
+
 TEST(EffectRefusal, LookUpTables) {
-    Ready<qzILMonadicLutMapImg> monadic;
-    Ready<qzILDyadicLutMapImg> dyadic;
-    monadic.oEffect.SetLut(nullptr);
-    dyadic.oEffect.SetLut(nullptr);
-    EXPECT_TRUE(Refuses(monadic.oEffect, 0x10018));
-    EXPECT_TRUE(Refuses(dyadic.oEffect, 0x10018));
-    monadic.SpoilFormats();
-    dyadic.SpoilFormats();
-    EXPECT_TRUE(Refuses(monadic.oEffect, 0x1000E));
-    EXPECT_TRUE(Refuses(dyadic.oEffect, 0x1000E));
+    ExpectTablesNeeded<qzILMonadicLutMapImg>();
+    ExpectTablesNeeded<qzILDyadicLutMapImg>();
+}
+
+TEST(EffectRefusal, ProductNeedsAMask) {
+    Ready<qzILMinMaskImg> ready, format(MFIF_MONO_RAW_8);
+    ready.oEffect.SetMask(0, 0, 4, 4, nullptr, 16);
+    format.oEffect.SetMask(0, 0, 4, 4, nullptr, 16);
+    EXPECT_TRUE(Refuses(ready.oEffect, 0x10005));
+    EXPECT_TRUE(Refuses(format.oEffect, 0x1000D));
 }
 
 TEST(EffectRefusal, CompositeInOrder) {
-    Ready<qzILCompositeImg> ready(MFIF_BGRA_RAW_32);
-    ready.oEffect.SetAlpha(2.0);
-    ready.oEffect.SetAlphaMode(0);
-    EXPECT_TRUE(Refuses(ready.oEffect, 0x1000D));
-    ready.oInput = MakeImage(MFIF_RGBA_RAW_32, 4, 4);
-    ready.oOutput = MakeImage(MFIF_RGBA_RAW_32, 4, 4);
-    SetInputs(ready.oEffect, ready.oInput.Get());
-    ready.oEffect.SetOutputImg(ready.oOutput.Get());
+    Ready<qzILCompositeImg> ready, format(MFIF_BGRA_RAW_32);
+    for (auto* effect : {&ready.oEffect, &format.oEffect}) {
+        effect->SetAlpha(2.0);
+        effect->SetAlphaMode(0);
+        effect->SetMask(0, 0, 4, 4, nullptr, 16);
+    }
+    EXPECT_TRUE(Refuses(format.oEffect, 0x1000D));
     EXPECT_TRUE(Refuses(ready.oEffect, 65625));
     ready.Mask(MFIF_MONO_RAW_8);
     EXPECT_TRUE(Refuses(ready.oEffect, 65554));
@@ -138,7 +144,6 @@ TEST(EffectRefusal, CompositeInOrder) {
         EXPECT_TRUE(mode < 4 ? Accepts(ready.oEffect) : Refuses(ready.oEffect, 65626)) << mode;
     }
     ready.oEffect.SetMask(0, 0, 4, 4, nullptr, 16);
-    ready.oEffect.SetAlpha(0.0);
     EXPECT_TRUE(Refuses(ready.oEffect, 65625)) << "even at alpha 0";
 }
 
@@ -155,24 +160,20 @@ TEST(EffectRefusal, OutputAlphaMode) {
     }
 }
 
+template <class Effect>
+void ExpectFailure(GUID const& format, unsigned code) {
+    Ready<Effect> ready(format);
+    EXPECT_EQ(ready.oEffect.Execute(), -1) << Effect::m_ClassName;
+    EXPECT_EQ(ready.oEffect.GetLastError(), qzILError(code)) << Effect::m_ClassName;
+}
+
 TEST(EffectRefusal, CodesOfExecute) {
-    Ready<qzILAdjustPremultImg> adjust(MFIF_MONO_RAW_8);
-    EXPECT_EQ(adjust.oEffect.Execute(), -1);
-    EXPECT_EQ(adjust.oEffect.GetLastError(), qzILError(0x10034));
-    Ready<qzILCopyOverImg> copy(MFIF_CbYCrY_16);
-    EXPECT_EQ(copy.oEffect.Execute(), -1);
-    EXPECT_EQ(copy.oEffect.GetLastError(), qzILError(65588));
-    Ready<qzILBlendImg> blend(MFIF_BGRA_RAW_32);
-    EXPECT_EQ(blend.oEffect.Execute(), -1);
-    EXPECT_EQ(blend.oEffect.GetLastError(), qzILError(0));
-    Ready<qzILUnpremultiplyImg> unpremultiply(MFIF_MONO_RAW_8);
-    EXPECT_EQ(unpremultiply.oEffect.Execute(), -1);
-    EXPECT_EQ(unpremultiply.oEffect.GetLastError(), qzILError(0));
-    Ready<qzILImgOverColor> over(MFIF_RGBA_RAW_64);
-    EXPECT_EQ(over.oEffect.Execute(), -1);
-    Ready<qzILInvertImg> invert(MFIF_HLSA_RAW_32);
-    EXPECT_EQ(invert.oEffect.Execute(), -1);
-    EXPECT_EQ(invert.oEffect.GetLastError(), qzILError(0));
+    ExpectFailure<qzILAdjustPremultImg>(MFIF_MONO_RAW_8, 0x10034);
+    ExpectFailure<qzILCopyOverImg>(MFIF_CbYCrY_16, 65588);
+    ExpectFailure<qzILBlendImg>(MFIF_BGRA_RAW_32, 0);
+    ExpectFailure<qzILUnpremultiplyImg>(MFIF_MONO_RAW_8, 0);
+    ExpectFailure<qzILInvertImg>(MFIF_HLSA_RAW_32, 0);
+    EXPECT_EQ(Ready<qzILImgOverColor>(MFIF_RGBA_RAW_64).oEffect.Execute(), -1);
 }
 
 template <class Effect>

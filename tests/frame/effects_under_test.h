@@ -11,24 +11,33 @@
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"
 #include "qzil/pixel/invert.h"
+#include "qzil/pixel/logic.h"
 #include "qzil/pixel/lut_map.h"
+#include "qzil/pixel/min_mask.h"
 #include "qzil/pixel/output_alpha.h"
 #include "qzil/pixel/premult.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <limits>
 #include <type_traits>
 
 namespace qzil::test {
 
-using AllEffects = testing::Types<qzILCopyImg, qzILInvertImg, qzILMonadicPixelProc, qzILDyadicPixelProc,
-                                  qzILMonadicLutMapImg, qzILDyadicLutMapImg, qzILBlendImg, qzILGeneralBlendImage,
-                                  qzILAdjustPremultImg, qzILUnpremultiplyImg, qzILCompositeImg, qzILCopyOverImg,
-                                  qzILImgOverColor, qzILColorBlendImg, qzILOutputAlpha, qzILGrayscaleImg>;
+using AllEffects =
+    testing::Types<qzILCopyImg, qzILInvertImg, qzILMonadicPixelProc, qzILDyadicPixelProc, qzILMonadicLutMapImg,
+                   qzILDyadicLutMapImg, qzILBlendImg, qzILGeneralBlendImage, qzILAdjustPremultImg, qzILUnpremultiplyImg,
+                   qzILCompositeImg, qzILCopyOverImg, qzILImgOverColor, qzILColorBlendImg, qzILOutputAlpha,
+                   qzILGrayscaleImg, qzILAndImg, qzILOrImg, qzILXOrImg, qzILMaxImg, qzILMinImg, qzILMonadicAndImg,
+                   qzILMonadicOrImg, qzILMinMaskImg>;
 
 template <class Effect>
 inline constexpr bool kIsDyadic = std::is_base_of_v<qzILDyadicImgProc, Effect>;
+
+/// These give a code without a mask image.
+template <class Effect>
+inline constexpr bool kNeedsMask = std::is_same_v<Effect, qzILCompositeImg> || std::is_same_v<Effect, qzILMinMaskImg>;
 
 /// An image that knows its format and size but has no pixels.
 inline Ref<IXFImage> WithoutPixels(GUID const& format, int width = 16, int height = 8) {
@@ -61,21 +70,27 @@ void SetGoodParameters(Effect& effect) {
     if constexpr (requires { effect.SetAlphas(0.5, 0.5); }) effect.SetAlphas(0.5, 0.5);
 }
 
+inline std::string Hex(unsigned code) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%X", code);
+    return text;
+}
+
 template <class Effect>
 testing::AssertionResult Refuses(Effect& effect, unsigned code) {
     effect.SetLastError(0);
     qzILStatus const status = effect.Verify();
-    if (status == -1 && effect.GetLastError() == qzILError(code)) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << Effect::m_ClassName << ": expected -1 and " << std::hex << "0x" << code
-                                       << ", actual " << std::dec << status << std::hex << " and 0x"
-                                       << effect.GetLastError().GetErrorCode();
+    unsigned const actual = effect.GetLastError().GetErrorCode();
+    if (status == -1 && actual == code) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << Effect::m_ClassName << ": expected -1 and " << Hex(code) << ", actual "
+                                       << status << " and " << Hex(actual);
 }
 template <class Effect>
 testing::AssertionResult Accepts(Effect& effect) {
     effect.SetLastError(0);
     if (effect.Verify() == 1) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << Effect::m_ClassName << " refuses with 0x" << std::hex
-                                       << effect.GetLastError().GetErrorCode();
+    return testing::AssertionFailure() << Effect::m_ClassName << " refuses with "
+                                       << Hex(effect.GetLastError().GetErrorCode());
 }
 
 }  // namespace qzil::test

@@ -140,18 +140,13 @@ TEST(FrameRefusal, EightMaskFormats) {
         unsigned channels = 0, size = 0;
         mask->GetNumChannels(&channels);
         mask->GetChannelSize(&size);
-        auto const image = MakeImage(size == 1   ? MFIF_RGBA_RAW_32
-                                     : size == 2 ? MFIF_RGBA_RAW_64
-                                                 : MFIF_RGBA_FLOAT,
-                                     4, 4);
+        GUID const ofSize[] = {MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT};
+        auto const image = MakeImage(ofSize[size - 1], 4, 4);
         qzILCopyImg effect;
         effect.SetInputImg(image.Get());
         effect.SetOutputImg(image.Get());
         effect.SetMask(0, 0, 4, 4, mask.Get(), channels == 1 ? 16u : 1u);
-        bool const accepted = entry.oFormat == MFIF_RGBA_RAW_32 || entry.oFormat == MFIF_RGBA_RAW_64 ||
-                              entry.oFormat == MFIF_MONO_RAW_8 || entry.oFormat == MFIF_MONO_RAW_16 ||
-                              entry.oFormat == MFIF_MONO_FLOAT || entry.oFormat == MFIF_MONO_S2_14 ||
-                              entry.oFormat == MFIF_RGBA_FLOAT || entry.oFormat == MFIF_RGBA_S2_14;
+        bool const accepted = Contains(model::kRgba, entry.oFormat) || Contains(model::kMono, entry.oFormat);
         EXPECT_TRUE(accepted ? Accepts(effect) : Refuses(effect, 0x10007)) << entry.pName;
     }
 }
@@ -198,9 +193,7 @@ TEST(FrameRefusal, ChannelsOfVideo) {
     }
 }
 
-struct RegionCase {
-    char const* pWhat;
-    unsigned uCode;
+struct Setting {
     GUID oFormat = MFIF_CbYCrY_16;
     qzILBbox2l oRoi{0, 0, 16, 8};
     qzILVector2l oOutputOffset{};
@@ -218,96 +211,55 @@ struct RegionCase {
 
 TEST(FrameRefusal, VerifyRoiAndMask) {
     GUID const fields = MFIF_CbYCrY_16_SF_TFL;
-    RegionCase const cases[] = {
-        {.pWhat = "whole", .uCode = 0},
-        {.pWhat = "RGB takes anything",
-         .uCode = 0,
-         .oFormat = MFIF_RGBA_RAW_32,
-         .oRoi = {1, 0, 3, 8},
-         .oOutputOffset = {5, 0},
-         .oMaskRect = {1, 0, 1, 1},
-         .bMask = true},
-        {.pWhat = "mono takes anything",
-         .uCode = 0,
-         .oFormat = MFIF_MONO_RAW_8,
-         .oRoi = {1, 0, 3, 8},
-         .oOutputOffset = {5, 0},
-         .bMask = true},
-        {.pWhat = "mask image", .uCode = 0x20001, .bMask = true},
-        {.pWhat = "clipping mask rectangle", .uCode = 0x20001, .oMaskRect = {0, 0, 15, 8}},
-        {.pWhat = "wide mask rectangle", .uCode = 0, .oMaskRect = {-2, -2, 30, 30}},
-        {.pWhat = "clipping before pairs",
-         .uCode = 0x20001,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {1, 0, 3, 8},
-         .oMaskRect = {0, 0, 2, 8}},
-        {.pWhat = "odd start", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {1, 0, 14, 8}},
-        {.pWhat = "even start", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 14, 8}},
-        {.pWhat = "odd width inside", .uCode = 0x10060, .oFormat = MFIF_CbYCrY_16, .oRoi = {2, 0, 13, 8}},
-        {.pWhat = "odd width at the edge",
-         .uCode = 0,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {2, 0, 13, 8},
-         .oOutputOffset = {},
-         .iOutputWidth = 13},
-        {.pWhat = "odd place",
-         .uCode = 0x10060,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {0, 0, 14, 8},
-         .oOutputOffset = {1, 0}},
-        {.pWhat = "odd start and odd place",
-         .uCode = 0x10060,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {1, 0, 14, 8},
-         .oOutputOffset = {1, 0}},
+    struct {
+        char const* pWhat;
+        unsigned uCode;
+        Setting oSetting;
+    } const cases[] = {
+        {"whole", 0, {}},
+        {"RGB takes anything",
+         0,
+         {.oFormat = MFIF_RGBA_RAW_32,
+          .oRoi = {1, 0, 3, 8},
+          .oOutputOffset = {5, 0},
+          .oMaskRect = {1, 0, 1, 1},
+          .bMask = true}},
+        {"mono takes anything",
+         0,
+         {.oFormat = MFIF_MONO_RAW_8, .oRoi = {1, 0, 3, 8}, .oOutputOffset = {5, 0}, .bMask = true}},
+        {"mask image", 0x20001, {.bMask = true}},
+        {"clipping mask rectangle", 0x20001, {.oMaskRect = {0, 0, 15, 8}}},
+        {"wide mask rectangle", 0, {.oMaskRect = {-2, -2, 30, 30}}},
+        {"clipping before pairs", 0x20001, {.oRoi = {1, 0, 3, 8}, .oMaskRect = {0, 0, 2, 8}}},
+        {"odd start", 0x10060, {.oRoi = {1, 0, 14, 8}}},
+        {"even start", 0, {.oRoi = {2, 0, 14, 8}}},
+        {"odd width inside", 0x10060, {.oRoi = {2, 0, 13, 8}}},
+        {"odd width at the edge", 0, {.oRoi = {2, 0, 13, 8}, .iOutputWidth = 13}},
+        {"odd place", 0x10060, {.oRoi = {0, 0, 14, 8}, .oOutputOffset = {1, 0}}},
+        {"odd start and odd place", 0x10060, {.oRoi = {1, 0, 14, 8}, .oOutputOffset = {1, 0}}},
         // An empty region keeps the origin that was computed for it, its part of the mask rectangle is all zero.
-        {.pWhat = "no input there", .uCode = 0x20001, .oFormat = MFIF_CbYCrY_16, .oRoi = {20, 0, 4, 8}},
-        {.pWhat = "wider than the input", .uCode = 0, .oFormat = MFIF_CbYCrY_16, .oRoi = {-2, 0, 16, 8}},
-        {.pWhat = "input at an even place, region at an odd one",
-         .uCode = 0x10060,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {-1, 0, 15, 8},
-         .oOutputOffset = {1, 0}},
-        {.pWhat = "odd width beyond the input",
-         .uCode = 0x10060,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {0, 0, 17, 8},
-         .iOutputWidth = 18},
-        {.pWhat = "odd width beyond the input, at the edge",
-         .uCode = 0,
-         .oFormat = MFIF_CbYCrY_16,
-         .oRoi = {0, 0, 17, 8},
-         .iOutputWidth = 17},
-        {.pWhat = "B at an odd place", .uCode = 0x10060, .iWidthB = 8, .oOffsetB = {3, 0}},
-        {.pWhat = "B at an even place", .uCode = 0, .iWidthB = 8, .oOffsetB = {2, 0}},
-        {.pWhat = "B of odd width", .uCode = 0x10060, .iWidthB = 7, .oOffsetB = {2, 0}},
-        {.pWhat = "odd A primary, even B", .uCode = 0x10060, .iWidthA = 15, .iWidthB = 8},
-        {.pWhat = "odd A, B primary", .uCode = 0, .iOutputWidth = 16, .iWidthA = 16, .iWidthB = 16, .uPrimary = 1},
-        {.pWhat = "whole field picture", .uCode = 0, .oFormat = fields},
-        {.pWhat = "part of a field picture", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 0, 16, 6}},
-        {.pWhat = "shifted field picture", .uCode = 0x10060, .oFormat = fields, .oRoi = {0, 2, 16, 8}},
-        {.pWhat = "field picture put elsewhere",
-         .uCode = 0x10060,
-         .oFormat = fields,
-         .oRoi = {0, 0, 16, 8},
-         .oOutputOffset = {0, 2}},
-        {.pWhat = "field input of another size", .uCode = 0x10062, .oFormat = fields, .iHeightA = 10},
-        {.pWhat = "field inputs at a distance", .uCode = 0x10061, .oFormat = fields, .iWidthB = 16, .oOffsetB = {0, 2}},
-        {.pWhat = "field region before size",
-         .uCode = 0x10060,
-         .oFormat = fields,
-         .oRoi = {0, 0, 16, 6},
-         .iHeightA = 10},
-        {.pWhat = "field size before place", .uCode = 0x10062, .oFormat = fields, .iHeightA = 10, .oOffsetA = {0, 2}},
-        {.pWhat = "mask before fields", .uCode = 0x20001, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .bMask = true},
-        {.pWhat = "any field region", .uCode = 0, .oFormat = fields, .oRoi = {0, 0, 16, 6}, .iAllowAny = 1},
-        {.pWhat = "any field region, odd start",
-         .uCode = 0x10060,
-         .oFormat = fields,
-         .oRoi = {1, 0, 14, 6},
-         .iAllowAny = 1},
-    };
-    for (RegionCase const& c : cases) {
+        {"no input there", 0x20001, {.oRoi = {20, 0, 4, 8}}},
+        {"wider than the input", 0, {.oRoi = {-2, 0, 16, 8}}},
+        {"input at an even place, region at an odd one", 0x10060, {.oRoi = {-1, 0, 15, 8}, .oOutputOffset = {1, 0}}},
+        {"odd width beyond the input", 0x10060, {.oRoi = {0, 0, 17, 8}, .iOutputWidth = 18}},
+        {"odd width beyond the input, at the edge", 0, {.oRoi = {0, 0, 17, 8}, .iOutputWidth = 17}},
+        {"B at an odd place", 0x10060, {.iWidthB = 8, .oOffsetB = {3, 0}}},
+        {"B at an even place", 0, {.iWidthB = 8, .oOffsetB = {2, 0}}},
+        {"B of odd width", 0x10060, {.iWidthB = 7, .oOffsetB = {2, 0}}},
+        {"odd A primary, even B", 0x10060, {.iWidthA = 15, .iWidthB = 8}},
+        {"odd A, B primary", 0, {.iWidthB = 16, .uPrimary = 1}},
+        {"whole field picture", 0, {.oFormat = fields}},
+        {"part of a field picture", 0x10060, {.oFormat = fields, .oRoi = {0, 0, 16, 6}}},
+        {"shifted field picture", 0x10060, {.oFormat = fields, .oRoi = {0, 2, 16, 8}}},
+        {"field picture put elsewhere", 0x10060, {.oFormat = fields, .oOutputOffset = {0, 2}}},
+        {"field input of another size", 0x10062, {.oFormat = fields, .iHeightA = 10}},
+        {"field inputs at a distance", 0x10061, {.oFormat = fields, .iWidthB = 16, .oOffsetB = {0, 2}}},
+        {"field region before size", 0x10060, {.oFormat = fields, .oRoi = {0, 0, 16, 6}, .iHeightA = 10}},
+        {"field size before place", 0x10062, {.oFormat = fields, .iHeightA = 10, .oOffsetA = {0, 2}}},
+        {"mask before fields", 0x20001, {.oFormat = fields, .oRoi = {0, 0, 16, 6}, .bMask = true}},
+        {"any field region", 0, {.oFormat = fields, .oRoi = {0, 0, 16, 6}, .iAllowAny = 1}},
+        {"any field region, odd start", 0x10060, {.oFormat = fields, .oRoi = {1, 0, 14, 6}, .iAllowAny = 1}}};
+    for (auto const& [what, code, c] : cases) {
         auto const a = MakeImage(c.oFormat, c.iWidthA, c.iHeightA), output = MakeImage(c.oFormat, c.iOutputWidth, 8);
         auto const b = MakeImage(c.oFormat, c.iWidthB ? c.iWidthB : 1, 8), mask = MakeImage(MFIF_MONO_RAW_8, 16, 8);
         IXFImage* inputs[] = {a.Get(), b.Get()};
@@ -315,8 +267,8 @@ TEST(FrameRefusal, VerifyRoiAndMask) {
         EXPECT_EQ(
             qzILVerifyROIAndMask(c.iAllowAny, inputs, offsets, c.iWidthB ? 2 : 1, output.Get(),
                                  c.bMask ? mask.Get() : nullptr, c.oMaskRect, c.oRoi, c.oOutputOffset, c.uPrimary),
-            c.uCode)
-            << c.pWhat;
+            code)
+            << what;
     }
 }
 

@@ -22,7 +22,7 @@ struct ColorModel {
     double dfRoundTrip;  ///< what a colour may lose on the way there and back
 };
 
-inline Triple Affine(Triple const& v, double const (&m)[4][3]) {
+inline Triple Affine(Triple const& v, double const (&m)[4][4]) {
     Triple result{};
     for (int c = 0; c < 3; ++c) result[c] = v[0] * m[0][c] + v[1] * m[1][c] + v[2] * m[2][c] + m[3][c];
     return result;
@@ -37,29 +37,18 @@ inline Triple Cmy(Triple const& v) {
     return {1 - v[0], 1 - v[1], 1 - v[2]};
 }
 
+// Coefficients that have a test of their own.
 inline Triple YccFromRgb(Triple const& v) {
-    return Affine(v, {{0.25678824, -0.14822651, 0.43921569},
-                      {0.50412941, -0.29098918, -0.36779043},
-                      {0.09790588, 0.43921569, -0.07142525},
-                      {0.0627451, 0.50196078, 0.50196078}});
+    return Affine(v, qzILColor::s_dfArrayRGBAtoYCCAOffset);
 }
 inline Triple RgbFromYcc(Triple const& v) {
-    return Affine(v, {{1.16438356, 1.16438356, 1.16438356},
-                      {0, -0.39176652, 2.01723214},
-                      {1.59602679, -0.81297187, 0},
-                      {-0.87420222, 0.53167207, -1.08563079}});
+    return Affine(v, qzILColor::s_dfArrayYCCAOffsettoRGBA);
 }
 inline Triple Ycc709FromRgb(Triple const& v) {
-    return Affine(v, {{0.18258588, -0.10064373, 0.43921569},
-                      {0.61423059, -0.33857196, -0.39894216},
-                      {0.06200706, 0.43921569, -0.04027352},
-                      {0.0627451, 0.50196078, 0.50196078}});
+    return Affine(v, qzILColor::s_dfArrayRGBAtoYCCA709Offset);
 }
 inline Triple RgbFromYcc709(Triple const& v) {
-    return Affine(v, {{1.16438356, 1.16438356, 1.16438357},
-                      {0, -0.21324861, 2.11240179},
-                      {1.79274107, -0.53290933, 0},
-                      {-0.97294508, 0.30148267, -1.13340222}});
+    return Affine(v, qzILColor::s_dfArrayYCCA709OffsettoRGBA);
 }
 
 inline double Luma(Triple const& v) {
@@ -139,6 +128,12 @@ inline Triple GetTriple(qzILColor const& color, ColorModel const& model) {
 
 inline void SetTriple(qzILColor& color, ColorModel const& model, Triple const& v) {
     (color.*model.pSet)(&v[0], &v[1], &v[2], nullptr);
+}
+
+/// Whether red, green and blue differ by no more than a tolerance.
+inline bool IsNear(qzILColor const& a, qzILColor const& b, double tolerance) {
+    return std::abs(a.GetRed() - b.GetRed()) <= tolerance && std::abs(a.GetGreen() - b.GetGreen()) <= tolerance &&
+           std::abs(a.GetBlue() - b.GetBlue()) <= tolerance;
 }
 
 inline std::string DescribeColor(qzILColor const& color) {

@@ -17,41 +17,24 @@ namespace {
 using namespace qzil::test;
 using namespace qzil::platform;
 
-Image Described() {
-    auto image = MakeRandomImage(MFIF_CbYCrY_16, 4, 2, 3);
-    image->SetSize(2, 3);
-    image->SetPos(4, 5);
-    image->SetOriginalRes(6, 7);
-    image->SetNumChannels(9);
-    image->SetChannelType(32);
-    image->SetCompress(1);
-    image->SetAllAttributes(0xF0);
-    image->SetUserData(image.Get());
-    As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter)->SetHeaderSize(10);
-    As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter)->SetFooterSize(20);
-    return image;
-}
-
 void ExpectCopied(Image const& from, Image const& to) {
     EXPECT_EQ(to->IsEqual(from.Get()), 0);
-    unsigned header = 0, footer = 0;
-    auto const frame = As<IXFImageHeaderFooter>(to.Get(), IID_IXFImageHeaderFooter);
-    frame->GetHeaderSize(&header);
-    frame->GetFooterSize(&footer);
-    EXPECT_EQ(header, 10u);
-    EXPECT_EQ(footer, 20u);
-    void* user = &user;
-    to->GetUserData(&user);
-    EXPECT_EQ(user, nullptr) << "user data is not copied";
+    EXPECT_EQ(FrameOf(to), (Frame{33, 44}));
+    EXPECT_EQ(UserDataOf(to), nullptr) << "user data is not copied";
+}
+
+Ref<IXFImageClone> CloneOf(Image const& image) {
+    return As<IXFImageClone>(image.Get(), IID_IXFImageClone);
 }
 
 TEST(Copy, TakesEverythingButUserData) {
     auto const source = Described();
+    source->SetUserData(source.Get());
     auto const viaImage = NewImage(), viaClone = NewImage(), bare = NewImage();
     EXPECT_EQ(viaImage->CopyFrom(source.Get()), kOk);
     ExpectCopied(source, viaImage);
-    auto const sourceClone = As<IXFImageClone>(source.Get(), IID_IXFImageClone);
-    auto const toClone = As<IXFImageClone>(viaClone.Get(), IID_IXFImageClone);
+    auto const sourceClone = CloneOf(source);
+    auto const toClone = CloneOf(viaClone);
     EXPECT_EQ(toClone->CopyFrom(sourceClone.Get()), kOk);
     ExpectCopied(source, viaClone);
     Image cloned;
@@ -60,7 +43,7 @@ TEST(Copy, TakesEverythingButUserData) {
     EXPECT_EQ(bare->CopyFromNoData(source.Get()), kOk);
     std::ranges::copy(Bytes(source), Bytes(bare).begin());
     ExpectCopied(source, bare);
-    EXPECT_EQ(As<IXFImageClone>(bare.Get(), IID_IXFImageClone)->CopyFromNoData(sourceClone.Get()), kOk);
+    EXPECT_EQ(CloneOf(bare)->CopyFromNoData(sourceClone.Get()), kOk);
     Image bareClone;
     EXPECT_EQ(sourceClone->CloneNoData(IID_IXFImage, bareClone.Out()), kOk);
     EXPECT_EQ(SizeOf(bareClone), SizeOf(source));
@@ -69,18 +52,18 @@ TEST(Copy, TakesEverythingButUserData) {
 TEST(Copy, RefusesNullAndMismatchedExternalArrays) {
     auto const source = Described();
     auto const image = NewImage();
-    auto const clone = As<IXFImageClone>(image.Get(), IID_IXFImageClone);
+    auto const clone = CloneOf(image);
     EXPECT_EQ(image->CopyFrom(static_cast<IXFImage*>(nullptr)), kInvalidArgument);
     EXPECT_EQ(image->CopyFromNoData(nullptr), kInvalidArgument);
     EXPECT_EQ(clone->CopyFrom(nullptr), kInvalidArgument);
     EXPECT_EQ(clone->CopyFromNoData(nullptr), kInvalidArgument);
     EXPECT_EQ(image->CopyFrom(image.Get()), kOk);
     EXPECT_EQ(clone->CopyFrom(clone.Get()), kOk);
-    std::vector<unsigned char> own(16, 0);
+    std::vector<unsigned char> own(90, 0);
     image->SetPixelArray(own.data());
-    image->SetPixelArraySize(15);
+    image->SetPixelArraySize(89);
     EXPECT_EQ(image->CopyFrom(source.Get()), kUnexpected);
-    image->SetPixelArraySize(16);
+    image->SetPixelArraySize(90);
     EXPECT_EQ(image->CopyFrom(source.Get()), kOk);
     EXPECT_EQ(PixelsOf(image), own.data());
     EXPECT_EQ(DescribeDifference(Bytes(source), own), "");
@@ -89,7 +72,7 @@ TEST(Copy, RefusesNullAndMismatchedExternalArrays) {
 TEST(Copy, CloneReportsItsFailures) {
     auto const live = LiveBlocks();
     {
-        auto const source = As<IXFImageClone>(Described().Get(), IID_IXFImageClone);
+        auto const source = CloneOf(Described());
         EXPECT_EQ(source->Clone(IID_IXFImage, nullptr), kInvalidArgument);
         EXPECT_EQ(source->CloneNoData(IID_IXFImage, nullptr), kInvalidArgument);
         void* out = &out;
@@ -106,21 +89,21 @@ TEST(Equal, ComparesEachDescribedFieldAndThePixels) {
     auto const image = Described();
     EXPECT_EQ(image->IsEqual(nullptr), kInvalidArgument);
     EXPECT_EQ(image->IsEqual(image.Get()), 0);
-    using Change = void (*)(Image const&);
+    using Change = void (*)(IXFImage&);
     for (Change change : std::initializer_list<Change>{
-             [](Image const& i) { i->SetFormat(MFIF_CbYCrY709_16); }, [](Image const& i) { i->SetRes(2, 2); },
-             [](Image const& i) { i->SetRes(4, 4); }, [](Image const& i) { i->SetOriginalRes(5, 7); },
-             [](Image const& i) { i->SetOriginalRes(6, 6); }, [](Image const& i) { i->SetSize(2.5, 3); },
-             [](Image const& i) { i->SetSize(2, 3.5); }, [](Image const& i) { i->SetPos(4.5, 5); },
-             [](Image const& i) { i->SetPos(4, 5.5); }, [](Image const& i) { i->SetNumChannels(3); },
-             [](Image const& i) { i->SetChannelType(2); }, [](Image const& i) { i->SetChannelSize(2); },
-             [](Image const& i) { i->SetCompress(0); }, [](Image const& i) { i->SetPixelSize(3); },
-             [](Image const& i) { i->SetPixelArraySize(15); }, [](Image const& i) { i->SetAllAttributes(0xF1); },
-             [](Image const& i) { Bytes(i)[15] ^= 1; }}) {
+             [](IXFImage& i) { i.SetFormat(MFIF_CbYCrY709A_24); }, [](IXFImage& i) { i.SetRes(5, 5); },
+             [](IXFImage& i) { i.SetRes(6, 6); }, [](IXFImage& i) { i.SetOriginalRes(6, -8); },
+             [](IXFImage& i) { i.SetOriginalRes(7, 8); }, [](IXFImage& i) { i.SetSize(2, 3.5); },
+             [](IXFImage& i) { i.SetSize(2.5, 3); }, [](IXFImage& i) { i.SetPos(4.5, 5.5); },
+             [](IXFImage& i) { i.SetPos(-4.5, 5); }, [](IXFImage& i) { i.SetNumChannels(3); },
+             [](IXFImage& i) { i.SetChannelType(2); }, [](IXFImage& i) { i.SetChannelSize(2); },
+             [](IXFImage& i) { i.SetCompress(0); }, [](IXFImage& i) { i.SetPixelSize(2); },
+             [](IXFImage& i) { i.SetPixelArraySize(89); }, [](IXFImage& i) { i.SetAllAttributes(0xC0FFEE00); },
+             [](IXFImage& i) { Bytes(&i)[89] ^= 1; }}) {
         auto const other = NewImage();
         other->CopyFrom(image.Get());
         EXPECT_EQ(other->IsEqual(image.Get()), 0);
-        change(other);
+        change(*other.Get());
         EXPECT_EQ(other->IsEqual(image.Get()), 1);
         EXPECT_EQ(image->IsEqual(other.Get()), 1);
     }
@@ -129,10 +112,10 @@ TEST(Equal, ComparesEachDescribedFieldAndThePixels) {
 TEST(Equal, NaNDiffersAndWhatIsNotComparedDoesNot) {
     auto const image = Described(), other = NewImage();
     other->CopyFrom(image.Get());
-    As<IXFImageHeaderFooter>(other.Get(), IID_IXFImageHeaderFooter)->SetHeaderSize(1);
-    other->SetUserData(nullptr);
-    EXPECT_EQ(other->IsEqual(image.Get()), 0);
     std::vector<unsigned char> own(Bytes(image).begin(), Bytes(image).end());
+    SetFrame(other, {1, 2});
+    other->SetUserData(&own);
+    EXPECT_EQ(other->IsEqual(image.Get()), 0);
     other->SetPixelArray(own.data());
     EXPECT_EQ(other->IsEqual(image.Get()), 0) << "external or not";
     image->SetPos(std::nan(""), 0);
@@ -144,44 +127,39 @@ TEST(Equal, NaNDiffersAndWhatIsNotComparedDoesNot) {
 
 TEST(Swap, ExchangesAllDataButTheCount) {
     auto const a = Described(), b = MakeRandomImage(MFIF_RGBA_FLOAT, 3, 3, 4);
+    a->SetUserData(a.Get());
     unsigned char byte = 0;
     auto const copyA = NewImage(), copyB = NewImage();
     copyA->CopyFrom(a.Get());
     copyB->CopyFrom(b.Get());
     void* const pixelsA = PixelsOf(a);
-    auto const cloneA = As<IXFImageClone>(a.Get(), IID_IXFImageClone),
-               cloneB = As<IXFImageClone>(b.Get(), IID_IXFImageClone);
+    auto const cloneA = CloneOf(a), cloneB = CloneOf(b);
     EXPECT_EQ(cloneA->Swap(cloneB.Get()), kOk);
     EXPECT_EQ(b->IsEqual(copyA.Get()), 0);
     EXPECT_EQ(a->IsEqual(copyB.Get()), 0);
     EXPECT_EQ(PixelsOf(b), pixelsA);
-    void* user = nullptr;
-    b->GetUserData(&user);
-    EXPECT_EQ(user, a.Get()) << "user data moves along";
+    EXPECT_EQ(UserDataOf(b), a.Get()) << "user data moves along";
     a->SetPixelArray(&byte);
     EXPECT_EQ(cloneA->Swap(cloneB.Get()), kOk);
     EXPECT_EQ(PixelsOf(b), &byte);
     EXPECT_EQ(b->Allocate(3, 4), kUnexpected) << "the external mark moved along";
-    EXPECT_EQ(Report(a).uDynamic, 16u + 31u) << "and the allocated size: the block was made before the header was set";
+    EXPECT_EQ(Report(a).uDynamic, 90u + 31u) << "and the allocated size: the block was made before the header was set";
 }
 
 TEST(Swap, DataNeedsEqualSizes) {
     auto const a = MakeRandomImage(MFIF_RGBA_RAW_32, 4, 4, 1), b = MakeRandomImage(MFIF_MONO_FLOAT, 4, 4, 2);
-    auto const cloneA = As<IXFImageClone>(a.Get(), IID_IXFImageClone),
-               cloneB = As<IXFImageClone>(b.Get(), IID_IXFImageClone);
+    auto const cloneA = CloneOf(a), cloneB = CloneOf(b);
     EXPECT_EQ(cloneA->SwapData(nullptr), kInvalidArgument);
     EXPECT_EQ(cloneA->SwapData(cloneA.Get()), kOk);
     void* const pixelsA = PixelsOf(a);
     EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kOk);
     EXPECT_EQ(PixelsOf(b), pixelsA);
     EXPECT_EQ(FormatOf(a.Get()), MFIF_RGBA_RAW_32);
-    auto const frame = As<IXFImageHeaderFooter>(b.Get(), IID_IXFImageHeaderFooter);
-    frame->SetHeaderSize(1);
-    EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kInvalidArgument);
-    frame->SetHeaderSize(0);
-    frame->SetFooterSize(1);
-    EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kInvalidArgument);
-    frame->SetFooterSize(0);
+    for (Frame const& frame : {Frame{1, 0}, Frame{0, 1}}) {
+        SetFrame(b, frame);
+        EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kInvalidArgument);
+    }
+    SetFrame(b, {0, 0});
     b->Allocate(4, 5);
     EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kInvalidArgument);
 }

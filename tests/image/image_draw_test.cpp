@@ -43,51 +43,46 @@ TEST(Region, ArgumentsAreCheckedMathematically) {
     EXPECT_EQ(image->CopyRegion(buffer, 0, 0, 6, 5), kOk);
 }
 
+/// An image of the format with its pixels; the sizes of MFIF_RGB_S2_14 are not set by the format.
+Image Drawn(GUID const& format, int w, int h, std::uint64_t seed) {
+    if (format != MFIF_RGB_S2_14) return MakeRandomImage(format, w, h, seed);
+    auto image = MakeImage(MFIF_RGBA_S2_14, 1, 1);
+    image->SetFormat(format);
+    image->SetPixelSize(6);
+    image->SetChannelSize(2);
+    EXPECT_EQ(image->Allocate(w, h), kOk);
+    FillRandom(image.Get(), seed);
+    return image;
+}
+
 // The buffer of a region is laid out like an image of the region's size.
 TEST(Region, CopyAndPasteInTheLayoutOfTheFormat) {
     Random random(8);
     std::vector<GUID> formats = DescribedFormats();
     formats.push_back(MFIF_RGB_S2_14);
-    for (GUID const& format : formats) {
-        for (int round = 0; round < 12; ++round) {
-            int const w = random.Between(1, 8), h = random.Between(1, 8);
-            Image image;
-            if (format == MFIF_RGB_S2_14) {
-                // Its sizes are not set by the format.
-                image = MakeImage(MFIF_RGBA_S2_14, 1, 1);
-                image->SetFormat(format);
-                image->SetPixelSize(6);
-                image->SetChannelSize(2);
-                ASSERT_EQ(image->Allocate(w, h), kOk);
-                FillRandom(image.Get(), random.Next());
-            } else {
-                image = MakeRandomImage(format, w, h, random.Next());
-            }
-            PlainLayout const layout(image.Get());
-            int const x = random.Below(w), y = random.Below(h);
-            PlainLayout region = layout;
-            region.iWidth = random.Between(1, w - x);
-            region.iHeight = random.Between(1, h - y);
-            std::size_t const size = layout.uPixelSize * static_cast<std::size_t>(region.iWidth * region.iHeight);
-            ByteVector expected(size), pasted = Snapshot(image), fresh(size);
-            for (auto& byte : fresh) byte = static_cast<unsigned char>(random.Next() >> 30);
-            for (int j = 0; j < region.iHeight; ++j) {
-                for (int i = 0; i < region.iWidth; ++i) {
-                    std::size_t const inImage = layout.Pixel(x + i, y + j), inBuffer = region.Pixel(i, j);
-                    std::memcpy(&expected[inBuffer], &Bytes(image)[inImage], layout.PixelStep());
-                    std::memcpy(&pasted[inImage], &fresh[inBuffer], layout.PixelStep());
-                    if (!layout.HasAlphaPlane()) continue;
-                    std::memcpy(&expected[region.Alpha(i, j)], &Bytes(image)[layout.Alpha(x + i, y + j)],
-                                layout.uChannelSize);
-                    std::memcpy(&pasted[layout.Alpha(x + i, y + j)], &fresh[region.Alpha(i, j)], layout.uChannelSize);
-                }
-            }
-            ByteVector actual(size);
-            ASSERT_EQ(image->CopyRegion(actual.data(), x, y, region.iWidth, region.iHeight), kOk);
-            ASSERT_EQ(DescribeDifference(expected, actual), "") << NameOf(format) << " round " << round;
-            ASSERT_EQ(image->PasteRegion(fresh.data(), x, y, region.iWidth, region.iHeight), kOk);
-            ASSERT_EQ(DescribeDifference(pasted, Bytes(image)), "") << NameOf(format) << " round " << round;
+    for (int round = 0; round < 12 * static_cast<int>(formats.size()); ++round) {
+        int const w = random.Between(1, 8), h = random.Between(1, 8), x = random.Below(w), y = random.Below(h);
+        Image const image = Drawn(formats[static_cast<std::size_t>(round / 12)], w, h, random.Next());
+        PlainLayout const layout(image.Get());
+        PlainLayout region = layout;
+        region.iWidth = random.Between(1, w - x);
+        region.iHeight = random.Between(1, h - y);
+        ByteVector expected(layout.uPixelSize * static_cast<std::size_t>(region.iWidth * region.iHeight));
+        ByteVector pasted = Snapshot(image), fresh = expected, actual = expected;
+        for (auto& byte : fresh) byte = static_cast<unsigned char>(random.Next() >> 30);
+        auto const move = [&](std::size_t inBuffer, std::size_t inImage, std::size_t size) {
+            std::memcpy(&expected[inBuffer], &Bytes(image)[inImage], size);
+            std::memcpy(&pasted[inImage], &fresh[inBuffer], size);
+        };
+        for (int i = 0; i < region.iWidth * region.iHeight; ++i) {
+            int const rx = i % region.iWidth, ry = i / region.iWidth;
+            move(region.Pixel(rx, ry), layout.Pixel(x + rx, y + ry), layout.PixelStep());
+            if (layout.HasAlphaPlane()) move(region.Alpha(rx, ry), layout.Alpha(x + rx, y + ry), layout.uChannelSize);
         }
+        ASSERT_EQ(image->CopyRegion(actual.data(), x, y, region.iWidth, region.iHeight), kOk);
+        ASSERT_EQ(DescribeDifference(expected, actual), "") << NameOf(layout.oFormat) << " round " << round;
+        ASSERT_EQ(image->PasteRegion(fresh.data(), x, y, region.iWidth, region.iHeight), kOk);
+        ASSERT_EQ(DescribeDifference(pasted, Bytes(image)), "") << NameOf(layout.oFormat) << " round " << round;
     }
 }
 
@@ -190,17 +185,6 @@ TEST(Line, EveryLineOfASmallImage) {
             ASSERT_EQ(image->FillLine(&one, x0, y0, x0 + dx, y0 + dy), kOk);
             DoubleStep const model(kWidth + 1, kHeight + 1, x0, y0, x0 + dx, y0 + dy);
             ASSERT_EQ(DescribeDifference(model.Grid(), Bytes(image)), "") << "line of " << dx << " by " << dy;
-            // One pixel for each step of the longer axis, none further than one pixel from the true line.
-            int count = 0;
-            int const length = std::max({dx, dy, 1});
-            for (int y = 0; y <= kHeight; ++y) {
-                for (int x = 0; x <= kWidth; ++x) {
-                    if (!Bytes(image)[static_cast<std::size_t>(y * (kWidth + 1) + x)]) continue;
-                    ++count;
-                    ASSERT_LT(std::abs((x - x0) * dy - (y - y0) * dx), length) << "line of " << dx << " by " << dy;
-                }
-            }
-            ASSERT_EQ(count, std::max(dx, dy) + 1) << "line of " << dx << " by " << dy;
         }
     }
 }
@@ -216,13 +200,6 @@ TEST(Line, MemoryRowsWholePixelsAndNothingOutside) {
             ASSERT_EQ(Bytes(image)[i], i >= size && i < 4 * size ? 5 : 0) << NameOf(format) << ' ' << i;
         }
     }
-    auto const point = MakeImage(MFIF_MONO_RAW_8, 1, 1);
-    unsigned char one = 1;
-    EXPECT_EQ(point->FillLine(&one, 0, 0, 0, 0), kOk);
-    EXPECT_EQ(Bytes(point)[0], 1);
-}
-
-TEST(Line, RunsTowardGrowingCoordinatesInsideTheImage) {
     auto const image = MakeImage(MFIF_MONO_RAW_8, 8, 6);
     unsigned char one = 1;
     struct Case {

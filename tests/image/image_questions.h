@@ -40,11 +40,48 @@ inline unsigned SizeOf(Image const& image) {
     return size;
 }
 
+struct Frame {
+    unsigned uHeader = 1, uFooter = 1;
+    bool operator==(Frame const&) const = default;
+};
+inline Frame FrameOf(Image const& image) {
+    Frame frame;
+    auto const object = As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter);
+    object->GetHeaderSize(&frame.uHeader);
+    object->GetFooterSize(&frame.uFooter);
+    return frame;
+}
+inline void SetFrame(Image const& image, Frame const& frame) {
+    auto const object = As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter);
+    EXPECT_EQ(object->SetHeaderSize(frame.uHeader), platform::kOk);
+    EXPECT_EQ(object->SetFooterSize(frame.uFooter), platform::kOk);
+}
+inline void* UserDataOf(Image const& image) {
+    void* user = &user;
+    image->GetUserData(&user);
+    return user;
+}
+
+/// An image with a value of its own in every field.
+inline Image Described() {
+    auto image = MakeRandomImage(MFIF_CbYCrYA_24, 6, 5, 12);
+    image->SetSize(2.5, 3.5);
+    image->SetPos(-4.5, 5.5);
+    image->SetOriginalRes(7, -8);
+    image->SetCompress(1);
+    image->SetNumChannels(11);
+    image->SetChannelType(32);
+    image->SetAllAttributes(0xC0FFEE01);
+    SetFrame(image, {33, 44});
+    return image;
+}
+
 struct Statistics {
     MemStatKey uKey;
     std::string oClass;
     int iKind;
     std::uint32_t uObject, uDynamic, uFlags;
+    bool operator==(Statistics const&) const = default;
 };
 inline Statistics g_oStatistics;
 

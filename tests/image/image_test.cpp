@@ -17,53 +17,42 @@ namespace {
 using namespace qzil::test;
 using namespace qzil::platform;
 
-TEST(Image, StartsEmpty) {
+/// What an image stores besides format, resolution and pixels.
+struct Fields {
+    double dfWidth = 9, dfHeight = 9, dfX = 9, dfY = 9;
+    int iWidth = 9, iHeight = 9, iCompress = 9;
+    unsigned uChannels = 9, uType = 9, uChannelSize = 9, uPixelSize = 9, uAttributes = 9;
+    bool operator==(Fields const&) const = default;
+
+    static Fields Of(Image const& image) {
+        Fields f;
+        image->GetSize(&f.dfWidth, &f.dfHeight);
+        image->GetPos(&f.dfX, &f.dfY);
+        image->GetOriginalRes(&f.iWidth, &f.iHeight);
+        image->GetCompress(&f.iCompress);
+        image->GetNumChannels(&f.uChannels);
+        image->GetChannelType(&f.uType);
+        image->GetChannelSize(&f.uChannelSize);
+        image->GetPixelSize(&f.uPixelSize);
+        image->GetAllAttributes(&f.uAttributes);
+        return f;
+    }
+};
+
+TEST(Image, StartsEmptyAndStoresWhatItGets) {
     auto const image = NewImage();
     EXPECT_EQ(FormatOf(image.Get()), GUID_NULL);
     EXPECT_EQ(ResOf(image), (Size{0, 0}));
-    double sx = 9, sy = 9, px = 9, py = 9;
-    image->GetSize(&sx, &sy);
-    image->GetPos(&px, &py);
-    EXPECT_EQ(sx, 1.0);
-    EXPECT_EQ(sy, 1.0);
-    EXPECT_EQ(px, 0.0);
-    EXPECT_EQ(py, 0.0);
-    unsigned channels = 9, type = 9, channelSize = 9, pixelSize = 9, attributes = 9;
-    int compress = 9, w = 9, h = 9;
-    image->GetNumChannels(&channels);
-    image->GetChannelType(&type);
-    image->GetChannelSize(&channelSize);
-    image->GetPixelSize(&pixelSize);
-    image->GetAllAttributes(&attributes);
-    image->GetCompress(&compress);
-    image->GetOriginalRes(&w, &h);
-    EXPECT_EQ(channels + type + channelSize + pixelSize + attributes, 0u);
-    EXPECT_EQ(std::abs(compress) + std::abs(w) + std::abs(h), 0);
-    void* user = &user;
-    image->GetUserData(&user);
-    EXPECT_EQ(user, nullptr);
+    EXPECT_EQ(Fields::Of(image), (Fields{1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(UserDataOf(image), nullptr);
     EXPECT_EQ(PixelsOf(image), nullptr);
     EXPECT_EQ(SizeOf(image), 0u);
-}
-
-TEST(Image, AccessorsStoreWhatTheyGet) {
-    auto const image = NewImage();
     EXPECT_EQ(image->SetRes(-3, 7), kOk);
     EXPECT_EQ(ResOf(image), (Size{-3, 7}));
-    EXPECT_EQ(image->SetSize(-2.5, 3.5), kOk);
-    EXPECT_EQ(image->SetPos(0.25, -9), kOk);
-    EXPECT_EQ(image->SetOriginalRes(8, -6), kOk);
     EXPECT_EQ(image->SetPixelArraySize(4321), kOk);
-    double x = 0, y = 0;
-    int w = 0, h = 0;
-    image->GetSize(&x, &y);
-    EXPECT_EQ(std::pair(x, y), std::pair(-2.5, 3.5));
-    image->GetPos(&x, &y);
-    EXPECT_EQ(std::pair(x, y), std::pair(0.25, -9.0));
-    image->GetOriginalRes(&w, &h);
-    EXPECT_EQ(std::pair(w, h), std::pair(8, -6));
     EXPECT_EQ(SizeOf(image), 4321u);
     image->SetPixelArraySize(0);
+    EXPECT_EQ(Fields::Of(Described()), (Fields{2.5, 3.5, -4.5, 5.5, 7, -8, 1, 11, 32, 1, 3, 0xC0FFEE01}));
     EXPECT_EQ(image->CopyLine(nullptr, 0, 0, 1, 1), kNotImplemented);
     EXPECT_EQ(image->PasteLine(nullptr, 0, 0, 1, 1), kNotImplemented);
 }
@@ -90,26 +79,20 @@ TEST(Image, AttributesAreBits) {
 }
 
 TEST(Image, VerifyReportsNegativeSizesWithOne) {
-    auto const image = NewImage();
-    EXPECT_EQ(image->Verify(), 0);
-    auto const expectTrouble = [&](auto change, auto restore) {
-        change();
-        EXPECT_EQ(image->Verify(), 1);
-        restore();
-        EXPECT_EQ(image->Verify(), 0);
-    };
-    expectTrouble([&] { image->SetRes(-1, 0); }, [&] { image->SetRes(0, 0); });
-    expectTrouble([&] { image->SetRes(0, -1); }, [&] { image->SetRes(0, 0); });
-    expectTrouble([&] { image->SetOriginalRes(-1, 0); }, [&] { image->SetOriginalRes(0, 0); });
-    expectTrouble([&] { image->SetOriginalRes(0, -1); }, [&] { image->SetOriginalRes(0, 0); });
-    expectTrouble([&] { image->SetSize(-0.5, 0); }, [&] { image->SetSize(0, 0); });
-    expectTrouble([&] { image->SetSize(0, -0.5); }, [&] { image->SetSize(0, 0); });
-    image->SetPos(-5, -5);
-    EXPECT_EQ(image->Verify(), 0);
+    for (int field = -1; field < 6; ++field) {
+        auto const image = NewImage();
+        auto const value = [field](int i) { return i == field ? -1 : 0; };
+        image->SetRes(value(0), value(1));
+        image->SetOriginalRes(value(2), value(3));
+        image->SetSize(value(4) * 0.5, value(5) * 0.5);
+        image->SetPos(-5, -5);
+        EXPECT_EQ(image->Verify(), field < 0 ? 0 : 1) << field;
+    }
 }
 
 TEST(Image, AnswersItsInterfacesAndNoOthers) {
-    auto const image = NewImage();
+    auto const live = LiveBlocks();
+    auto image = NewImage();
     EXPECT_EQ(image->QueryInterface(IID_IXFImage, nullptr), kInvalidArgument);
     for (GUID const& iid : {IID_IUnknown, IID_IXFImage, IID_IXFImageHeaderFooter, IID_IXFImageClone, IID_IPersistStream,
                             IID_IMarshal, IID_IQZAddMemSizeToStatManager}) {
@@ -126,23 +109,11 @@ TEST(Image, AnswersItsInterfacesAndNoOthers) {
     }
     EXPECT_EQ(image->AddRef(), 2u) << "nothing above kept a count";
     EXPECT_EQ(image->Release(), 1u);
-}
-
-TEST(Image, EveryInterfaceSharesOneCountAndLeadsHome) {
-    auto const live = LiveBlocks();
-    {
-        auto image = NewImage();
-        auto clone = As<IXFImageClone>(image.Get(), IID_IXFImageClone);
-        auto marshal = As<IMarshal>(image.Get(), IID_IMarshal);
-        ASSERT_TRUE(clone && marshal);
-        Ref<IMarshal> again = As<IMarshal>(clone.Get(), IID_IMarshal);
-        EXPECT_EQ(again.Get(), marshal.Get()) << "one marshaler";
-        image.Reset();
-        marshal.Reset();
-        again.Reset();
-        auto const back = As<IXFImage>(clone.Get(), IID_IXFImage);
-        EXPECT_TRUE(back) << "alive through the clone interface";
-    }
+    auto clone = As<IXFImageClone>(image.Get(), IID_IXFImageClone);
+    EXPECT_EQ(As<IMarshal>(image.Get(), IID_IMarshal).Get(), As<IMarshal>(clone.Get(), IID_IMarshal).Get());
+    image.Reset();
+    EXPECT_TRUE(As<IXFImage>(clone.Get(), IID_IXFImage)) << "alive through the clone interface";
+    clone.Reset();
     EXPECT_EQ(LiveBlocks(), live);
 }
 
@@ -172,45 +143,36 @@ TEST(Image, CreationRefusesAggregationAndUnknownInterfaces) {
 
 TEST(Allocate, GivesAlignedMemoryForThePixels) {
     for (auto const& [w, h] : {std::pair{1, 1}, {0, 0}, {0, 5}, {7, 3}, {301, 200}, {1920, 1080}}) {
-        auto const image = NewImage();
-        image->SetFormat(MFIF_RGB_RAW_24);
-        ASSERT_EQ(image->Allocate(w, h), kOk);
+        auto const image = MakeRandomImage(MFIF_RGB_RAW_24, w, h, 1);
         EXPECT_EQ(SizeOf(image), static_cast<unsigned>(w * h * 3));
         EXPECT_EQ(ResOf(image), (Size{w, h}));
         ASSERT_NE(PixelsOf(image), nullptr);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(PixelsOf(image)) % 32, 0u);
-        std::memset(PixelsOf(image), 1, SizeOf(image));
     }
 }
 
-TEST(Allocate, NegativeSizesAreInvalid) {
-    auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 4, 4, 1);
-    EXPECT_EQ(image->Allocate(-1, 4), kInvalidArgument);
-    EXPECT_EQ(image->Allocate(4, -1), kInvalidArgument);
-    EXPECT_EQ(SizeOf(image), 16u);
-}
-
-TEST(Allocate, SizesBeyond32BitsAreOutOfMemory) {
+TEST(Allocate, ImpossibleSizes) {
     struct Case {
         int iWidth, iHeight;
-        unsigned uPixelSize, uHeader, uFooter;
+        unsigned uPixelSize;
+        Frame oFrame;
     };
     for (Case const& c :
-         {Case{65536, 65536, 1, 0, 0}, Case{65536, 65536, 4, 0, 0}, Case{46341, 46341, 4, 0, 0},
-          Case{0x7FFFFFFF, 0x7FFFFFFF, 16, 0, 0}, Case{65535, 65537, 1, 0, 0}, Case{4, 4, 4, 0xFFFFFFF0, 0},
-          Case{4, 4, 4, 0, 0xFFFFFFF0}, Case{4, 4, 4, 0x80000000, 0x80000000}, Case{16, 16, 0xFFFFFFFF, 0, 0}}) {
+         {Case{65536, 65536, 1, {0, 0}}, Case{65536, 65536, 4, {0, 0}}, Case{46341, 46341, 4, {0, 0}},
+          Case{0x7FFFFFFF, 0x7FFFFFFF, 16, {0, 0}}, Case{65535, 65537, 1, {0, 0}}, Case{4, 4, 4, {0xFFFFFFF0, 0}},
+          Case{4, 4, 4, {0, 0xFFFFFFF0}}, Case{4, 4, 4, {0x80000000, 0x80000000}}, Case{16, 16, 0xFFFFFFFF, {0, 0}}}) {
         auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 4, 4, 1);
+        EXPECT_EQ(image->Allocate(-1, 4), kInvalidArgument);
+        EXPECT_EQ(image->Allocate(4, -1), kInvalidArgument);
+        EXPECT_EQ(SizeOf(image), 16u);
         image->SetPixelSize(c.uPixelSize);
-        auto const frame = As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter);
-        frame->SetHeaderSize(c.uHeader);
-        frame->SetFooterSize(c.uFooter);
-        EXPECT_EQ(image->Allocate(c.iWidth, c.iHeight), kOutOfMemory) << c.iWidth << ' ' << c.uHeader;
+        SetFrame(image, c.oFrame);
+        EXPECT_EQ(image->Allocate(c.iWidth, c.iHeight), kOutOfMemory) << c.iWidth << ' ' << c.oFrame.uHeader;
         EXPECT_EQ(PixelsOf(image), nullptr);
         EXPECT_EQ(SizeOf(image), 0u);
         EXPECT_EQ(ResOf(image), (Size{0, 0}));
         EXPECT_EQ(FormatOf(image.Get()), MFIF_MONO_RAW_8) << "still described";
-        frame->SetHeaderSize(0);
-        frame->SetFooterSize(0);
+        SetFrame(image, {0, 0});
         image->SetPixelSize(1);
         EXPECT_EQ(image->Allocate(4, 4), kOk);
     }
@@ -228,15 +190,10 @@ TEST(Allocate, AnEqualTotalKeepsBlockAndPixels) {
     EXPECT_EQ(DescribeDifference(before, Bytes(image)), "");
     EXPECT_EQ(image->ResizePixelArray(25), kOk);
     EXPECT_EQ(SizeOf(image), 25u);
-    EXPECT_EQ(ResOf(image), (Size{4, 6})) << "the resolution stays";
-}
-
-TEST(Allocate, FailureToResizeKeepsTheResolution) {
-    auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 6, 4, 11);
     EXPECT_EQ(image->ResizePixelArray(0xFFFFFFFF), kOutOfMemory);
     EXPECT_EQ(PixelsOf(image), nullptr);
     EXPECT_EQ(SizeOf(image), 0u);
-    EXPECT_EQ(ResOf(image), (Size{6, 4}));
+    EXPECT_EQ(ResOf(image), (Size{4, 6})) << "the resolution stays";
     EXPECT_EQ(image->ResizePixelArray(24), kOk);
     EXPECT_NE(PixelsOf(image), nullptr);
 }
@@ -246,12 +203,8 @@ TEST(Allocate, HeaderAndFooterSurroundThePixels) {
     for (auto const& [header, place] : {std::pair{0u, 0u}, {1u, 32u}, {32u, 32u}, {33u, 64u}, {100u, 128u}}) {
         auto const image = NewImage();
         image->SetFormat(MFIF_MONO_RAW_8);
-        auto const frame = As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter);
-        EXPECT_EQ(frame->SetHeaderSize(header), kOk);
-        EXPECT_EQ(frame->SetFooterSize(50), kOk);
-        unsigned stored = 0;
-        frame->GetFooterSize(&stored);
-        EXPECT_EQ(stored, 50u);
+        SetFrame(image, {header, 50});
+        EXPECT_EQ(FrameOf(image), (Frame{header, 50}));
         ASSERT_EQ(image->Allocate(300, 200), kOk);
         auto* const pixels = static_cast<unsigned char*>(PixelsOf(image));
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pixels) % 4096, place) << header;
@@ -291,28 +244,18 @@ TEST(External, ThePixelArrayIsTheCallers) {
     std::memset(PixelsOf(image), 3, 400);
     EXPECT_EQ(own, std::vector<unsigned char>(48, 9));
     EXPECT_LE(LiveBlocks(), live + 4);
-}
 
-TEST(External, SettingAnArrayGivesTheBlockBackAtOnce) {
-    auto const image = MakeImage(MFIF_MONO_RAW_8, 311, 199);
-    auto* const old = static_cast<unsigned char*>(PixelsOf(image));
-    unsigned char byte = 0;
-    image->SetPixelArray(&byte);
-    void* block = nullptr;
+    auto const large = MakeImage(MFIF_MONO_RAW_8, 311, 199);
+    void *const old = PixelsOf(large), *block = nullptr;
+    large->SetPixelArray(own.data());
     ASSERT_EQ(CMFImage::s_pImageMemoryPool->AllocateMemory(311 * 199 + 31, &block), kOk);
-    EXPECT_EQ(block, old) << "page-aligned block and 32-byte aligned array coincide";
+    EXPECT_EQ(block, old) << "given back at once; page-aligned block and 32-byte aligned array coincide";
     CMFImage::s_pImageMemoryPool->ReleaseMemory(block);
 }
 
 TEST(Statistics, AreReportedWithTheClassAndItsSizes) {
     auto const image = MakeImage(MFIF_MONO_RAW_8, 5, 5);
-    auto const report = Report(image);
-    EXPECT_EQ(report.uKey, 77u);
-    EXPECT_EQ(report.oClass, "CMFImage");
-    EXPECT_EQ(report.iKind, 4);
-    EXPECT_EQ(report.uObject, sizeof(CMFImage));
-    EXPECT_EQ(report.uDynamic, 25u + 31u);
-    EXPECT_EQ(report.uFlags, 0u);
+    EXPECT_EQ(Report(image), (Statistics{77, "CMFImage", 4, sizeof(CMFImage), 25 + 31, 0}));
     auto const reporter = As<IQZAddMemSizeToStatManager>(image.Get(), IID_IQZAddMemSizeToStatManager);
     EXPECT_EQ(reporter->AddMemSizeToStatManager(1), kOk) << "silent without a hook";
 }

@@ -15,125 +15,69 @@ namespace {
 using namespace qzil::test;
 using namespace qzil::platform;
 
-constexpr std::uint32_t kLimit0 = 4000, kLimit1 = 10000, kLimit2 = 20000;  // the last two become 12288 and 20480
-
-// A pool whose calls say whether the system was asked: the pool's own records are far smaller than any block here.
-class PoolTest : public ::testing::Test {
-protected:
-    void* Take(std::uint32_t size) {
-        AllocationCounter const counter;
-        void* block = nullptr;
-        EXPECT_EQ(m_oPool.AllocateMemory(size, &block), kOk);
-        m_bAskedSystem = counter.Bytes() >= 1000;
-        if (block) std::memset(block, 0xEE, size);
-        return block;
-    }
-    void* TakeFresh(std::uint32_t size) {
-        void* const block = Take(size);
-        EXPECT_TRUE(m_bAskedSystem) << size;
-        return block;
-    }
-    void ExpectKept(std::uint32_t size, void* expected) {
-        EXPECT_EQ(Take(size), expected) << size;
-        EXPECT_FALSE(m_bAskedSystem) << size;
-    }
-    void Release(std::initializer_list<void*> blocks) {
-        for (void* block : blocks) m_oPool.ReleaseMemory(block);
-    }
-
-    qzILMemoryPool m_oPool{2, kLimit0, 1, kLimit1, 1, kLimit2};
-    bool m_bAskedSystem = false;
+struct Block {
+    void* pBlock;
+    std::uint32_t uSize;
 };
 
-TEST_F(PoolTest, RoundsUpToPages) {
-    for (auto const& [size, rounded] :
-         {std::pair{0u, 0u}, {1u, 4096u}, {4096u, 4096u}, {4097u, 8192u}, {40960u, 40960u}}) {
-        EXPECT_EQ(m_oPool.RndUpToPageSize(size), rounded);
+// Random calls against lists of what has to be kept: the newest blocks of each class, as many as its count says and one
+// at least. Blocks of the first class serve their exact size, those of the others any size of as many pages.
+TEST(Pool, KeepsTheNewestBlocksOfEachClass) {
+    constexpr std::uint32_t kLimits[] = {4000, 12288, 20480}, kCounts[] = {2, 1, 0};
+    constexpr std::uint32_t kSizes[] = {2999, 3000,  3001,  4000,  4001,  4096,  4097, 8192,
+                                        8193, 12288, 12289, 16384, 16385, 20480, 20481};
+    qzILMemoryPool pool(kCounts[0], 4000, kCounts[1], 10000, kCounts[2], 20000);
+    std::vector<Block> kept[4], used;
+    used.reserve(16);
+    for (auto& list : kept) list.reserve(16);
+    auto const classOf = [&](std::uint32_t size) { return std::ranges::lower_bound(kLimits, size) - kLimits; };
+    auto const live = LiveBlocks();
+    Random random(5);
+    for (int step = 0; step < 5000; ++step) {
+        if (used.size() == 8 || (random.OneIn(2) && !used.empty())) {
+            auto const released = used.begin() + random.Below(static_cast<int>(used.size()));
+            auto const sizeClass = classOf(released->uSize);
+            pool.ReleaseMemory(released->pBlock);
+            if (sizeClass < 3) {
+                auto& list = kept[sizeClass];
+                list.insert(list.begin(), *released);
+                list.resize(std::min<std::size_t>(list.size(), std::max(kCounts[sizeClass], 1u)));
+            }
+            used.erase(released);
+        } else {
+            std::uint32_t const size = kSizes[random.Below(std::size(kSizes))];
+            auto const sizeClass = classOf(size);
+            std::uint32_t const served = sizeClass == 0 ? size : (size + 4095) / 4096 * 4096;
+            auto& list = kept[sizeClass];
+            auto const hit = std::ranges::find(list, served, &Block::uSize);
+            AllocationCounter const counter;
+            void* block = nullptr;
+            ASSERT_EQ(pool.AllocateMemory(size, &block), kOk);
+            ASSERT_EQ(counter.Bytes() >= 1000, hit == list.end()) << size << " at step " << step;
+            if (hit != list.end()) {
+                ASSERT_EQ(block, hit->pBlock) << size << " at step " << step;
+                list.erase(hit);
+            }
+            ASSERT_TRUE(sizeClass == 0 || reinterpret_cast<std::uintptr_t>(block) % 4096 == 0);
+            std::memset(block, 0xEE, size);
+            used.push_back({block, served});
+        }
+        // A block and its record each; the largest have none.
+        auto const large = std::ranges::count_if(used, [&](Block const& b) { return classOf(b.uSize) == 3; });
+        std::size_t const known = kept[0].size() + kept[1].size() + kept[2].size() + used.size();
+        ASSERT_EQ(LiveBlocks() - live, static_cast<std::int64_t>(2 * known) - large) << "step " << step;
+    }
+    for (Block const& block : used) pool.ReleaseMemory(block.pBlock);
+}
+
+TEST(Pool, RoundsUpToPages) {
+    qzILMemoryPool const pool(1, 4000, 1, 10000, 1, 20000);
+    for (auto const& [size, pages] : {std::pair{0u, 0u}, {1u, 1u}, {4096u, 1u}, {4097u, 2u}, {40960u, 10u}}) {
+        EXPECT_EQ(pool.RndUpToPageSize(size), pages * 4096);
     }
 }
 
-TEST_F(PoolTest, SmallBlocksAreReusedAtTheirExactSizeOnly) {
-    void* const a = TakeFresh(3000);
-    Release({a});
-    void* const b = TakeFresh(3001);
-    void* const c = TakeFresh(2999);
-    ExpectKept(3000, a);
-    Release({a, b, c});
-}
-
-TEST_F(PoolTest, LargeBlocksAreReusedWhenTheirPagesAgree) {
-    void* const a = TakeFresh(4001);
-    Release({a});
-    ExpectKept(4096, a);
-    Release({a});
-    void* const b = TakeFresh(4097);
-    ExpectKept(4050, a);
-    Release({a, b});
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(b) % 4096, 0u);
-}
-
-TEST_F(PoolTest, LimitsAreRoundedToPagesAndSeparateTheClasses) {
-    // One block kept in each of the classes 1 and 2: the kept one of the other class does not get in the way.
-    void* const last1 = TakeFresh(12288);
-    void* const first2 = TakeFresh(12289);
-    Release({last1, first2});
-    ExpectKept(12288, last1);
-    ExpectKept(16384, first2);
-    Release({last1, first2});
-    void* const other1 = TakeFresh(8192);
-    Release({other1});
-    ExpectKept(12289, first2);
-    void* const again1 = TakeFresh(12288);  // pushed out by a block of its own class
-    void* const last2 = TakeFresh(20480);
-    Release({last2});
-    ExpectKept(20480, last2);
-    Release({last2, first2, again1});
-}
-
-TEST_F(PoolTest, KeepsTheNewestUpToItsCount) {
-    void* const a = TakeFresh(3000);
-    void* const b = TakeFresh(3000);
-    void* const c = TakeFresh(3000);
-    auto const live = LiveBlocks();
-    Release({a, b});
-    EXPECT_EQ(LiveBlocks(), live) << "two lists of two records, no block freed";
-    Release({c});
-    EXPECT_LT(LiveBlocks(), live) << "the oldest is gone";
-    ExpectKept(3000, c);
-    ExpectKept(3000, b);
-    void* const fresh = TakeFresh(3000);
-    Release({b, c, fresh});
-}
-
-TEST_F(PoolTest, ACountOfOneLeavesTheMostRecent) {
-    void* const a = TakeFresh(5000);
-    void* const b = TakeFresh(5000);
-    Release({a, b});
-    ExpectKept(5000, b);
-    void* const c = TakeFresh(5000);
-    Release({b, c});
-}
-
-TEST_F(PoolTest, ACountOfNoneStillKeepsTheLastRelease) {
-    qzILMemoryPool pool(0, 4000, 0, 10000, 0, 20000);
-    void *a = nullptr, *again = nullptr;
-    ASSERT_EQ(pool.AllocateMemory(3000, &a), kOk);
-    pool.ReleaseMemory(a);
-    ASSERT_EQ(pool.AllocateMemory(3000, &again), kOk);
-    EXPECT_EQ(again, a);
-    pool.ReleaseMemory(again);
-}
-
-TEST_F(PoolTest, HugeBlocksAreServedAndFreedDirectly) {
-    auto const live = LiveBlocks();
-    void* const a = TakeFresh(20481);
-    EXPECT_EQ(LiveBlocks(), live + 1) << "tracked nowhere";
-    Release({a});
-    EXPECT_EQ(LiveBlocks(), live);
-    Release({TakeFresh(20481)});
-}
-
-TEST_F(PoolTest, ClearingAndTheDestructorFreeWhatIsKept) {
+TEST(Pool, ClearingAndTheDestructorFreeWhatIsKept) {
     auto const live = LiveBlocks();
     {
         qzILMemoryPool pool(1, 4000, 1, 10000, 1, 20000);
@@ -153,89 +97,64 @@ TEST_F(PoolTest, ClearingAndTheDestructorFreeWhatIsKept) {
     EXPECT_EQ(LiveBlocks(), live);
 }
 
-TEST_F(PoolTest, AFailureClearsThePoolAndTriesAgain) {
-    void* const kept = TakeFresh(3000);
-    Release({kept});
+void ClearClasses(qzILMemoryPool& pool) {
+    for (int i = 0; i < qzILMemoryPool::kClasses; ++i) pool.ClearPool(i);
+}
+
+TEST(Pool, AFailureClearsThePoolAndTriesAgain) {
+    qzILMemoryPool pool(2, 4000, 1, 10000, 1, 20000);
+    void* block = nullptr;
     for (std::uint32_t size : {3500u, 8000u, 16000u, 50000u}) {
+        pool.AllocateMemory(3000, &block);
+        pool.ReleaseMemory(block);
         auto const live = LiveBlocks();
-        void* block = nullptr;
-        {
-            AllocationFailure const failure(1);
-            EXPECT_EQ(m_oPool.AllocateMemory(size, &block), kOk) << size;
-            EXPECT_TRUE(failure.Happened());
-        }
+        AllocationFailure const failure(1);
+        EXPECT_EQ(pool.AllocateMemory(size, &block), kOk) << size;
+        EXPECT_TRUE(failure.Happened());
         EXPECT_NE(block, nullptr);
-        EXPECT_LE(LiveBlocks(), live + 2);
-        Release({block});
+        EXPECT_LE(LiveBlocks(), live) << "the block of 3000 bytes is gone";
+        pool.ReleaseMemory(block);
     }
-    Release({TakeFresh(3000)});
     for (std::uint32_t size : {3500u, 8000u, 16000u, 50000u}) {
-        m_oPool.ClearPool(0);
-        m_oPool.ClearPool(1);
-        m_oPool.ClearPool(2);
-        auto const live = LiveBlocks();
         for (std::uint64_t nth : {1u, 2u, 3u}) {
-            void* block = &block;
+            ClearClasses(pool);
+            auto const live = LiveBlocks();
+            block = &block;
             HRESULT result = kOk;
             bool happened = false;
             {
                 AllocationFailure const failure(nth, AllocationFailure::Extent::AllFrom);
-                result = m_oPool.AllocateMemory(size, &block);
+                result = pool.AllocateMemory(size, &block);
                 happened = failure.Happened();
             }
             EXPECT_EQ(result, happened ? kOutOfMemory : kOk) << size << ' ' << nth;
             EXPECT_EQ(block == nullptr, happened);
-            if (happened) {
-                EXPECT_EQ(LiveBlocks(), live) << size << ' ' << nth;
-            }
-            m_oPool.ReleaseMemory(block);
-            for (int c = 0; c < 3; ++c) m_oPool.ClearPool(c);
+            EXPECT_TRUE(!happened || LiveBlocks() == live) << size << ' ' << nth;
+            pool.ReleaseMemory(block);
         }
     }
 }
 
-TEST(ImagePool, IsBuiltAgainAfterItWasCleared) {
-    CMFImage::ClearImagePool();
-    EXPECT_EQ(CMFImage::s_pImageMemoryPool, nullptr);
-    auto const image = MakeImage(MFIF_RGBA_RAW_32, 10, 10);
-    EXPECT_NE(CMFImage::s_pImageMemoryPool, nullptr);
-}
-
 TEST(ImagePool, ASecondFrameOfOneSizeAsksTheSystemForNothing) {
-    for (auto const& [w, h] : {std::pair{64, 64}, {720, 576}, {1920, 1080}, {4096, 3112}}) {
-        { auto const first = MakeImage(MFIF_RGBA_RAW_32, w, h); }
+    // Exact sizes up to 40960 bytes, whole pages above; the object and its records are below 4096.
+    for (auto const& [first, second, asked] : {std::tuple{40928, 40929, true},
+                                               {40930, 45025, false},
+                                               {64 * 64 * 4, 64 * 64 * 4, false},
+                                               {720 * 2304, 720 * 2304, false},
+                                               {4096 * 3112 * 4, 4096 * 3112 * 4, false}}) {
+        { auto const image = MakeImage(MFIF_MONO_RAW_8, first, 1); }
         AllocationCounter const counter;
-        auto const second = MakeImage(MFIF_RGBA_RAW_32, w, h);
-        EXPECT_LT(counter.Bytes(), 4096u) << w << ": the object and its records, no pixels";
-        EXPECT_TRUE(second);
+        EXPECT_TRUE(MakeImage(MFIF_MONO_RAW_8, second, 1));
+        EXPECT_EQ(counter.Bytes() >= 4096, asked) << first;
     }
-}
-
-TEST(ImagePool, LimitsOfTheImagesPool) {
-    auto const askedFor = [](std::uint32_t first, std::uint32_t second) {
-        auto& pool = *CMFImage::s_pImageMemoryPool;
-        void* block = nullptr;
-        pool.AllocateMemory(first, &block);
-        pool.ReleaseMemory(block);
-        AllocationCounter const counter;
-        pool.AllocateMemory(second, &block);
-        pool.ReleaseMemory(block);
-        return counter.Bytes() >= second;
-    };
-    auto const image = MakeImage(MFIF_MONO_RAW_8, 1, 1);
-    EXPECT_TRUE(askedFor(40959, 40960)) << "exact sizes up to 40960";
-    EXPECT_FALSE(askedFor(40961, 45056)) << "whole pages above";
-    EXPECT_FALSE(askedFor(0x2000000, 0x2000000));
-    for (int c = 0; c < 3; ++c) CMFImage::s_pImageMemoryPool->ClearPool(c);
+    ClearClasses(*CMFImage::s_pImageMemoryPool);
 }
 
 // Runs an action with its 1st, 2nd, ... allocation and all behind it refused, until it needs no more.
 template <class Action>
 void WithEachFailure(Action action) {
     for (std::uint64_t nth = 1; nth < 100; ++nth) {
-        if (auto* const pool = CMFImage::s_pImageMemoryPool) {
-            for (int c = 0; c < 3; ++c) pool->ClearPool(c);
-        }
+        if (auto* const pool = CMFImage::s_pImageMemoryPool) ClearClasses(*pool);
         auto const live = LiveBlocks();
         bool happened = false;
         HRESULT result = kOk;
@@ -259,51 +178,46 @@ void WithEachFailure(Action action) {
     FAIL() << "never ran without a refusal";
 }
 
-TEST(AllocationFailures, CreateGivesOutOfMemory) {
-    int refused = 0;
+/// The same, where out of memory is the only failure.
+template <class Action>
+void ExpectOutOfMemory(Action action) {
     WithEachFailure([&](void** out) {
-        HRESULT const result = qzILCreateAndAllocImage(nullptr, IID_IXFImage, 100, 200, MFIF_RGBA_RAW_32, out);
-        if (result != kOk) {
-            EXPECT_EQ(result, kOutOfMemory);
-            ++refused;
-        }
+        HRESULT const result = action(out);
+        EXPECT_TRUE(result == kOk || result == kOutOfMemory) << result;
         return result;
     });
-    EXPECT_GE(refused, 2) << "object and pixels";
+}
+
+TEST(AllocationFailures, CreateGivesOutOfMemory) {
     CMFImage::ClearImagePool();
-    {
-        AllocationFailure const failure(1, AllocationFailure::Extent::AllFrom);
+    EXPECT_EQ(CMFImage::s_pImageMemoryPool, nullptr);
+    // The object, then the pool itself.
+    for (std::uint64_t nth : {1u, 2u}) {
+        AllocationFailure const failure(nth, AllocationFailure::Extent::AllFrom);
         void* out = nullptr;
         EXPECT_EQ(qzILCreateImage(nullptr, IID_IXFImage, &out), kOutOfMemory);
     }
-    {
-        AllocationFailure const failure(2, AllocationFailure::Extent::AllFrom);
-        void* out = nullptr;
-        EXPECT_EQ(qzILCreateImage(nullptr, IID_IXFImage, &out), kOutOfMemory) << "the pool itself";
-    }
     EXPECT_TRUE(MakeImage(MFIF_RGBA_RAW_32, 4, 4));
+    EXPECT_NE(CMFImage::s_pImageMemoryPool, nullptr) << "built again";
+    int refused = 0;
+    ExpectOutOfMemory([&](void** out) {
+        HRESULT const result = qzILCreateAndAllocImage(nullptr, IID_IXFImage, 100, 200, MFIF_RGBA_RAW_32, out);
+        refused += result != kOk;
+        return result;
+    });
+    EXPECT_GE(refused, 2) << "object and pixels";
 }
 
 TEST(AllocationFailures, CloneAndCopyStayConsistent) {
     auto const source = MakeRandomImage(MFIF_CbYCrYA_24, 120, 90, 3);
     auto const clone = As<IXFImageClone>(source.Get(), IID_IXFImageClone);
-    WithEachFailure([&](void** out) {
-        HRESULT const result = clone->CloneNoData(IID_IXFImage, out);
-        if (result != kOk) {
-            EXPECT_EQ(result, kOutOfMemory);
-        }
-        return result;
-    });
-    WithEachFailure([&](void** out) {
+    ExpectOutOfMemory([&](void** out) { return clone->CloneNoData(IID_IXFImage, out); });
+    ExpectOutOfMemory([&](void** out) {
         HRESULT const result = clone->Clone(IID_IXFImage, out);
+        if (result != kOk) return result;
         // A clone whose pixels could not be had is handed out without them.
-        if (result != kOk) {
-            EXPECT_EQ(result, kOutOfMemory);
-        }
-        if (result == kOk) {
-            auto const bytes = Bytes(static_cast<IXFImage*>(*out));
-            EXPECT_TRUE(bytes.empty() || !FirstDifference(bytes, Bytes(source)));
-        }
+        auto const bytes = Bytes(static_cast<IXFImage*>(*out));
+        EXPECT_TRUE(bytes.empty() || !FirstDifference(bytes, Bytes(source)));
         return result;
     });
     std::vector<unsigned char> const before(Bytes(source).begin(), Bytes(source).end());
@@ -311,19 +225,14 @@ TEST(AllocationFailures, CloneAndCopyStayConsistent) {
     qzILVector2l const offset(2, 1);
     WithEachFailure([&](void**) {
         HRESULT const result = qzILCopyImage(source.Get(), source.Get(), &region, &offset, 0);
-        if (result != kOk) {
-            EXPECT_EQ(DescribeDifference(before, Bytes(source)), "") << "untouched";
-        }
+        EXPECT_TRUE(result == kOk || !FirstDifference(before, Bytes(source))) << "untouched";
         return result;
     });
     auto const target = MakeRandomImage(MFIF_MONO_RAW_8, 4, 4, 1);
     WithEachFailure([&](void**) {
         HRESULT const result = target->CopyFrom(source.Get());
-        if (result != kOk) {
-            EXPECT_EQ(result, kOutOfMemory);
-            EXPECT_TRUE(Bytes(target).empty());
-            target->Allocate(0, 0);
-        }
+        EXPECT_TRUE(result == kOk || (result == kOutOfMemory && Bytes(target).empty())) << result;
+        if (result != kOk) target->Allocate(0, 0);
         return kOk;
     });
     EXPECT_EQ(target->IsEqual(source.Get()), 0);
@@ -331,7 +240,7 @@ TEST(AllocationFailures, CloneAndCopyStayConsistent) {
 
 TEST(AllocationFailures, AllocateLoadAndRegionsGiveTheirCodes) {
     auto const image = MakeRandomImage(MFIF_RGBA_RAW_32, 8, 8, 1);
-    for (int c = 0; c < 3; ++c) CMFImage::s_pImageMemoryPool->ClearPool(c);
+    ClearClasses(*CMFImage::s_pImageMemoryPool);
     unsigned char buffer[4];
     {
         AllocationFailure const failure(1, AllocationFailure::Extent::AllFrom);

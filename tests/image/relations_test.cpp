@@ -68,25 +68,20 @@ TEST(Relations, PrecisionComparesChannelSizes) {
 }
 
 TEST(Relations, WorkingRgbFormat) {
-    Pairs const s2_14{
-        {MFIF_CbYCrY_S2_14, {}},         {MFIF_CbYCrYA_S2_14, {}},   {MFIF_CbYCrY709_S2_14, {}},
-        {MFIF_CbYCrY709A_S2_14, {}},     {MFIF_MONO_S2_14, {}},      {MFIF_CbYCrA_S2_14_4444, {}},
-        {MFIF_CbYCr709A_S2_14_4444, {}}, {MFIF_CbYCrY_10_6, {}},     {MFIF_CbYCrY709_10_6, {}},
-        {MFIF_CbYCrYA_10_6, {}},         {MFIF_CbYCrY709A_10_6, {}},
-    };
-    Pairs const floats{
-        {MFIF_CbYCrY_FLOAT, {}},      {MFIF_CbYCrYA_FLOAT, {}},        {MFIF_CbYCrY709_FLOAT, {}},
-        {MFIF_CbYCrY709A_FLOAT, {}},  {MFIF_MONO_FLOAT, {}},           {MFIF_MONO_FLOAT_BU, {}},
-        {MFIF_CbYCrA_FLOAT_4444, {}}, {MFIF_CbYCr709A_FLOAT_4444, {}},
-    };
+    std::vector<GUID> const s2_14{MFIF_CbYCrY_S2_14,         MFIF_CbYCrYA_S2_14,  MFIF_CbYCrY709_S2_14,
+                                  MFIF_CbYCrY709A_S2_14,     MFIF_MONO_S2_14,     MFIF_CbYCrA_S2_14_4444,
+                                  MFIF_CbYCr709A_S2_14_4444, MFIF_CbYCrY_10_6,    MFIF_CbYCrY709_10_6,
+                                  MFIF_CbYCrYA_10_6,         MFIF_CbYCrY709A_10_6};
+    std::vector<GUID> const floats{MFIF_CbYCrY_FLOAT,      MFIF_CbYCrYA_FLOAT,       MFIF_CbYCrY709_FLOAT,
+                                   MFIF_CbYCrY709A_FLOAT,  MFIF_MONO_FLOAT,          MFIF_MONO_FLOAT_BU,
+                                   MFIF_CbYCrA_FLOAT_4444, MFIF_CbYCr709A_FLOAT_4444};
     for (auto const& row : kFormatRows) {
         GUID result = kUnknown;
-        bool const isRgb = qzILFindAssociateRGBImageFormat(row.oNamed, &result);
-        EXPECT_EQ(isRgb, row.Is('R')) << row.pName;
-        GUID const expected = row.Is('R')                   ? row.oNamed
-                              : floats.contains(row.oNamed) ? MFIF_RGBA_FLOAT
-                              : s2_14.contains(row.oNamed)  ? MFIF_RGBA_S2_14
-                                                            : MFIF_RGBA_RAW_32;
+        EXPECT_EQ(qzILFindAssociateRGBImageFormat(row.oNamed, &result), row.Is('R')) << row.pName;
+        GUID const expected = row.Is('R')                          ? row.oNamed
+                              : qzil::Contains(floats, row.oNamed) ? MFIF_RGBA_FLOAT
+                              : qzil::Contains(s2_14, row.oNamed)  ? MFIF_RGBA_S2_14
+                                                                   : MFIF_RGBA_RAW_32;
         EXPECT_EQ(result, expected) << row.pName;
     }
 }
@@ -110,39 +105,40 @@ TEST(Relations, WorkingYccFormat) {
     }
 }
 
+/// Rows that lead several formats to one.
+Pairs Rows(std::initializer_list<std::pair<std::vector<GUID>, GUID>> lists) {
+    Pairs rows;
+    for (auto const& [from, to] : lists) {
+        for (GUID const& format : from) rows.emplace(format, to);
+    }
+    return rows;
+}
+
 Pairs const& WithAlphaRows() {
-    static Pairs const l_oRows{
-        {MFIF_RGB_RAW_24, MFIF_RGBA_RAW_32},
-        {MFIF_RGB_S2_14, MFIF_RGBA_S2_14},
-        {MFIF_RGB_FLOAT, MFIF_RGBA_FLOAT},
-        {MFIF_RGB_FLOAT_BU, MFIF_RGBA_FLOAT_BU},
-        {MFIF_CbYCrY_16, MFIF_CbYCrYA_24},
-        {MFIF_CbYCrY_16_SF_TFL, MFIF_CbYCrYA_24},
-        {MFIF_CbYCrY_16_SF_TFF, MFIF_CbYCrYA_24},
-        {MFIF_CbYCrY709_16, MFIF_CbYCrY709A_24},
-        {MFIF_CbYCrY709_16_SF_TFL, MFIF_CbYCrY709A_24},
-        {MFIF_CbYCrY709_16_SF_TFF, MFIF_CbYCrY709A_24},
-        {MFIF_CbYCrY_16_FR, MFIF_CbYCrYA_24_FR},
-        {MFIF_CbYCrY709_16_FR, MFIF_CbYCrY709A_24_FR},
-        {MFIF_CbYCrY_S2_14, MFIF_CbYCrYA_S2_14},
-        {MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709A_S2_14},
-        {MFIF_CbYCrY_FLOAT, MFIF_CbYCrYA_FLOAT},
-        {MFIF_CbYCrY709_FLOAT, MFIF_CbYCrY709A_FLOAT},
-        {MFIF_CbYCrY_20, MFIF_CbYCrYA_30},
-        {MFIF_CbYCrY709_20, MFIF_CbYCrY709A_30},
-        {MFIF_CbYCrY_20_FR, MFIF_CbYCrYA_30_FR},
-        {MFIF_CbYCrY709_20_FR, MFIF_CbYCrY709A_30_FR},
-        {MFIF_CbYCrY_10_6, MFIF_CbYCrYA_10_6},
-        {MFIF_CbYCrY709_10_6, MFIF_CbYCrY709A_10_6},
-        {MFIF_CbYCrY_10_6_FR, MFIF_CbYCrYA_10_6_FR},
-        {MFIF_CbYCrY709_10_6_FR, MFIF_CbYCrY709A_10_6_FR},
-        {MFIF_YCC_422_16, MFIF_YCCA_24},
-        {MFIF_YCC_422_16_SF_NTSC, MFIF_YCCA_24},
-        {MFIF_YCC_422_16_SF_PAL, MFIF_YCCA_24},
-        {MFIF_YCC709_422_16, MFIF_YCC709A_24},
-        {MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709A_24},
-        {MFIF_YCC709_422_16_SF_ODD, MFIF_YCC709A_24},
-    };
+    static Pairs const l_oRows = Rows({
+        {{MFIF_RGB_RAW_24}, MFIF_RGBA_RAW_32},
+        {{MFIF_RGB_S2_14}, MFIF_RGBA_S2_14},
+        {{MFIF_RGB_FLOAT}, MFIF_RGBA_FLOAT},
+        {{MFIF_RGB_FLOAT_BU}, MFIF_RGBA_FLOAT_BU},
+        {{MFIF_CbYCrY_16, MFIF_CbYCrY_16_SF_TFL, MFIF_CbYCrY_16_SF_TFF}, MFIF_CbYCrYA_24},
+        {{MFIF_CbYCrY709_16, MFIF_CbYCrY709_16_SF_TFL, MFIF_CbYCrY709_16_SF_TFF}, MFIF_CbYCrY709A_24},
+        {{MFIF_CbYCrY_16_FR}, MFIF_CbYCrYA_24_FR},
+        {{MFIF_CbYCrY709_16_FR}, MFIF_CbYCrY709A_24_FR},
+        {{MFIF_CbYCrY_S2_14}, MFIF_CbYCrYA_S2_14},
+        {{MFIF_CbYCrY709_S2_14}, MFIF_CbYCrY709A_S2_14},
+        {{MFIF_CbYCrY_FLOAT}, MFIF_CbYCrYA_FLOAT},
+        {{MFIF_CbYCrY709_FLOAT}, MFIF_CbYCrY709A_FLOAT},
+        {{MFIF_CbYCrY_20}, MFIF_CbYCrYA_30},
+        {{MFIF_CbYCrY709_20}, MFIF_CbYCrY709A_30},
+        {{MFIF_CbYCrY_20_FR}, MFIF_CbYCrYA_30_FR},
+        {{MFIF_CbYCrY709_20_FR}, MFIF_CbYCrY709A_30_FR},
+        {{MFIF_CbYCrY_10_6}, MFIF_CbYCrYA_10_6},
+        {{MFIF_CbYCrY709_10_6}, MFIF_CbYCrY709A_10_6},
+        {{MFIF_CbYCrY_10_6_FR}, MFIF_CbYCrYA_10_6_FR},
+        {{MFIF_CbYCrY709_10_6_FR}, MFIF_CbYCrY709A_10_6_FR},
+        {{MFIF_YCC_422_16, MFIF_YCC_422_16_SF_NTSC, MFIF_YCC_422_16_SF_PAL}, MFIF_YCCA_24},
+        {{MFIF_YCC709_422_16, MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709_422_16_SF_ODD}, MFIF_YCC709A_24},
+    });
     return l_oRows;
 }
 
@@ -150,69 +146,56 @@ TEST(Relations, SiblingWithAlpha) {
     ExpectTable(qzILFindAssociateImageFormatWithAlpha, WithAlphaRows(), IsFormatWithAlpha);
 }
 
-TEST(Relations, SiblingWithoutAlpha) {
+/// The way back; interlaced siblings lie on no way back.
+Pairs WithoutAlphaRows() {
     Pairs rows;
     for (auto const& [without, with] : WithAlphaRows()) {
         if (!IsFormatSplitField(without)) rows.emplace(with, without);
     }
-    ExpectTable(qzILFindAssociateImageFormatWithoutAlpha, rows,
+    return rows;
+}
+
+TEST(Relations, SiblingWithoutAlpha) {
+    ExpectTable(qzILFindAssociateImageFormatWithoutAlpha, WithoutAlphaRows(),
                 [](GUID const& format) { return !IsFormatWithAlpha(format); });
 }
 
 TEST(Relations, LowerPrecision) {
-    Pairs const rows{
-        {MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14},
-        {MFIF_RGBA_FLOAT_BU, MFIF_RGBA_S2_14},
-        {MFIF_RGBA_S2_14, MFIF_RGBA_RAW_32},
-        {MFIF_MONO_FLOAT, MFIF_MONO_S2_14},
-        {MFIF_MONO_S2_14, MFIF_MONO_RAW_8},
-        {MFIF_CbYCrY_FLOAT, MFIF_CbYCrY_S2_14},
-        {MFIF_CbYCrYA_FLOAT, MFIF_CbYCrYA_S2_14},
-        {MFIF_CbYCrY709_FLOAT, MFIF_CbYCrY709_S2_14},
-        {MFIF_CbYCrY709A_FLOAT, MFIF_CbYCrY709A_S2_14},
-        {MFIF_CbYCrY_S2_14, MFIF_CbYCrY_16},
-        {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16},
-        {MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709_16},
-        {MFIF_CbYCrY709_10_6, MFIF_CbYCrY709_16},
-        {MFIF_CbYCrYA_S2_14, MFIF_CbYCrYA_24},
-        {MFIF_CbYCrYA_10_6, MFIF_CbYCrYA_24},
-        {MFIF_CbYCrY709A_S2_14, MFIF_CbYCrY709A_24},
-        {MFIF_CbYCrY709A_10_6, MFIF_CbYCrY709A_24},
-        {MFIF_CbYCrA_10_6_4444, MFIF_CbYCrA_8_4444},
-        {MFIF_CbYCr709A_10_6_4444, MFIF_CbYCr709A_8_4444},
-    };
+    Pairs const rows = Rows({
+        {{MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT_BU}, MFIF_RGBA_S2_14},
+        {{MFIF_RGBA_S2_14}, MFIF_RGBA_RAW_32},
+        {{MFIF_MONO_FLOAT}, MFIF_MONO_S2_14},
+        {{MFIF_MONO_S2_14}, MFIF_MONO_RAW_8},
+        {{MFIF_CbYCrY_FLOAT}, MFIF_CbYCrY_S2_14},
+        {{MFIF_CbYCrYA_FLOAT}, MFIF_CbYCrYA_S2_14},
+        {{MFIF_CbYCrY709_FLOAT}, MFIF_CbYCrY709_S2_14},
+        {{MFIF_CbYCrY709A_FLOAT}, MFIF_CbYCrY709A_S2_14},
+        {{MFIF_CbYCrY_S2_14, MFIF_CbYCrY_10_6}, MFIF_CbYCrY_16},
+        {{MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709_10_6}, MFIF_CbYCrY709_16},
+        {{MFIF_CbYCrYA_S2_14, MFIF_CbYCrYA_10_6}, MFIF_CbYCrYA_24},
+        {{MFIF_CbYCrY709A_S2_14, MFIF_CbYCrY709A_10_6}, MFIF_CbYCrY709A_24},
+        {{MFIF_CbYCrA_10_6_4444}, MFIF_CbYCrA_8_4444},
+        {{MFIF_CbYCr709A_10_6_4444}, MFIF_CbYCr709A_8_4444},
+    });
     ExpectTable(qzILFindAssociateImageFormatWithLowerPrecision, rows, [](GUID const&) { return false; });
 }
 
-Pairs const& ChromaFirstRows() {
-    static Pairs const l_oRows{
-        {MFIF_YCC_422_16, MFIF_CbYCrY_16},
-        {MFIF_YCC_422_16_SF_NTSC, MFIF_CbYCrY_16_SF_TFL},
-        {MFIF_YCC_422_16_SF_PAL, MFIF_CbYCrY_16_SF_TFF},
-        {MFIF_YCC709_422_16, MFIF_CbYCrY709_16},
-        {MFIF_YCC709_422_16_SF_EVEN, MFIF_CbYCrY709_16_SF_TFL},
-        {MFIF_YCC709_422_16_SF_ODD, MFIF_CbYCrY709_16_SF_TFF},
-    };
-    return l_oRows;
-}
-
 TEST(Relations, ChromaFirst) {
-    ExpectTable(qzILFindAssociateAltYUVImageFormat, ChromaFirstRows(),
-                [](GUID const& format) { return IsFormatAlternateYUV(format) || !IsFormatYCC(format); });
-}
-
-TEST(Relations, ChromaFirstAndNotSplitField) {
-    Pairs rows = ChromaFirstRows();
-    for (GUID const& format :
-         {MFIF_YCC_422_16_SF_NTSC, MFIF_YCC_422_16_SF_PAL, MFIF_CbYCrY_16_SF_TFL, MFIF_CbYCrY_16_SF_TFF}) {
-        rows[format] = MFIF_CbYCrY_16;
-    }
-    for (GUID const& format :
-         {MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709_422_16_SF_ODD, MFIF_CbYCrY709_16_SF_TFL, MFIF_CbYCrY709_16_SF_TFF}) {
-        rows[format] = MFIF_CbYCrY709_16;
-    }
-    ExpectTable(qzILFindAssociateAltYUVNonSFImageFormat, rows,
-                [](GUID const& format) { return IsFormatAlternateYUV(format) || !IsFormatYCC(format); });
+    auto const serves = [](GUID const& format) { return IsFormatAlternateYUV(format) || !IsFormatYCC(format); };
+    Pairs rows = Rows({{{MFIF_YCC_422_16}, MFIF_CbYCrY_16},
+                       {{MFIF_YCC_422_16_SF_NTSC}, MFIF_CbYCrY_16_SF_TFL},
+                       {{MFIF_YCC_422_16_SF_PAL}, MFIF_CbYCrY_16_SF_TFF},
+                       {{MFIF_YCC709_422_16}, MFIF_CbYCrY709_16},
+                       {{MFIF_YCC709_422_16_SF_EVEN}, MFIF_CbYCrY709_16_SF_TFL},
+                       {{MFIF_YCC709_422_16_SF_ODD}, MFIF_CbYCrY709_16_SF_TFF}});
+    ExpectTable(qzILFindAssociateAltYUVImageFormat, rows, serves);
+    rows = Rows({{{MFIF_YCC_422_16, MFIF_YCC_422_16_SF_NTSC, MFIF_YCC_422_16_SF_PAL, MFIF_CbYCrY_16_SF_TFL,
+                   MFIF_CbYCrY_16_SF_TFF},
+                  MFIF_CbYCrY_16},
+                 {{MFIF_YCC709_422_16, MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709_422_16_SF_ODD, MFIF_CbYCrY709_16_SF_TFL,
+                   MFIF_CbYCrY709_16_SF_TFF},
+                  MFIF_CbYCrY709_16}});
+    ExpectTable(qzILFindAssociateAltYUVNonSFImageFormat, rows, serves);
 }
 
 template <XFChannelType kType>
@@ -246,39 +229,29 @@ TEST(Relations, FamilyAtAChannelType) {
     ExpectAnswer(AtType<2>, MFIF_CbYCrYA_30, 0, MFIF_CbYCrY_16);
 }
 
+// The colour plane of a YCC format is its sibling without alpha; the alpha plane is mono and as deep.
 TEST(Relations, PlanesOfASeparateAlphaFormat) {
-    struct Planes {
-        GUID oColor, oAlpha;
-    };
-    std::map<GUID, Planes> const rows{
-        {MFIF_CbYCrYA_24, {MFIF_CbYCrY_16, MFIF_MONO_RAW_8_TD}},
-        {MFIF_CbYCrY709A_24, {MFIF_CbYCrY709_16, MFIF_MONO_RAW_8_TD}},
-        {MFIF_CbYCrYA_24_FR, {MFIF_CbYCrY_16_FR, MFIF_MONO_RAW_8_TD}},
-        {MFIF_CbYCrY709A_24_FR, {MFIF_CbYCrY709_16_FR, MFIF_MONO_RAW_8_TD}},
-        {MFIF_YCCA_24, {MFIF_YCC_422_16, MFIF_MONO_RAW_8_TD}},
-        {MFIF_YCC709A_24, {MFIF_YCC709_422_16, MFIF_MONO_RAW_8_TD}},
-        {MFIF_CbYCrYA_S2_14, {MFIF_CbYCrY_S2_14, MFIF_MONO_S2_14}},
-        {MFIF_CbYCrY709A_S2_14, {MFIF_CbYCrY709_S2_14, MFIF_MONO_S2_14}},
-        {MFIF_CbYCrYA_FLOAT, {MFIF_CbYCrY_FLOAT, MFIF_MONO_FLOAT}},
-        {MFIF_CbYCrY709A_FLOAT, {MFIF_CbYCrY709_FLOAT, MFIF_MONO_FLOAT}},
-        {MFIF_CbYCrYA_30, {MFIF_CbYCrY_20, MFIF_MONO_RAW_10}},
-        {MFIF_CbYCrY709A_30, {MFIF_CbYCrY709_20, MFIF_MONO_RAW_10}},
-        {MFIF_CbYCrYA_30_FR, {MFIF_CbYCrY_20_FR, MFIF_MONO_RAW_10}},
-        {MFIF_CbYCrY709A_30_FR, {MFIF_CbYCrY709_20_FR, MFIF_MONO_RAW_10}},
-        {MFIF_CbYCrYA_10_6, {MFIF_CbYCrY_10_6, MFIF_MONO_RAW_16_TD}},
-        {MFIF_CbYCrY709A_10_6, {MFIF_CbYCrY709_10_6, MFIF_MONO_RAW_16_TD}},
-        {MFIF_CbYCrYA_10_6_FR, {MFIF_CbYCrY_10_6_FR, MFIF_MONO_RAW_16_TD}},
-        {MFIF_CbYCrY709A_10_6_FR, {MFIF_CbYCrY709_10_6_FR, MFIF_MONO_RAW_16_TD}},
-    };
-    ASSERT_EQ(rows.size(), 18u);
-    for (GUID const& format : EveryFormat()) {
-        auto const row = rows.find(format);
-        GUID color = kUnknown;
-        GUID alpha = kUnknown;
-        EXPECT_EQ(qzILSplitYCCAImageFormat(format, &color, &alpha), row == rows.end() ? kFailure : 0) << NameOf(format);
-        EXPECT_EQ(color, row == rows.end() ? GUID_NULL : row->second.oColor) << NameOf(format);
-        EXPECT_EQ(alpha, row == rows.end() ? GUID_NULL : row->second.oAlpha) << NameOf(format);
+    Pairs const siblings = WithoutAlphaRows();
+    int split = 0;
+    for (auto const& row : kFormatRows) {
+        auto const sibling = siblings.find(row.oNamed);
+        bool const splits = row.Is('Y') && sibling != siblings.end();
+        GUID const mono = row.Is('s')                                                     ? MFIF_MONO_S2_14
+                          : row.Is('f')                                                   ? MFIF_MONO_FLOAT
+                          : std::string_view(row.pName).find("_30") != std::string::npos  ? MFIF_MONO_RAW_10
+                          : std::string_view(row.pName).find("10_6") != std::string::npos ? MFIF_MONO_RAW_16_TD
+                                                                                          : MFIF_MONO_RAW_8_TD;
+        GUID color = kUnknown, alpha = kUnknown;
+        EXPECT_EQ(qzILSplitYCCAImageFormat(row.oNamed, &color, &alpha), splits ? 0 : kFailure) << row.pName;
+        EXPECT_EQ(color, splits ? sibling->second : GUID_NULL) << row.pName;
+        EXPECT_EQ(alpha, splits ? mono : GUID_NULL) << row.pName;
+        split += splits;
     }
+    EXPECT_EQ(split, 18);
+    GUID color = kUnknown, alpha = kUnknown;
+    EXPECT_EQ(qzILSplitYCCAImageFormat(kUnknown, &color, &alpha), kFailure);
+    EXPECT_EQ(color, GUID_NULL);
+    EXPECT_EQ(alpha, GUID_NULL);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "qzil/platform/stream.h"
 
-#include "qzil/image/image.h"
-#include "qzil/image/image_ops.h"
+#include "image/image_questions.h"
 #include "support/failing_stream.h"
 #include "support/picture.h"
 
@@ -15,7 +14,6 @@ namespace {
 
 using namespace qzil::test;
 using namespace qzil::platform;
-using Image = Ref<IXFImage>;
 using Stream = Ref<IStream>;
 using ByteVector = std::vector<unsigned char>;
 constexpr HRESULT kBroken = Result(0x80030001);
@@ -43,26 +41,6 @@ Ref<IPersistStream> Persist(Image const& image) {
     return As<IPersistStream>(image.Get(), IID_IPersistStream);
 }
 
-Image NewImage() {
-    Image image;
-    EXPECT_EQ(qzILCreateImage(nullptr, IID_IXFImage, image.Out()), kOk);
-    return image;
-}
-
-Image Described() {
-    auto image = MakeRandomImage(MFIF_CbYCrYA_24, 6, 5, 12);
-    image->SetSize(2.5, 3.5);
-    image->SetPos(-4.5, 5.5);
-    image->SetOriginalRes(7, -8);
-    image->SetCompress(1);
-    image->SetNumChannels(11);
-    image->SetAllAttributes(0xC0FFEE01);
-    auto const frame = As<IXFImageHeaderFooter>(image.Get(), IID_IXFImageHeaderFooter);
-    frame->SetHeaderSize(33);
-    frame->SetFooterSize(44);
-    return image;
-}
-
 ByteVector Saved(Image const& image) {
     auto const stream = MemoryStream();
     EXPECT_EQ(Persist(image)->Save(stream.Get(), 1), kOk);
@@ -83,9 +61,7 @@ void Put(ByteVector& bytes, std::size_t offset, T value) {
 
 void ExpectEmpty(Image const& image) {
     EXPECT_EQ(image->IsEqual(NewImage().Get()), 0);
-    void* pixels = &pixels;
-    image->GetPixelArray(&pixels);
-    EXPECT_EQ(pixels, nullptr);
+    EXPECT_EQ(PixelsOf(image), nullptr);
 }
 
 TEST(Save, PutsEveryFieldAtItsPlace) {
@@ -95,7 +71,7 @@ TEST(Save, PutsEveryFieldAtItsPlace) {
     constexpr unsigned char kFormat[16] = {0x08, 0xbb, 0x99, 0xc2, 0x6d, 0xf4, 0xd3, 0x11,
                                            0xa2, 0x96, 0x08, 0x00, 0x36, 0x04, 0x43, 0xca};
     EXPECT_EQ(std::memcmp(bytes.data(), kFormat, 16), 0);
-    std::uint32_t const words[][2] = {{16, 6},  {20, 5}, {56, 11},         {60, 2},          {64, 1},  {68, 1}, {72, 3},
+    std::uint32_t const words[][2] = {{16, 6},  {20, 5}, {56, 11},         {60, 32},         {64, 1},  {68, 1}, {72, 3},
                                       {76, 90}, {80, 7}, {84, 0xFFFFFFF8}, {88, 0xC0FFEE01}, {92, 33}, {96, 44}};
     for (auto const& [offset, value] : words) EXPECT_EQ(At<std::uint32_t>(bytes, offset), value) << offset;
     double const reals[] = {2.5, 3.5, -4.5, 5.5};
@@ -113,26 +89,13 @@ TEST(Save, PutsEveryFieldAtItsPlace) {
 
 TEST(Load, GivesBackWhatWasSaved) {
     auto const image = Described(), loaded = MakeRandomImage(MFIF_RGBA_FLOAT, 9, 9, 1);
-    auto const stream = MemoryStream(Saved(image));
-    ASSERT_EQ(Persist(loaded)->Load(stream.Get()), kOk);
-    EXPECT_EQ(loaded->IsEqual(image.Get()), 0);
-    unsigned header = 0, footer = 0;
-    auto const frame = As<IXFImageHeaderFooter>(loaded.Get(), IID_IXFImageHeaderFooter);
-    frame->GetHeaderSize(&header);
-    frame->GetFooterSize(&footer);
-    EXPECT_EQ(header, 33u);
-    EXPECT_EQ(footer, 44u);
-}
-
-TEST(Load, IgnoresTheStoredArraySize) {
-    auto const image = Described();
-    for (std::uint32_t wrong : {0u, 1u, 91u, 0xFFFFFFFFu}) {
+    for (std::uint32_t arraySize : {90u, 0u, 1u, 91u, 0xFFFFFFFFu}) {  // read, and not believed
         ByteVector bytes = Saved(image);
-        Put(bytes, 76, wrong);
-        auto const loaded = NewImage();
+        Put(bytes, 76, arraySize);
         ASSERT_EQ(Persist(loaded)->Load(MemoryStream(bytes).Get()), kOk);
-        EXPECT_EQ(loaded->IsEqual(image.Get()), 0) << wrong;
+        EXPECT_EQ(loaded->IsEqual(image.Get()), 0) << arraySize;
     }
+    EXPECT_EQ(FrameOf(loaded), (Frame{33, 44}));
 }
 
 TEST(Persist, RefusesNullExternalPixelsAndUserData) {
@@ -182,18 +145,17 @@ TEST(Load, ShortStreamsAreNotFailures) {
         ByteVector const cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
         auto const loaded = MakeRandomImage(MFIF_RGBA_RAW_32, 3, 3, 1);
         ASSERT_EQ(Persist(loaded)->Load(MemoryStream(cut).Get()), kOk) << length;
-        int w = 0, h = 0;
-        unsigned pixelSize = 0, header = 9, attributes = 9;
-        loaded->GetRes(&w, &h);
+        Size const size = ResOf(loaded);
+        unsigned pixelSize = 0, attributes = 9;
         loaded->GetPixelSize(&pixelSize);
-        ASSERT_EQ(Bytes(loaded).size(), static_cast<unsigned>(w * h) * pixelSize) << length;
+        ASSERT_EQ(Bytes(loaded).size(), static_cast<unsigned>(size.iWidth * size.iHeight) * pixelSize) << length;
         if (length >= 76) {
             ASSERT_EQ(Bytes(loaded).size(), 90u) << length;
         }
-        As<IXFImageHeaderFooter>(loaded.Get(), IID_IXFImageHeaderFooter)->GetHeaderSize(&header);
         loaded->GetAllAttributes(&attributes);
         ASSERT_EQ(attributes, length >= 92 ? 0xC0FFEE01u : length > 88 ? attributes : 0u) << length;
-        ASSERT_EQ(header, length > 92 ? 33u : 0u) << "at " << length << " of the stream it starts at 0";
+        ASSERT_EQ(FrameOf(loaded).uHeader, length > 92 ? 33u : 0u)
+            << "at " << length << " of the stream it starts at 0";
     }
 }
 

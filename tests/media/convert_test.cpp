@@ -21,27 +21,22 @@ TEST(Convert, EveryReachableFormatShowsThePicture) {
             pOut[3] = 255;
         }
     }
+    auto const luma = [](unsigned char const* p) { return 0.299 * p[0] + 0.587 * p[1] + 0.114 * p[2]; };
     int reached = 0;
     for (NamedFormat const& known : AllFormats()) {
-        GUID const& format = known.oFormat;
-        if (!HoldsPictures(format)) continue;
-        SCOPED_TRACE(known.pName);
+        if (!HoldsPictures(known.oFormat)) continue;
         ++reached;
         // Through 16-bit, float and grey pictures back to 8 bits.
-        Picture const shown = FromImage(*ToImage(source, format).Get());
+        Picture const shown = FromImage(*ToImage(source, known.oFormat).Get());
         Picture const back = FromImage(*ToImage(shown, MFIF_RGBA_RAW_32).Get());
-        ASSERT_EQ(back.iWidth, 16);
-        double worst = 0.0;
+        ASSERT_EQ(back.oBytes.size(), source.oBytes.size());
         for (std::size_t i = 0; i < back.oBytes.size(); i += 4) {
-            auto const luma = [&](Picture const& picture) {
-                unsigned char const* const p = picture.oBytes.data() + i;
-                return 0.299 * p[0] + 0.587 * p[1] + 0.114 * p[2];
-            };
-            worst = std::max(worst, std::abs(luma(back) - luma(source)));
-            if (IsFormatMono(format)) continue;
-            for (std::size_t c = 0; c < 3; ++c) EXPECT_NEAR(back.oBytes[i + c], source.oBytes[i + c], 8) << i;
+            unsigned char const *const p = &back.oBytes[i], *const expected = &source.oBytes[i];
+            ASSERT_NEAR(luma(p), luma(expected), 2.5) << known.pName << ' ' << i;
+            for (int c = 0; c < 3 && !IsFormatMono(known.oFormat); ++c) {
+                ASSERT_NEAR(p[c], expected[c], 8) << known.pName << ' ' << i;
+            }
         }
-        EXPECT_LE(worst, 2.5);
     }
     EXPECT_GE(reached, 60);
 }

@@ -1,10 +1,6 @@
 #include "tests/media/media_support.h"
 
 #include <sys/resource.h>
-#include <cstdio>
-
-// Needs the types of <cstdio> before it.
-#include <jpeglib.h>
 #include <zlib.h>
 
 namespace qzil::media::test {
@@ -23,18 +19,18 @@ Bytes BigEndian(std::uint32_t value, int size) {
 
 /// The start of an 8-bit RGB PNG of a size, up to its pixels.
 Bytes PngOfSize(std::uint32_t width, std::uint32_t height) {
+    Bytes png{0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+    auto const append = [&png](Bytes const& chunk) {
+        Append(png, BigEndian(static_cast<std::uint32_t>(chunk.size() - 4), 4));
+        Append(png, chunk);
+        Append(png, BigEndian(static_cast<std::uint32_t>(crc32(0, chunk.data(), static_cast<uInt>(chunk.size()))), 4));
+    };
     Bytes header{'I', 'H', 'D', 'R'};
     Append(header, BigEndian(width, 4));
     Append(header, BigEndian(height, 4));
     Append(header, {8, 2, 0, 0, 0});
-    Bytes png{0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-    Append(png, BigEndian(13, 4));
-    Append(png, header);
-    Append(png, BigEndian(static_cast<std::uint32_t>(crc32(0, header.data(), static_cast<uInt>(header.size()))), 4));
-    Bytes const data{'I', 'D', 'A', 'T'};
-    Append(png, BigEndian(0, 4));
-    Append(png, data);
-    Append(png, BigEndian(static_cast<std::uint32_t>(crc32(0, data.data(), 4)), 4));
+    append(header);
+    append({'I', 'D', 'A', 'T'});
     return png;
 }
 
@@ -53,30 +49,9 @@ Bytes TiffOfSize(std::uint32_t width, std::uint32_t height) {
     return tiff;
 }
 
-Bytes JpegOf(Picture const& picture) {
-    unsigned char* pFile = nullptr;
-    unsigned long size = 0;
-    jpeg_compress_struct jpeg{};
-    jpeg_error_mgr errors{};
-    jpeg.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&jpeg);
-    jpeg_mem_dest(&jpeg, &pFile, &size);
-    jpeg.image_width = static_cast<JDIMENSION>(picture.iWidth);
-    jpeg.image_height = static_cast<JDIMENSION>(picture.iHeight);
-    jpeg.input_components = 3;
-    jpeg.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&jpeg);
-    jpeg_simple_progression(&jpeg);
-    jpeg_start_compress(&jpeg, TRUE);
-    for (int y = 0; y < picture.iHeight; ++y) {
-        JSAMPROW pRow = const_cast<JSAMPROW>(picture.Row(y));
-        jpeg_write_scanlines(&jpeg, &pRow, 1);
-    }
-    jpeg_finish_compress(&jpeg);
-    Bytes const file(pFile, pFile + size);
-    jpeg_destroy_compress(&jpeg);
-    free(pFile);
-    return file;
+/// A progressive one, whose frame is a marker 0xC2.
+Bytes SmallJpeg() {
+    return JpegOf(RandomPicture(20, 15, 3, 8, 5), JCS_RGB, true);
 }
 
 class Hostile : public FolderTest {
@@ -91,8 +66,7 @@ protected:
         Bytes early = TiffOfSize(8, 8);
         early[10 + 5 * 12 + 11] = 110;
         early.resize(110 + 64);
-        return {LoadBytes(Path("a.png")), LoadBytes(Path("a.tif")), LoadBytes(Path("grey.tif")), early,
-                JpegOf(RandomPicture(20, 15, 3, 8, 5))};
+        return {LoadBytes(Path("a.png")), LoadBytes(Path("a.tif")), LoadBytes(Path("grey.tif")), early, SmallJpeg()};
     }
 };
 
@@ -103,7 +77,7 @@ TEST_F(Hostile, EveryShorterFileIsRefused) {
         for (std::size_t size = 0; size < whole.size(); ++size) {
             SaveBytes(Path("part"), Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
             std::string const error = ErrorOf([&] { ReadPicture(Path("part")); });
-            ASSERT_EQ(error.rfind("cannot read '" + Path("part") + "': ", 0), 0u) << size << " of " << whole.size();
+            ASSERT_EQ(error.rfind(CannotRead(Path("part"), ""), 0), 0u) << size << " of " << whole.size();
             // The directory of a TIFF can be told to be cut only once its place is known.
             if (size >= 20) {
                 ASSERT_NE(error.find("the file ends early"), std::string::npos)
@@ -113,13 +87,16 @@ TEST_F(Hostile, EveryShorterFileIsRefused) {
     }
 }
 
-TEST_F(Hostile, DamagedBytesNeverCrash) {
+TEST_F(Hostile, DamagedBytesNeverCrashAndPrintNothing) {
+    ::testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStdout();
     std::mt19937 random(11);
     for (Bytes const& whole : Files()) {
-        for (int round = 0; round < 1500; ++round) {
+        for (int round = 0; round < 1800; ++round) {
             Bytes damaged = whole;
             int const count = 1 + static_cast<int>(random() % 4);
             for (int i = 0; i < count; ++i) damaged[random() % damaged.size()] = static_cast<unsigned char>(random());
+            if (round % 3 == 0) damaged.erase(damaged.end() - round / 3 % 50, damaged.end());
             SaveBytes(Path("part"), damaged);
             try {
                 EXPECT_TRUE(ReadPicture(Path("part")).IsSound());
@@ -128,10 +105,11 @@ TEST_F(Hostile, DamagedBytesNeverCrash) {
             }
         }
     }
+    EXPECT_EQ(::testing::internal::GetCapturedStderr() + ::testing::internal::GetCapturedStdout(), "");
 }
 
 TEST_F(Hostile, HugeSizesAreRefusedBeforeMemoryIsTaken) {
-    Bytes jpeg = JpegOf(RandomPicture(20, 15, 3, 8, 5));
+    Bytes jpeg = SmallJpeg();
     Bytes const frame{0xff, 0xc2, 0, 17, 8};
     auto const size = std::search(jpeg.begin(), jpeg.end(), frame.begin(), frame.end());
     ASSERT_NE(size, jpeg.end());
@@ -154,7 +132,7 @@ TEST_F(Hostile, HugeSizesAreRefusedBeforeMemoryIsTaken) {
     getrusage(RUSAGE_SELF, &before);
     for (auto const& test : cases) {
         SaveBytes(Path("huge"), test.oFile);
-        EXPECT_EQ(ErrorOf([&] { ReadPicture(Path("huge")); }), "cannot read '" + Path("huge") + "': " + test.pFault);
+        EXPECT_EQ(ErrorOf([&] { ReadPicture(Path("huge")); }), CannotRead(Path("huge"), test.pFault));
     }
     // libtiff has words of its own for these.
     for (Bytes const& file : {TiffOfSize(0xffffffff, 0xffffffff), TiffOfSize(0, 4), TiffOfSize(4, 0)}) {
@@ -166,40 +144,19 @@ TEST_F(Hostile, HugeSizesAreRefusedBeforeMemoryIsTaken) {
 }
 
 TEST_F(Hostile, WhatIsNoPictureIsNamed) {
-    auto const errorFor = [&](std::string const& name) { return ErrorOf([&] { ReadPicture(Path(name)); }); };
-    auto const start = [&](std::string const& name) { return "cannot read '" + Path(name) + "': "; };
-    EXPECT_EQ(errorFor("none.png"), start("none.png") + "No such file or directory");
     SaveBytes(Path("empty.png"), {});
-    EXPECT_EQ(errorFor("empty.png"), start("empty.png") + "the file is empty");
     SaveBytes(Path("text.png"), {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd'});
-    EXPECT_EQ(errorFor("text.png"), start("text.png") + "it is not a PNG, JPEG or TIFF file");
     std::filesystem::create_directory(Path("dir"));
-    EXPECT_EQ(errorFor("dir"), start("dir") + "Is a directory");
+    for (auto const& [name, fault] : {std::pair{"none.png", "No such file or directory"},
+                                      {"empty.png", "the file is empty"},
+                                      {"text.png", "it is not a PNG, JPEG or TIFF file"},
+                                      {"dir", "Is a directory"}}) {
+        EXPECT_EQ(ErrorOf([&, name = name] { ReadPicture(Path(name)); }), CannotRead(Path(name), fault));
+    }
     // The content decides, not the name.
     WritePicture(Path("a.png"), Picture(3, 2, 1, 8));
     std::filesystem::rename(Path("a.png"), Path("a.tif"));
     EXPECT_EQ(ReadPicture(Path("a.tif")).iWidth, 3);
-}
-
-TEST_F(Hostile, NothingIsPrinted) {
-    ::testing::internal::CaptureStderr();
-    ::testing::internal::CaptureStdout();
-    std::mt19937 random(12);
-    for (Bytes const& whole : Files()) {
-        for (int round = 0; round < 300; ++round) {
-            Bytes damaged = whole;
-            damaged[random() % damaged.size()] ^= static_cast<unsigned char>(1u << random() % 8);
-            if (round % 3 == 0) damaged.erase(damaged.end() - round / 3 % 50, damaged.end());
-            SaveBytes(Path("part"), damaged);
-            try {
-                ReadPicture(Path("part"));
-            } catch (MediaError const&) {
-            }
-        }
-    }
-    std::string const out = ::testing::internal::GetCapturedStdout();
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(out, "");
 }
 
 }  // namespace

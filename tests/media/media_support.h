@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -12,6 +13,9 @@
 #include <random>
 #include <string>
 #include <vector>
+
+// Needs the types of <cstdio> before it.
+#include <jpeglib.h>
 
 namespace qzil::media::test {
 
@@ -40,6 +44,39 @@ inline void SaveBytes(std::string const& path, Bytes const& bytes) {
 inline Bytes LoadBytes(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+/// A JPEG file of a picture's samples, which are those of the colour space.
+inline Bytes JpegOf(Picture const& picture, J_COLOR_SPACE colors, bool progressive) {
+    unsigned char* pFile = nullptr;
+    unsigned long size = 0;
+    jpeg_compress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&jpeg);
+    jpeg_mem_dest(&jpeg, &pFile, &size);
+    jpeg.image_width = static_cast<JDIMENSION>(picture.iWidth);
+    jpeg.image_height = static_cast<JDIMENSION>(picture.iHeight);
+    jpeg.input_components = picture.iChannels;
+    jpeg.in_color_space = colors;
+    jpeg_set_defaults(&jpeg);
+    jpeg_set_quality(&jpeg, 95, TRUE);
+    if (progressive) jpeg_simple_progression(&jpeg);
+    jpeg_start_compress(&jpeg, TRUE);
+    for (int y = 0; y < picture.iHeight; ++y) {
+        JSAMPROW pRow = const_cast<JSAMPROW>(picture.Row(y));
+        jpeg_write_scanlines(&jpeg, &pRow, 1);
+    }
+    jpeg_finish_compress(&jpeg);
+    jpeg_destroy_compress(&jpeg);
+    Bytes const file(pFile, pFile + size);
+    free(pFile);
+    return file;
+}
+
+/// What `ReadPicture` says of a file that it refuses.
+inline std::string CannotRead(std::string const& path, std::string const& fault) {
+    return "cannot read '" + path + "': " + fault;
 }
 
 template <class T>

@@ -14,9 +14,7 @@ std::vector<T> PixelArray(IXFImage& image) {
     unsigned bytes = 0;
     image.GetPixelArray(&pPixels);
     image.GetPixelArraySize(&bytes);
-    std::vector<T> values(bytes / sizeof(T));
-    std::memcpy(values.data(), pPixels, values.size() * sizeof(T));
-    return values;
+    return std::vector<T>(static_cast<T*>(pPixels), static_cast<T*>(pPixels) + bytes / sizeof(T));
 }
 
 /// Channel values of an image as numbers, whatever their type.
@@ -55,8 +53,8 @@ TEST(PictureImage, EveryWorkingFormatHoldsThePictureUpright) {
     std::string const pixels[] = {"R", "G", "B", "", "RGB", "RG"};
     for (Layout const& layout : kLayouts) {
         SCOPED_TRACE(FormatName(layout.oFormat));
-        bool const mono = layout.oOrder == "Y";
-        Picture source(2, 3, mono ? 1 : 3, 8);
+        std::string const lights = layout.oOrder == "Y" ? "R" : "RGB";
+        Picture source(2, 3, static_cast<int>(lights.size()), 8);
         std::vector<double> expected;
         for (int row = 0; row < 3; ++row) {
             int const y = layout.bTopFirst ? row : 2 - row;
@@ -64,14 +62,9 @@ TEST(PictureImage, EveryWorkingFormatHoldsThePictureUpright) {
                 std::string const& lit = pixels[2 * y + x];
                 auto const level = [&](char c) { return lit.find(c) != std::string::npos ? 255 : 0; };
                 unsigned char* const pOut = source.Row(y) + source.PixelBytes() * static_cast<unsigned>(x);
-                if (mono) {
-                    *pOut = static_cast<unsigned char>(level('R'));
-                    expected.push_back(level('R') != 0 ? layout.dfFull : 0);
-                    continue;
-                }
-                for (int i = 0; i < 3; ++i) pOut[i] = static_cast<unsigned char>(level("RGB"[i]));
+                for (std::size_t i = 0; i < lights.size(); ++i) pOut[i] = static_cast<unsigned char>(level(lights[i]));
                 for (char const c : layout.oOrder) {
-                    expected.push_back(c == 'A' || level(c) != 0 ? layout.dfFull : 0);
+                    expected.push_back(c == 'A' || level(c == 'Y' ? 'R' : c) != 0 ? layout.dfFull : 0);
                 }
             }
         }

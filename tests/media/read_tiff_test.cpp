@@ -38,17 +38,14 @@ void SetLayout(TIFF* tiff, Picture const& picture, int photometric, TiffCase con
 
 /// The samples of a rectangle, of one plane or, with plane -1, of all; zeros outside the picture.
 Bytes Block(Picture const& picture, int x0, int y0, int width, int height, int plane) {
-    std::size_t const sample = static_cast<unsigned>(picture.iDepth) / 8;
-    Bytes block;
-    for (int y = y0; y < y0 + height; ++y) {
-        for (int x = x0; x < x0 + width; ++x) {
-            for (int i = plane < 0 ? 0 : plane; i < (plane < 0 ? picture.iChannels : plane + 1); ++i) {
-                bool const inside = x < picture.iWidth && y < picture.iHeight;
-                std::size_t const at =
-                    picture.PixelBytes() * static_cast<unsigned>(inside ? x : 0) + sample * static_cast<unsigned>(i);
-                unsigned char const* const pIn = picture.Row(inside ? y : 0) + at;
-                for (std::size_t byte = 0; byte < sample; ++byte) block.push_back(inside ? pIn[byte] : 0);
-            }
+    std::size_t const sample = static_cast<unsigned>(picture.iDepth) / 8,
+                      step = plane < 0 ? picture.PixelBytes() : sample;
+    Bytes block(step * static_cast<unsigned>(width * height));
+    for (int y = y0; y < std::min(y0 + height, picture.iHeight); ++y) {
+        for (int x = x0; x < std::min(x0 + width, picture.iWidth); ++x) {
+            unsigned char const* const pIn = picture.Row(y) + picture.PixelBytes() * static_cast<unsigned>(x) +
+                                             sample * static_cast<unsigned>(std::max(plane, 0));
+            std::memcpy(&block[step * static_cast<unsigned>((y - y0) * width + x - x0)], pIn, step);
         }
     }
     return block;
@@ -59,21 +56,18 @@ void WriteTiff(std::string const& path, Picture const& picture, int photometric,
     ASSERT_NE(pTiff, nullptr);
     SetLayout(pTiff, picture, photometric, test);
     bool const planes = test.iPlanar == PLANARCONFIG_SEPARATE;
+    int const width = test.bTiled ? 32 : picture.iWidth, height = test.bTiled ? 16 : 1;
     for (int plane = planes ? 0 : -1; plane < (planes ? picture.iChannels : 0); ++plane) {
-        std::uint16_t const sample = static_cast<std::uint16_t>(planes ? plane : 0);
-        if (!test.bTiled) {
-            for (int y = 0; y < picture.iHeight; ++y) {
-                Bytes row = Block(picture, 0, y, picture.iWidth, 1, plane);
-                ASSERT_GE(TIFFWriteScanline(pTiff, row.data(), static_cast<std::uint32_t>(y), sample), 0);
-            }
-            continue;
-        }
-        for (int y = 0; y < picture.iHeight; y += 16) {
-            for (int x = 0; x < picture.iWidth; x += 32) {
-                Bytes tile = Block(picture, x, y, 32, 16, plane);
-                ASSERT_GE(TIFFWriteTile(pTiff, tile.data(), static_cast<std::uint32_t>(x),
-                                        static_cast<std::uint32_t>(y), 0, sample),
-                          0);
+        auto const sample = static_cast<std::uint16_t>(std::max(plane, 0));
+        for (int y = 0; y < picture.iHeight; y += height) {
+            for (int x = 0; x < picture.iWidth; x += width) {
+                Bytes block = Block(picture, x, y, width, height, plane);
+                auto const left = static_cast<std::uint32_t>(x), top = static_cast<std::uint32_t>(y);
+                if (test.bTiled) {
+                    ASSERT_GE(TIFFWriteTile(pTiff, block.data(), left, top, 0, sample), 0);
+                } else {
+                    ASSERT_GE(TIFFWriteScanline(pTiff, block.data(), top, sample), 0);
+                }
             }
         }
     }
@@ -157,24 +151,34 @@ void WriteRare(std::string const& path, int bits, int photometric, int orientati
 }
 
 TEST_F(ReadTiff, RareKindsBecomeRgb) {
-    WriteRare(Path("a.tif"), 1, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {{0x80}, {0x00}});
-    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-    WriteRare(Path("a.tif"), 8, PHOTOMETRIC_PALETTE, ORIENTATION_TOPLEFT, {{0, 255}, {1, 2}});
-    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{0, 255, 7, 255, 0, 7, 1, 254, 7, 2, 253, 7}));
-    WriteRare(Path("a.tif"), 8, PHOTOMETRIC_PALETTE, ORIENTATION_BOTRIGHT, {{0, 255}, {1, 2}});
-    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{2, 253, 7, 1, 254, 7, 255, 0, 7, 0, 255, 7}));
-    WriteRare(Path("a.tif"), 8, PHOTOMETRIC_PALETTE, ORIENTATION_LEFTBOT, {{0, 255}, {1, 2}});
-    EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 0, 7, 2, 253, 7, 0, 255, 7, 1, 254, 7}));
+    struct {
+        int iBits, iPhotometric, iOrientation;
+        std::vector<Bytes> oRows;
+        Bytes oShown;
+    } const cases[] = {
+        {1, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {{0x80}, {0}}, {255, 255, 255, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {8, PHOTOMETRIC_PALETTE, ORIENTATION_TOPLEFT, {{0, 255}, {1, 2}}, {0, 255, 7, 255, 0, 7, 1, 254, 7, 2, 253, 7}},
+        {8,
+         PHOTOMETRIC_PALETTE,
+         ORIENTATION_BOTRIGHT,
+         {{0, 255}, {1, 2}},
+         {2, 253, 7, 1, 254, 7, 255, 0, 7, 0, 255, 7}},
+        {8, PHOTOMETRIC_PALETTE, ORIENTATION_LEFTBOT, {{0, 255}, {1, 2}}, {255, 0, 7, 2, 253, 7, 0, 255, 7, 1, 254, 7}},
+    };
+    for (auto const& [bits, photometric, orientation, rows, shown] : cases) {
+        WriteRare(Path("a.tif"), bits, photometric, orientation, rows);
+        EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, shown) << photometric << ' ' << orientation;
+    }
 }
 
 TEST_F(ReadTiff, WhatIsNotReadIsNamed) {
+    auto const error = [&] { return ErrorOf([&] { ReadPicture(Path("a.tif")); }); };
     WriteTiff(Path("a.tif"), Picture(4, 4, 4, 8), PHOTOMETRIC_SEPARATED, {""});
-    EXPECT_EQ(ErrorOf([&] { ReadPicture(Path("a.tif")); }),
-              "cannot read '" + Path("a.tif") + "': it is a CMYK picture, and only grey and RGB ones are read");
+    EXPECT_EQ(error(), CannotRead(Path("a.tif"), "it is a CMYK picture, and only grey and RGB ones are read"));
     WriteRare(Path("a.tif"), 32, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {Bytes(8)});
-    EXPECT_EQ(ErrorOf([&] { ReadPicture(Path("a.tif")); }),
-              "cannot read '" + Path("a.tif") +
-                  "': its kind of samples is not read (1 of 32 bits, sample format 1, photometric interpretation 1)");
+    EXPECT_EQ(error(), CannotRead(Path("a.tif"),
+                                  "its kind of samples is not read (1 of 32 bits, sample format 1, "
+                                  "photometric interpretation 1)"));
 }
 
 }  // namespace

@@ -141,6 +141,14 @@ TEST_F(Y4mFile, FramesComeBack) {
     EXPECT_FALSE(std::filesystem::exists(Path("b.y4m")));
 }
 
+/// An image for the frames of a video.
+Ref<IXFImage> ImageFor(Y4mHeader const& header, GUID const& format) {
+    Ref<IXFImage> image;
+    EXPECT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, ImageWidth(header), header.iHeight, format, image.Out()),
+              0);
+    return image;
+}
+
 /// Samples of the image's channels in the order of the shown picture, from its top row.
 std::vector<double> Shown(IXFImage& image) {
     qzILImageHelper const helper(&image);
@@ -210,10 +218,7 @@ TEST(Y4mImage, PlanesBecomePixels) {
         Y4mHeader const header = ImageHeader(stream);
         Y4mFrame frame = FrameOf(stream, layout.oSamples);
         ToImageLayout(stream, frame, scratch);
-        Ref<IXFImage> image;
-        ASSERT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, ImageWidth(stream), stream.iHeight, layout.oFormat,
-                                          image.Out()),
-                  0);
+        Ref<IXFImage> const image = ImageFor(stream, layout.oFormat);
         FrameToImage(header, frame, *image.Get());
         std::vector<double> const shown = Shown(*image.Get());
         ASSERT_EQ(shown.size(), layout.oShown.size());
@@ -234,10 +239,7 @@ TEST(Y4mImage, EverySampleComesBack) {
         }
         for (bool const rec709 : {false, true}) {
             for (GUID const& format : VideoFormats(header, rec709)) {
-                Ref<IXFImage> image;
-                ASSERT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, ImageWidth(header), header.iHeight, format,
-                                                  image.Out()),
-                          0);
+                Ref<IXFImage> const image = ImageFor(header, format);
                 FrameToImage(header, frame, *image.Get());
                 ImageToFrame(*image.Get(), header, back);
                 EXPECT_EQ(back.oBytes, frame.oBytes) << tag << " " << FormatName(format);
@@ -248,8 +250,7 @@ TEST(Y4mImage, EverySampleComesBack) {
 
 TEST(Y4mImage, FloatBeyondTheDepthIsLimited) {
     Y4mHeader const header = ParseY4mHeader("YUV4MPEG2 W2 H1 Cmono16");
-    Ref<IXFImage> image;
-    ASSERT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, 2, 1, MFIF_MONO_FLOAT, image.Out()), 0);
+    Ref<IXFImage> const image = ImageFor(header, MFIF_MONO_FLOAT);
     auto* const pLine = reinterpret_cast<float*>(qzILImageHelper(image.Get()).GetPixelPtr(0, 0));
     Y4mFrame frame;
     float const inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();

@@ -27,30 +27,23 @@ inline Formats const kBlue8{MFIF_BGRA_RAW_32, MFIF_BGRA_RAW_32_VIDEO, MFIF_DIB_R
 
 /// Error code for two formats; 0 when they pass.
 inline unsigned RgbaPairCode(GUID const& in, GUID const& out) {
-    static std::vector<std::pair<GUID, GUID>> const named{{MFIF_RGBA_RAW_32_VIDEO, MFIF_RGBA_RAW_32},
-                                                          {MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32_VIDEO},
-                                                          {MFIF_BGRA_RAW_32_VIDEO, MFIF_RGBA_RAW_32},
-                                                          {MFIF_RGBA_RAW_32, MFIF_BGRA_RAW_32_VIDEO},
-                                                          {MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_32},
-                                                          {MFIF_MONO_RAW_16, MFIF_MONO_RAW_8},
-                                                          {MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64},
-                                                          {MFIF_MONO_RAW_8, MFIF_MONO_RAW_16},
-                                                          {MFIF_RGBA_RAW_32, MFIF_BGRA_RAW_32},
-                                                          {MFIF_BGRA_RAW_32, MFIF_RGBA_RAW_32},
-                                                          {MFIF_RGBA_RAW_32_VIDEO, MFIF_BGRA_RAW_32_VIDEO},
-                                                          {MFIF_BGRA_RAW_32_VIDEO, MFIF_RGBA_RAW_32_VIDEO},
-                                                          {MFIF_RGBA_RAW_32, MFIF_RGB_RAW_24},
-                                                          {MFIF_RGB_RAW_24, MFIF_RGBA_RAW_32},
-                                                          {MFIF_RGB_FLOAT, MFIF_RGBA_FLOAT},
-                                                          {MFIF_RGB_FLOAT_BU, MFIF_RGBA_FLOAT_BU},
-                                                          {MFIF_RGBA_FLOAT, MFIF_RGB_FLOAT},
-                                                          {MFIF_RGBA_FLOAT_BU, MFIF_RGB_FLOAT_BU},
-                                                          {MFIF_RGBA_FLOAT, MFIF_RGB_FLOAT_BU},
-                                                          {MFIF_RGBA_FLOAT_BU, MFIF_RGB_FLOAT}};
+    static std::vector<std::pair<GUID, GUID>> const bothWays{{MFIF_RGBA_RAW_32_VIDEO, MFIF_RGBA_RAW_32},
+                                                             {MFIF_BGRA_RAW_32_VIDEO, MFIF_RGBA_RAW_32},
+                                                             {MFIF_RGBA_RAW_32_VIDEO, MFIF_BGRA_RAW_32_VIDEO},
+                                                             {MFIF_RGBA_RAW_32, MFIF_BGRA_RAW_32},
+                                                             {MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_32},
+                                                             {MFIF_MONO_RAW_16, MFIF_MONO_RAW_8},
+                                                             {MFIF_RGB_RAW_24, MFIF_RGBA_RAW_32},
+                                                             {MFIF_RGB_FLOAT, MFIF_RGBA_FLOAT},
+                                                             {MFIF_RGB_FLOAT_BU, MFIF_RGBA_FLOAT_BU}};
+    if ((in == MFIF_RGBA_FLOAT && out == MFIF_RGB_FLOAT_BU) || (in == MFIF_RGBA_FLOAT_BU && out == MFIF_RGB_FLOAT))
+        return 0;
     static std::vector<Formats> const families[] = {
         {{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_32_VIDEO, MFIF_BGRA_RAW_32_VIDEO}, {MFIF_RGBA_S2_14}, kFloatRgba},
         {{MFIF_MONO_RAW_8, MFIF_MONO_RAW_8_TD}, {MFIF_MONO_S2_14}, {MFIF_MONO_FLOAT, MFIF_MONO_FLOAT_BU}}};
-    if (std::ranges::find(named, std::pair(in, out)) != named.end()) return 0;
+    for (auto const& [a, b] : bothWays) {
+        if ((in == a && out == b) || (in == b && out == a)) return 0;
+    }
     for (auto const& types : families) {
         for (auto const& from : types) {
             for (auto const& to : types) {

@@ -42,10 +42,27 @@ Pixel Filtered(LineJob const& line, int x, Filter filter) {
     return result;
 }
 
+/// Two pixels at a time: `luma` of each, `chroma` of the even one or of the filtered columns, for plane 1 and 2.
+template <class Filter, class Luma, class Chroma>
+void ToPairs(LineJob const& line, float alphaScale, Filter filter, Luma luma, Chroma chroma) {
+    PairPlaces const places = PlacesOf(line.oOut.Format());
+    for (int x = 0; x < line.iWidth - 1; x += 2) {
+        int const inX = line.iInX + x, outX = line.iOutX + x, y = line.iOutY;
+        Pixel const even = line.oIn.GetRgba(inX, line.iInY), odd = line.oIn.GetRgba(inX + 1, line.iInY);
+        Pixel const f = Filtered(line, inX, filter);
+        line.oOut.Put(outX, y, places.iY0, luma(even));
+        line.oOut.Put(outX, y, places.iY1, luma(odd));
+        line.oOut.Put(outX, y, places.iCb, chroma(f, 1));
+        line.oOut.Put(outX, y, places.iCr, chroma(f, 2));
+        if (!IsFormatWithSeparateAlpha(line.oOut.Format())) continue;
+        line.oOut.PutPlane(outX, y, even[3] * alphaScale);
+        line.oOut.PutPlane(outX + 1, y, odd[3] * alphaScale);
+    }
+}
+
 void ByteToYccLine(LineJob const& line) {
     GUID const& out = line.oOut.Format();
     ByteToYcc const& k = kByteToYcc[IsFormat709(out)][IsFormatVideoLevels(line.oIn.Format())];
-    PairPlaces const places = PlacesOf(out);
     i64 carried[3] = {};
     for (i64& carry : carried) {
         if (line.bDither) carry = static_cast<i64>(line.oDraws.Next() * 65536.0f);
@@ -60,18 +77,9 @@ void ByteToYccLine(LineJob const& line) {
     auto const filter = [](float a, float b, float c, float d, float e) {
         return static_cast<float>(static_cast<i64>(-a + 2 * b + 6 * c + 2 * d - e + 4) >> 3);
     };
-    for (int x = 0; x < line.iWidth - 1; x += 2) {
-        int const inX = line.iInX + x, outX = line.iOutX + x;
-        Pixel const even = line.oIn.GetRgba(inX, line.iInY), odd = line.oIn.GetRgba(inX + 1, line.iInY);
-        Pixel const f = Filtered(line, inX, filter);
-        line.oOut.Put(outX, line.iOutY, places.iY0, sum(even, k.piY, k.iLuma, carried[0]));
-        line.oOut.Put(outX, line.iOutY, places.iY1, sum(odd, k.piY, k.iLuma, carried[0]));
-        line.oOut.Put(outX, line.iOutY, places.iCb, sum(f, k.piCb, kGrey, carried[1]));
-        line.oOut.Put(outX, line.iOutY, places.iCr, sum(f, k.piCr, kGrey, carried[2]));
-        if (!IsFormatWithSeparateAlpha(out)) continue;
-        line.oOut.PutPlane(outX, line.iOutY, even[3]);
-        line.oOut.PutPlane(outX + 1, line.iOutY, odd[3]);
-    }
+    ToPairs(
+        line, 1.0f, filter, [&](Pixel const& p) { return sum(p, k.piY, k.iLuma, carried[0]); },
+        [&](Pixel const& p, int plane) { return sum(p, plane == 1 ? k.piCb : k.piCr, kGrey, carried[plane]); });
 }
 
 struct RealToYcc {
@@ -98,24 +106,13 @@ float Sum(Pixel const& p, float const* row, float offset) {
 }
 
 void RealToYccLine(LineJob const& line) {
-    GUID const& out = line.oOut.Format();
-    RealToYcc const k = RealToYccOf(line.oIn.Format(), out);
-    PairPlaces const places = PlacesOf(out);
+    RealToYcc const k = RealToYccOf(line.oIn.Format(), line.oOut.Format());
     auto const filter = [](float a, float b, float c, float d, float e) {
         return -0.125f * (a + e) + 0.25f * (b + d) + 0.75f * c;
     };
-    for (int x = 0; x < line.iWidth - 1; x += 2) {
-        int const inX = line.iInX + x, outX = line.iOutX + x, y = line.iOutY;
-        Pixel const even = line.oIn.GetRgba(inX, line.iInY), odd = line.oIn.GetRgba(inX + 1, line.iInY);
-        Pixel const f = Filtered(line, inX, filter);
-        line.oOut.Put(outX, y, places.iY0, Sum(even, k.pfY, k.pfY[3]));
-        line.oOut.Put(outX, y, places.iY1, Sum(odd, k.pfY, k.pfY[3]));
-        line.oOut.Put(outX, y, places.iCb, Sum(f, k.pfCb, k.fGrey));
-        line.oOut.Put(outX, y, places.iCr, Sum(f, k.pfCr, k.fGrey));
-        if (!IsFormatWithSeparateAlpha(out)) continue;
-        line.oOut.PutPlane(outX, y, even[3] * k.fAlpha);
-        line.oOut.PutPlane(outX + 1, y, odd[3] * k.fAlpha);
-    }
+    ToPairs(
+        line, k.fAlpha, filter, [&k](Pixel const& p) { return Sum(p, k.pfY, k.pfY[3]); },
+        [&k](Pixel const& p, int plane) { return Sum(p, plane == 1 ? k.pfCb : k.pfCr, k.fGrey); });
 }
 
 void To4444Line(LineJob const& line) {

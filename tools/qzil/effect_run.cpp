@@ -18,15 +18,6 @@ std::string BoxText(qzILBbox2l const& box) {
            std::to_string(box.Size.y);
 }
 
-GUID MaskFormat(GUID const& format) {
-    switch (GetChannelTypeFromFormat(format)) {
-        case XFChannelTypeUInt16: return MFIF_MONO_RAW_16;
-        case XFChannelTypeS2_14: return MFIF_MONO_S2_14;
-        case XFChannelTypeFloat: return MFIF_MONO_FLOAT;
-        default: return MFIF_MONO_RAW_8;
-    }
-}
-
 }  // namespace
 
 Ref<IXFImage> MakeImage(catalog::Entry const& entry, media::Picture const& picture, GUID const& format) {
@@ -97,7 +88,7 @@ void EffectRun::SetMask(media::Picture const& picture) {
                                     SizeText(m_oInputSize.x, m_oInputSize.y) +
                                     ", unless --mask-rect says where it lies.");
     }
-    if (hasMask) m_oMask = MakeImage(Entry(), picture, MaskFormat(m_oFormat));
+    if (hasMask) m_oMask = MakeImage(Entry(), picture, catalog::MaskFormatFor(m_oFormat));
     Effect().SetMask(Flipped(rectangle, m_oInputSize.y), m_oMask.Get(), XFImageChannelMono);
 }
 
