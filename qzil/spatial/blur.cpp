@@ -29,18 +29,18 @@ kernel::RowTraits TraitsOf(GUID const& format) {
 
 /// A filter along an axis, in the arithmetic of the sample type.
 template <class Sample, class Filter>
-AxisFilter<Sample> Bind(Filter const& filter, bool mono8) {
+AxisFilter<Sample> Bind(Filter const& filter, GUID const& format) {
     AxisFilter<Sample> axis{{}, static_cast<int>(filter.GetReach()), filter.IsActive()};
     FilterRows const& rows = GetFilterRows();
     if constexpr (std::is_same_v<Sample, s16>) {
-        auto const fixed = FixedFilterOf(filter, mono8);
+        auto const fixed = FixedFilterOf(filter, format == MFIF_MONO_RAW_8);
         if constexpr (std::is_same_v<Filter, qzILBlurIIR1D>) {
             axis.oPass = [&rows, fixed](FilterPass<s16> const& pass) { rows.pIir(pass, fixed); };
         } else {
             axis.oPass = [&rows, fixed](FilterPass<s16> const& pass) { rows.pUniformIir(pass, fixed); };
         }
     } else {
-        auto const real = DoubleFilterOf(filter);
+        auto const real = DoubleFilterOf(filter, !IsFormatFloat(format));
         if constexpr (std::is_same_v<Filter, qzILBlurIIR1D>) {
             axis.oPass = [&rows, real](FilterPass<float> const& pass) { rows.pIirDouble(pass, real); };
         } else {
@@ -51,10 +51,10 @@ AxisFilter<Sample> Bind(Filter const& filter, bool mono8) {
 }
 
 template <class Sample>
-AxisFilter<Sample> FilterFor(qzILBlurType type, double spread, int reach, bool mono8) {
+AxisFilter<Sample> FilterFor(qzILBlurType type, double spread, int reach, GUID const& format) {
     unsigned const n = static_cast<unsigned>(reach);
-    return IsExponential(type) ? Bind<Sample>(qzILBlurIIR1D(spread, n), mono8)
-                               : Bind<Sample>(qzILBlurUniformIIR1D(spread, n), mono8);
+    return IsExponential(type) ? Bind<Sample>(qzILBlurIIR1D(spread, n), format)
+                               : Bind<Sample>(qzILBlurUniformIIR1D(spread, n), format);
 }
 
 }  // namespace
@@ -212,11 +212,10 @@ template <class Sample>
 qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const& traits) {
     return Guarded([&] {
         if (!BufferStart()) return -1;
-        bool const mono8 = Format() == MFIF_MONO_RAW_8;
         double const degree = m_fDegree;
         RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
-                                     FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, mono8),
-                                     FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, mono8));
+                                     FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),
+                                     FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, Format()));
         auto const stops = [](void const* self) { return static_cast<qzILBlurImg const*>(self)->IsInterrupted(); };
         if (!maker.FilterColumns(HasInterrupt() ? +stops : nullptr, this)) return 1;
         return RunLines(traits, maker, maker.BlockLines());

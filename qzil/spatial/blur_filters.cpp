@@ -72,7 +72,7 @@ void qzILBlurIIR1D::Execute1PassMONO8(unsigned length, short* source, short* tar
 }
 
 void qzILBlurIIR1D::Execute1Pass(unsigned channels, unsigned length, float* source, float* target) {
-    GetFilterRows().pIirDoubleAny(LinePass(channels, length, m_uReach, source, target), DoubleFilterOf(*this));
+    GetFilterRows().pIirDoubleAny(LinePass(channels, length, m_uReach, source, target), DoubleFilterOf(*this, false));
 }
 
 qzILBlurUniformIIR1D::qzILBlurUniformIIR1D(double spread, unsigned reach)
@@ -112,5 +112,6 @@ void qzILBlurUniformIIR1D::Execute1PassMONO8(unsigned length, short* source, sho
 }
 
 void qzILBlurUniformIIR1D::Execute1Pass(unsigned channels, unsigned length, float* source, float* target) {
-    GetFilterRows().pUniformIirDoubleAny(LinePass(channels, length, m_uReach, source, target), DoubleFilterOf(*this));
+    GetFilterRows().pUniformIirDoubleAny(LinePass(channels, length, m_uReach, source, target),
+                                         DoubleFilterOf(*this, false));
 }

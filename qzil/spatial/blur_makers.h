@@ -38,7 +38,7 @@ public:
 private:
     static constexpr int kLanes = sizeof(Sample) == 2 ? kFixedLanes : kDoubleLanes;
 
-    void LoadStrip(int at, int samples);
+    void TakeColumns();
     void FilterBlock(int first, int count);
     Sample* Columns(int line) const { return m_pColumns + std::ptrdiff_t{line} * m_iPitch; }
 
@@ -48,6 +48,7 @@ private:
     int m_iPixels;  ///< of a line with its margins
     int m_iActiveLines;
     int m_iPitch;  ///< samples of a line of the first stage's result
+    std::unique_ptr<Sample[]> m_pHeap;
     Ref<IXFImage> m_pScratch;
     Sample* m_pColumns = nullptr;
     std::vector<Sample> m_aLanes, m_aReversed;

@@ -6,20 +6,19 @@
 namespace qzil {
 namespace {
 
-/// Sums in 32 bits, by the row functions.
-template <class Sample>
+/// Sums that fit, by the row functions.
+template <class Sample, class Entry>
 struct NarrowSums {
-    using Sum = std::conditional_t<std::is_same_v<Sample, s16>, s32, u32>;
+    using Sum = Entry;
     BoxFunctions<Sample, Sum> const& oRows;
     u32 uFactor;
 
     void Down(Sum* sums, Sum* before, Sample const* entering, Sample const* leaving, int samples) const {
         oRows.pDown(sums, before, entering, leaving, samples);
     }
-    void Across(Sum* out, Sum const* in, int pixels, int step, int width) const {
-        oRows.pAcross(out, in, pixels, step, width);
+    void Across(Sample* out, Sum const* in, int pixels, int step, int width) const {
+        oRows.pAcross(out, in, pixels, step, width, uFactor);
     }
-    void Scale(Sample* out, Sum const* in, int samples) const { oRows.pScale(out, in, samples, uFactor); }
 };
 
 struct FloatSums {
@@ -30,9 +29,8 @@ struct FloatSums {
         GetBoxRows().pDownFloat(sums, before, entering, leaving, samples);
     }
     void Across(float* out, float const* in, int pixels, int step, int width) const {
-        GetBoxRows().pAcrossFloat(out, in, pixels, step, width);
+        GetBoxRows().pAcrossFloat(out, in, pixels, step, width, fFactor);
     }
-    void Scale(float* out, float const* in, int samples) const { GetBoxRows().pScaleFloat(out, in, samples, fFactor); }
 };
 
 /// For rectangles whose sums need more.
@@ -47,20 +45,15 @@ struct WideSums {
             before[i] = sums[i] - leaving[i];
         }
     }
-    void Across(s64* out, s64 const* in, int pixels, int step, int width) const {
+    void Across(Sample* out, s64 const* in, int pixels, int step, int width) const {
         for (int k = 0; k < step; ++k) {
             s64 sum = 0;
             for (int i = 0; i < width - 1; ++i) sum += in[i * step + k];
             for (int x = 0; x < pixels; ++x) {
                 sum += in[(x + width - 1) * step + k];
-                out[x * step + k] = sum;
+                out[x * step + k] = static_cast<Sample>((static_cast<s64>(uFactor) * sum + 0x80000000) >> 32);
                 sum -= in[x * step + k];
             }
-        }
-    }
-    void Scale(Sample* out, s64 const* in, int samples) const {
-        for (int i = 0; i < samples; ++i) {
-            out[i] = static_cast<Sample>((static_cast<s64>(uFactor) * in[i] + 0x80000000) >> 32);
         }
     }
 };
@@ -76,15 +69,14 @@ public:
           m_iHeight(height),
           m_oSums(sums),
           m_aBefore(static_cast<std::size_t>(lines.iSamples)),
-          m_aDown(static_cast<std::size_t>(lines.iSamples) * (kJoins ? kJoined : 1)),
-          m_aAcross(static_cast<std::size_t>(lines.iActiveSamples) * (kJoins ? kJoined : 1)) {
+          m_aDown(static_cast<std::size_t>(lines.iSamples) * (kJoins ? kJoined : 1)) {
         std::vector<Sample> const nothing(static_cast<std::size_t>(lines.iSamples));
         for (int line = 0; line < height - 1; ++line) {
             m_oSums.Down(m_aDown.data(), m_aBefore.data(), LineOf(line), nothing.data(), lines.iSamples);
         }
         if (kJoins) {
             m_aJoined.resize(m_aDown.size());
-            m_aFinished.resize(m_aAcross.size());
+            m_aFinished.resize(static_cast<std::size_t>(lines.iActiveSamples) * kJoined);
         }
     }
 
@@ -95,9 +87,8 @@ public:
                 SumDown(m_oLines.ActiveLine(first + k), m_aDown.data() + std::ptrdiff_t{k} * m_oLines.iSamples);
             }
             if (lines == 1) {
-                m_oSums.Across(m_aAcross.data(), m_aDown.data(), m_oLines.iActiveSamples / m_oLines.iPixelSamples,
-                               m_oLines.iPixelSamples, m_iWidth);
-                m_oSums.Scale(reinterpret_cast<Sample*>(out), m_aAcross.data(), m_oLines.iActiveSamples);
+                m_oSums.Across(reinterpret_cast<Sample*>(out), m_aDown.data(),
+                               m_oLines.iActiveSamples / m_oLines.iPixelSamples, m_oLines.iPixelSamples, m_iWidth);
             } else {
                 FinishJoined(out, step);
             }
@@ -109,7 +100,7 @@ public:
 
 private:
     /// Four lines of one channel are summed across side by side, as the channels of one line would be.
-    static constexpr bool kJoins = std::is_same_v<Sample, u8> && std::is_same_v<Sum, u32>;
+    static constexpr bool kJoins = std::is_integral_v<Sample> && sizeof(Sum) <= 4;
     static constexpr int kJoined = 4;
 
     Sample const* LineOf(int line) const { return reinterpret_cast<Sample const*>(m_oLines.Line(line)); }
@@ -124,10 +115,10 @@ private:
     void FinishJoined(unsigned char* out, std::ptrdiff_t step) {
         if constexpr (kJoins) {
             int const samples = m_oLines.iActiveSamples;
-            GetBoxRows().pJoin4(m_aJoined.data(), m_aDown.data(), m_oLines.iSamples, m_oLines.iSamples);
-            m_oSums.Across(m_aAcross.data(), m_aJoined.data(), samples, kJoined, m_iWidth);
-            m_oSums.Scale(m_aFinished.data(), m_aAcross.data(), samples * kJoined);
-            GetBoxRows().pSplit4(out, step, m_aFinished.data(), samples);
+            m_oSums.oRows.pJoin4(m_aJoined.data(), m_aDown.data(), m_oLines.iSamples, m_oLines.iSamples);
+            m_oSums.Across(m_aFinished.data(), m_aJoined.data(), samples, kJoined, m_iWidth);
+            m_oSums.oRows.pSplit4(reinterpret_cast<Sample*>(out), step / std::ptrdiff_t{sizeof(Sample)},
+                                  m_aFinished.data(), samples);
         }
     }
 
@@ -136,7 +127,7 @@ private:
     int m_iHeight;
     Sums m_oSums;
     std::vector<Sum> m_aBefore;  ///< the sums of the next line, without the sample that enters
-    std::vector<Sum> m_aDown, m_aAcross, m_aJoined;
+    std::vector<Sum> m_aDown, m_aJoined;
     std::vector<Sample> m_aFinished;
     int m_iNext = 0;  ///< active line
 };
@@ -146,14 +137,18 @@ std::unique_ptr<kernel::LineMaker> MakeIntegerMaker(BoxRows const& rows, MarginL
                                                     int height) {
     u64 const area = static_cast<u64>(width) * static_cast<u64>(height);
     u64 const factor = static_cast<u64>(std::floor(4294967296.0 / static_cast<double>(area) + 0.5));
+    auto const make = [&]<class Sum>(BoxFunctions<Sample, Sum> const& functions) {
+        NarrowSums<Sample, Sum> const sums{functions, static_cast<u32>(factor)};
+        return std::make_unique<BoxMaker<Sample, NarrowSums<Sample, Sum>>>(lines, width, height, sums);
+    };
     // The largest samples then sum to less than 32 bits hold, or 31 and a sign.
     if (area > 1 && area < (u64{1} << (sizeof(Sample) == 1 ? 24 : 16))) {
-        BoxFunctions<Sample, typename NarrowSums<Sample>::Sum> const* pFunctions = nullptr;
-        if constexpr (std::is_same_v<Sample, u8>) pFunctions = &rows.oUInt8;
-        if constexpr (std::is_same_v<Sample, u16>) pFunctions = &rows.oUInt16;
-        if constexpr (std::is_same_v<Sample, s16>) pFunctions = &rows.oS2_14;
-        NarrowSums<Sample> const sums{*pFunctions, static_cast<u32>(factor)};
-        return std::make_unique<BoxMaker<Sample, NarrowSums<Sample>>>(lines, width, height, sums);
+        if constexpr (std::is_same_v<Sample, u8>) {
+            if (height <= 257) return make(rows.oLowUInt8);
+            return make(rows.oUInt8);
+        }
+        if constexpr (std::is_same_v<Sample, u16>) return make(rows.oUInt16);
+        if constexpr (std::is_same_v<Sample, s16>) return make(rows.oS2_14);
     }
     return std::make_unique<BoxMaker<Sample, WideSums<Sample>>>(lines, width, height, WideSums<Sample>{factor});
 }

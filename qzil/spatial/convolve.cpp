@@ -18,6 +18,9 @@ namespace {
 
 /// Samples of a strip of lines that stay in the first-level cache together.
 constexpr int kStripSamples = 6144;
+/// Samples of a line that are widened and summed at a time; whole tap blocks.
+constexpr int kPieceSamples = 1920;
+static_assert(kPieceSamples % kTapBlock == 0);
 
 /// Kernels of more than 2 GiB count as out of memory.
 constexpr std::int64_t kMostTaps = 0x1FFFFFFF;
@@ -139,7 +142,8 @@ public:
         m_aMemory.resize(static_cast<std::size_t>(m_iPitch * held) + kTapBlock);
         m_pHeld = Aligned(m_aMemory);
         if (!kernel.bTwoPasses) return;
-        m_aWidenedMemory.resize(static_cast<std::size_t>(lines.iSamples) + 3 * kTapBlock);
+        int const halo = lines.iSamples - lines.iActiveSamples;
+        m_aWidenedMemory.resize(static_cast<std::size_t>(kPieceSamples + halo) + 3 * kTapBlock);
         m_pWidened = Aligned(m_aWidenedMemory);
     }
 
@@ -151,10 +155,7 @@ public:
             if (!m_oKernel.bTwoPasses) {
                 m_oRoutines.Widen(Held(m_iDone), pLine, m_oLines.iSamples);
             } else {
-                m_oRoutines.Widen(m_pWidened, pLine, m_oLines.iSamples);
-                m_aSources.clear();
-                for (int const place : m_oKernel.oAcross.aiPlaces) m_aSources.push_back(m_pWidened + place);
-                m_oRoutines.Sum(Held(m_iDone), SumOf(m_oKernel.oAcross.aTaps), m_oLines.iActiveSamples);
+                SumAcross(pLine, Held(m_iDone));
             }
             if (stops()) m_iDone = m_oLines.iLines;
         }
@@ -175,6 +176,17 @@ public:
     }
 
 private:
+    /// The first of two passes, in pieces that stay in the first-level cache.
+    void SumAcross(unsigned char const* line, Sample* sums) {
+        int const halo = m_oLines.iSamples - m_oLines.iActiveSamples;
+        m_aSources.clear();
+        for (int const place : m_oKernel.oAcross.aiPlaces) m_aSources.push_back(m_pWidened + place);
+        for (int at = 0; at < m_oLines.iActiveSamples; at += kPieceSamples) {
+            int const samples = std::min(kPieceSamples, m_oLines.iActiveSamples - at);
+            m_oRoutines.Widen(m_pWidened, line + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes, samples + halo);
+            m_oRoutines.Sum(sums + at, SumOf(m_oKernel.oAcross.aTaps), samples);
+        }
+    }
     /// The first place at a vector's boundary.
     static Sample* Aligned(std::vector<Sample>& memory) {
         std::uintptr_t const misaligned =

@@ -202,10 +202,11 @@ void IirDouble(FilterPass<float> const& pass, DoubleIir const& f) {
     }
 }
 
-void UniformIirDouble(FilterPass<float> const& pass, DoubleUniformIir const& f) {
+template <bool kFinite>
+QZIL_INLINE void RunUniformIirDouble(FilterPass<float> const& pass, DoubleUniformIir const& f) {
     Source<float> const source(pass, kNoFloats);
-    VectorDouble const r = VectorDouble{} + f.dfR, g1 = VectorDouble{} + f.dfG1, g2 = VectorDouble{} + f.dfG2,
-                       n = VectorDouble{} + f.dfN, byN = VectorDouble{} + 1.0 / f.dfN;
+    VectorDouble const r = VectorDouble{} + f.dfR, g1 = VectorDouble{} + f.dfG1, g2 = VectorDouble{} + f.dfG2;
+    Divisor const n(f.dfN);
     for (int lane = 0; lane < kDoubleLanes; lane += kDoubleChains * kLanes64) {
         VectorDouble sum[kDoubleChains]{}, tail[kDoubleChains]{};
         for (int i = 0; i < pass.iLength; ++i) {
@@ -214,13 +215,22 @@ void UniformIirDouble(FilterPass<float> const& pass, DoubleUniformIir const& f) 
             float const* const d = source.Before(i, pass.iReach + 1, pass.iReach + 1) + lane;
             for (int k = 0; k < kDoubleChains; ++k) {
                 VectorDouble const left = LoadDoubles(q + k * kLanes64);
-                sum[k] = sum[k] + Divide(LoadDoubles(x + k * kLanes64) - left, n, byN);
+                sum[k] = sum[k] + n.template Divide<kFinite>(LoadDoubles(x + k * kLanes64) - left);
                 tail[k] = r * tail[k] + g1 * left - g2 * LoadDoubles(d + k * kLanes64);
             }
             if (i < pass.iReach) continue;
             float* const out = Target(pass, i) + lane;
             for (int k = 0; k < kDoubleChains; ++k) StoreFloats(out + k * kLanes64, sum[k] + tail[k]);
         }
+    }
+}
+
+void UniformIirDouble(FilterPass<float> const& pass, DoubleUniformIir const& filter) {
+    DoubleUniformIir const f = filter;
+    if (f.bFinite) {
+        RunUniformIirDouble<true>(pass, f);
+    } else {
+        RunUniformIirDouble<false>(pass, f);
     }
 }
 
@@ -327,7 +337,10 @@ QZIL_INLINE void LoadStrip(StripLoad<Out, In> const& strip, Change change) {
     In const* in = strip.pIn;
     std::ptrdiff_t const step = strip.iInStep;
     int const samples = strip.iSamples, lines = strip.iLines;
+    // Every line is on a page of its own, which the processor's prefetch does not foresee.
+    constexpr int kAhead = 16;
     for (int line = 0; line < lines; ++line, out += kLanes, in += step) {
+        if (line + kAhead < lines) __builtin_prefetch(in + kAhead * step);
         if (samples == kLanes) {
 #pragma GCC ivdep
             for (int i = 0; i < kLanes; ++i) out[i] = change(in[i]);

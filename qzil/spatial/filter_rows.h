@@ -35,6 +35,7 @@ struct DoubleIir {
 struct DoubleUniformIir {
     double dfR, dfG1, dfG2, dfN;
     int iQ;
+    bool bFinite;  ///< no sample is infinite or not a number
 };
 
 /// Pixels of `iElement` bytes, taken from lines into a tile or back: pixel x of all lines stands together in the tile.

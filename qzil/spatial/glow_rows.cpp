@@ -5,28 +5,35 @@
 QZIL_ROWS_BEGIN
 namespace {
 
-constexpr int kPixels = 64;
+constexpr int kPixels = 128;
 
-/// Pixels that are worked on at a time, so that their weights stay at hand.
-QZIL_INLINE void GlowPixels(u8* out, u8 const* blurred, u8 const* source, u32 const* table, int pixels) {
+/// A block of pixels, so that their weights stay at hand.
+template <class Count>
+QZIL_INLINE void GlowPixels(u8* out, u8 const* blurred, u8 const* source, u32 const* table, Count pixels) {
     u8 lumas[kPixels];
     u32 weights[kPixels];
-    for (int i = 0; i < pixels; ++i) {
+    ForEach(pixels, [=, &lumas](int i) {
+        u32 pixel;
+        __builtin_memcpy(&pixel, blurred + 4 * i, sizeof pixel);
         // In memory order, whatever colours these are.
-        u32 const sum = 299u * blurred[4 * i] + 587u * blurred[4 * i + 1] + 114u * blurred[4 * i + 2];
-        lumas[i] = static_cast<u8>(sum / 1000u);
-    }
+        u32 const sum = 299u * (pixel & 255) + 587u * (pixel >> 8 & 255) + 114u * (pixel >> 16 & 255);
+        // sum / 1000 for all sums up to 255000: a division by 8, and by 125.
+        lumas[i] = static_cast<u8>((sum >> 3) * 33555u >> 22);
+    });
     for (int i = 0; i < pixels; ++i) weights[i] = table[lumas[i]];
     u8 const* const weight = reinterpret_cast<u8 const*>(weights);
-    constexpr u8 kColor[4] = {255, 255, 255, 0};
-    Lanes<u8> const color(kColor);
-    for (int i = 0; i < 4 * pixels; ++i) {
-        u16 const glow = WideNormMult(blurred[i], weight[i]);
+    ForPairs(4 * pixels, [=](Place at, auto which) {
+        auto const glow = Each([](u16 b, u16 w) { return WideNormMult(b, w); }, Load(which, blurred + at.i),
+                               Load(which, weight + at.i));
+        auto const below = Load(which, source + at.i);
         // The screen of two values never passes 255: what is added is a share of what is left.
-        u16 const screened = static_cast<u16>(glow + WideNormMult(source[i], static_cast<u16>(255 - glow)));
-        u8 const bits = color[i % kBlock];
-        out[i] = static_cast<u8>((screened & bits) | (source[i] & ~bits));
-    }
+        auto const screened = Each(
+            [](u16 g, u16 s) { return static_cast<u16>(g + WideNormMult(s, static_cast<u16>(255 - g))); }, glow, below);
+        // The odd one of every other pair is alpha.
+        u16 const alpha = (at.i & 2) != 0 ? 0xFFFF : 0;
+        u16 const odd = static_cast<u16>((below.oOdd & alpha) | (screened.oOdd & ~alpha));
+        Store(which, out + at.i, Two<u16>{screened.oEven, odd});
+    });
 }
 
 void Glow8(kernel::Row const& row, GlowConstants const& c) {
@@ -34,7 +41,7 @@ void Glow8(kernel::Row const& row, GlowConstants const& c) {
     u8 const *const blurred = In<u8>(row.pA), *const source = In<u8>(row.pB);
     int x = 0;
     for (; x + kPixels <= row.iPixels; x += kPixels) {
-        GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, c.pWeights, kPixels);
+        GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, c.pWeights, std::integral_constant<int, kPixels>());
     }
     GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, c.pWeights, row.iPixels - x);
 }

@@ -60,8 +60,17 @@ RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& li
       m_iPitch((lines.iSamples + kLanes - 1) / kLanes * kLanes) {
 }
 
+/// The pool keeps one free block of up to 32 MiB, which is the margin buffer's, and one of the sizes above: scratch up
+/// to there comes from the heap, which keeps such blocks, too.
 template <class Sample>
-bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
+void RecursiveMaker<Sample>::TakeColumns() {
+    constexpr std::size_t kMostOnHeap = 0x2000000;
+    std::size_t const samples = static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(m_iActiveLines);
+    if (samples * sizeof(Sample) <= kMostOnHeap) {
+        m_pHeap.reset(new Sample[samples]);
+        m_pColumns = m_pHeap.get();
+        return;
+    }
     GUID const format = sizeof(Sample) == 2 ? MFIF_MONO_S2_14 : MFIF_MONO_FLOAT;
     void* pPixels = nullptr;
     if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iPitch, m_iActiveLines, format, m_pScratch.Out()) < 0 ||
@@ -69,6 +78,11 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
         throw std::bad_alloc();
     }
     m_pColumns = static_cast<Sample*>(pPixels);
+}
+
+template <class Sample>
+bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
+    TakeColumns();
     std::size_t const places = static_cast<std::size_t>(std::max(m_oLines.iLines, m_iPixels));
     m_aLanes.resize(places * kLanes);
     m_aReversed.resize(places * kLanes);

@@ -24,12 +24,10 @@ struct VectorOf;
 template <>
 struct VectorOf<float> {
     using Type = FloatLane;
-    using Scalar = float;
 };
 template <>
 struct VectorOf<s32> {
     using Type = WrapLane;
-    using Scalar = u32;
 };
 
 /// The low bits of lanes.
@@ -44,10 +42,22 @@ struct LowOf<u16> {
     using Type = u16 __attribute__((vector_size(2 * kTapLanes)));
 };
 
+/// One value in every lane, without the addition that a sum with zeros would be.
+QZIL_INLINE FloatLane Everywhere(float value) {
+    FloatLane lanes;
+    s32 bits;
+    __builtin_memcpy(&bits, &value, sizeof bits);
+    Lane const all = Lane{} + bits;
+    __builtin_memcpy(&lanes, &all, sizeof lanes);
+    return lanes;
+}
+QZIL_INLINE WrapLane Everywhere(s32 value) {
+    return WrapLane{} + static_cast<u32>(value);
+}
+
 template <class Sample, class Put>
 QZIL_INLINE void Sum(TapSum<Sample> const& sum, int samples, Put put) {
     using V = typename VectorOf<Sample>::Type;
-    using Scalar = typename VectorOf<Sample>::Scalar;
     Sample const* const* const sources = sum.pSources;
     Sample const* const taps = sum.pTaps;
     int const count = sum.iTaps;
@@ -55,7 +65,7 @@ QZIL_INLINE void Sum(TapSum<Sample> const& sum, int samples, Put put) {
         V sums[kSums]{};
         for (int j = 0; j < count; ++j) {
             Sample const* const from = sources[j] + at;
-            V const tap = V{} + static_cast<Scalar>(taps[j]);
+            V const tap = Everywhere(taps[j]);
             for (int k = 0; k < kSums; ++k) {
                 V samplesOf;
                 __builtin_memcpy(&samplesOf, from + k * kTapLanes, sizeof samplesOf);
