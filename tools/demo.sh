@@ -40,6 +40,29 @@ make inverted invert "$samples/cliff.png"
 make sepia-tint color-blend "$samples/cliff.png" --color '#c08040' --alpha 0.4
 make multiplied lut2 "$samples/cliff.png" "$samples/blossom.png" --rule multiply
 
+# Every type of blur, and what each edge mode takes for the world beyond the picture.
+others=$sheet
+blurs=''
+for type in ellipse gauss uniform exponential exponential-float fast-gauss fast-gauss-float; do
+    make "blur-$type" blur "$samples/tulips.png" --type "$type" --radius 24
+    blurs="$blurs $out/blur-$type.png"
+done
+make glow glow "$samples/blossom.png" --radius 12 --low 0.4
+blurs="$blurs $out/glow.png"
+for edge in color wrap extend mirror; do
+    make "edge-$edge" blur "$samples/cliff.png" --type uniform --radius 90,30 --edge "$edge" --edge-color '#c02020'
+    blurs="$blurs $out/edge-$edge.png"
+done
+make sharpened sharpen "$samples/cliff.png" --type edge --radius 2 --degree 0.1
+make roberts roberts "$samples/cliff.png"
+make gradient gradient "$samples/cliff.png" --direction all
+make emboss emboss "$samples/cliff.png"
+blurs="$blurs $out/sharpened.png $out/roberts.png $out/gradient.png $out/emboss.png"
+# Names hold no blanks, so that the lists may be split.
+"$qzil" sheet $blurs --columns 4 --shrink 2 -o "$out/neighbourhoods.png"
+printf '%s\n' "$out/neighbourhoods.png"
+sheet=$others
+
 # video NAME SHRINK FIRST SECOND ARGUMENTS...: pans over two photographs and dissolves the one clip into the other. Five
 # frames of the result go onto a contact sheet.
 video() {
@@ -79,7 +102,6 @@ else
     echo 'no ffmpeg here: the videos stay y4m'
 fi
 
-# Names hold no blanks, so that the list may be split.
 set --
 for name in $sheet; do set -- "$@" "$out/$name.png"; done
 "$qzil" sheet "$@" --columns 4 --shrink 2 -o "$out/contact-sheet.png"
