@@ -178,6 +178,28 @@ QZIL_INLINE Vector PackHalves(Vector low, Vector high) {
 #endif
 }
 
+/// Floats as doubles, and doubles rounded to floats.
+QZIL_INLINE VectorDouble LoadDoubles(float const* from) {
+#if defined(__AVX512BW__)
+    return _mm512_maskz_cvtps_pd(0xFF, _mm256_loadu_ps(from));  // all lanes
+#elif defined(__AVX2__)
+    return _mm256_cvtps_pd(_mm_loadu_ps(from));
+#else
+    VectorDouble v{};
+    for (int i = 0; i < kLanes64; ++i) v[i] = from[i];
+    return v;
+#endif
+}
+QZIL_INLINE void StoreFloats(float* to, VectorDouble v) {
+#if defined(__AVX512BW__)
+    _mm256_storeu_ps(to, _mm512_maskz_cvtpd_ps(0xFF, v));
+#elif defined(__AVX2__)
+    _mm_storeu_ps(to, _mm256_cvtpd_ps(v));
+#else
+    for (int i = 0; i < kLanes64; ++i) to[i] = static_cast<float>(v[i]);
+#endif
+}
+
 /// Division by one number, correctly rounded. Where products and sums are fused, the remainder of a quotient is exact,
 /// and a quotient that is off by less than its last bit is corrected by it (Markstein 1990). To come so near, the
 /// reciprocal is held in two parts. Takes a third of the time of divisions.

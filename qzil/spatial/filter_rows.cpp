@@ -168,21 +168,8 @@ void UniformIir(FilterPass<s16> const& pass, FixedUniformIir const& filter) {
     }
 }
 
-/// Floats for as many doubles as a vector holds.
-using HalfFloats = float __attribute__((vector_size(kVectorBytes / 2)));
 constexpr int kDoubleChains = 4;
 static_assert(kDoubleLanes % (kDoubleChains * kLanes64) == 0);
-
-QZIL_INLINE VectorDouble LoadDoubles(float const* from) {
-    HalfFloats v;
-    __builtin_memcpy(&v, from, sizeof v);
-    return __builtin_convertvector(v, VectorDouble);
-}
-
-QZIL_INLINE void StoreFloats(float* to, VectorDouble v) {
-    HalfFloats const floats = __builtin_convertvector(v, HalfFloats);
-    __builtin_memcpy(to, &floats, sizeof floats);
-}
 
 void IirDouble(FilterPass<float> const& pass, DoubleIir const& f) {
     Source<float> const source(pass, kNoFloats);
@@ -302,31 +289,42 @@ struct Bytes16 {
     u64 aWords[2];
 };
 
-template <class Element, bool kToTile>
+/// kLines is the number of lines, or 0 where it is not known beforehand.
+template <class Element, bool kToTile, int kLines>
 QZIL_INLINE void MoveElements(TileMove const& move) {
-    int const lines = move.iLines, pixels = move.iPixels, tileStep = move.iTileStep;
+    constexpr int kBytes = sizeof(Element);
+    int const lines = kLines != 0 ? kLines : move.iLines, pixels = move.iPixels, tileStep = move.iTileStep;
     std::ptrdiff_t const lineStep = move.iLineStep;
-    u8* const tile = move.pTile;
-    u8* const line = move.pLine;
-    for (int x = 0; x < pixels; ++x) {
-        u8* const inTile = tile + std::ptrdiff_t{x} * tileStep;
-        u8* const inLine = line + std::ptrdiff_t{x} * static_cast<int>(sizeof(Element));
+    u8* inTile = move.pTile;
+    u8* inLine = move.pLine;
+    for (int x = 0; x < pixels; ++x, inTile += tileStep, inLine += kBytes) {
+#pragma GCC unroll 16
         for (int k = 0; k < lines; ++k) {
-            u8* const one = inTile + k * static_cast<int>(sizeof(Element));
+            u8* const one = inTile + k * kBytes;
             u8* const other = inLine + k * lineStep;
-            __builtin_memcpy(kToTile ? one : other, kToTile ? other : one, sizeof(Element));
+            __builtin_memcpy(kToTile ? one : other, kToTile ? other : one, kBytes);
         }
+    }
+}
+
+/// `kFull` is the number of lines of a full block.
+template <class Element, bool kToTile, int kFull>
+QZIL_INLINE void MoveLines(TileMove const& move) {
+    if (move.iLines == kFull) {
+        MoveElements<Element, kToTile, kFull>(move);
+    } else {
+        MoveElements<Element, kToTile, 0>(move);
     }
 }
 
 template <bool kToTile>
 void MoveTile(TileMove const& move) {
     switch (move.iElement) {
-        case 1: return MoveElements<u8, kToTile>(move);
-        case 2: return MoveElements<u16, kToTile>(move);
-        case 4: return MoveElements<u32, kToTile>(move);
-        case 8: return MoveElements<u64, kToTile>(move);
-        default: return MoveElements<Bytes16, kToTile>(move);
+        case 1: return MoveLines<u8, kToTile, kFixedLanes>(move);
+        case 2: return MoveLines<u16, kToTile, kFixedLanes>(move);
+        case 4: return MoveLines<u32, kToTile, kFixedLanes / 4>(move);
+        case 8: return MoveLines<u64, kToTile, kFixedLanes / 4>(move);
+        default: return MoveLines<Bytes16, kToTile, kDoubleLanes / 4>(move);
     }
 }
 
