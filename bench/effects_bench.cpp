@@ -91,6 +91,9 @@ public:
         m_oMask = MakeImage(catalog::MaskFormatFor(format), width, height, 14);
         m_oInstance.Effect().SetMask({0, 0, width, height}, m_oMask.Get(), XFImageChannelMono);
     }
+    void Set(char const* parameter, char const* text) {
+        m_oInstance.Set(parameter, ParseValue(*m_oInstance.Describes().FindParameter(parameter), text));
+    }
     void SetFilter(bool filter) {
         if (m_oInstance.Describes().FindParameter("filter")) m_oInstance.Set("filter", filter);
     }
@@ -185,6 +188,53 @@ void RegisterConversions(catalog::Entry const& entry) {
     }
 }
 
+/// Settings that decide what an effect costs.
+struct Variant {
+    char const* pEffect;
+    std::vector<std::pair<char const*, char const*>> oSettings;
+};
+
+std::vector<Variant> Variants() {
+    std::vector<Variant> variants;
+    char const* const sevenBySeven =
+        "1 2 3 4 3 2 1; 2 3 4 5 4 3 2; 3 4 5 6 5 4 3; 4 5 6 9 6 5 4; 3 4 5 6 5 4 3; 2 3 4 5 4 3 2; 1 2 3 4 3 2 1 / 180";
+    char const* const flat =
+        "1 1 1 1 1 1 1; 1 1 1 1 1 1 1; 1 1 1 1 1 1 1; 1 1 1 1 1 1 1; 1 1 1 1 1 1 1; 1 1 1 1 1 1 1; 1 1 1 1 1 1 1 / 49";
+    variants.push_back({"convolve", {{"kernel", sevenBySeven}}});
+    variants.push_back({"convolve", {{"kernel", flat}}});
+    variants.push_back({"gradient", {{"direction", "all"}}});
+    for (char const* type : {"uniform", "exponential", "exponential-float", "fast-gauss", "fast-gauss-float"}) {
+        for (char const* radius : {"3", "10", "50", "200"}) {
+            variants.push_back({"blur", {{"type", type}, {"radius", radius}, {"degree", "1"}}});
+        }
+    }
+    for (char const* radius : {"3", "10"}) {
+        variants.push_back({"blur", {{"type", "gauss"}, {"radius", radius}, {"degree", "1"}}});
+    }
+    return variants;
+}
+
+void RegisterVariants() {
+    static std::vector<Variant> const l_oVariants = Variants();
+    for (Variant const& variant : l_oVariants) {
+        catalog::Entry const& entry = *catalog::Find(variant.pEffect);
+        for (GUID const& format : {MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8}) {
+            std::string name = entry.sName;
+            for (auto const& [parameter, text] : variant.oSettings) {
+                // A kernel is told by its shape.
+                bool const kernel = std::string(parameter) == "kernel";
+                bool const product = std::string(text).starts_with("1 1");
+                name += std::string(" ") + (kernel ? product ? "7 x 7, a product" : "7 x 7" : text);
+            }
+            Register(name + '/' + FormatName(format) + "/plain", [&entry, &variant, format](benchmark::State& state) {
+                Frame frame(entry, {format, format}, kWidth, kHeight);
+                for (auto const& [parameter, text] : variant.oSettings) frame.Set(parameter, text);
+                Measure(state, std::move(frame));
+            });
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -199,6 +249,7 @@ int main(int argc, char** argv) {
             }
         }
     }
+    RegisterVariants();
     for (catalog::Entry const& entry : catalog::Conversions()) RegisterConversions(entry);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

@@ -16,8 +16,8 @@ using namespace qzil;
 
 namespace {
 
-/// Samples of a strip of lines that stay in the first-level cache together.
-constexpr int kStripSamples = 6144;
+/// Samples of a strip of lines that the second-level cache holds with ease.
+constexpr int kStripSamples = 12288;
 /// Samples of a line that are widened and summed at a time; whole tap blocks.
 constexpr int kPieceSamples = 1920;
 static_assert(kPieceSamples % kTapBlock == 0);
