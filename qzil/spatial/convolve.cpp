@@ -164,13 +164,20 @@ public:
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override {
         int const top = m_oLines.ActiveLine(first), bottom = m_oLines.ActiveLine(first + count - 1);
         Advance(bottom + m_oKernel.iHeight, [] { return false; });
+        m_aSources.clear();
+        for (int line = 0; line < count; ++line) {
+            for (TapPlace const& place : m_oKernel.aPlaces) {
+                m_aSources.push_back(Held(m_oLines.ActiveLine(first + line) + place.iLine) + place.iAcross);
+            }
+        }
+        std::size_t const taps = m_oKernel.aPlaces.size();
         int const strip = std::max(kStripSamples / (bottom - top + m_oKernel.iHeight) / kTapBlock, 2) * kTapBlock;
         for (int at = 0; at < m_oLines.iActiveSamples; at += strip) {
             int const samples = std::min(strip, m_oLines.iActiveSamples - at);
             for (int line = 0; line < count; ++line) {
-                PointAt(m_oLines.ActiveLine(first + line), at);
-                m_oRoutines.Finish(out + line * step + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes,
-                                   SumOf(m_oKernel.aTaps), samples);
+                TapSum<Sample> const sum{m_aSources.data() + taps * static_cast<std::size_t>(line),
+                                         m_oKernel.aTaps.data(), static_cast<int>(taps), at};
+                m_oRoutines.Finish(out + line * step + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes, sum, samples);
             }
         }
     }
@@ -181,10 +188,12 @@ private:
         int const halo = m_oLines.iSamples - m_oLines.iActiveSamples;
         m_aSources.clear();
         for (int const place : m_oKernel.oAcross.aiPlaces) m_aSources.push_back(m_pWidened + place);
+        TapSum<Sample> const sum{m_aSources.data(), m_oKernel.oAcross.aTaps.data(), static_cast<int>(m_aSources.size()),
+                                 0};
         for (int at = 0; at < m_oLines.iActiveSamples; at += kPieceSamples) {
             int const samples = std::min(kPieceSamples, m_oLines.iActiveSamples - at);
             m_oRoutines.Widen(m_pWidened, line + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes, samples + halo);
-            m_oRoutines.Sum(sums + at, SumOf(m_oKernel.oAcross.aTaps), samples);
+            m_oRoutines.Sum(sums + at, sum, samples);
         }
     }
     /// The first place at a vector's boundary.
@@ -194,16 +203,6 @@ private:
         return memory.data() + (misaligned == 0 ? 0 : kTapBlock - misaligned / sizeof(Sample));
     }
     Sample* Held(int line) { return m_pHeld + line % m_iHeld * m_iPitch; }
-    TapSum<Sample> SumOf(std::vector<Sample> const& taps) const {
-        return {m_aSources.data(), taps.data(), static_cast<int>(m_aSources.size())};
-    }
-    /// Finds the samples under the taps of an output line, from a sample on.
-    void PointAt(int line, int at) {
-        m_aSources.clear();
-        for (TapPlace const& place : m_oKernel.aPlaces) {
-            m_aSources.push_back(Held(line + place.iLine) + at + place.iAcross);
-        }
-    }
 
     MarginLines m_oLines;
     TapKernel<Sample> const& m_oKernel;

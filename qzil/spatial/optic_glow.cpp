@@ -49,7 +49,9 @@ qzILStatus qzILOpticGlowImg::Verify() {
 
 qzILStatus qzILOpticGlowImg::ProcessData() {
     unsigned const mode = m_uProcessingMode;
-    m_uProcessingMode = (mode | kModeColor) & ~kModeAlpha;
+    // The blur leaves alpha alone, which the glow takes from the source in any case: only a host that interrupts could
+    // see it blurred, and whole pixels need no commit.
+    m_uProcessingMode = HasInterrupt() ? (mode | kModeColor) & ~kModeAlpha : mode | kModeAllChannels;
     qzILStatus const status = qzILBlurImg::ProcessData();
     m_uProcessingMode = mode;
     if (status != 1 || m_oBoxes.oProcessed.IsEmpty()) return status;

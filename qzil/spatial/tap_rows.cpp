@@ -60,11 +60,11 @@ QZIL_INLINE void Sum(TapSum<Sample> const& sum, int samples, Put put) {
     using V = typename VectorOf<Sample>::Type;
     Sample const* const* const sources = sum.pSources;
     Sample const* const taps = sum.pTaps;
-    int const count = sum.iTaps;
+    int const count = sum.iTaps, first = sum.iAt;
     for (int at = 0; at < samples; at += kStep) {
         V sums[kSums]{};
         for (int j = 0; j < count; ++j) {
-            Sample const* const from = sources[j] + at;
+            Sample const* const from = sources[j] + first + at;
             V const tap = Everywhere(taps[j]);
             for (int k = 0; k < kSums; ++k) {
                 V samplesOf;

@@ -14,6 +14,7 @@ struct TapSum {
     Sample const* const* pSources;
     Sample const* pTaps;
     int iTaps;
+    int iAt;  ///< sample of the sources that is the first one
 };
 
 /// How a float sum becomes an integer, of which the low bits are kept.
