@@ -99,7 +99,8 @@ std::vector<Entry> SpatialEffects() {
             .Set("direction", &qzILEmbossImg::SetDirection, Directions(), "ne", "where the relief rises to"),
 
         Spatial<qzILConvolveImg>("convolve", "Applies a kernel of weights to the neighbourhood of each pixel")
-            .Kernel("kernel", SetKernel, "0 1 0; 1 2 1; 0 1 0 / 6", "the weights")
+            .Kernel("kernel", SetKernel, "0 1 0; 1 2 1; 0 1 0 / 6",
+                    "the weights; kernels that are a product of a row and a column are applied upside down")
             .Real("bias", &qzILConvolveImg::SetOffset, {-65535.0, 65535.0}, "0",
                   "added to each result, in units of the channel; not to kernels that are a product of a row and a "
                   "column")

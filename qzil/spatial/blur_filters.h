@@ -39,7 +39,7 @@ public:
     bool IsActive() const { return m_dfSpread > 0.0 && m_uReach != 0; }
 
 protected:
-    qzILBlur2Pass1D(double spread, unsigned reach) : m_dfSpread(spread), m_uReach(reach) {}
+    explicit qzILBlur2Pass1D(double spread = 0.0, unsigned reach = 0) : m_dfSpread(spread), m_uReach(reach) {}
 
     double m_dfSpread;
     unsigned m_uReach;

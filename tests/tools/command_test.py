@@ -584,6 +584,31 @@ class OtherPrograms(Command):
                     taps = [weight * value for weight, value in zip((-1, 2, 6, 2, -1), padded[x:x + 5])]
                     self.assertLessEqual(abs(chroma[(y * side + x) // 2] - sum(taps) / 8), 2, (plane, x, y))
 
+    def test_neighbourhoods_of_video(self):
+        # Of the formats that the frames can take, one is chosen that the type of blur is for.
+        clip, blurred = self.folder / "a.y4m", self.folder / "b.y4m"
+        self.qzil("pan", SAMPLES / "cliff.png", "--size", "64,48", "--frames", "2", "-o", clip)
+        for blur in ("gauss", "fast-gauss"):
+            self.qzil("run", "blur", clip, "--type", blur, "--radius", "5,2", "-o", blurred)
+            self.assertIn("2 frames", self.qzil("info", blurred))
+
+    def test_kernels(self):
+        # A single weight on the upper right, given or in a file. It is a product of a row and a column, and those are
+        # applied upside down: the picture comes from the lower right.
+        photograph, file, shifted = SAMPLES / "cliff.png", self.folder / "kernel.txt", self.folder / "shifted.png"
+        file.write_text("0 0 1\n0 0 0\n0 0 0\n/ 1\n")
+        part = ("--roi", "100,100,50,50", "--offset", "0,0", "--size", "50,50")
+        self.qzil("run", "copy", photograph, "--roi", "101,101,50,50", "--offset", "0,0", "--size", "50,50", "-o",
+                  self.folder / "part.png")
+        for kernel in ("0,0,2;0,0,0;0,0,0/2", "@" + str(file)):
+            self.qzil("run", "convolve", photograph, "--kernel", kernel, *part, "-o", shifted)
+            self.qzil("diff", self.folder / "part.png", shifted)
+        forms = ("rows of numbers from the top, with ';' between rows and blanks between numbers, an odd number of "
+                 "each, and perhaps a divisor, as in '1 2 1; 2 4 2; 1 2 1 / 16'; or @FILE with such a text")
+        for wrong in ("1 2; 3 4", "1 2 3; 4 5", "1 x 1", "1 / 0", "@" + str(self.folder / "absent.txt")):
+            self.refused(f"convolve: --kernel is '{wrong}', but takes {forms}.", "run", "convolve", photograph,
+                         "--kernel", wrong, "-o", self.folder / "never.png")
+
     def test_field_order_survives(self):
         for first, name in (("top", "TFF"), ("bottom", "BFF")):
             clip, out = self.folder / "clip.y4m", self.folder / "out.y4m"

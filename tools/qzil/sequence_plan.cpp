@@ -2,6 +2,7 @@
 
 #include "command.h"
 #include "media/y4m_image.h"
+#include "qzil/image/image_ops.h"
 #include "video_options.h"
 
 #include <algorithm>
@@ -24,17 +25,31 @@ bool NeedsRgba(Settings const& settings) {
     return !settings.sMask.empty() || settings.oMaskRect || ChannelBits(settings.sChannels, MFIF_RGBA_RAW_32) != 7u;
 }
 
+/// The effect works in the format with these values: some of them are for some of its formats only.
+bool Works(Settings const& settings, GUID const& format) {
+    if (!Contains(settings.pEntry->oFormats, format)) return false;
+    catalog::Instance instance = settings.pEntry->Make();
+    std::vector<Ref<IXFImage>> images(settings.oInputs.size() + 1);
+    for (auto& image : images) {
+        if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, 2, 2, format, image.Out()) < 0) return false;
+    }
+    for (std::size_t i = 0; i < settings.oInputs.size(); ++i) instance.SetInput(i, images[i].Get());
+    for (std::size_t i = 0; i < settings.oValues.size(); ++i) instance.Set(i, settings.oValues[i]);
+    instance.Effect().SetOutputImg(images.back().Get());
+    return instance.Effect().Verify() == 1 || !(instance.Effect().GetLastError() == 0x1000Du);
+}
+
 /// A video's own format when the effect works in it, else the one that keeps the most of those that conversions lead to
 /// and back from.
 GUID WorkingFormat(Settings const& settings, std::vector<GUID> const& own) {
     catalog::Entry const& entry = *settings.pEntry;
     for (GUID const& format : own) {
         bool const suits = IsFormatMono(format) || !NeedsRgba(settings);
-        if (suits && Contains(entry.oFormats, format)) return format;
+        if (suits && Works(settings, format)) return format;
     }
     for (GUID const& format : {MFIF_RGBA_FLOAT, MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_32}) {
-        bool const works = Contains(entry.oFormats, format);
-        if (works && FirstConvertible(own, format, true) && FirstConvertible(own, format, false)) return format;
+        if (Works(settings, format) && FirstConvertible(own, format, true) && FirstConvertible(own, format, false))
+            return format;
     }
     throw Failure(kRefused, entry.sName + ": the video's frames are " + FormatName(own[0]) +
                                 ", and the effect works in no format that they can be converted to.");
