@@ -70,7 +70,7 @@ qzILStatus qzILMonadicImgProc::Verify() {
     return MaskMayBeOutput(m_pInputImg, m_oOutputOffset) ? 1 : Fail(0x1006C);
 }
 
-qzILStatus qzILMonadicPixelProcBase::Verify() {
+qzILStatus qzILMonadicImgProc::VerifyOneFormat() {
     if (qzILStatus const status = qzILMonadicImgProc::Verify(); status != 1) return status;
     qzILVector2l const place;
     unsigned const code = qzILVerifyROIAndMask(0, &m_pInputImg, &place, 1, m_pOutputImg, m_pMaskImg, m_oMaskRect,
@@ -80,6 +80,10 @@ qzILStatus qzILMonadicPixelProcBase::Verify() {
     m_pInputImg->GetFormat(&inputFormat);
     m_pOutputImg->GetFormat(&outputFormat);
     return inputFormat == outputFormat ? 1 : Fail(0x1000E);
+}
+
+qzILStatus qzILMonadicPixelProcBase::Verify() {
+    return VerifyOneFormat();
 }
 
 qzILStatus qzILMonadicPixelProcBase::PrepareData() {

@@ -23,6 +23,10 @@ public:
     IXFImage* GetInputImg() const { return m_pInputImg; }
 
 protected:
+    /// For effects whose input and output have one format: this class's Verify, the codes of qzILVerifyROIAndMask, and
+    /// 0x1000E for different formats.
+    qzILStatus VerifyOneFormat();
+
     IXFImage* m_pInputImg;
 };
 

@@ -131,15 +131,7 @@ bool qzILMonadicSpatialProc::HasGoodRadius() const {
 }
 
 qzILStatus qzILMonadicSpatialProc::Verify() {
-    if (qzILStatus const status = qzILMonadicImgProc::Verify(); status != 1) return status;
-    qzILVector2l const place;
-    unsigned const code = qzILVerifyROIAndMask(0, &m_pInputImg, &place, 1, m_pOutputImg, m_pMaskImg, m_oMaskRect,
-                                               m_oRoi, m_oOutputOffset, 0);
-    if (code != 0) return Fail(code);
-    GUID inputFormat{}, outputFormat{};
-    m_pInputImg->GetFormat(&inputFormat);
-    m_pOutputImg->GetFormat(&outputFormat);
-    if (inputFormat != outputFormat) return Fail(0x1000E);
+    if (qzILStatus const status = VerifyOneFormat(); status != 1) return status;
     // Deliberately not HasGoodRadius: a radius that is not a number is not below and not above the range.
     auto const outside = [](double radius) { return radius < 0.0 || radius > kHighestRadius; };
     if (outside(m_oRadius.x) || outside(m_oRadius.y)) return Fail(0x10023);

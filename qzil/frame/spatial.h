@@ -101,6 +101,8 @@ protected:
     qzILVector2l ActiveOrigin() const { return m_oBoxes.oProcessed.Origin + m_oRoi.Origin - m_oOutputOffset; }
     /// Copies the region instead of processing it.
     qzILStatus CopyInstead(qzILCopyImg& copy);
+    /// Outside 0 to 1, as Verify judges shares: NaN is not.
+    static bool IsNoShare(double value) { return value < 0.0 || value > 1.0; }
     /// Both radii are numbers that Verify accepts.
     bool HasGoodRadius() const;
 

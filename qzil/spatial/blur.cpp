@@ -88,7 +88,7 @@ qzILStatus qzILBlurImg::Verify() {
     if (notANumber && GetLastError() == 0x10021) status = Fail(0x10023);
     FreeKernel();
     if (m_uType < qzILBlurTypeEllipse || m_uType > qzILBlurTypeFastGaussFloat) return Fail(0x10024);
-    return m_fDegree < 0.0f || m_fDegree > 1.0f ? Fail(0x10026) : status;
+    return IsNoShare(m_fDegree) ? Fail(0x10026) : status;
 }
 
 qzILStatus qzILBlurImg::PrepareData() {

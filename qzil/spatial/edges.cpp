@@ -7,13 +7,6 @@ using namespace qzil;
 
 namespace {
 
-constexpr double kLowest = 0.0, kHighest = 1.0;
-
-/// NaN is not outside.
-bool IsOutside(double value) {
-    return value < kLowest || value > kHighest;
-}
-
 /// A share of full scale; what no parameter that Verify accepts gives stops where it makes no further difference.
 int LevelOf(double share, int full) {
     return Clamp(RoundHalfAway(share * full), -8 * full, 8 * full);
@@ -61,27 +54,23 @@ void EdgeDetector::Init() {
 }
 
 qzILStatus EdgeDetector::VerifyLevels() {
-    if (IsOutside(m_dfEdgeSensitivity)) return Fail(0x1002A);
-    return IsOutside(m_dfBias) ? Fail(0x10029) : 1;
+    if (IsNoShare(m_dfEdgeSensitivity)) return Fail(0x1002A);
+    return IsNoShare(m_dfBias) ? Fail(0x10029) : 1;
 }
 
-namespace {
-
-bool IsEdgeType(qzILEdgeDetectType type) {
-    return type == qzILEdgeDetectTypeMagnitude || type == qzILEdgeDetectTypeAngle;
-}
-
-}  // namespace
-
-qzILStatus qzILRobertsImg::Verify() {
+qzILStatus SlopeDetector::Verify() {
     if (qzILStatus const status = Effect3x3::Verify(); status != 1) return status;
-    if (!IsEdgeType(m_uType)) return Fail(0x10049);
-    return m_uType == qzILEdgeDetectTypeMagnitude ? VerifyLevels() : 1;
+    if (m_uType == qzILEdgeDetectTypeAngle) return 1;
+    return m_uType == qzILEdgeDetectTypeMagnitude ? VerifyLevels() : Fail(0x10049);
+}
+
+qzILStatus SlopeDetector::DetectSlope(unsigned magnitude, unsigned angle) {
+    if (m_uType != qzILEdgeDetectTypeMagnitude) return Detect(angle, 1);
+    return m_dfEdgeSensitivity == 0.0 ? ClearOutput() : Detect(magnitude, 1);
 }
 
 qzILStatus qzILRobertsImg::DoEffect() {
-    if (m_uType != qzILEdgeDetectTypeMagnitude) return RobertsAngle8();
-    return m_dfEdgeSensitivity == 0.0 ? ClearOutput() : Roberts8();
+    return DetectSlope(kRoberts, kRobertsAngle);
 }
 
 qzILStatus qzILRobertsImg::Roberts8() {
@@ -92,15 +81,8 @@ qzILStatus qzILRobertsImg::RobertsAngle8() {
     return Detect(kRobertsAngle, 1);
 }
 
-qzILStatus qzILSobelImg::Verify() {
-    if (qzILStatus const status = Effect3x3::Verify(); status != 1) return status;
-    if (!IsEdgeType(m_uType)) return Fail(0x10049);
-    return m_uType == qzILEdgeDetectTypeMagnitude ? VerifyLevels() : 1;
-}
-
 qzILStatus qzILSobelImg::DoEffect() {
-    if (m_uType != qzILEdgeDetectTypeMagnitude) return SobelAngle8();
-    return m_dfEdgeSensitivity == 0.0 ? ClearOutput() : Sobel8();
+    return DetectSlope(kSobel, kSobelAngle);
 }
 
 qzILStatus qzILSobelImg::Sobel8() {

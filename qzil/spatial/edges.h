@@ -6,9 +6,12 @@
 // MFIF_MONO_RAW_16, channel by channel; the neighbourhood is 3 x 3 whatever the radius. A mask mixes toward the result
 // by the table of products at 8 bits, by the 16-bit mix otherwise. Mono ignores the channel bits.
 
-namespace qzil {
+/// What an edge detector writes: the strength of an edge, or its direction.
+using qzILEdgeDetectType = std::uint32_t;
+inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeMagnitude = 1;
+inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeAngle = 2;
 
-struct EdgeConstants;
+namespace qzil {
 
 /// What all 3 x 3 effects share. Verify adds 0x1000D for other formats.
 class QZIL_API Effect3x3 : public qzILMonadicSpatialProc {
@@ -47,62 +50,60 @@ protected:
     double m_dfBias;
 };
 
-}  // namespace qzil
-
-/// What an edge detector writes: the strength of an edge, or its direction.
-using qzILEdgeDetectType = std::uint32_t;
-inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeMagnitude = 1;
-inline constexpr qzILEdgeDetectType qzILEdgeDetectTypeAngle = 2;
-
-/// Edges by the differences gx of the columns and gy of the lines right and left, below and above, all weights 1.
+/// A detector by the differences gx from left to right and gy between the lines of lower and of higher y.
 ///
 /// Type 1, the default: the response is |gx| + |gy|; with a sensitivity of exactly 0 the output is cleared. Type 2: the
-/// angle of (gx, gy) as a full circle of 255, rounded; where gx is 0 it is 0, 64, or the low
-/// bits of -65. Sensitivity and bias play no part
-/// then. Verify adds 0x10049 for another type.
-class QZIL_API qzILRobertsImg : public qzil::EdgeDetector {
-    QZIL_EFFECT_CLASS(qzILRobertsImg)
+/// angle of (gx, gy) as a full circle of 255, rounded; where gx is 0 it is 0, 64, or the low bits of -65. Sensitivity
+/// and bias play no part then. Verify adds 0x10049 for another type.
+class QZIL_API SlopeDetector : public EdgeDetector {
 public:
-    qzILRobertsImg() { Init(); }
-
     qzILStatus Verify() override;
-    qzILStatus DoEffect() override;
-    void Init() { m_uType = qzILEdgeDetectTypeMagnitude; }
     void SetType(qzILEdgeDetectType type) { m_uType = type; }
     qzILEdgeDetectType GetType() const { return m_uType; }
-
-    qzILStatus Roberts8();
-    qzILStatus Roberts16() { return Roberts8(); }
-    qzILStatus RobertsAngle8();
-    qzILStatus RobertsAngle16() { return RobertsAngle8(); }
     qzILStatus ClearOutput8() { return ClearOutput(); }
     qzILStatus ClearOutput16() { return ClearOutput(); }
+    void Init() { m_uType = qzILEdgeDetectTypeMagnitude; }
+
+protected:
+    SlopeDetector() { Init(); }
+
+    /// What the type asks for, by its two operators.
+    qzILStatus DetectSlope(unsigned magnitude, unsigned angle);
 
 private:
     qzILEdgeDetectType m_uType;
 };
 
-/// As qzILRobertsImg, with the middle samples of the kernels halved, each one truncated.
-class QZIL_API qzILSobelImg : public qzil::EdgeDetector {
+}  // namespace qzil
+
+/// Edges by slopes with all weights 1.
+class QZIL_API qzILRobertsImg : public qzil::SlopeDetector {
+    QZIL_EFFECT_CLASS(qzILRobertsImg)
+public:
+    qzILRobertsImg() { Init(); }
+
+    qzILStatus DoEffect() override;
+    void Init() {}
+
+    qzILStatus Roberts8();
+    qzILStatus Roberts16() { return Roberts8(); }
+    qzILStatus RobertsAngle8();
+    qzILStatus RobertsAngle16() { return RobertsAngle8(); }
+};
+
+/// Edges by slopes whose middle samples are halved, each one truncated.
+class QZIL_API qzILSobelImg : public qzil::SlopeDetector {
     QZIL_EFFECT_CLASS(qzILSobelImg)
 public:
     qzILSobelImg() { Init(); }
 
-    qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init() { m_uType = qzILEdgeDetectTypeMagnitude; }
-    void SetType(qzILEdgeDetectType type) { m_uType = type; }
-    qzILEdgeDetectType GetType() const { return m_uType; }
+    void Init() {}
 
     qzILStatus Sobel8();
     qzILStatus Sobel16() { return Sobel8(); }
     qzILStatus SobelAngle8();
     qzILStatus SobelAngle16() { return SobelAngle8(); }
-    qzILStatus ClearOutput8() { return ClearOutput(); }
-    qzILStatus ClearOutput16() { return ClearOutput(); }
-
-private:
-    qzILEdgeDetectType m_uType;
 };
 
 /// The second derivative. Type 1, the default: 4 times the centre less its neighbours above, below, right and left;

@@ -11,10 +11,6 @@ namespace {
 
 constexpr std::array kFormats{MFIF_RGBA_RAW_32};
 
-bool IsOutside(double value) {
-    return value < 0.0 || value > 1.0;
-}
-
 }  // namespace
 
 FormatList qzILOpticGlowImg::GetFormats() {
@@ -43,8 +39,8 @@ void qzILOpticGlowImg::GetThresholds(double* low, double* high) const {
 qzILStatus qzILOpticGlowImg::Verify() {
     if (qzILStatus const status = qzILBlurImg::Verify(); status != 1) return status;
     if (qzILStatus const status = VerifyFormat(kFormats); status != 1) return status;
-    if (IsOutside(m_dfPresence)) return Fail(0x10026);
-    return IsOutside(m_dfLow) || IsOutside(m_dfHigh) ? Fail(0x1001C) : 1;
+    if (IsNoShare(m_dfPresence)) return Fail(0x10026);
+    return IsNoShare(m_dfLow) || IsNoShare(m_dfHigh) ? Fail(0x1001C) : 1;
 }
 
 qzILStatus qzILOpticGlowImg::ProcessData() {

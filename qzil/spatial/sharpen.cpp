@@ -11,11 +11,6 @@ using namespace qzil;
 
 namespace {
 
-/// NaN is not outside.
-bool IsOutside(double value) {
-    return value < 0.0 || value > 1.0;
-}
-
 bool IsRgba(GUID const& format) {
     return GetNumOfChannelsFromFormat(format) == 4;
 }
@@ -81,8 +76,8 @@ qzILStatus qzILSharpenImg::Verify() {
     if (status != 1) return status;
     if (!OutputHasFormatOf(kRawFormats)) return Fail(0x1000D);
     if (m_uType != qzILSharpenTypeNormal && m_uType != qzILSharpenTypeEdge) return Fail(0x10025);
-    if (IsOutside(m_fDegree)) return Fail(0x10026);
-    return m_uType == qzILSharpenTypeEdge && IsOutside(m_dfEdgeSensitivity) ? Fail(0x1002A) : 1;
+    if (IsNoShare(m_fDegree)) return Fail(0x10026);
+    return m_uType == qzILSharpenTypeEdge && IsNoShare(m_dfEdgeSensitivity) ? Fail(0x1002A) : 1;
 }
 
 qzILStatus qzILSharpenImg::Execute() {
