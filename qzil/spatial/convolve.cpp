@@ -2,6 +2,7 @@
 
 #include "qzil/frame/pixel_traits.h"
 #include "qzil/kernel/line_walk.h"
+#include "qzil/spatial/filter_rows.h"
 #include "qzil/spatial/margin_lines.h"
 #include "qzil/spatial/tap_rows.h"
 #include "qzil/transform/numeric/matrix.h"
@@ -16,11 +17,9 @@ using namespace qzil;
 
 namespace {
 
-/// Samples of a strip of lines that the second-level cache holds with ease.
-constexpr int kStripSamples = 12288;
-/// Samples of a line that are widened and summed at a time; whole tap blocks.
-constexpr int kPieceSamples = 1920;
-static_assert(kPieceSamples % kTapBlock == 0);
+/// Positions of tiles that are summed at a time, so that they stay in the first-level cache.
+constexpr int kPieceAcross = 128;
+constexpr int kPieceDown = 32;
 
 /// Kernels of more than 2 GiB count as out of memory.
 constexpr std::int64_t kMostTaps = 0x1FFFFFFF;
@@ -30,9 +29,9 @@ s32 Truncated(double value) {
 }
 
 /// The sum of the magnitudes of taps.
-double MagnitudeOf(std::vector<float> const& taps) {
+double MagnitudeOf(float const* taps, int count) {
     double sum = 0.0;
-    for (float const tap : taps) sum += std::abs(tap);
+    for (int i = 0; i < count; ++i) sum += std::abs(taps[i]);
     return sum;
 }
 
@@ -41,49 +40,41 @@ bool Fits(double magnitude, float offset) {
     return magnitude * 65536.0 + std::abs(offset) < 1e9;
 }
 
-/// Where a tap stands in the lines of the first step, from the place of the first tap on.
-struct TapPlace {
-    int iLine;
-    int iAcross;
-};
+/// Adds the taps of a line of a kernel, or of a column, without those that are 0.
+template <class Sample>
+void AddRuns(std::vector<TapRun<Sample>>& runs, Sample const* taps, int count) {
+    for (int i = 0; i < count; ++i) {
+        if (taps[i] == Sample{0}) continue;
+        int const from = i;
+        while (i < count && taps[i] != Sample{0}) ++i;
+        runs.push_back({taps + from, i - from, from});
+    }
+}
 
 }  // namespace
 
 namespace qzil {
 
-/// What a convolution does to a line of the margin buffer, and to the lines that come out of that. Taps of 0 are left
-/// out.
+/// What a convolution does to a line of the margin buffer, and to the lines that come out of that.
 template <class Sample>
 struct TapKernel {
-    struct Across {
-        std::vector<int> aiPlaces;
-        std::vector<Sample> aTaps;
-    };
     int iHeight;
+    int iWidth;
     bool bTwoPasses;
-    Across oAcross;  ///< of the first pass
-    std::vector<TapPlace> aPlaces;
-    std::vector<Sample> aTaps;
+    std::vector<TapRun<Sample>> aAcross;
+    std::vector<int> aiLines;           ///< of one pass: the kernel's line that a run belongs to
+    std::vector<TapRun<Sample>> aDown;  ///< of the second pass
 
-    TapKernel(Sample const* taps, qzILVector2l size, int samples) : iHeight(size.y), bTwoPasses(false) {
+    TapKernel(Sample const* taps, qzILVector2l size) : iHeight(size.y), iWidth(size.x), bTwoPasses(false) {
         for (int j = 0; j < size.y; ++j) {
-            for (int i = 0; i < size.x; ++i) Add(taps[std::ptrdiff_t{j} * size.x + i], j, i * samples);
+            AddRuns(aAcross, taps + std::ptrdiff_t{j} * size.x, size.x);
+            aiLines.resize(aAcross.size(), j);
         }
     }
-    TapKernel(Sample const* x, Sample const* y, qzILVector2l size, int samples) : iHeight(size.y), bTwoPasses(true) {
-        for (int i = 0; i < size.x; ++i) {
-            if (x[i] == Sample{0}) continue;
-            oAcross.aiPlaces.push_back(i * samples);
-            oAcross.aTaps.push_back(x[i]);
-        }
-        for (int j = 0; j < size.y; ++j) Add(y[j], j, 0);
-    }
-
-private:
-    void Add(Sample tap, int line, int across) {
-        if (tap == Sample{0}) return;
-        aPlaces.push_back({line, across});
-        aTaps.push_back(tap);
+    TapKernel(Sample const* x, Sample const* y, qzILVector2l size) : iHeight(size.y), iWidth(size.x), bTwoPasses(true) {
+        AddRuns(aAcross, x, size.x);
+        AddRuns(aDown, y, size.y);
+        aiLines.resize(aAcross.size(), 0);
     }
 };
 
@@ -97,6 +88,7 @@ struct FloatRoutines {
     int iSampleBytes;
     TapRounding oRounding;
 
+    static TapFunctions<float> const& Functions() { return GetTapRows().oFloat; }
     void Widen(float* out, unsigned char const* in, int samples) const {
         TapRows const& rows = GetTapRows();
         if (iSampleBytes == 1) {
@@ -105,13 +97,13 @@ struct FloatRoutines {
             rows.pWiden16(out, reinterpret_cast<u16 const*>(in), samples);
         }
     }
-    void Sum(float* out, TapSum<float> const& sum, int samples) const { GetTapRows().pSum(out, sum, samples); }
-    void Finish(unsigned char* out, TapSum<float> const& sum, int samples) const {
+    static void EndFirstPass(float*, int) {}
+    void Finish(unsigned char* out, float const* sums, int samples) const {
         TapRows const& rows = GetTapRows();
         if (iSampleBytes == 1) {
-            rows.pSumTo8(out, sum, samples, oRounding);
+            rows.pRound8(out, sums, samples, oRounding);
         } else {
-            rows.pSumTo16(reinterpret_cast<u16*>(out), sum, samples, oRounding);
+            rows.pRound16(reinterpret_cast<u16*>(out), sums, samples, oRounding);
         }
     }
 };
@@ -121,10 +113,11 @@ struct FixedRoutines {
     static constexpr int iSampleBytes = 1;
     s32 iAdd;
 
-    void Widen(s32* out, unsigned char const* in, int samples) const { GetTapRows().pWidenFixed8(out, in, samples); }
-    void Sum(s32* out, TapSum<s32> const& sum, int samples) const { GetTapRows().pSumFixed(out, sum, samples, 32768); }
-    void Finish(unsigned char* out, TapSum<s32> const& sum, int samples) const {
-        GetTapRows().pSumFixedTo8(out, sum, samples, iAdd);
+    static TapFunctions<s32> const& Functions() { return GetTapRows().oFixed; }
+    static void Widen(s32* out, unsigned char const* in, int samples) { GetTapRows().pWidenFixed8(out, in, samples); }
+    static void EndFirstPass(s32* sums, int samples) { GetTapRows().pShiftFixed(sums, sums, samples, 32768); }
+    void Finish(unsigned char* out, s32 const* sums, int samples) const {
+        GetTapRows().pShiftFixedTo8(out, sums, samples, iAdd);
     }
 };
 
@@ -136,15 +129,27 @@ class TapMaker final : public kernel::LineMaker {
 
 public:
     TapMaker(MarginLines const& lines, TapKernel<Sample> const& kernel, Routines const& routines, int held)
-        : m_oLines(lines), m_oKernel(kernel), m_oRoutines(routines), m_iHeld(held) {
-        int const samples = kernel.bTwoPasses ? lines.iActiveSamples : lines.iSamples;
-        m_iPitch = std::ptrdiff_t{samples / kTapBlock + 2} * kTapBlock;
-        m_aMemory.resize(static_cast<std::size_t>(m_iPitch * held) + kTapBlock);
-        m_pHeld = Aligned(m_aMemory);
-        if (!kernel.bTwoPasses) return;
-        int const halo = lines.iSamples - lines.iActiveSamples;
-        m_aWidenedMemory.resize(static_cast<std::size_t>(kPieceSamples + halo) + 3 * kTapBlock);
-        m_pWidened = Aligned(m_aWidenedMemory);
+        : m_oLines(lines),
+          m_oKernel(kernel),
+          m_oRoutines(routines),
+          m_iHeld(held),
+          m_iPixelBytes(lines.iPixelSamples * routines.iSampleBytes),
+          m_iStrips(kTapSamples / lines.iPixelSamples) {
+        int const pixels = lines.iActiveSamples / lines.iPixelSamples;
+        m_iStripStep = pixels / m_iStrips;
+        m_iPositions = pixels - (m_iStrips - 1) * m_iStripStep;
+        m_iHalo = kernel.iWidth - 1;
+        m_iPiece = std::max(kPieceAcross, m_iHalo);
+        m_iPitch = std::ptrdiff_t{m_iPositions + (kernel.bTwoPasses ? 0 : m_iHalo)} * kTapSamples;
+        m_iBlockPitch = std::ptrdiff_t{kPieceDown} * kTapSamples;
+        m_oHeld.Take(static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(held));
+        std::size_t const piece = static_cast<std::size_t>(m_iPiece + m_iHalo) * kTapSamples;
+        m_oWidened.Take(kernel.bTwoPasses ? piece : 0);
+        m_oSums.Take(std::max(static_cast<std::size_t>(m_iBlockPitch) * kernel::kBlockLines,
+                              std::size_t{kPieceAcross} * kTapSamples));
+        m_iTileBytes = std::ptrdiff_t{m_iPositions} * kTapSamples * routines.iSampleBytes;
+        m_aTile.resize(std::max(piece * static_cast<std::size_t>(routines.iSampleBytes),
+                                static_cast<std::size_t>(m_iTileBytes) * kernel::kBlockLines));
     }
 
     /// Takes the first step for all lines up to `end`; ends for good when `stops` says so after a line.
@@ -153,7 +158,9 @@ public:
         for (; m_iDone < end; ++m_iDone) {
             unsigned char const* const pLine = m_oLines.Line(m_iDone);
             if (!m_oKernel.bTwoPasses) {
-                m_oRoutines.Widen(Held(m_iDone), pLine, m_oLines.iSamples);
+                ForPieces(m_iPositions + m_iHalo, m_iPiece, [&](int at, int positions) {
+                    Widen(Held(m_iDone) + std::ptrdiff_t{at} * kTapSamples, pLine, at, positions);
+                });
             } else {
                 SumAcross(pLine, Held(m_iDone));
             }
@@ -164,56 +171,114 @@ public:
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override {
         int const top = m_oLines.ActiveLine(first), bottom = m_oLines.ActiveLine(first + count - 1);
         Advance(bottom + m_oKernel.iHeight, [] { return false; });
-        m_aSources.clear();
-        for (int line = 0; line < count; ++line) {
-            for (TapPlace const& place : m_oKernel.aPlaces) {
-                m_aSources.push_back(Held(m_oLines.ActiveLine(first + line) + place.iLine) + place.iAcross);
-            }
+        if (m_oKernel.bTwoPasses) MakeDown(top, bottom + m_oKernel.iHeight - top, count);
+        for (int line = 0; !m_oKernel.bTwoPasses && line < count; ++line) {
+            MakeAcross(line, m_oLines.ActiveLine(first + line));
         }
-        std::size_t const taps = m_oKernel.aPlaces.size();
-        int const strip = std::max(kStripSamples / (bottom - top + m_oKernel.iHeight) / kTapBlock, 2) * kTapBlock;
-        for (int at = 0; at < m_oLines.iActiveSamples; at += strip) {
-            int const samples = std::min(strip, m_oLines.iActiveSamples - at);
-            for (int line = 0; line < count; ++line) {
-                TapSum<Sample> const sum{m_aSources.data() + taps * static_cast<std::size_t>(line),
-                                         m_oKernel.aTaps.data(), static_cast<int>(taps), at};
-                m_oRoutines.Finish(out + line * step + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes, sum, samples);
-            }
-        }
+        Deliver(out, step, count);
     }
 
 private:
-    /// The first of two passes, in pieces that stay in the first-level cache.
-    void SumAcross(unsigned char const* line, Sample* sums) {
-        int const halo = m_oLines.iSamples - m_oLines.iActiveSamples;
-        m_aSources.clear();
-        for (int const place : m_oKernel.oAcross.aiPlaces) m_aSources.push_back(m_pWidened + place);
-        TapSum<Sample> const sum{m_aSources.data(), m_oKernel.oAcross.aTaps.data(), static_cast<int>(m_aSources.size()),
-                                 0};
-        for (int at = 0; at < m_oLines.iActiveSamples; at += kPieceSamples) {
-            int const samples = std::min(kPieceSamples, m_oLines.iActiveSamples - at);
-            m_oRoutines.Widen(m_pWidened, line + std::ptrdiff_t{at} * m_oRoutines.iSampleBytes, samples + halo);
-            m_oRoutines.Sum(sums + at, sum, samples);
+    /// Memory that starts on a line of the cache.
+    class Memory {
+    public:
+        void Take(std::size_t samples) {
+            m_uSamples = samples;
+            m_aMemory.resize(samples + kAlign);
+            std::uintptr_t const misaligned =
+                reinterpret_cast<std::uintptr_t>(m_aMemory.data()) / sizeof(Sample) % kAlign;
+            m_pFirst = m_aMemory.data() + (kAlign - misaligned) % kAlign;
+        }
+        Sample* First() const { return m_pFirst; }
+        std::size_t Size() const { return m_uSamples; }
+
+    private:
+        static constexpr std::size_t kAlign = 64 / sizeof(Sample);
+        std::vector<Sample> m_aMemory;
+        std::size_t m_uSamples = 0;
+        Sample* m_pFirst = nullptr;
+    };
+
+    template <class Op>
+    static void ForPieces(int positions, int piece, Op op) {
+        for (int at = 0; at < positions; at += piece) op(at, std::min(piece, positions - at));
+    }
+
+    /// A tile at the start of the scratch memory, or behind it, and the pixels of a line.
+    TileMove MoveOf(unsigned char* tile, unsigned char* line, int positions) const {
+        return {tile,         kTapSamples * m_oRoutines.iSampleBytes,
+                line,         std::ptrdiff_t{m_iStripStep} * m_iPixelBytes,
+                m_iStrips,    positions,
+                m_iPixelBytes};
+    }
+    void Widen(Sample* out, unsigned char const* line, int at, int positions) {
+        auto* const pLine = const_cast<unsigned char*>(line) + std::ptrdiff_t{at} * m_iPixelBytes;
+        GetFilterRows().pToTile(MoveOf(m_aTile.data(), pLine, positions));
+        m_oRoutines.Widen(out, m_aTile.data(), positions * kTapSamples);
+    }
+    /// Sums of a piece into the tile of a line of the block; Deliver then lays the lines out.
+    void Finish(int line, Sample const* sums, int at, int positions) {
+        m_oRoutines.Finish(m_aTile.data() + line * m_iTileBytes + at * kTapSamples * m_oRoutines.iSampleBytes, sums,
+                           positions * kTapSamples);
+    }
+    void Deliver(unsigned char* out, std::ptrdiff_t step, int count) {
+        for (int line = 0; line < count; ++line) {
+            GetFilterRows().pFromTile(MoveOf(m_aTile.data() + line * m_iTileBytes, out + line * step, m_iPositions));
         }
     }
-    /// The first place at a vector's boundary.
-    static Sample* Aligned(std::vector<Sample>& memory) {
-        std::uintptr_t const misaligned =
-            reinterpret_cast<std::uintptr_t>(memory.data()) % (kTapBlock * sizeof(Sample));
-        return memory.data() + (misaligned == 0 ? 0 : kTapBlock - misaligned / sizeof(Sample));
+
+    /// The first of two passes.
+    void SumAcross(unsigned char const* line, Sample* sums) {
+        m_aSources.assign(m_oKernel.aAcross.size(), m_oWidened.First());
+        ForPieces(m_iPositions, m_iPiece, [&](int at, int positions) {
+            Sample* const pOut = sums + std::ptrdiff_t{at} * kTapSamples;
+            Widen(m_oWidened.First(), line, at, positions + m_iHalo);
+            Routines::Functions().pAcross(SumsOf(m_oKernel.aAcross, pOut, positions), m_aSources.data());
+            Routines::EndFirstPass(pOut, positions * kTapSamples);
+        });
     }
-    Sample* Held(int line) { return m_pHeld + line % m_iHeld * m_iPitch; }
+    /// The second one, for lines from `top` on.
+    void MakeDown(int top, int lines, int count) {
+        ForPieces(m_iPositions, kPieceDown, [&](int at, int positions) {
+            m_aSources.clear();
+            for (int line = 0; line < lines; ++line) m_aSources.push_back(Held(top + line) + at * kTapSamples);
+            Routines::Functions().pDown(SumsOf(m_oKernel.aDown, m_oSums.First(), positions), m_iBlockPitch,
+                                        m_aSources.data(), count, m_oLines.iKeptStep);
+            for (int line = 0; line < count; ++line) {
+                Finish(line, m_oSums.First() + line * m_iBlockPitch, at, positions);
+            }
+        });
+    }
+    /// The only pass, of the line of the block whose first source is `top`.
+    void MakeAcross(int line, int top) {
+        ForPieces(m_iPositions, kPieceAcross, [&](int at, int positions) {
+            m_aSources.clear();
+            for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below) + at * kTapSamples);
+            Routines::Functions().pAcross(SumsOf(m_oKernel.aAcross, m_oSums.First(), positions), m_aSources.data());
+            Finish(line, m_oSums.First(), at, positions);
+        });
+    }
+    static TapSums<Sample> SumsOf(std::vector<TapRun<Sample>> const& runs, Sample* out, int positions) {
+        return {runs.data(), static_cast<int>(runs.size()), out, positions};
+    }
+    Sample* Held(int line) { return m_oHeld.First() + line % m_iHeld * m_iPitch; }
 
     MarginLines m_oLines;
     TapKernel<Sample> const& m_oKernel;
     Routines m_oRoutines;
-    std::vector<Sample> m_aMemory;
-    std::vector<Sample> m_aWidenedMemory;
-    Sample* m_pHeld;
-    Sample* m_pWidened = nullptr;
-    std::ptrdiff_t m_iPitch;
     int m_iHeld;
     int m_iDone = 0;  ///< lines whose first step is done
+    int m_iPixelBytes;
+    int m_iStrips;     ///< of a line; the last ones may overlap by a few pixels
+    int m_iStripStep;  ///< pixels from the start of a strip to that of the next
+    int m_iPositions;  ///< of an output line's tile
+    int m_iHalo;       ///< positions that a tile of input has beyond
+    int m_iPiece;
+    std::ptrdiff_t m_iPitch;       ///< samples from a held line to the next
+    std::ptrdiff_t m_iBlockPitch;  ///< and of the sums of a block
+    std::ptrdiff_t m_iTileBytes;   ///< of an output line
+    Memory m_oHeld, m_oWidened, m_oSums;
+    std::vector<unsigned char> m_aTile;
     std::vector<Sample const*> m_aSources;
 };
 
@@ -362,9 +427,9 @@ qzILStatus qzILConvolveImg::RunSinglePass() {
         if (!m_pKernel || traits.iSampleBytes == 0 || !BufferStart()) return -1;
         // Deliberately a float sum at 8 bits and four channels, a double one everywhere else.
         bool const inFloat = traits.iSampleBytes == 1 && traits.iSamples == 4;
-        TapKernel<float> const kernel(m_pKernel, KernelSize(), traits.iSamples);
+        TapKernel<float> const kernel(m_pKernel, KernelSize());
         TapRounding const rounding{inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
-                                   Fits(MagnitudeOf(kernel.aTaps), m_fOffset)};
+                                   Fits(MagnitudeOf(m_pKernel, KernelSize().x * KernelSize().y), m_fOffset)};
         return Run(kernel, FloatRoutines{traits.iSampleBytes, rounding});
     });
 }
@@ -373,8 +438,8 @@ qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
         if (traits.iSampleBytes == 0 || !BufferStart()) return -1;
-        TapKernel<float> const kernel(x, y, KernelSize(), traits.iSamples);
-        bool const fits = Fits(MagnitudeOf(kernel.oAcross.aTaps) * MagnitudeOf(kernel.aTaps), 0.0f);
+        TapKernel<float> const kernel(x, y, KernelSize());
+        bool const fits = Fits(MagnitudeOf(x, KernelSize().x) * MagnitudeOf(y, KernelSize().y), 0.0f);
         return Run(kernel, FloatRoutines{traits.iSampleBytes, {0.5f, true, fits}});
     });
 }
@@ -386,7 +451,7 @@ qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
         std::vector<s32> taps(static_cast<std::size_t>(KernelSize().x) * static_cast<std::size_t>(KernelSize().y));
         std::transform(m_pKernel, m_pKernel + taps.size(), taps.begin(),
                        [](float tap) { return Truncated(tap * 65536.0f); });
-        TapKernel<s32> const kernel(taps.data(), KernelSize(), traits.iSamples);
+        TapKernel<s32> const kernel(taps.data(), KernelSize());
         u32 const offset = static_cast<u32>(Truncated(m_fOffset * 65536.0));
         return Run(kernel, FixedRoutines{static_cast<s32>(offset + 32768u)});
     });
@@ -402,7 +467,7 @@ qzILStatus qzILConvolveImg::DualPassConvolve_RGBA32_Fixed(float* x, float* y) {
             return values;
         };
         std::vector<s32> const across = fixed(x, KernelSize().x), down = fixed(y, KernelSize().y);
-        TapKernel<s32> const kernel(across.data(), down.data(), KernelSize(), traits.iSamples);
+        TapKernel<s32> const kernel(across.data(), down.data(), KernelSize());
         return Run(kernel, FixedRoutines{32768});
     });
 }

@@ -3,6 +3,8 @@
 #include "qzil/kernel/shapes.h"
 #include "qzil/kernel/vector.h"
 
+#include <utility>
+
 QZIL_ROWS_BEGIN
 namespace {
 
@@ -285,46 +287,88 @@ void UniformIirDoubleAny(FilterPass<float> const& pass, DoubleUniformIir const& 
     });
 }
 
+/// 16 bytes of elements.
+template <class Element>
+struct RowOf {
+    static constexpr int kCount = 16 / sizeof(Element);
+    typedef Element Type __attribute__((vector_size(16)));
+};
+
 struct Bytes16 {
     u64 aWords[2];
 };
+template <>
+struct RowOf<Bytes16> {
+    static constexpr int kCount = 1;
+    using Type = Bytes16;
+};
 
-/// kLines is the number of lines, or 0 where it is not known beforehand.
-template <class Element, bool kToTile, int kLines>
-QZIL_INLINE void MoveElements(TileMove const& move) {
-    constexpr int kBytes = sizeof(Element);
-    int const lines = kLines != 0 ? kLines : move.iLines, pixels = move.iPixels, tileStep = move.iTileStep;
-    std::ptrdiff_t const lineStep = move.iLineStep;
-    u8* inTile = move.pTile;
-    u8* inLine = move.pLine;
-    for (int x = 0; x < pixels; ++x, inTile += tileStep, inLine += kBytes) {
-#pragma GCC unroll 16
-        for (int k = 0; k < lines; ++k) {
-            u8* const one = inTile + k * kBytes;
-            u8* const other = inLine + k * lineStep;
-            __builtin_memcpy(kToTile ? one : other, kToTile ? other : one, kBytes);
-        }
-    }
+/// The elements of a and b in turn, from the first half of both or from the second one.
+template <bool kSecond, class Row, int... kPlaces>
+QZIL_INLINE Row Interleave(Row a, Row b, std::integer_sequence<int, kPlaces...>) {
+    constexpr int kCount = sizeof...(kPlaces), kFrom = kSecond ? kCount / 2 : 0;
+    return __builtin_shufflevector(a, b, (kPlaces % 2 * kCount + kFrom + kPlaces / 2)...);
 }
 
-/// `kFull` is the number of lines of a full block.
-template <class Element, bool kToTile, int kFull>
-QZIL_INLINE void MoveLines(TileMove const& move) {
-    if (move.iLines == kFull) {
-        MoveElements<Element, kToTile, kFull>(move);
-    } else {
-        MoveElements<Element, kToTile, 0>(move);
+/// A square of elements, from rows to columns: a row and the one half the square below interleave, again and again.
+template <class Element>
+QZIL_INLINE void MoveSquare(u8* to, std::ptrdiff_t toStep, u8 const* from, std::ptrdiff_t fromStep) {
+    using Row = typename RowOf<Element>::Type;
+    constexpr int kCount = RowOf<Element>::kCount;
+    Row rows[kCount];
+    for (int k = 0; k < kCount; ++k) __builtin_memcpy(&rows[k], from + k * fromStep, 16);
+    if constexpr (kCount > 1) {
+        constexpr auto kPlaces = std::make_integer_sequence<int, kCount>();
+        for (int size = 1; size < kCount; size *= 2) {
+            Row next[kCount];
+            for (int k = 0; k < kCount / 2; ++k) {
+                next[2 * k] = Interleave<false>(rows[k], rows[k + kCount / 2], kPlaces);
+                next[2 * k + 1] = Interleave<true>(rows[k], rows[k + kCount / 2], kPlaces);
+            }
+            for (int k = 0; k < kCount; ++k) rows[k] = next[k];
+        }
+    }
+    for (int k = 0; k < kCount; ++k) __builtin_memcpy(to + k * toStep, &rows[k], 16);
+}
+
+template <class Element, bool kToTile>
+QZIL_INLINE void MoveElements(TileMove const& move) {
+    constexpr int kBytes = sizeof(Element), kCount = RowOf<Element>::kCount;
+    std::ptrdiff_t const tileStep = move.iTileStep, lineStep = move.iLineStep;
+    int const pixels = move.iPixels;
+    int line = 0;
+    for (; pixels >= kCount && line + kCount <= move.iLines; line += kCount) {
+        u8* const pTile = move.pTile + line * kBytes;
+        u8* const pLine = move.pLine + line * lineStep;
+        for (int x = 0; x < pixels; x += kCount) {
+            // The last square ends with the line.
+            int const at = Min(x, pixels - kCount);
+            u8* const inTile = pTile + at * tileStep;
+            u8* const inLine = pLine + at * kBytes;
+            if constexpr (kToTile) {
+                MoveSquare<Element>(inTile, tileStep, inLine, lineStep);
+            } else {
+                MoveSquare<Element>(inLine, lineStep, inTile, tileStep);
+            }
+        }
+    }
+    for (; line < move.iLines; ++line) {
+        for (int x = 0; x < pixels; ++x) {
+            u8* const one = move.pTile + x * tileStep + line * kBytes;
+            u8* const other = move.pLine + line * lineStep + x * kBytes;
+            __builtin_memcpy(kToTile ? one : other, kToTile ? other : one, kBytes);
+        }
     }
 }
 
 template <bool kToTile>
 void MoveTile(TileMove const& move) {
     switch (move.iElement) {
-        case 1: return MoveLines<u8, kToTile, kFixedLanes>(move);
-        case 2: return MoveLines<u16, kToTile, kFixedLanes>(move);
-        case 4: return MoveLines<u32, kToTile, kFixedLanes / 4>(move);
-        case 8: return MoveLines<u64, kToTile, kFixedLanes / 4>(move);
-        default: return MoveLines<Bytes16, kToTile, kDoubleLanes / 4>(move);
+        case 1: return MoveElements<u8, kToTile>(move);
+        case 2: return MoveElements<u16, kToTile>(move);
+        case 4: return MoveElements<u32, kToTile>(move);
+        case 8: return MoveElements<u64, kToTile>(move);
+        default: return MoveElements<Bytes16, kToTile>(move);
     }
 }
 

@@ -6,148 +6,150 @@
 QZIL_ROWS_BEGIN
 namespace {
 
-/// Taps stand at any pixel, so that most loads are not aligned: with vectors of half a cache line fewer of them touch
-/// two lines.
-constexpr int kTapBytes = kVectorBytes < 32 ? kVectorBytes : 32;
-constexpr int kTapLanes = kTapBytes / 4;
-using Lane = s32 __attribute__((vector_size(kTapBytes)));
-using FloatLane = float __attribute__((vector_size(kTapBytes)));
-using WrapLane = u32 __attribute__((vector_size(kTapBytes)));
-
-/// Vectors that are summed at a time, so that their additions need not wait for each other.
-constexpr int kSums = 8;
-constexpr int kStep = kSums * kTapLanes;
-static_assert(kTapBlock % kStep == 0);
+using VectorFloat = float __attribute__((vector_size(kVectorBytes)));
+using VectorWrap = u32 __attribute__((vector_size(kVectorBytes)));
 
 template <class Sample>
 struct VectorOf;
 template <>
 struct VectorOf<float> {
-    using Type = FloatLane;
+    using Type = VectorFloat;
 };
 template <>
 struct VectorOf<s32> {
-    using Type = WrapLane;
+    using Type = VectorWrap;
 };
 
-/// The low bits of lanes.
-template <class T>
-struct LowOf;
-template <>
-struct LowOf<u8> {
-    using Type = u8 __attribute__((vector_size(kTapLanes)));
-};
-template <>
-struct LowOf<u16> {
-    using Type = u16 __attribute__((vector_size(2 * kTapLanes)));
-};
+/// Neighbouring sums that share what they load, and taps that are unrolled; as many as the registers hold.
+constexpr int kSums = kVectorBytes == 64 ? 8 : 4;
+constexpr int kTaps = 8;
 
 /// One value in every lane, without the addition that a sum with zeros would be.
-QZIL_INLINE FloatLane Everywhere(float value) {
-    FloatLane lanes;
+QZIL_INLINE VectorFloat Everywhere(float value) {
     s32 bits;
     __builtin_memcpy(&bits, &value, sizeof bits);
-    Lane const all = Lane{} + bits;
-    __builtin_memcpy(&lanes, &all, sizeof lanes);
-    return lanes;
+    return reinterpret_cast<VectorFloat>(AllLanes(bits));
 }
-QZIL_INLINE WrapLane Everywhere(s32 value) {
-    return WrapLane{} + static_cast<u32>(value);
+QZIL_INLINE VectorWrap Everywhere(s32 value) {
+    return VectorWrap{} + static_cast<u32>(value);
 }
 
-template <class Sample, class Put>
-QZIL_INLINE void Sum(TapSum<Sample> const& sum, int samples, Put put) {
-    using V = typename VectorOf<Sample>::Type;
-    Sample const* const* const sources = sum.pSources;
-    Sample const* const taps = sum.pTaps;
-    int const count = sum.iTaps, first = sum.iAt;
-    for (int at = 0; at < samples; at += kStep) {
-        V sums[kSums]{};
-        for (int j = 0; j < count; ++j) {
-            Sample const* const from = sources[j] + first + at;
-            V const tap = Everywhere(taps[j]);
-            for (int k = 0; k < kSums; ++k) {
-                V samplesOf;
-                __builtin_memcpy(&samplesOf, from + k * kTapLanes, sizeof samplesOf);
-                sums[k] += samplesOf * tap;
-            }
-        }
-        put(at, sums);
+template <class Sample>
+QZIL_INLINE auto LoadSamples(Sample const* from) {
+    typename VectorOf<Sample>::Type v;
+    __builtin_memcpy(&v, from, sizeof v);
+    return v;
+}
+
+/// sums[k] += taps[j] * load(k, j) for every j in turn. What sums load alike is loaded once.
+template <int kCount, int kSide, class Sample, class V, class Load>
+QZIL_INLINE void AddTaps(V* sums, Sample const* taps, Load load) {
+#pragma GCC unroll 8
+    for (int j = 0; j < kCount; ++j) {
+        V const tap = Everywhere(taps[j]);
+#pragma GCC unroll 8
+        for (int k = 0; k < kSide; ++k) sums[k] += load(k, j) * tap;
     }
 }
 
-/// Stores the low bits of the lanes; the last block of a line may be a part of one.
-template <class T>
-QZIL_INLINE void StoreLow(T* out, int at, int samples, Lane const* values) {
-    using Narrow = typename LowOf<T>::Type;
-    if (at + kStep <= samples) {
-        for (int k = 0; k < kSums; ++k) {
-            Narrow const low = __builtin_convertvector(values[k], Narrow);
-            __builtin_memcpy(out + at + k * kTapLanes, &low, sizeof low);
+template <int kSide, class Sample, class V, class Load>
+QZIL_INLINE void AddRun(V* sums, Sample const* taps, int count, Load load) {
+    int at = 0;
+    auto const from = [&](int k, int j) { return load(k, at + j); };
+    for (; at + kTaps <= count; at += kTaps) AddTaps<kTaps, kSide>(sums, taps + at, from);
+    switch (count - at) {
+        case 7: return AddTaps<7, kSide>(sums, taps + at, from);
+        case 6: return AddTaps<6, kSide>(sums, taps + at, from);
+        case 5: return AddTaps<5, kSide>(sums, taps + at, from);
+        case 4: return AddTaps<4, kSide>(sums, taps + at, from);
+        case 3: return AddTaps<3, kSide>(sums, taps + at, from);
+        case 2: return AddTaps<2, kSide>(sums, taps + at, from);
+        case 1: return AddTaps<1, kSide>(sums, taps + at, from);
+        default: return;
+    }
+}
+
+template <int kSide, class Sample>
+QZIL_INLINE void SumPositions(TapSums<Sample> const& args, Sample const* const* lines, int position, int lane) {
+    typename VectorOf<Sample>::Type sums[kSide]{};
+    int const first = position * kTapSamples + lane;
+    for (int r = 0; r < args.iRuns; ++r) {
+        TapRun<Sample> const run = args.pRuns[r];
+        Sample const* const from = lines[r] + first + run.iFrom * kTapSamples;
+        AddRun<kSide>(sums, run.pTaps, run.iTaps,
+                      [=](int k, int j) { return LoadSamples(from + (k + j) * kTapSamples); });
+    }
+    for (int k = 0; k < kSide; ++k) StoreVector(args.pOut + first + k * kTapSamples, sums[k]);
+}
+
+template <class Sample>
+void Across(TapSums<Sample> const& args, Sample const* const* lines) {
+    for (int lane = 0; lane < kTapSamples; lane += kLanes32) {
+        int position = 0;
+        for (; position + kSums <= args.iPositions; position += kSums) {
+            SumPositions<kSums>(args, lines, position, lane);
         }
-        return;
+        for (; position < args.iPositions; ++position) SumPositions<1>(args, lines, position, lane);
     }
-    T block[kStep];
-    for (int k = 0; k < kSums; ++k) {
-        Narrow const low = __builtin_convertvector(values[k], Narrow);
-        __builtin_memcpy(block + k * kTapLanes, &low, sizeof low);
+}
+
+template <int kSide, class Sample>
+QZIL_INLINE void SumLines(TapSums<Sample> const& args, std::ptrdiff_t outStep, Sample const* const* lines) {
+    for (int at = 0; at < args.iPositions * kTapSamples; at += kLanes32) {
+        typename VectorOf<Sample>::Type sums[kSide]{};
+        for (int r = 0; r < args.iRuns; ++r) {
+            TapRun<Sample> const run = args.pRuns[r];
+            Sample const* const* const from = lines + run.iFrom;
+            AddRun<kSide>(sums, run.pTaps, run.iTaps, [=](int k, int j) { return LoadSamples(from[k + j] + at); });
+        }
+        for (int k = 0; k < kSide; ++k) StoreVector(args.pOut + k * outStep + at, sums[k]);
     }
-    for (int i = at; i < samples; ++i) out[i] = block[i - at];
+}
+
+template <class Sample>
+void Down(TapSums<Sample> const& args, std::ptrdiff_t outStep, Sample const* const* lines, int count, int step) {
+    TapSums<Sample> group = args;
+    int line = 0;
+    for (; step == 1 && line + kSums <= count; line += kSums, group.pOut += kSums * outStep) {
+        SumLines<kSums>(group, outStep, lines + line);
+    }
+    for (; line < count; ++line, group.pOut += outStep) SumLines<1>(group, outStep, lines + line * step);
 }
 
 /// Truncates toward zero, limited to 32 bits first; NaN gives the lower limit.
 template <bool kFits>
-QZIL_INLINE Lane Truncate(FloatLane v) {
-    if constexpr (kFits) return __builtin_convertvector(v, Lane);
-    FloatLane const low = FloatLane{} - 2147483648.0f, high = FloatLane{} + 2147483520.0f;
-    v = v > low ? v : low;
-    v = v < high ? v : high;
-    return __builtin_convertvector(v, Lane);
+QZIL_INLINE s32 Truncate(float v) {
+    if constexpr (!kFits) {
+        v = v > -2147483648.0f ? v : -2147483648.0f;
+        v = v < 2147483520.0f ? v : 2147483520.0f;
+    }
+    return static_cast<s32>(v);
 }
 
 /// Truncates v + 0.5 as if added without rounding: what lies between the whole part and v decides.
 template <bool kFits>
-QZIL_INLINE Lane TruncateHalfAdded(FloatLane v) {
-    Lane const whole = Truncate<kFits>(v);
-    FloatLane const rest = v - __builtin_convertvector(whole, FloatLane);
-    Lane const up = rest >= 0.5f, upBelowZero = (rest > -0.5f) & (whole < 0);
-    // A comparison is -1 where it holds.
-    return whole - (v >= 0.0f ? up : upBelowZero);
+QZIL_INLINE s32 TruncateHalfAdded(float v) {
+    s32 const whole = Truncate<kFits>(v);
+    float const rest = v - static_cast<float>(whole);
+    s32 const up = rest >= 0.5f ? 1 : 0, upBelowZero = (rest > -0.5f) & (whole < 0) ? 1 : 0;
+    return whole + (v >= 0.0f ? up : upBelowZero);
 }
 
 template <class T>
-QZIL_INLINE void SumTo(T* out, TapSum<float> const& sum, int samples, TapRounding rounding) {
-    FloatLane const offset = FloatLane{} + rounding.fOffset;
-    auto const run = [=, &sum](auto truncate) {
-        Sum(sum, samples, [=](int at, FloatLane const* sums) {
-            Lane values[kSums];
-            for (int k = 0; k < kSums; ++k) values[k] = truncate(sums[k] + offset);
-            StoreLow(out, at, samples, values);
-        });
+void Round(T* out, float const* in, int samples, TapRounding rounding) {
+    float const offset = rounding.fOffset;
+    auto const run = [=](auto truncate) {
+        ForEach(samples, [=](int i) { out[i] = static_cast<T>(truncate(in[i] + offset)); });
     };
     if (rounding.bHalfInFloat && rounding.bFits) {
-        run([](FloatLane v) { return Truncate<true>(v); });
+        run([](float v) { return Truncate<true>(v); });
     } else if (rounding.bHalfInFloat) {
-        run([](FloatLane v) { return Truncate<false>(v); });
+        run([](float v) { return Truncate<false>(v); });
     } else if (rounding.bFits) {
-        run([](FloatLane v) { return TruncateHalfAdded<true>(v); });
+        run([](float v) { return TruncateHalfAdded<true>(v); });
     } else {
-        run([](FloatLane v) { return TruncateHalfAdded<false>(v); });
+        run([](float v) { return TruncateHalfAdded<false>(v); });
     }
-}
-
-void SumTo8(u8* out, TapSum<float> const& sum, int samples, TapRounding rounding) {
-    SumTo(out, sum, samples, rounding);
-}
-
-void SumTo16(u16* out, TapSum<float> const& sum, int samples, TapRounding rounding) {
-    SumTo(out, sum, samples, rounding);
-}
-
-void SumToFloat(float* out, TapSum<float> const& sum, int samples) {
-    Sum(sum, samples, [=](int at, FloatLane const* sums) {
-        for (int k = 0; k < kSums; ++k) StoreVector(out + at + k * kTapLanes, sums[k]);
-    });
 }
 
 template <class Out, class T>
@@ -156,32 +158,30 @@ void Widen(Out* out, T const* in, int samples) {
 }
 
 /// (sum + add) >> 16 with an arithmetic shift; the addition may wrap.
-template <class V>
-QZIL_INLINE Lane Shifted(V sum, s32 add) {
-    return reinterpret_cast<Lane>(sum + static_cast<u32>(add)) >> 16;
+QZIL_INLINE s32 Shifted(s32 sum, s32 add) {
+    return static_cast<s32>(static_cast<u32>(sum) + static_cast<u32>(add)) >> 16;
 }
 
-void SumFixed(s32* out, TapSum<s32> const& sum, int samples, s32 add) {
-    Sum(sum, samples, [=](int at, auto const* sums) {
-        for (int k = 0; k < kSums; ++k) StoreVector(out + at + k * kTapLanes, Shifted(sums[k], add));
-    });
+void ShiftFixed(s32* out, s32 const* in, int samples, s32 add) {
+    ForEach(samples, [=](int i) { out[i] = Shifted(in[i], add); });
 }
 
-void SumFixedTo8(u8* out, TapSum<s32> const& sum, int samples, s32 add) {
-    Sum(sum, samples, [=](int at, auto const* sums) {
-        Lane values[kSums];
-        for (int k = 0; k < kSums; ++k) {
-            Lane const value = Shifted(sums[k], add), positive = value > 0 ? value : Lane{};
-            values[k] = positive < 255 ? positive : Lane{} + 255;
-        }
-        StoreLow(out, at, samples, values);
-    });
+void ShiftFixedTo8(u8* out, s32 const* in, int samples, s32 add) {
+    ForEach(samples, [=](int i) { out[i] = static_cast<u8>(Clamp<s32>(Shifted(in[i], add), 0, 255)); });
 }
 
 }  // namespace
 
 TapRows const g_oTapRows{
-    Widen<float, u8>, Widen<float, u16>, SumToFloat, SumTo8, SumTo16, Widen<s32, u8>, SumFixed, SumFixedTo8,
+    {Across<float>, Down<float>},
+    {Across<s32>, Down<s32>},
+    Widen<float, u8>,
+    Widen<float, u16>,
+    Widen<s32, u8>,
+    Round<u8>,
+    Round<u16>,
+    ShiftFixed,
+    ShiftFixedTo8,
 };
 
 QZIL_ROWS_END
