@@ -11,13 +11,13 @@ template <class Sample, class Entry>
 struct NarrowSums {
     using Sum = Entry;
     BoxFunctions<Sample, Sum> const& oRows;
-    u32 uFactor;
+    BoxScale oScale;
 
     void Down(Sum* sums, Sum* before, Sample const* entering, Sample const* leaving, int samples) const {
         oRows.pDown(sums, before, entering, leaving, samples);
     }
     void Across(Sample* out, Sum const* in, int pixels, int step, int width) const {
-        oRows.pAcross(out, in, pixels, step, width, uFactor);
+        oRows.pAcross(out, in, pixels, step, width, oScale);
     }
 };
 
@@ -69,56 +69,29 @@ public:
           m_iHeight(height),
           m_oSums(sums),
           m_aBefore(static_cast<std::size_t>(lines.iSamples)),
-          m_aDown(static_cast<std::size_t>(lines.iSamples) * (kJoins ? kJoined : 1)) {
+          m_aDown(static_cast<std::size_t>(lines.iSamples)) {
         std::vector<Sample> const nothing(static_cast<std::size_t>(lines.iSamples));
         for (int line = 0; line < height - 1; ++line) {
             m_oSums.Down(m_aDown.data(), m_aBefore.data(), LineOf(line), nothing.data(), lines.iSamples);
         }
-        if (kJoins) {
-            m_aJoined.resize(m_aDown.size());
-            m_aFinished.resize(static_cast<std::size_t>(lines.iActiveSamples) * kJoined);
-        }
     }
 
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override {
-        while (count > 0) {
-            int const lines = kJoins && m_oLines.iPixelSamples == 1 && count >= kJoined ? kJoined : 1;
-            for (int k = 0; k < lines; ++k) {
-                SumDown(m_oLines.ActiveLine(first + k), m_aDown.data() + std::ptrdiff_t{k} * m_oLines.iSamples);
-            }
-            if (lines == 1) {
-                m_oSums.Across(reinterpret_cast<Sample*>(out), m_aDown.data(),
-                               m_oLines.iActiveSamples / m_oLines.iPixelSamples, m_oLines.iPixelSamples, m_iWidth);
-            } else {
-                FinishJoined(out, step);
-            }
-            first += lines;
-            count -= lines;
-            out += lines * step;
+        for (int k = 0; k < count; ++k, out += step) {
+            SumDown(m_oLines.ActiveLine(first + k));
+            m_oSums.Across(reinterpret_cast<Sample*>(out), m_aDown.data(),
+                           m_oLines.iActiveSamples / m_oLines.iPixelSamples, m_oLines.iPixelSamples, m_iWidth);
         }
     }
 
 private:
-    /// Four lines of one channel are summed across side by side, as the channels of one line would be.
-    static constexpr bool kJoins = std::is_integral_v<Sample> && sizeof(Sum) <= 4;
-    static constexpr int kJoined = 4;
-
     Sample const* LineOf(int line) const { return reinterpret_cast<Sample const*>(m_oLines.Line(line)); }
 
     /// The sums of the columns of an output line; lines in between are passed.
-    void SumDown(int line, Sum* sums) {
+    void SumDown(int line) {
         for (; m_iNext <= line; ++m_iNext) {
-            m_oSums.Down(sums, m_aBefore.data(), LineOf(m_iNext + m_iHeight - 1), LineOf(m_iNext), m_oLines.iSamples);
-        }
-    }
-
-    void FinishJoined(unsigned char* out, std::ptrdiff_t step) {
-        if constexpr (kJoins) {
-            int const samples = m_oLines.iActiveSamples;
-            m_oSums.oRows.pJoin4(m_aJoined.data(), m_aDown.data(), m_oLines.iSamples, m_oLines.iSamples);
-            m_oSums.Across(m_aFinished.data(), m_aJoined.data(), samples, kJoined, m_iWidth);
-            m_oSums.oRows.pSplit4(reinterpret_cast<Sample*>(out), step / std::ptrdiff_t{sizeof(Sample)},
-                                  m_aFinished.data(), samples);
+            m_oSums.Down(m_aDown.data(), m_aBefore.data(), LineOf(m_iNext + m_iHeight - 1), LineOf(m_iNext),
+                         m_oLines.iSamples);
         }
     }
 
@@ -127,10 +100,22 @@ private:
     int m_iHeight;
     Sums m_oSums;
     std::vector<Sum> m_aBefore;  ///< the sums of the next line, without the sample that enters
-    std::vector<Sum> m_aDown, m_aJoined;
-    std::vector<Sample> m_aFinished;
+    std::vector<Sum> m_aDown;
     int m_iNext = 0;  ///< active line
 };
+
+/// The share by which floats give the mean of every sum of 8-bit samples, or 0. Both means grow with the sum: they are
+/// equal when each value begins with the same one.
+float ShareFor(u64 area, u64 factor) {
+    if (255 * area >= (1u << 24)) return 0.0f;
+    float const share = static_cast<float>(1.0 / static_cast<double>(area));
+    for (u64 value = 1; value <= 255; ++value) {
+        u64 const first = ((value << 32) - 0x80000000u + factor - 1) / factor;
+        auto const mean = [&](u64 sum) { return static_cast<u64>(static_cast<float>(sum) * share + 0.5f); };
+        if (mean(first) != value || mean(first - 1) != value - 1) return 0.0f;
+    }
+    return share;
+}
 
 template <class Sample>
 std::unique_ptr<kernel::LineMaker> MakeIntegerMaker(BoxRows const& rows, MarginLines const& lines, int width,
@@ -138,7 +123,7 @@ std::unique_ptr<kernel::LineMaker> MakeIntegerMaker(BoxRows const& rows, MarginL
     u64 const area = static_cast<u64>(width) * static_cast<u64>(height);
     u64 const factor = static_cast<u64>(std::floor(4294967296.0 / static_cast<double>(area) + 0.5));
     auto const make = [&]<class Sum>(BoxFunctions<Sample, Sum> const& functions) {
-        NarrowSums<Sample, Sum> const sums{functions, static_cast<u32>(factor)};
+        NarrowSums<Sample, Sum> const sums{functions, {static_cast<u32>(factor), ShareFor(area, factor)}};
         return std::make_unique<BoxMaker<Sample, NarrowSums<Sample, Sum>>>(lines, width, height, sums);
     };
     // The largest samples then sum to less than 32 bits hold, or 31 and a sign.

@@ -1,6 +1,9 @@
 #include "qzil/spatial/box_rows.h"
 
 #include "qzil/kernel/shapes.h"
+#include "qzil/kernel/vector.h"
+
+#include <utility>
 
 QZIL_ROWS_BEGIN
 namespace {
@@ -14,49 +17,62 @@ void Down(Sum* sums, Sum* before, Sample const* entering, Sample const* leaving,
     });
 }
 
-/// Pixels whose sums are held before they are scaled.
-constexpr int kPixels = 64;
+/// Samples whose sums are held before they are scaled.
+constexpr int kHeld = 256;
 
-/// Four sums in one register.
-template <class Sum>
-struct FourOf;
-template <>
-struct FourOf<u32> {
-    using Type = u32 __attribute__((vector_size(16)));
-};
-template <>
-struct FourOf<s32> {
-    using Type = s32 __attribute__((vector_size(16)));
-};
+using Sums = u32 __attribute__((vector_size(kVectorBytes)));
+constexpr auto kLanes = std::make_integer_sequence<int, kLanes32>();
 
-/// The entries of a pixel, widened.
-template <class Sum>
-struct One {
-    Sum value;
+/// The lanes moved up by kBy places, with zeros below.
+template <int kBy, int... kLane>
+QZIL_INLINE Sums MovedUp(Sums v, std::integer_sequence<int, kLane...>) {
+    return __builtin_shufflevector(v, Sums{}, (kLane < kBy ? kLanes32 + kLane : kLane - kBy)...);
+}
+/// The last pixel of kStep lanes everywhere.
+template <int kStep, int... kLane>
+QZIL_INLINE Sums LastPixel(Sums v, std::integer_sequence<int, kLane...>) {
+    return __builtin_shufflevector(v, v, (kLanes32 - kStep + kLane % kStep)...);
+}
+
+template <class Entry>
+QZIL_INLINE Sums LoadEntries(Entry const* from) {
+    Entry entries[kLanes32];
+    __builtin_memcpy(entries, from, sizeof entries);
+    Sums v{};
+    for (int i = 0; i < kLanes32; ++i) v[i] = static_cast<u32>(entries[i]);
+    return v;
+}
+
+/// The sums of boxes that begin at the pixels of a vector. A pixel adds what enters its box behind it and takes off
+/// itself for those that follow, so that its sum is its own value more than all these together.
+template <int kStep>
+struct RunningSums {
+    Sums before{};  ///< the box of the next pixel, without its last one
+
     template <class Entry>
-    QZIL_INLINE static One Of(Entry const* p) {
-        return {static_cast<Sum>(*p)};
+    QZIL_INLINE Sums Next(Entry const* entering, Entry const* leaving) {
+        Sums const own = LoadEntries(leaving);
+        Sums moved = LoadEntries(entering) - own;
+        if constexpr (kStep < kLanes32) moved += MovedUp<kStep>(moved, kLanes);
+        if constexpr (2 * kStep < kLanes32) moved += MovedUp<2 * kStep>(moved, kLanes);
+        if constexpr (4 * kStep < kLanes32) moved += MovedUp<4 * kStep>(moved, kLanes);
+        if constexpr (8 * kStep < kLanes32) moved += MovedUp<8 * kStep>(moved, kLanes);
+        Sums const sums = before + own + moved;
+        before += LastPixel<kStep>(moved, kLanes);
+        return sums;
     }
-    QZIL_INLINE void Move(One entering, One leaving) { value += entering.value - leaving.value; }
-    static constexpr int kStep = 1;
-};
-template <class Sum>
-struct Four {
-    using Register = typename FourOf<Sum>::Type;
-    Register value;
-    template <class Entry>
-    QZIL_INLINE static Four Of(Entry const* p) {
-        Four four;
-        four.value =
-            Register{static_cast<Sum>(p[0]), static_cast<Sum>(p[1]), static_cast<Sum>(p[2]), static_cast<Sum>(p[3])};
-        return four;
-    }
-    QZIL_INLINE void Move(Four entering, Four leaving) { value += entering.value - leaving.value; }
-    static constexpr int kStep = 4;
 };
 
 template <class Sample, class Sum>
-QZIL_INLINE void Scale(Sample* out, Sum const* in, int samples, u32 factor) {
+QZIL_INLINE void Scale(Sample* out, Sum const* in, int samples, BoxScale scale) {
+    u32 const factor = scale.uFactor;
+    float const share = scale.fShare;
+    if (sizeof(Sample) == 1 && share != 0.0f) {
+        ForEach(samples, [=](int i) {
+            out[i] = static_cast<Sample>(static_cast<s32>(static_cast<float>(static_cast<s32>(in[i])) * share + 0.5f));
+        });
+        return;
+    }
     ForEach(samples, [=](int i) {
         if constexpr (Sum(-1) < Sum(0)) {
             out[i] = static_cast<Sample>((static_cast<s64>(in[i]) * factor + 0x80000000) >> 32);
@@ -66,36 +82,39 @@ QZIL_INLINE void Scale(Sample* out, Sum const* in, int samples, u32 factor) {
     });
 }
 
-/// One addition leads from a sum to the next: what enters and leaves is put together beforehand.
-template <class Pixel, class Sum, class Sample, class Entry>
-QZIL_INLINE void RunAcross(Sample* out, Entry const* in, int pixels, int width, u32 factor) {
-    constexpr int kStep = Pixel::kStep;
-    Pixel sum{};
-    for (int i = 0; i < width - 1; ++i) sum.Move(Pixel::Of(in + i * kStep), Pixel{});
+template <int kStep, class Sum, class Sample, class Entry>
+QZIL_INLINE void RunAcross(Sample* out, Entry const* in, int samples, int width, BoxScale scale) {
+    RunningSums<kStep> running;
     Entry const* const entering = in + std::ptrdiff_t{width - 1} * kStep;
-    Pixel leaving{};
-    for (int x = 0; x < pixels; x += kPixels) {
-        Sum sums[kPixels * kStep];
-        int const count = Min(kPixels, pixels - x);
-        for (int i = 0; i < count; ++i) {
-            sum.Move(Pixel::Of(entering + (x + i) * kStep), leaving);
-            leaving = Pixel::Of(in + (x + i) * kStep);
-            __builtin_memcpy(sums + i * kStep, &sum, sizeof sum);
+    u32 first[kStep]{};
+    for (int i = 0; i < (width - 1) * kStep; ++i) first[i % kStep] += static_cast<u32>(in[i]);
+    for (int i = 0; i < kLanes32; ++i) running.before[i] = first[i % kStep];
+    for (int at = 0; at < samples; at += kHeld) {
+        Sum sums[kHeld];
+        int const count = Min(kHeld, samples - at), whole = count / kLanes32 * kLanes32;
+        for (int i = 0; i < whole; i += kLanes32) StoreVector(sums + i, running.Next(entering + at + i, in + at + i));
+        if (whole < count) {
+            Entry ends[2][kLanes32]{};
+            for (int i = whole; i < count; ++i) {
+                ends[0][i - whole] = entering[at + i];
+                ends[1][i - whole] = in[at + i];
+            }
+            StoreVector(sums + whole, running.Next(ends[0], ends[1]));
         }
-        if (count == kPixels) {
-            Scale(out + x * kStep, sums, kPixels * kStep, factor);
+        if (count == kHeld) {
+            Scale(out + at, sums, kHeld, scale);
         } else {
-            Scale(out + x * kStep, sums, count * kStep, factor);
+            Scale(out + at, sums, count, scale);
         }
     }
 }
 
 template <class Sample, class Entry, class Sum>
-void Across(Sample* out, Entry const* in, int pixels, int step, int width, u32 factor) {
+void Across(Sample* out, Entry const* in, int pixels, int step, int width, BoxScale scale) {
     if (step == 4) {
-        RunAcross<Four<Sum>, Sum>(out, in, pixels, width, factor);
+        RunAcross<4, Sum>(out, in, 4 * pixels, width, scale);
     } else {
-        RunAcross<One<Sum>, Sum>(out, in, pixels, width, factor);
+        RunAcross<1, Sum>(out, in, pixels, width, scale);
     }
 }
 
@@ -124,23 +143,8 @@ void AcrossFloat(float* out, float const* in, int pixels, int step, int width, f
     }
 }
 
-template <class Sum>
-void Join4(Sum* out, Sum const* in, std::ptrdiff_t step, int samples) {
-    ForEach(samples, [=](int i) {
-        for (int k = 0; k < 4; ++k) out[4 * i + k] = in[k * step + i];
-    });
-}
-
-template <class Sample>
-void Split4(Sample* out, std::ptrdiff_t step, Sample const* in, int samples) {
-    ForEach(samples, [=](int i) {
-        for (int k = 0; k < 4; ++k) out[k * step + i] = in[4 * i + k];
-    });
-}
-
 template <class Sample, class Entry, class Sum>
-constexpr BoxFunctions<Sample, Entry> kBox{Down<Sample, Entry>, Across<Sample, Entry, Sum>, Join4<Entry>,
-                                           Split4<Sample>};
+constexpr BoxFunctions<Sample, Entry> kBox{Down<Sample, Entry>, Across<Sample, Entry, Sum>};
 
 }  // namespace
 

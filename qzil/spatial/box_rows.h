@@ -4,17 +4,20 @@
 
 namespace qzil {
 
+/// What makes a mean of a sum: (sum * uFactor + 2^31) >> 32. For 8 bits, unless it is 0, `fShare` gives the same by
+/// the whole part of sum * fShare + 0.5 in float.
+struct BoxScale {
+    u32 uFactor;
+    float fShare;
+};
+
 /// Means over a box from running sums that stay below 32 bits.
 template <class Sample, class Sum>
 struct BoxFunctions {
     /// sums := before + entering; before := sums - leaving.
     void (*pDown)(Sum* sums, Sum* before, Sample const* entering, Sample const* leaving, int samples);
-    /// The sums of `width` pixels from each pixel on, `step` entries of a pixel side by side, as (sum * factor + 2^31)
-    /// >> 32.
-    void (*pAcross)(Sample* out, Sum const* in, int pixels, int step, int width, u32 factor);
-    /// Four lines side by side, and apart again.
-    void (*pJoin4)(Sum* out, Sum const* in, std::ptrdiff_t step, int samples);
-    void (*pSplit4)(Sample* out, std::ptrdiff_t step, Sample const* in, int samples);
+    /// The means of `width` pixels from each pixel on, `step` entries of a pixel side by side.
+    void (*pAcross)(Sample* out, Sum const* in, int pixels, int step, int width, BoxScale scale);
 };
 
 struct BoxRows {
