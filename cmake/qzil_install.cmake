@@ -7,9 +7,9 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/qzil DESTINATION ${CMAKE_INSTALL_INCLUDE
         FILES_MATCHING PATTERN *.h
         PATTERN *_rows.h EXCLUDE
         REGEX "/kernel/(shapes|row|commit|convert_row|convert_walk|line_walk|put|streaming|vector)\\.h$" EXCLUDE
-        REGEX "/frame/(frame_effects|mask_check|pixel_traits)\\.h$" EXCLUDE
+        REGEX "/frame/(frame_effects|margin|mask_check|pixel_traits)\\.h$" EXCLUDE
         REGEX "/convert/(color_lines|depth|diffusion|dither|formats|ycc_coefficients)\\.h$" EXCLUDE
-        REGEX "/spatial/(blur_makers|ellipse|filter_passes|margin_lines)\\.h$" EXCLUDE
+        REGEX "/spatial/(blur_makers|ellipse|filter_passes)\\.h$" EXCLUDE
         REGEX "/numeric/(elements|unit_offset)\\.h$" EXCLUDE)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qzil)

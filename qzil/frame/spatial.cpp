@@ -2,6 +2,7 @@
 
 #include "qzil/frame/copy.h"
 #include "qzil/frame/image_utils.h"
+#include "qzil/frame/margin.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/kernel/line_walk.h"
 #include "qzil/kernel/row.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 
 using namespace qzil;
 
@@ -21,77 +23,17 @@ int WholePart(float radius) {
     return TruncateTo<int>(radius, -2147483648.0, 2147483647.0);
 }
 
-/// A coordinate of the tiled or mirrored input, in a period of one or of two sizes.
-int Fold(int position, int period) {
-    int const rest = position % period;
-    return rest < 0 ? rest + period : rest;
+/// Bytes of the margin buffer that are filled at a time, so that they stay in the second-level cache.
+constexpr std::ptrdiff_t kBandBytes = 0x28000;
+
+/// True when two images share memory.
+bool Overlap(qzILImageHelper const& a, qzILImageHelper const& b) {
+    auto const end = [](qzILImageHelper const& image) {
+        return image.m_pPixelArray + std::size_t{image.m_uPixelSize} * static_cast<std::size_t>(image.m_iWidth) *
+                                         static_cast<std::size_t>(image.m_iHeight);
+    };
+    return std::less<>()(a.m_pPixelArray, end(b)) && std::less<>()(b.m_pPixelArray, end(a));
 }
-
-/// Writes one pixel over and over.
-void RepeatPixel(unsigned char* to, unsigned char const* pixel, int count, std::size_t bytes) {
-    if (count <= 0) return;
-    std::memcpy(to, pixel, bytes);
-    std::size_t const all = bytes * static_cast<std::size_t>(count);
-    for (std::size_t done = bytes; done < all;) {
-        std::size_t const more = std::min(done, all - done);
-        std::memcpy(to + done, to, more);
-        done += more;
-    }
-}
-
-/// The margin buffer being filled, and the input that it shows.
-class Margin {
-public:
-    Margin(IXFImage* input, IXFImage* buffer, qzILBbox2l const& box)
-        : m_oInput(input), m_oBuffer(buffer), m_oBox(box), m_uBytes(m_oInput.m_uPixelSize) {}
-
-    /// Every pixel outside `inner`, which holds the input already, gets the nearest border pixel.
-    void Extend(qzILBbox2l const& inner) const {
-        int const left = inner.Origin.x - m_oBox.Origin.x;
-        int const right = m_oBox.Size.x - left - inner.Size.x;
-        for (int line = 0; line < m_oBox.Size.y; ++line) {
-            int const y = m_oBox.Origin.y + line, from = std::clamp(y, 0, m_oInput.m_iHeight - 1);
-            unsigned char* const pLine = m_oBuffer.GetPixelPtr(0, line);
-            RepeatPixel(pLine, m_oInput.GetPixelPtr(0, from), left, m_uBytes);
-            RepeatPixel(m_oBuffer.GetPixelPtr(left + inner.Size.x, line),
-                        m_oInput.GetPixelPtr(m_oInput.m_iWidth - 1, from), right, m_uBytes);
-            if (y == from) continue;
-            std::memcpy(m_oBuffer.GetPixelPtr(left, line), m_oInput.GetPixelPtr(inner.Origin.x, from),
-                        m_uBytes * static_cast<std::size_t>(inner.Size.x));
-        }
-    }
-
-    /// The input without end, side by side or, mirrored, every other one turned over.
-    void Tile(bool mirrored) const {
-        int const period = mirrored ? 2 : 1;
-        for (int line = 0; line < m_oBox.Size.y; ++line) {
-            int y = Fold(m_oBox.Origin.y + line, period * m_oInput.m_iHeight);
-            if (y >= m_oInput.m_iHeight) y = 2 * m_oInput.m_iHeight - 1 - y;
-            TileLine(m_oBuffer.GetPixelPtr(0, line), y, period);
-        }
-    }
-
-private:
-    void TileLine(unsigned char* to, int y, int period) const {
-        int const width = m_oInput.m_iWidth;
-        for (int done = 0, run = 0; done < m_oBox.Size.x; done += run) {
-            int const x = Fold(m_oBox.Origin.x + done, period * width);
-            bool const backward = x >= width;
-            run = std::min((backward ? 2 * width : width) - x, m_oBox.Size.x - done);
-            unsigned char const* pFrom = m_oInput.GetPixelPtr(backward ? 2 * width - 1 - x : x, y);
-            if (!backward) std::memcpy(to, pFrom, m_uBytes * static_cast<std::size_t>(run));
-            for (int i = 0; backward && i < run; ++i, pFrom -= m_uBytes) {
-                std::memcpy(to + m_uBytes * static_cast<std::size_t>(i), pFrom, m_uBytes);
-            }
-            to += m_uBytes * static_cast<std::size_t>(run);
-        }
-    }
-
-    qzILImageHelper m_oInput;
-    qzILImageHelper m_oBuffer;
-    qzILBbox2l m_oBox;
-    std::size_t m_uBytes;
-};
 
 }  // namespace
 
@@ -100,6 +42,8 @@ void qzILMonadicSpatialProc::Init() {
     m_oEdgeColor = m_oDefaultColor;
     SetRadius(0.0f);
     m_iLeastReach = 0;
+    m_bReadsLines = false;
+    m_bOnDemand = false;
     m_pCopiedImg = nullptr;
     m_pFirst = nullptr;
     m_iLineStep = 0;
@@ -154,21 +98,34 @@ qzILStatus qzILMonadicSpatialProc::PrepareBuffer() {
                                 m_pBufferImg.Out()) < 0) {
         return -1;
     }
-    qzILBbox2l const box(ActiveOrigin().x - reach.x, ActiveOrigin().y - reach.y, static_cast<int>(width),
-                         static_cast<int>(height));
-    // Memory of the pool holds other images' pixels, and a fill that fails or is interrupted leaves it as it is.
-    auto const clear = [&] {
-        qzILImageHelper const buffer(m_pBufferImg.Get());
-        std::memset(buffer.m_pPixelArray, 0,
-                    std::size_t{buffer.m_uPixelSize} * static_cast<std::size_t>(width * height));
-    };
-    if (HasInterrupt()) clear();
-    if (FillBuffer(box) != 1) clear();
     qzILImageHelper const buffer(m_pBufferImg.Get());
     Jumps const jumps = JumpsOf(buffer, 0, 0, size.x, m_uProcessingMode & ~kModeNoLines);
     m_pFirst = jumps.pFirst;
     m_iLineStep = jumps.iLine + std::ptrdiff_t{buffer.m_iPixelStep} * size.x;
+    // A host that interrupts sees the buffer filled, and what is written over the input has to be read before.
+    m_bOnDemand = true;
+    if (!m_bReadsLines || HasInterrupt() || Overlap(qzILImageHelper(m_pInputImg), m_oOutputHelper)) CompleteBuffer();
     return 1;
+}
+
+void qzILMonadicSpatialProc::CompleteBuffer() {
+    if (!m_bOnDemand) return;
+    m_bOnDemand = false;
+    // Memory of the pool holds other images' pixels, and a fill that fails or is interrupted leaves it as it is.
+    auto const clear = [&] {
+        qzILImageHelper const buffer(m_pBufferImg.Get());
+        std::memset(buffer.m_pPixelArray, 0,
+                    std::size_t{buffer.m_uPixelSize} * static_cast<std::size_t>(buffer.m_iWidth) *
+                        static_cast<std::size_t>(buffer.m_iHeight));
+    };
+    if (HasInterrupt()) clear();
+    if (FillBuffer(MarginBox()) != 1) clear();
+}
+
+qzILBbox2l qzILMonadicSpatialProc::MarginBox() const {
+    qzILImageHelper const buffer(m_pBufferImg.Get());
+    qzILVector2l const origin = ActiveOrigin(), reach = Reach();
+    return {origin.x - reach.x, origin.y - reach.y, buffer.m_iWidth, buffer.m_iHeight};
 }
 
 qzILStatus qzILMonadicSpatialProc::ProcessData() {
@@ -183,6 +140,7 @@ qzILStatus qzILMonadicSpatialProc::CleanData() {
     }
     m_pFirst = nullptr;
     m_iLineStep = 0;
+    m_bOnDemand = false;
     return 1;
 }
 
@@ -191,22 +149,23 @@ qzILStatus qzILMonadicSpatialProc::FillBuffer(qzILBbox2l const& box) {
     qzILBbox2l const inner = box.Intersect(WholeOf(m_pInputImg));
     if (inner.IsEmpty() || !(WholeOf(m_pBufferImg.Get()).Size == box.Size)) return -1;
     if (qzILImageHelper(m_pInputImg).m_uPixelSize != qzILImageHelper(m_pBufferImg.Get()).m_uPixelSize) return -1;
-    Margin const margin(m_pInputImg, m_pBufferImg.Get(), box);
-    if (m_uEdgeMode == qzILEdgeModeWrap || m_uEdgeMode == qzILEdgeModeMirror) {
-        margin.Tile(m_uEdgeMode == qzILEdgeModeMirror);
-        return 1;
-    }
+    Margin const margin(m_pInputImg, box, m_uEdgeMode, m_oEdgeColor);
+    qzILImageHelper const buffer(m_pBufferImg.Get());
     bool const extends = m_uEdgeMode == qzILEdgeModeExtend;
-    qzILCopyImg copy;
-    copy.SetInputImg(m_pInputImg);
-    copy.SetOutputImg(m_pBufferImg.Get());
-    copy.SetROI(extends ? inner : box);
-    if (extends) copy.SetOutputOffset(inner.Origin - box.Origin);
-    copy.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
-    copy.SetProcessingMode(m_uProcessingMode & ~kModeNoLines);
-    copy.SetDefaultColor(m_oEdgeColor);
-    if (copy.Execute() != 1) return -1;
-    if (extends) margin.Extend(inner);
+    if (HasInterrupt() && (extends || m_uEdgeMode == qzILEdgeModeColor)) {
+        qzILCopyImg copy;
+        copy.SetInputImg(m_pInputImg);
+        copy.SetOutputImg(m_pBufferImg.Get());
+        copy.SetROI(extends ? inner : box);
+        if (extends) copy.SetOutputOffset(inner.Origin - box.Origin);
+        copy.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
+        copy.SetProcessingMode(m_uProcessingMode & ~kModeNoLines);
+        copy.SetDefaultColor(m_oEdgeColor);
+        if (copy.Execute() != 1) return -1;
+        for (int line = 0; extends && line < box.Size.y; ++line) margin.ReadAround(buffer.GetPixelPtr(0, line), line);
+    } else {
+        for (int line = 0; line < box.Size.y; ++line) margin.ReadLine(buffer.GetPixelPtr(0, line), line);
+    }
     return 1;
 }
 
@@ -237,27 +196,68 @@ qzILMonadicSpatialProc::KeptLines qzILMonadicSpatialProc::LinesToProcess() const
     return {SkipsLine(fields, m_oBoxes.oProcessed.Origin.y) ? 1 : 0, fields != 0 ? 2 : 1, KeptBox().Size.y};
 }
 
-kernel::Walk qzILMonadicSpatialProc::MakeWalk() const {
+kernel::Walk qzILMonadicSpatialProc::MakeWalk(Centres centres) const {
     qzILBbox2l const& box = m_oBoxes.oProcessed;
     KeptLines const lines = LinesToProcess();
-    int const pixelBytes = m_oOutputHelper.m_iPixelStep;
-    std::ptrdiff_t const lineBytes = std::ptrdiff_t{pixelBytes} * box.Size.x;
     kernel::Walk walk;
-    walk.oA.pFirst = m_pFirst + (Reach().y + lines.iFirst) * m_iLineStep + std::ptrdiff_t{pixelBytes} * Reach().x;
-    walk.oA.iJump = lines.iStep * m_iLineStep - lineBytes;
-    walk.oA.iPixelStep = pixelBytes;
+    std::ptrdiff_t lineStep = m_iLineStep;
+    walk.oA.iPixelStep = m_oOutputHelper.m_iPixelStep;
+    if (m_bOnDemand && centres == Centres::Alone) {
+        qzILImageHelper const input(m_pInputImg);
+        Jumps const jumps =
+            JumpsOf(input, ActiveOrigin().x, ActiveOrigin().y, box.Size.x, m_uProcessingMode & ~kModeNoLines);
+        walk.oA.pFirst = jumps.pFirst;
+        lineStep = jumps.iLine + std::ptrdiff_t{input.m_iPixelStep} * box.Size.x;
+    } else {
+        walk.oA.pFirst = m_pFirst + Reach().y * lineStep + std::ptrdiff_t{walk.oA.iPixelStep} * Reach().x;
+    }
+    walk.oA.pFirst += lines.iFirst * lineStep;
+    walk.oA.iJump = lines.iStep * lineStep - std::ptrdiff_t{walk.oA.iPixelStep} * box.Size.x;
     walk.oOut = LinesOf(m_oOutputHelper, box);
     walk.oMask = MaskLinesOf(m_oMaskHelper, box);
     return walk;
 }
 
+MarginLines qzILMonadicSpatialProc::GetMarginLines(int samples, int held) const {
+    KeptLines const kept = LinesToProcess();
+    MarginLines lines{m_pFirst,
+                      m_iLineStep,
+                      ActiveSize().y + KernelSize().y - 1,
+                      (ActiveSize().x + KernelSize().x - 1) * samples,
+                      ActiveSize().x * samples,
+                      samples,
+                      kept.iFirst,
+                      kept.iStep,
+                      held,
+                      {}};
+    if (m_bOnDemand) lines.oMargin.emplace(m_pInputImg, MarginBox(), m_uEdgeMode, m_oEdgeColor);
+    return lines;
+}
+
 qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    kernel::Walk walk = MakeWalk();
-    return RunWalk(walk, KeptBox(), traits, call);
+    kernel::Walk walk = MakeWalk(Centres::WithNeighbours);
+    if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
+    if (!m_bOnDemand) {
+        kernel::RunRows(walk, traits, call);
+        return 1;
+    }
+    // Every band of lines is read, with its neighbours, to the start of the buffer.
+    Margin const margin(m_pInputImg, MarginBox(), m_uEdgeMode, m_oEdgeColor);
+    KeptLines const kept = LinesToProcess();
+    int const around = 2 * Reach().y + kept.iFirst;
+    int const bandLines = static_cast<int>(kBandBytes / std::abs(m_iLineStep)) + 1;
+    for (int line = 0; line < walk.iLines; line += bandLines) {
+        kernel::Walk band = kernel::PartOf(walk, line, std::min(bandLines, walk.iLines - line));
+        band.oA.pFirst = walk.oA.pFirst;
+        int const lines = around + (band.iLines - 1) * kept.iStep + 1;
+        for (int i = 0; i < lines; ++i) margin.ReadLine(m_pFirst + i * m_iLineStep, line * kept.iStep + i);
+        kernel::RunRows(band, traits, call);
+    }
+    return 1;
 }
 
 qzILStatus qzILMonadicSpatialProc::RunOverOutput(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    kernel::Walk walk = MakeWalk();
+    kernel::Walk walk = MakeWalk(Centres::Alone);
     walk.oB = walk.oA;
     walk.oA = walk.oOut;
     walk.bPassB = true;
@@ -265,7 +265,7 @@ qzILStatus qzILMonadicSpatialProc::RunOverOutput(kernel::RowTraits const& traits
 }
 
 qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker, int blockLines) {
-    kernel::Walk walk = MakeWalk();
+    kernel::Walk walk = MakeWalk(Centres::Alone);
     if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
     return kernel::RunLines(walk, traits, maker, blockLines) ? 1 : Fail(0x10001);
 }

@@ -7,9 +7,12 @@
 
 class qzILCopyImg;
 
-namespace qzil::kernel {
+namespace qzil {
+struct MarginLines;
+namespace kernel {
 class LineMaker;
-}  // namespace qzil::kernel
+}  // namespace kernel
+}  // namespace qzil
 
 /// What a neighbourhood sees beyond the W x H input.
 using qzILEdgeMode = std::uint32_t;
@@ -65,8 +68,8 @@ protected:
     /// Runs a row function over the active rectangle. Its input is the pixel under the kernel's centre; the
     /// neighbourhood lies around it, LineStep() bytes from line to line.
     qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
-    /// The same over what the output holds already, with the pixel under the centre as the second input, which passes
-    /// through.
+    /// Over what the output holds already, with the pixel under the centre, without neighbours, as the second input,
+    /// which passes through.
     qzILStatus RunOverOutput(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
     /// Has the lines of the active rectangle made in blocks; -1 with 0x10001 without memory.
     qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker, int blockLines);
@@ -86,7 +89,10 @@ protected:
         int iCount;
     };
     KeptLines LinesToProcess() const;
-    qzil::kernel::Walk MakeWalk() const;
+    /// Where makers of lines get theirs; `held` of them stay up to the last one read.
+    qzil::MarginLines GetMarginLines(int samples, int held) const;
+    /// For what reads the buffer in another order: fills all of it, unless it is full already.
+    void CompleteBuffer();
 
     GUID const& Format() const { return m_oOutputHelper.m_oFormat; }
     qzILVector2l ActiveSize() const { return m_oBoxes.oProcessed.Size; }
@@ -111,6 +117,7 @@ protected:
     qzILVector2f m_oRadius;
     qzILVector2l m_oIntegerRadius;
     std::int32_t m_iLeastReach;        ///< of effects whose neighbourhood does not depend on the radius
+    bool m_bReadsLines;                ///< set by effects that take all pixels through RunRows and GetMarginLines
     qzil::Ref<IXFImage> m_pBufferImg;  ///< the margin buffer
     qzILImageHelper m_oOutputHelper;
     qzILImageHelper m_oMaskHelper;
@@ -118,11 +125,18 @@ protected:
     Boxes m_oBoxes;
 
 private:
+    /// The pixels under the kernel's centre, in the margin buffer with what lies around them, or of the input.
+    enum class Centres { Alone, WithNeighbours };
+
     qzILStatus PrepareBuffer();
+    qzil::kernel::Walk MakeWalk(Centres centres) const;
+    /// What the margin buffer shows, in input coordinates.
+    qzILBbox2l MarginBox() const;
     /// The active rectangle, as high as the lines that are kept.
     qzILBbox2l KeptBox() const;
 
     IXFImage* m_pCopiedImg;  ///< the clipped rectangle of an output that is the input too, shifted
     unsigned char* m_pFirst;
     std::ptrdiff_t m_iLineStep;
+    bool m_bOnDemand;  ///< the margin buffer is filled as its lines are read
 };

@@ -111,6 +111,9 @@ struct Walk {
 /// for a mix, else through a scratch stretch and the commit. Needs no memory of the heap.
 void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call);
 
+/// `count` lines of a walk, from line `first` on.
+Walk PartOf(Walk const& walk, int first, int count);
+
 }  // namespace qzil::kernel
 
 // A table of row functions is a plain struct of function pointers. QZIL_ROW_TABLE(Table) behind its definition, in

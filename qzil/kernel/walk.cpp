@@ -245,6 +245,16 @@ void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call) {
     Runner(walk, traits, call).Run();
 }
 
+Walk PartOf(Walk const& walk, int first, int count) {
+    Walk part = walk;
+    for (Lines Walk::*lines : {&Walk::oA, &Walk::oB, &Walk::oOut, &Walk::oMask, &Walk::oAlphaIn, &Walk::oAlphaOut}) {
+        Lines& of = part.*lines;
+        if (of.pFirst) of.pFirst += first * LineStep(of, walk.iWidth);
+    }
+    part.iLines = count;
+    return part;
+}
+
 bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker, int blockLines) {
     if (walk.iWidth <= 0 || walk.iLines <= 0) return true;
     bool const polls = traits.bPolls && walk.pStop;
@@ -257,20 +267,16 @@ bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker, int b
         scratch.reset(new (std::nothrow) unsigned char[static_cast<std::size_t>(scratchStep * blockLines)]);
         if (!scratch) return false;
     }
-    // The commit of a block is a walk of its own, whose second input is what was made.
-    Walk block = walk;
-    block.oB = {scratch.get(), 0, walk.oOut.iPixelStep};
-    block.pStop = nullptr;
     for (int line = 0; line < walk.iLines; line += blockLines) {
-        block.iLines = std::min(blockLines, walk.iLines - line);
+        int const lines = std::min(blockLines, walk.iLines - line);
         if (direct) {
-            maker.Make(line, block.iLines, walk.oOut.pFirst + line * outStep, outStep);
+            maker.Make(line, lines, walk.oOut.pFirst + line * outStep, outStep);
         } else {
-            maker.Make(line, block.iLines, scratch.get(), scratchStep);
-            for (Lines Walk::*lines : {&Walk::oA, &Walk::oOut, &Walk::oMask}) {
-                Lines const& from = walk.*lines;
-                if (from.pFirst) (block.*lines).pFirst = from.pFirst + line * LineStep(from, walk.iWidth);
-            }
+            maker.Make(line, lines, scratch.get(), scratchStep);
+            // What was made is the second input of a walk of its own.
+            Walk block = PartOf(walk, line, lines);
+            block.oB = {scratch.get(), 0, walk.oOut.iPixelStep};
+            block.pStop = nullptr;
             RunRows(block, traits, RowCall{});
         }
         if (polls && walk.pStop(walk.pStopContext)) break;

@@ -1,6 +1,7 @@
 #include "qzil/spatial/blur.h"
 
 #include "qzil/frame/copy.h"
+#include "qzil/frame/margin.h"
 #include "qzil/frame/pixel_traits.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/spatial/blur_makers.h"
@@ -194,8 +195,9 @@ qzILStatus qzILBlurImg::DoEffect() {
 qzILStatus qzILBlurImg::RunBox() {
     return Guarded([&] {
         kernel::RowTraits const traits = TraitsOf(Format());
-        auto const maker = MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
-                                        KernelSize().x, KernelSize().y);
+        auto const maker =
+            MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, KernelSize().y),
+                         KernelSize().x, KernelSize().y);
         return maker ? RunLines(traits, *maker, kernel::kBlockLines) : 1;
     });
 }
@@ -212,8 +214,9 @@ template <class Sample>
 qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const& traits) {
     return Guarded([&] {
         if (!BufferStart()) return -1;
+        CompleteBuffer();
         double const degree = m_fDegree;
-        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
+        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, 1),
                                      FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),
                                      FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, Format()));
         auto const stops = [](void const* self) { return static_cast<qzILBlurImg const*>(self)->IsInterrupted(); };

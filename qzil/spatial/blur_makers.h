@@ -1,9 +1,9 @@
 #pragma once
 
+#include "qzil/frame/margin.h"
 #include "qzil/image/image.h"
 #include "qzil/kernel/line_walk.h"
 #include "qzil/spatial/filter_rows.h"
-#include "qzil/spatial/margin_lines.h"
 
 #include <functional>
 #include <memory>

@@ -1,9 +1,9 @@
 #include "qzil/spatial/convolve.h"
 
+#include "qzil/frame/margin.h"
 #include "qzil/frame/pixel_traits.h"
 #include "qzil/kernel/line_walk.h"
 #include "qzil/spatial/filter_rows.h"
-#include "qzil/spatial/margin_lines.h"
 #include "qzil/spatial/tap_rows.h"
 #include "qzil/transform/numeric/matrix.h"
 
@@ -140,8 +140,8 @@ public:
         m_iPositions = pixels - (m_iStrips - 1) * m_iStripStep;
         m_iHalo = kernel.iWidth - 1;
         m_iPiece = std::max(kPieceAcross, m_iHalo);
-        m_iPitch = std::ptrdiff_t{m_iPositions + (kernel.bTwoPasses ? 0 : m_iHalo)} * kTapSamples;
-        m_iBlockPitch = std::ptrdiff_t{kPieceDown} * kTapSamples;
+        m_iPitch = SpreadPitch(m_iPositions + (kernel.bTwoPasses ? 0 : m_iHalo));
+        m_iBlockPitch = SpreadPitch(kPieceDown);
         m_oHeld.Take(static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(held));
         std::size_t const piece = static_cast<std::size_t>(m_iPiece + m_iHalo) * kTapSamples;
         m_oWidened.Take(kernel.bTwoPasses ? piece : 0);
@@ -198,6 +198,13 @@ private:
         std::size_t m_uSamples = 0;
         Sample* m_pFirst = nullptr;
     };
+
+    /// Samples of a line that the next one follows, so that the same position of many lines does not fall to a few sets
+    /// of the first-level cache, which a position is a line of.
+    static std::ptrdiff_t SpreadPitch(int positions) {
+        constexpr int kSets = 64, kApart = 5;
+        return std::ptrdiff_t{(positions + kSets - 1) / kSets * kSets + kApart} * kTapSamples;
+    }
 
     template <class Op>
     static void ForPieces(int positions, int piece, Op op) {
@@ -319,6 +326,7 @@ FormatList qzILConvolveImg::GetFormats() {
 void qzILConvolveImg::Init() {
     m_pKernel = nullptr;
     m_fOffset = 0.0f;
+    m_bReadsLines = true;
 }
 
 void qzILConvolveImg::SetKernel(float* kernel, qzILVector2f radius) {
@@ -396,22 +404,10 @@ qzILStatus qzILConvolveImg::DualPassConvolve(float* x, float* y) {
     return RunDualPass(x, y);
 }
 
-MarginLines qzILConvolveImg::GetMarginLines(int samples) const {
-    KeptLines const kept = LinesToProcess();
-    return {BufferStart(),
-            LineStep(),
-            ActiveSize().y + KernelSize().y - 1,
-            (ActiveSize().x + KernelSize().x - 1) * samples,
-            ActiveSize().x * samples,
-            samples,
-            kept.iFirst,
-            kept.iStep};
-}
-
 template <class Routines>
 qzILStatus qzILConvolveImg::Run(TapKernel<typename Routines::Sample> const& kernel, Routines const& routines) {
     kernel::RowTraits const traits = OperationTraits(Format());
-    MarginLines const lines = GetMarginLines(traits.iSamples);
+    MarginLines const lines = GetMarginLines(traits.iSamples, 1);
     // A host that interrupts sees the first pass end before the second one begins.
     bool const wholePass = kernel.bTwoPasses && HasInterrupt();
     int const held =

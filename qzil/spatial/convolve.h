@@ -7,7 +7,6 @@
 namespace qzil {
 template <class Sample>
 struct TapKernel;
-struct MarginLines;
 }  // namespace qzil
 
 /// Applies a kernel of float taps: each channel becomes the sum of tap x sample over the neighbourhood, by correlation,
@@ -78,7 +77,6 @@ protected:
     /// Makes a kernel of this effect's own, all 0; null with 0x10001 without memory.
     float* MakeKernel(qzILVector2l size);
     void DropKernel();
-    qzil::MarginLines GetMarginLines(int samples) const;
 
     float* m_pKernel;
     float m_fOffset;

@@ -93,7 +93,10 @@ QZIL_INLINE void RunIir(FilterPass<s16> const& pass, FixedIir const& f) {
             }
             if (i < pass.iReach) continue;
             s16* const out = Target(pass, i) + lane;
-            for (int k = 0; k < kChains; ++k) StoreVector(out + k * kHalves, result[k]);
+            for (int k = 0; k < kChains; ++k) {
+                __builtin_prefetch(out + k * kHalves - 16 * pass.iOutStep, 1);
+                StoreVector(out + k * kHalves, result[k]);
+            }
         }
     }
 }
@@ -156,7 +159,10 @@ QZIL_INLINE void RunUniformIir(FilterPass<s16> const& pass, FixedUniformIir cons
             }
             if (i < pass.iReach) continue;
             s16* const out = Target(pass, i) + lane;
-            for (int k = 0; k < kChains; ++k) StoreVector(out + k * kHalves, result[k]);
+            for (int k = 0; k < kChains; ++k) {
+                __builtin_prefetch(out + k * kHalves - 16 * pass.iOutStep, 1);
+                StoreVector(out + k * kHalves, result[k]);
+            }
         }
     }
 }
@@ -334,25 +340,27 @@ QZIL_INLINE void MoveSquare(u8* to, std::ptrdiff_t toStep, u8 const* from, std::
 template <class Element, bool kToTile>
 QZIL_INLINE void MoveElements(TileMove const& move) {
     constexpr int kBytes = sizeof(Element), kCount = RowOf<Element>::kCount;
+    // The tile's lines of the cache are met once, not once for every few lines.
+    constexpr int kPixels = 64;
     std::ptrdiff_t const tileStep = move.iTileStep, lineStep = move.iLineStep;
-    int const pixels = move.iPixels;
-    int line = 0;
-    for (; pixels >= kCount && line + kCount <= move.iLines; line += kCount) {
-        u8* const pTile = move.pTile + line * kBytes;
-        u8* const pLine = move.pLine + line * lineStep;
-        for (int x = 0; x < pixels; x += kCount) {
-            // The last square ends with the line.
-            int const at = Min(x, pixels - kCount);
-            u8* const inTile = pTile + at * tileStep;
-            u8* const inLine = pLine + at * kBytes;
-            if constexpr (kToTile) {
-                MoveSquare<Element>(inTile, tileStep, inLine, lineStep);
-            } else {
-                MoveSquare<Element>(inLine, lineStep, inTile, tileStep);
+    int const pixels = move.iPixels, squares = pixels >= kCount ? move.iLines / kCount * kCount : 0;
+    for (int block = 0; block < pixels; block += kPixels) {
+        int const end = Min(block + kPixels, pixels);
+        for (int line = 0; line < squares; line += kCount) {
+            for (int x = block; x < end; x += kCount) {
+                // The last square ends with the line.
+                int const at = Min(x, pixels - kCount);
+                u8* const inTile = move.pTile + at * tileStep + line * kBytes;
+                u8* const inLine = move.pLine + line * lineStep + at * kBytes;
+                if constexpr (kToTile) {
+                    MoveSquare<Element>(inTile, tileStep, inLine, lineStep);
+                } else {
+                    MoveSquare<Element>(inLine, lineStep, inTile, tileStep);
+                }
             }
         }
     }
-    for (; line < move.iLines; ++line) {
+    for (int line = squares; line < move.iLines; ++line) {
         for (int x = 0; x < pixels; ++x) {
             u8* const one = move.pTile + x * tileStep + line * kBytes;
             u8* const other = move.pLine + line * lineStep + x * kBytes;
@@ -380,7 +388,7 @@ QZIL_INLINE void LoadStrip(StripLoad<Out, In> const& strip, Change change) {
     std::ptrdiff_t const step = strip.iInStep;
     int const samples = strip.iSamples, lines = strip.iLines;
     // Every line is on a page of its own, which the processor's prefetch does not foresee.
-    constexpr int kAhead = 16;
+    constexpr int kAhead = 48;
     for (int line = 0; line < lines; ++line, out += kLanes, in += step) {
         if (line + kAhead < lines) __builtin_prefetch(in + kAhead * step);
         if (samples == kLanes) {
