@@ -39,7 +39,10 @@ private:
     static constexpr int kLanes = sizeof(Sample) == 2 ? kFixedLanes : kDoubleLanes;
 
     void TakeColumns();
+    void FilterThere(AxisFilter<Sample> const& axis, int places);
+    void FilterBack(AxisFilter<Sample> const& axis, int places, Sample* out, std::ptrdiff_t step);
     void FilterBlock(int first, int count);
+    Sample* Place(int place) { return m_aLanes.data() + (std::ptrdiff_t{place} + 1) * kLanes; }
     Sample* Columns(int line) const { return m_pColumns + std::ptrdiff_t{line} * m_iPitch; }
 
     XFChannelType m_uType;
@@ -51,8 +54,8 @@ private:
     std::unique_ptr<Sample[]> m_pHeap;
     Ref<IXFImage> m_pScratch;
     Sample* m_pColumns = nullptr;
-    std::vector<Sample> m_aLanes, m_aReversed;
-    std::vector<u8> m_aFinished;  ///< a block of output lines, side by side
+    std::vector<Sample> m_aLanes;  ///< sequences side by side, behind one place that the first pass writes to
+    std::vector<u8> m_aFinished;   ///< a block of output lines, side by side
     int m_iBlockFirst = 0;
     int m_iBlockLines = 0;
 };

@@ -80,24 +80,36 @@ void RecursiveMaker<Sample>::TakeColumns() {
     m_pColumns = static_cast<Sample*>(pPixels);
 }
 
+/// The forward pass puts its output where the sample stood that has just left its reach, one place before the first
+/// input; the place beyond the last output stays free for the pass back.
+template <class Sample>
+void RecursiveMaker<Sample>::FilterThere(AxisFilter<Sample> const& axis, int places) {
+    axis.oPass({Place(0), kLanes, Place(places - 2 - axis.iReach), -kLanes, places, axis.iReach, kLanes});
+}
+
+/// The backward pass over what FilterThere left; its output, in natural order, goes to `out`.
+template <class Sample>
+void RecursiveMaker<Sample>::FilterBack(AxisFilter<Sample> const& axis, int places, Sample* out, std::ptrdiff_t step) {
+    int const reach = axis.iReach;
+    axis.oPass({Place(places - 2 - reach), -kLanes, out, step, places - reach, reach, kLanes});
+}
+
 template <class Sample>
 bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
     TakeColumns();
     std::size_t const places = static_cast<std::size_t>(std::max(m_oLines.iLines, m_iPixels));
-    m_aLanes.resize(places * kLanes);
-    m_aReversed.resize(places * kLanes);
+    m_aLanes.resize((places + 1) * kLanes);
     m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
     int const reach = m_oDown.iReach;
     for (int at = 0; at < m_oLines.iSamples; at += kLanes) {
         int const samples = std::min(kLanes, m_oLines.iSamples - at);
-        Load(m_aLanes.data(), m_uType, m_oLines, at, samples);
+        Load(Place(0), m_uType, m_oLines, at, samples);
         if (m_oDown.bActive) {
-            m_oDown.oPass({m_aLanes.data(), kLanes, m_aReversed.data(), kLanes, m_oLines.iLines, reach, kLanes});
-            m_oDown.oPass(
-                {m_aReversed.data(), kLanes, Columns(0) + at, m_iPitch, m_oLines.iLines - reach, reach, kLanes});
+            FilterThere(m_oDown, m_oLines.iLines);
+            FilterBack(m_oDown, m_oLines.iLines, Columns(0) + at, m_iPitch);
         } else {
             for (int line = 0; line < m_iActiveLines; ++line) {
-                std::copy_n(m_aLanes.data() + std::ptrdiff_t{line + reach} * kLanes, kLanes, Columns(line) + at);
+                std::copy_n(Place(line + reach), kLanes, Columns(line) + at);
             }
         }
         for (int column = 0; stops && column < samples; column += m_oLines.iPixelSamples) {
@@ -110,17 +122,15 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
 template <class Sample>
 void RecursiveMaker<Sample>::FilterBlock(int first, int count) {
     int const pixelBytes = m_oLines.iPixelSamples * static_cast<int>(sizeof(Sample)), reach = m_oAcross.iReach;
-    GetFilterRows().pToTile({reinterpret_cast<u8*>(m_aLanes.data()), kLanes * static_cast<int>(sizeof(Sample)),
+    GetFilterRows().pToTile({reinterpret_cast<u8*>(Place(0)), kLanes * static_cast<int>(sizeof(Sample)),
                              reinterpret_cast<u8*>(Columns(m_oLines.ActiveLine(first))),
                              std::ptrdiff_t{m_iPitch} * m_oLines.iKeptStep * static_cast<int>(sizeof(Sample)), count,
                              m_iPixels, pixelBytes});
-    Sample const* result = m_aLanes.data() + std::ptrdiff_t{reach} * kLanes;
     if (m_oAcross.bActive) {
-        m_oAcross.oPass({m_aLanes.data(), kLanes, m_aReversed.data(), kLanes, m_iPixels, reach, kLanes});
-        m_oAcross.oPass({m_aReversed.data(), kLanes, m_aLanes.data(), kLanes, m_iPixels - reach, reach, kLanes});
-        result = m_aLanes.data();
+        FilterThere(m_oAcross, m_iPixels);
+        FilterBack(m_oAcross, m_iPixels, Place(reach), kLanes);
     }
-    Finish(m_aFinished.data(), m_uType, result, (m_iPixels - 2 * reach) * kLanes);
+    Finish(m_aFinished.data(), m_uType, Place(reach), (m_iPixels - 2 * reach) * kLanes);
     m_iBlockFirst = first;
     m_iBlockLines = count;
 }
