@@ -35,6 +35,16 @@ QZIL_INLINE Sample* Target(FilterPass<Sample> const& pass, int i) {
     return pass.pOut + std::ptrdiff_t{pass.iLength - 1 - i} * pass.iOutStep;
 }
 
+/// Each output of a pass down columns lies on a page of its own, which is asked for some steps ahead.
+QZIL_INLINE void StoreHalves(FilterPass<s16> const& pass, int i, int lane, Vector const* results) {
+    constexpr int kAhead = 16;
+    s16* const out = Target(pass, i) + lane;
+    for (int k = 0; k < kChains; ++k) {
+        __builtin_prefetch(out + k * kHalves - kAhead * pass.iOutStep, 1);
+        StoreVector(out + k * kHalves, results[k]);
+    }
+}
+
 /// The two halves of a vector of 16-bit values, as lanes.
 struct Wide {
     Vector low, high;
@@ -92,11 +102,7 @@ QZIL_INLINE void RunIir(FilterPass<s16> const& pass, FixedIir const& f) {
                 result[k] = lanes.Step(k, LoadVector(x + k * kHalves), LoadVector(d + k * kHalves));
             }
             if (i < pass.iReach) continue;
-            s16* const out = Target(pass, i) + lane;
-            for (int k = 0; k < kChains; ++k) {
-                __builtin_prefetch(out + k * kHalves - 16 * pass.iOutStep, 1);
-                StoreVector(out + k * kHalves, result[k]);
-            }
+            StoreHalves(pass, i, lane, result);
         }
     }
 }
@@ -158,11 +164,7 @@ QZIL_INLINE void RunUniformIir(FilterPass<s16> const& pass, FixedUniformIir cons
                 result[k] = lanes.Step(k, LoadVector(x + at), LoadVector(q + at), LoadVector(d + at));
             }
             if (i < pass.iReach) continue;
-            s16* const out = Target(pass, i) + lane;
-            for (int k = 0; k < kChains; ++k) {
-                __builtin_prefetch(out + k * kHalves - 16 * pass.iOutStep, 1);
-                StoreVector(out + k * kHalves, result[k]);
-            }
+            StoreHalves(pass, i, lane, result);
         }
     }
 }
