@@ -131,7 +131,7 @@ template <bool kFits>
 QZIL_INLINE s32 TruncateHalfAdded(float v) {
     s32 const whole = Truncate<kFits>(v);
     float const rest = v - static_cast<float>(whole);
-    s32 const up = rest >= 0.5f ? 1 : 0, upBelowZero = (rest > -0.5f) & (whole < 0) ? 1 : 0;
+    s32 const up = rest >= 0.5f, upBelowZero = (rest > -0.5f) & (whole < 0);
     return whole + (v >= 0.0f ? up : upBelowZero);
 }
 

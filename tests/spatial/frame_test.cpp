@@ -1,6 +1,8 @@
 #include "spatial/spatial_support.h"
 
 #include "qzil/spatial/convolve.h"
+#include "qzil/spatial/optic_glow.h"
+#include "qzil/spatial/relief.h"
 
 namespace qzil::test::model {
 namespace {
@@ -71,6 +73,42 @@ TEST(SpatialFrame, DoesOneFieldAndReadsBoth) {
         frame->SetKernel(kernel.data(), 1);
         ASSERT_EQ(frame->Execute(), 1);
         EXPECT_EQ(Difference(frame.Output(), fields.Output()), "");
+    }
+}
+
+// Two images over one memory, a few lines apart: every line is read before it is written over.
+TEST(SpatialFrame, ReadsBeforeItWritesToSharedMemory) {
+    constexpr int kWidth = 20, kHeight = 40;
+    constexpr std::size_t kLine = 4 * kWidth;
+    Kernel kernel{1, 2, 1, 2, -11, 2, 1, 2, 1};
+    auto const run = [&](auto& effect, int apart) {
+        Ref<IXFImage> const source = MakeRandomImage(MFIF_RGBA_RAW_32, kWidth, kHeight, 7);
+        Ref<IXFImage> const input = MakeImage(MFIF_RGBA_RAW_32, kWidth, kHeight),
+                            output = MakeImage(MFIF_RGBA_RAW_32, kWidth, kHeight),
+                            expected = MakeImage(MFIF_RGBA_RAW_32, kWidth, kHeight);
+        std::vector<unsigned char> memory((kHeight + 4) * kLine);
+        unsigned char* const pInput = memory.data() + (apart < 0 ? 4 * kLine : 0);
+        unsigned char* const pOutput = pInput + apart * static_cast<std::ptrdiff_t>(kLine);
+        std::ranges::copy(Bytes(source), pInput);
+        input->SetPixelArray(pInput);
+        output->SetPixelArray(pOutput);
+        effect.SetEdgeMode(qzILEdgeModeWrap);
+        effect.SetInputImg(source.Get());
+        effect.SetOutputImg(expected.Get());
+        ASSERT_EQ(effect.Execute(), 1);
+        effect.SetInputImg(input.Get());
+        effect.SetOutputImg(output.Get());
+        ASSERT_EQ(effect.Execute(), 1);
+        EXPECT_EQ(DescribeDifference(Bytes(expected), {pOutput, kHeight * kLine}), "") << apart;
+    };
+    for (int const apart : {-4, 0, 1, 4}) {
+        qzILConvolveImg convolve;
+        convolve.SetKernel(kernel.data(), 1);
+        qzILEmbossImg emboss;
+        qzILOpticGlowImg glow;
+        run(convolve, apart);
+        run(emboss, apart);
+        run(glow, apart);
     }
 }
 
