@@ -44,7 +44,7 @@ Margin::Margin(IXFImage* image, qzILBbox2l const& box, qzILEdgeMode mode, qzILCo
 void Margin::ReadLine(unsigned char* to, int line) const {
     int const y = m_oBox.Origin.y + line;
     if (m_uMode == qzILEdgeModeWrap || m_uMode == qzILEdgeModeMirror) return ReadTiled(to, y);
-    if (!IsInside(y) && m_uMode == qzILEdgeModeColor) return RepeatPixel(to, m_oColor.auBytes, m_oBox.Size.x, m_uBytes);
+    if (!IsInside(y) && IsColored()) return RepeatPixel(to, m_oColor.auBytes, m_oBox.Size.x, m_uBytes);
     int const from = std::clamp(y, 0, m_oImage.m_iHeight - 1);
     std::size_t const bytes = m_uBytes * static_cast<std::size_t>(m_oInner.Size.x);
     std::memcpy(to + m_uBytes * static_cast<std::size_t>(m_oInner.Origin.x - m_oBox.Origin.x),
@@ -64,7 +64,7 @@ void Margin::ReadAround(unsigned char* to, int line) const {
 
 /// Columns beside those of the image.
 void Margin::ReadSides(unsigned char* to, int y) const {
-    bool const colored = m_uMode == qzILEdgeModeColor;
+    bool const colored = IsColored();
     int const left = m_oInner.Origin.x - m_oBox.Origin.x, right = m_oBox.Size.x - left - m_oInner.Size.x;
     RepeatPixel(to, colored ? m_oColor.auBytes : m_oImage.GetPixelPtr(0, y), left, m_uBytes);
     RepeatPixel(to + m_uBytes * static_cast<std::size_t>(left + m_oInner.Size.x),

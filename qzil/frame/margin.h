@@ -19,6 +19,8 @@ public:
     void ReadAround(unsigned char* to, int line) const;
 
 private:
+    /// Modes that Verify refuses count as the colour.
+    bool IsColored() const { return m_uMode != qzILEdgeModeExtend; }
     bool IsInside(int y) const { return y >= 0 && y < m_oImage.m_iHeight; }
     void ReadTiled(unsigned char* to, int y) const;
     void ReadSides(unsigned char* to, int y) const;

@@ -104,7 +104,10 @@ qzILStatus qzILMonadicSpatialProc::PrepareBuffer() {
     m_iLineStep = jumps.iLine + std::ptrdiff_t{buffer.m_iPixelStep} * size.x;
     // A host that interrupts sees the buffer filled, and what is written over the input has to be read before.
     m_bOnDemand = true;
-    if (!m_bReadsLines || HasInterrupt() || Overlap(qzILImageHelper(m_pInputImg), m_oOutputHelper)) CompleteBuffer();
+    if (!m_bReadsLines || HasInterrupt() || !CanFill(MarginBox()) ||
+        Overlap(qzILImageHelper(m_pInputImg), m_oOutputHelper)) {
+        CompleteBuffer();
+    }
     return 1;
 }
 
@@ -144,11 +147,16 @@ qzILStatus qzILMonadicSpatialProc::CleanData() {
     return 1;
 }
 
+bool qzILMonadicSpatialProc::CanFill(qzILBbox2l const& box) const {
+    if (!m_pInputImg || !m_pBufferImg || box.Intersect(WholeOf(m_pInputImg)).IsEmpty()) return false;
+    qzILImageHelper const input(m_pInputImg), buffer(m_pBufferImg.Get());
+    return input.m_pLineZero && input.m_uPixelSize == buffer.m_uPixelSize &&
+           WholeOf(m_pBufferImg.Get()).Size == box.Size;
+}
+
 qzILStatus qzILMonadicSpatialProc::FillBuffer(qzILBbox2l const& box) {
-    if (!m_pInputImg || !m_pBufferImg) return -1;
+    if (!CanFill(box)) return -1;
     qzILBbox2l const inner = box.Intersect(WholeOf(m_pInputImg));
-    if (inner.IsEmpty() || !(WholeOf(m_pBufferImg.Get()).Size == box.Size)) return -1;
-    if (qzILImageHelper(m_pInputImg).m_uPixelSize != qzILImageHelper(m_pBufferImg.Get()).m_uPixelSize) return -1;
     Margin const margin(m_pInputImg, box, m_uEdgeMode, m_oEdgeColor);
     qzILImageHelper const buffer(m_pBufferImg.Get());
     bool const extends = m_uEdgeMode == qzILEdgeModeExtend;
@@ -245,7 +253,8 @@ qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kern
     Margin const margin(m_pInputImg, MarginBox(), m_uEdgeMode, m_oEdgeColor);
     KeptLines const kept = LinesToProcess();
     int const around = 2 * Reach().y + kept.iFirst;
-    int const bandLines = static_cast<int>(kBandBytes / std::abs(m_iLineStep)) + 1;
+    // A far reach makes bands higher, so that no line is read more than twice.
+    int const bandLines = std::max(static_cast<int>(kBandBytes / std::abs(m_iLineStep)) + 1, around);
     for (int line = 0; line < walk.iLines; line += bandLines) {
         kernel::Walk band = kernel::PartOf(walk, line, std::min(bandLines, walk.iLines - line));
         band.oA.pFirst = walk.oA.pFirst;

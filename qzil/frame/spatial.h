@@ -132,6 +132,8 @@ private:
     qzil::kernel::Walk MakeWalk(Centres centres) const;
     /// What the margin buffer shows, in input coordinates.
     qzILBbox2l MarginBox() const;
+    /// The input has pixels in the box, and they fit the buffer.
+    bool CanFill(qzILBbox2l const& box) const;
     /// The active rectangle, as high as the lines that are kept.
     qzILBbox2l KeptBox() const;
 

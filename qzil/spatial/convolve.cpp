@@ -74,7 +74,6 @@ struct TapKernel {
     TapKernel(Sample const* x, Sample const* y, qzILVector2l size) : iHeight(size.y), iWidth(size.x), bTwoPasses(true) {
         AddRuns(aAcross, x, size.x);
         AddRuns(aDown, y, size.y);
-        aiLines.resize(aAcross.size(), 0);
     }
 };
 
@@ -139,17 +138,13 @@ public:
         m_iStripStep = pixels / m_iStrips;
         m_iPositions = pixels - (m_iStrips - 1) * m_iStripStep;
         m_iHalo = kernel.iWidth - 1;
-        m_iPiece = std::max(kPieceAcross, m_iHalo);
-        m_iPitch = SpreadPitch(m_iPositions + (kernel.bTwoPasses ? 0 : m_iHalo));
+        m_iPitch = SpreadPitch(kernel.bTwoPasses ? m_iPositions : m_iPositions + m_iHalo);
         m_iBlockPitch = SpreadPitch(kPieceDown);
         m_oHeld.Take(static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(held));
-        std::size_t const piece = static_cast<std::size_t>(m_iPiece + m_iHalo) * kTapSamples;
-        m_oWidened.Take(kernel.bTwoPasses ? piece : 0);
-        m_oSums.Take(std::max(static_cast<std::size_t>(m_iBlockPitch) * kernel::kBlockLines,
-                              std::size_t{kPieceAcross} * kTapSamples));
-        m_iTileBytes = std::ptrdiff_t{m_iPositions} * kTapSamples * routines.iSampleBytes;
-        m_aTile.resize(std::max(piece * static_cast<std::size_t>(routines.iSampleBytes),
-                                static_cast<std::size_t>(m_iTileBytes) * kernel::kBlockLines));
+        m_oWidened.Take(kernel.bTwoPasses ? (kPieceAcross + static_cast<std::size_t>(m_iHalo)) * kTapSamples : 0);
+        m_oSums.Take(static_cast<std::size_t>(m_iBlockPitch) * kernel::kBlockLines);
+        m_iTileBytes = std::ptrdiff_t{std::max(m_iPositions, kPieceAcross)} * kTapSamples * routines.iSampleBytes;
+        m_aTile.resize(static_cast<std::size_t>(m_iTileBytes) * kernel::kBlockLines);
     }
 
     /// Takes the first step for all lines up to `end`; ends for good when `stops` says so after a line.
@@ -158,9 +153,7 @@ public:
         for (; m_iDone < end; ++m_iDone) {
             unsigned char const* const pLine = m_oLines.Line(m_iDone);
             if (!m_oKernel.bTwoPasses) {
-                ForPieces(m_iPositions + m_iHalo, m_iPiece, [&](int at, int positions) {
-                    Widen(Held(m_iDone) + std::ptrdiff_t{at} * kTapSamples, pLine, at, positions);
-                });
+                Widen(Held(m_iDone), pLine, m_iPositions + m_iHalo);
             } else {
                 SumAcross(pLine, Held(m_iDone));
             }
@@ -183,19 +176,16 @@ private:
     class Memory {
     public:
         void Take(std::size_t samples) {
-            m_uSamples = samples;
             m_aMemory.resize(samples + kAlign);
             std::uintptr_t const misaligned =
                 reinterpret_cast<std::uintptr_t>(m_aMemory.data()) / sizeof(Sample) % kAlign;
             m_pFirst = m_aMemory.data() + (kAlign - misaligned) % kAlign;
         }
         Sample* First() const { return m_pFirst; }
-        std::size_t Size() const { return m_uSamples; }
 
     private:
         static constexpr std::size_t kAlign = 64 / sizeof(Sample);
         std::vector<Sample> m_aMemory;
-        std::size_t m_uSamples = 0;
         Sample* m_pFirst = nullptr;
     };
 
@@ -203,28 +193,33 @@ private:
     /// of the first-level cache, which a position is a line of.
     static std::ptrdiff_t SpreadPitch(int positions) {
         constexpr int kSets = 64, kApart = 5;
-        return std::ptrdiff_t{(positions + kSets - 1) / kSets * kSets + kApart} * kTapSamples;
+        return ((std::ptrdiff_t{positions} + kSets - 1) / kSets * kSets + kApart) * kTapSamples;
     }
 
     template <class Op>
-    static void ForPieces(int positions, int piece, Op op) {
-        for (int at = 0; at < positions; at += piece) op(at, std::min(piece, positions - at));
+    static void ForPieces(std::ptrdiff_t positions, int piece, Op op) {
+        for (std::ptrdiff_t at = 0; at < positions; at += piece) {
+            op(at, static_cast<int>(std::min<std::ptrdiff_t>(piece, positions - at)));
+        }
     }
 
-    /// A tile at the start of the scratch memory, or behind it, and the pixels of a line.
+    /// Between a tile and the strips of a line.
     TileMove MoveOf(unsigned char* tile, unsigned char* line, int positions) const {
         return {tile,         kTapSamples * m_oRoutines.iSampleBytes,
                 line,         std::ptrdiff_t{m_iStripStep} * m_iPixelBytes,
                 m_iStrips,    positions,
                 m_iPixelBytes};
     }
-    void Widen(Sample* out, unsigned char const* line, int at, int positions) {
-        auto* const pLine = const_cast<unsigned char*>(line) + std::ptrdiff_t{at} * m_iPixelBytes;
-        GetFilterRows().pToTile(MoveOf(m_aTile.data(), pLine, positions));
-        m_oRoutines.Widen(out, m_aTile.data(), positions * kTapSamples);
+    /// The first positions of a line's tile, widened.
+    void Widen(Sample* out, unsigned char const* line, std::ptrdiff_t all) {
+        ForPieces(all, kPieceAcross, [&](std::ptrdiff_t at, int positions) {
+            auto* const pPiece = const_cast<unsigned char*>(line) + at * m_iPixelBytes;
+            GetFilterRows().pToTile(MoveOf(m_aTile.data(), pPiece, positions));
+            m_oRoutines.Widen(out + at * kTapSamples, m_aTile.data(), positions * kTapSamples);
+        });
     }
     /// Sums of a piece into the tile of a line of the block; Deliver then lays the lines out.
-    void Finish(int line, Sample const* sums, int at, int positions) {
+    void Finish(int line, Sample const* sums, std::ptrdiff_t at, int positions) {
         m_oRoutines.Finish(m_aTile.data() + line * m_iTileBytes + at * kTapSamples * m_oRoutines.iSampleBytes, sums,
                            positions * kTapSamples);
     }
@@ -237,16 +232,16 @@ private:
     /// The first of two passes.
     void SumAcross(unsigned char const* line, Sample* sums) {
         m_aSources.assign(m_oKernel.aAcross.size(), m_oWidened.First());
-        ForPieces(m_iPositions, m_iPiece, [&](int at, int positions) {
-            Sample* const pOut = sums + std::ptrdiff_t{at} * kTapSamples;
-            Widen(m_oWidened.First(), line, at, positions + m_iHalo);
+        ForPieces(m_iPositions, kPieceAcross, [&](std::ptrdiff_t at, int positions) {
+            Sample* const pOut = sums + at * kTapSamples;
+            Widen(m_oWidened.First(), line + at * m_iPixelBytes, positions + std::ptrdiff_t{m_iHalo});
             Routines::Functions().pAcross(SumsOf(m_oKernel.aAcross, pOut, positions), m_aSources.data());
             Routines::EndFirstPass(pOut, positions * kTapSamples);
         });
     }
     /// The second one, for lines from `top` on.
     void MakeDown(int top, int lines, int count) {
-        ForPieces(m_iPositions, kPieceDown, [&](int at, int positions) {
+        ForPieces(m_iPositions, kPieceDown, [&](std::ptrdiff_t at, int positions) {
             m_aSources.clear();
             for (int line = 0; line < lines; ++line) m_aSources.push_back(Held(top + line) + at * kTapSamples);
             Routines::Functions().pDown(SumsOf(m_oKernel.aDown, m_oSums.First(), positions), m_iBlockPitch,
@@ -258,7 +253,7 @@ private:
     }
     /// The only pass, of the line of the block whose first source is `top`.
     void MakeAcross(int line, int top) {
-        ForPieces(m_iPositions, kPieceAcross, [&](int at, int positions) {
+        ForPieces(m_iPositions, kPieceAcross, [&](std::ptrdiff_t at, int positions) {
             m_aSources.clear();
             for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below) + at * kTapSamples);
             Routines::Functions().pAcross(SumsOf(m_oKernel.aAcross, m_oSums.First(), positions), m_aSources.data());
@@ -276,11 +271,10 @@ private:
     int m_iHeld;
     int m_iDone = 0;  ///< lines whose first step is done
     int m_iPixelBytes;
-    int m_iStrips;     ///< of a line; the last ones may overlap by a few pixels
-    int m_iStripStep;  ///< pixels from the start of a strip to that of the next
-    int m_iPositions;  ///< of an output line's tile
-    int m_iHalo;       ///< positions that a tile of input has beyond
-    int m_iPiece;
+    int m_iStrips;                 ///< of a line; the last ones may overlap by a few pixels
+    int m_iStripStep;              ///< pixels from the start of a strip to that of the next
+    int m_iPositions;              ///< of an output line's tile
+    int m_iHalo;                   ///< positions that a tile of input has beyond
     std::ptrdiff_t m_iPitch;       ///< samples from a held line to the next
     std::ptrdiff_t m_iBlockPitch;  ///< and of the sums of a block
     std::ptrdiff_t m_iTileBytes;   ///< of an output line

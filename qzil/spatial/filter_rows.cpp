@@ -37,8 +37,9 @@ QZIL_INLINE Sample* Target(FilterPass<Sample> const& pass, int i) {
 QZIL_INLINE void StoreHalves(FilterPass<s16> const& pass, int i, int lane, Vector const* results) {
     constexpr int kAhead = 16;
     s16* const out = Target(pass, i) + lane;
+    s16* const ahead = Target(pass, Min(i + kAhead, pass.iLength - 1)) + lane;
     for (int k = 0; k < kChains; ++k) {
-        __builtin_prefetch(out + k * kHalves - kAhead * pass.iOutStep, 1);
+        __builtin_prefetch(ahead + k * kHalves, 1);
         StoreVector(out + k * kHalves, results[k]);
     }
 }

@@ -75,7 +75,7 @@ QZIL_INLINE void SumPositions(TapSums<Sample> const& args, Sample const* const* 
     int const first = position * kTapSamples + lane;
     for (int r = 0; r < args.iRuns; ++r) {
         TapRun<Sample> const run = args.pRuns[r];
-        Sample const* const from = lines[r] + first + run.iFrom * kTapSamples;
+        Sample const* const from = lines[r] + first + std::ptrdiff_t{run.iFrom} * kTapSamples;
         AddRun<kSide>(sums, run.pTaps, run.iTaps,
                       [=](int k, int j) { return LoadSamples(from + (k + j) * kTapSamples); });
     }
