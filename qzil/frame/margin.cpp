@@ -24,10 +24,16 @@ void RepeatPixel(unsigned char* to, unsigned char const* pixel, int count, std::
     }
 }
 
-/// Asks for a line that is needed when this one has been worked on. The processor would notice at its first pixels, and
-/// again at every page.
-void Prefetch(unsigned char const* line, std::size_t bytes) {
-    for (std::size_t i = 0; i < bytes; i += 64) __builtin_prefetch(line + i, 0, 2);
+/// Copies a line and asks for the next one, where there is one: the processor would notice at its first pixels, and
+/// again at every page. In pieces, since what copies more than that at once is slow where the ends are aligned
+/// differently.
+void CopyLine(unsigned char* to, unsigned char const* from, unsigned char const* next, std::size_t bytes) {
+    constexpr std::size_t kPiece = 1024;
+    for (std::size_t at = 0; at < bytes; at += kPiece) {
+        std::size_t const piece = std::min(kPiece, bytes - at);
+        for (std::size_t i = 0; next && i < piece; i += 64) __builtin_prefetch(next + at + i, 0, 2);
+        std::memcpy(to + at, from + at, piece);
+    }
 }
 
 }  // namespace
@@ -47,9 +53,9 @@ void Margin::ReadLine(unsigned char* to, int line) const {
     if (!IsInside(y) && IsColored()) return RepeatPixel(to, m_oColor.auBytes, m_oBox.Size.x, m_uBytes);
     int const from = std::clamp(y, 0, m_oImage.m_iHeight - 1);
     std::size_t const bytes = m_uBytes * static_cast<std::size_t>(m_oInner.Size.x);
-    std::memcpy(to + m_uBytes * static_cast<std::size_t>(m_oInner.Origin.x - m_oBox.Origin.x),
-                m_oImage.GetPixelPtr(m_oInner.Origin.x, from), bytes);
-    if (from + 1 < m_oImage.m_iHeight) Prefetch(m_oImage.GetPixelPtr(m_oInner.Origin.x, from + 1), bytes);
+    CopyLine(to + m_uBytes * static_cast<std::size_t>(m_oInner.Origin.x - m_oBox.Origin.x),
+             m_oImage.GetPixelPtr(m_oInner.Origin.x, from),
+             from + 1 < m_oImage.m_iHeight ? m_oImage.GetPixelPtr(m_oInner.Origin.x, from + 1) : nullptr, bytes);
     ReadSides(to, from);
 }
 

@@ -151,6 +151,18 @@ QZIL_INLINE void StoreLowHalves(void* to, Vector v) {
     __builtin_memcpy(to, &half, sizeof half);
 }
 
+/// The same for the low bytes.
+QZIL_INLINE void StoreLowBytes(void* to, Vector v) {
+#if defined(__AVX512BW__)
+    _mm_storeu_si128(static_cast<__m128i*>(to), _mm512_maskz_cvtepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(v)));  // all lanes
+#else
+    using Half = s16 __attribute__((vector_size(kVectorBytes / 2)));
+    using Quarter = signed char __attribute__((vector_size(kVectorBytes / 4)));
+    Quarter const quarter = __builtin_convertvector(__builtin_convertvector(v, Half), Quarter);
+    __builtin_memcpy(to, &quarter, sizeof quarter);
+#endif
+}
+
 /// 16-bit values of a and b in turn, a's in the low halves of the lanes; Low and High together take all of them, in an
 /// order that PackHalves undoes.
 QZIL_INLINE Vector InterleaveLow(Vector a, Vector b) {

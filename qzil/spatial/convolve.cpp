@@ -17,9 +17,9 @@ using namespace qzil;
 
 namespace {
 
-/// Positions of tiles that are summed at a time, so that they stay in the first-level cache.
-constexpr int kPieceAcross = 128;
-constexpr int kPieceDown = 32;
+/// Samples that are summed at a time, so that they stay in the first-level cache; across, and down of each line.
+constexpr int kPieceAcross = 2048;
+constexpr int kPieceDown = 512;
 
 /// Kernels of more than 2 GiB count as out of memory.
 constexpr std::int64_t kMostTaps = 0x1FFFFFFF;
@@ -84,40 +84,27 @@ namespace {
 /// The row functions of a convolution in float, or in 16.16.
 struct FloatRoutines {
     using Sample = float;
-    int iSampleBytes;
     TapRounding oRounding;
 
-    static TapFunctions<float> const& Functions() { return GetTapRows().oFloat; }
+    static auto const& Functions() { return GetTapRows().oFloat; }
     void Widen(float* out, unsigned char const* in, int samples) const {
         TapRows const& rows = GetTapRows();
-        if (iSampleBytes == 1) {
+        if (oRounding.iSampleBytes == 1) {
             rows.pWiden8(out, in, samples);
         } else {
             rows.pWiden16(out, reinterpret_cast<u16 const*>(in), samples);
         }
     }
     static void EndFirstPass(float*, int) {}
-    void Finish(unsigned char* out, float const* sums, int samples) const {
-        TapRows const& rows = GetTapRows();
-        if (iSampleBytes == 1) {
-            rows.pRound8(out, sums, samples, oRounding);
-        } else {
-            rows.pRound16(reinterpret_cast<u16*>(out), sums, samples, oRounding);
-        }
-    }
 };
 
 struct FixedRoutines {
     using Sample = s32;
-    static constexpr int iSampleBytes = 1;
-    s32 iAdd;
+    FixedRounding oRounding;
 
-    static TapFunctions<s32> const& Functions() { return GetTapRows().oFixed; }
+    static auto const& Functions() { return GetTapRows().oFixed; }
     static void Widen(s32* out, unsigned char const* in, int samples) { GetTapRows().pWidenFixed8(out, in, samples); }
-    static void EndFirstPass(s32* sums, int samples) { GetTapRows().pShiftFixed(sums, sums, samples, 32768); }
-    void Finish(unsigned char* out, s32 const* sums, int samples) const {
-        GetTapRows().pShiftFixedTo8(out, sums, samples, iAdd);
-    }
+    static void EndFirstPass(s32* sums, int samples) { GetTapRows().pShiftFixed(sums, samples); }
 };
 
 /// Makes lines of a convolution. What comes out of the first step, widened samples or sums across, is held for as many
@@ -132,18 +119,18 @@ public:
           m_oKernel(kernel),
           m_oRoutines(routines),
           m_iHeld(held),
-          m_iPixelBytes(lines.iPixelSamples * routines.iSampleBytes),
-          m_iStrips(kTapSamples / lines.iPixelSamples) {
-        int const pixels = lines.iActiveSamples / lines.iPixelSamples;
-        m_iStripStep = pixels / m_iStrips;
-        m_iPositions = pixels - (m_iStrips - 1) * m_iStripStep;
-        m_iHalo = kernel.iWidth - 1;
-        m_iPitch = SpreadPitch(kernel.bTwoPasses ? m_iPositions : m_iPositions + m_iHalo);
-        m_iBlockPitch = SpreadPitch(kPieceDown);
+          m_bTiles(lines.iPixelSamples == 1),
+          m_iStep(m_bTiles ? kTileSamples : kPixelSamples),
+          m_iStripStep(m_bTiles ? lines.iActiveSamples / kTileSamples : 0),
+          m_iSamples(m_bTiles ? (lines.iActiveSamples - (kTileSamples - 1) * m_iStripStep) * kTileSamples
+                              : lines.iActiveSamples),
+          m_iHalo(std::ptrdiff_t{kernel.iWidth - 1} * m_iStep) {
+        m_iPitch = SpreadPitch(kernel.bTwoPasses ? m_iSamples : m_iSamples + m_iHalo);
         m_oHeld.Take(static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(held));
-        m_oWidened.Take(kernel.bTwoPasses ? (kPieceAcross + static_cast<std::size_t>(m_iHalo)) * kTapSamples : 0);
-        m_oSums.Take(static_cast<std::size_t>(m_iBlockPitch) * kernel::kBlockLines);
-        m_iTileBytes = std::ptrdiff_t{std::max(m_iPositions, kPieceAcross)} * kTapSamples * routines.iSampleBytes;
+        m_oWidened.Take(kernel.bTwoPasses ? static_cast<std::size_t>(kPieceAcross + m_iHalo) : 0);
+        m_oSums.Take(kernel.bTwoPasses ? 0 : kPieceAcross);
+        if (!m_bTiles) return;
+        m_iTileBytes = std::ptrdiff_t{std::max(m_iSamples, kPieceAcross)} * SampleBytes();
         m_aTile.resize(static_cast<std::size_t>(m_iTileBytes) * kernel::kBlockLines);
     }
 
@@ -153,9 +140,9 @@ public:
         for (; m_iDone < end; ++m_iDone) {
             unsigned char const* const pLine = m_oLines.Line(m_iDone);
             if (!m_oKernel.bTwoPasses) {
-                Widen(Held(m_iDone), pLine, m_iPositions + m_iHalo);
+                Widen(Held(m_iDone), pLine, 0, m_iSamples + m_iHalo);
             } else {
-                SumAcross(pLine, Held(m_iDone));
+                MakeAcross(pLine, Held(m_iDone));
             }
             if (stops()) m_iDone = m_oLines.iLines;
         }
@@ -164,11 +151,16 @@ public:
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override {
         int const top = m_oLines.ActiveLine(first), bottom = m_oLines.ActiveLine(first + count - 1);
         Advance(bottom + m_oKernel.iHeight, [] { return false; });
+        m_pOut = m_bTiles ? m_aTile.data() : out;
+        m_iOutStep = m_bTiles ? m_iTileBytes : step;
         if (m_oKernel.bTwoPasses) MakeDown(top, bottom + m_oKernel.iHeight - top, count);
         for (int line = 0; !m_oKernel.bTwoPasses && line < count; ++line) {
             MakeAcross(line, m_oLines.ActiveLine(first + line));
         }
-        Deliver(out, step, count);
+        for (int line = 0; m_bTiles && line < count; ++line) {
+            GetFilterRows().pFromTile(
+                MoveOf(m_aTile.data() + line * m_iTileBytes, out + line * step, m_iSamples / kTileSamples));
+        }
     }
 
 private:
@@ -176,7 +168,7 @@ private:
     class Memory {
     public:
         void Take(std::size_t samples) {
-            m_aMemory.resize(samples + kAlign);
+            m_aMemory.resize(samples + kAlign + kTileSamples);
             std::uintptr_t const misaligned =
                 reinterpret_cast<std::uintptr_t>(m_aMemory.data()) / sizeof(Sample) % kAlign;
             m_pFirst = m_aMemory.data() + (kAlign - misaligned) % kAlign;
@@ -189,79 +181,74 @@ private:
         Sample* m_pFirst = nullptr;
     };
 
-    /// Samples of a line that the next one follows, so that the same position of many lines does not fall to a few sets
-    /// of the first-level cache, which a position is a line of.
-    static std::ptrdiff_t SpreadPitch(int positions) {
-        constexpr int kSets = 64, kApart = 5;
-        return ((std::ptrdiff_t{positions} + kSets - 1) / kSets * kSets + kApart) * kTapSamples;
+    /// Samples of a line that the next one follows, so that the same place of many lines does not fall to a few sets of
+    /// the first-level cache.
+    static std::ptrdiff_t SpreadPitch(std::ptrdiff_t samples) {
+        constexpr int kSets = 64, kApart = 5, kPerLine = 64 / sizeof(Sample);
+        return ((samples + kPerLine - 1) / kPerLine / kSets * kSets + kSets + kApart) * kPerLine;
     }
 
     template <class Op>
-    static void ForPieces(std::ptrdiff_t positions, int piece, Op op) {
-        for (std::ptrdiff_t at = 0; at < positions; at += piece) {
-            op(at, static_cast<int>(std::min<std::ptrdiff_t>(piece, positions - at)));
+    static void ForPieces(std::ptrdiff_t samples, int piece, Op op) {
+        for (std::ptrdiff_t at = 0; at < samples; at += piece) {
+            op(at, static_cast<int>(std::min<std::ptrdiff_t>(piece, samples - at)));
         }
     }
 
     /// Between a tile and the strips of a line.
     TileMove MoveOf(unsigned char* tile, unsigned char* line, int positions) const {
-        return {tile,         kTapSamples * m_oRoutines.iSampleBytes,
-                line,         std::ptrdiff_t{m_iStripStep} * m_iPixelBytes,
-                m_iStrips,    positions,
-                m_iPixelBytes};
+        int const bytes = SampleBytes();
+        return {tile, kTileSamples * bytes, line, std::ptrdiff_t{m_iStripStep} * bytes, kTileSamples, positions, bytes};
     }
-    /// The first positions of a line's tile, widened.
-    void Widen(Sample* out, unsigned char const* line, std::ptrdiff_t all) {
-        ForPieces(all, kPieceAcross, [&](std::ptrdiff_t at, int positions) {
-            auto* const pPiece = const_cast<unsigned char*>(line) + at * m_iPixelBytes;
-            GetFilterRows().pToTile(MoveOf(m_aTile.data(), pPiece, positions));
-            m_oRoutines.Widen(out + at * kTapSamples, m_aTile.data(), positions * kTapSamples);
+    /// Samples of a line or of its tile, counted from `first`, widened.
+    void Widen(Sample* out, unsigned char const* line, std::ptrdiff_t first, std::ptrdiff_t all) {
+        ForPieces(all, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
+            auto* pFrom = const_cast<unsigned char*>(line) +
+                          (first + at) / m_iStep * m_oLines.iPixelSamples * SampleBytes();
+            if (m_bTiles) {
+                GetFilterRows().pToTile(MoveOf(m_aTile.data(), pFrom, samples / kTileSamples));
+                pFrom = m_aTile.data();
+            }
+            m_oRoutines.Widen(out + at, pFrom, samples);
         });
     }
-    /// Sums of a piece into the tile of a line of the block; Deliver then lays the lines out.
-    void Finish(int line, Sample const* sums, std::ptrdiff_t at, int positions) {
-        m_oRoutines.Finish(m_aTile.data() + line * m_iTileBytes + at * kTapSamples * m_oRoutines.iSampleBytes, sums,
-                           positions * kTapSamples);
-    }
-    void Deliver(unsigned char* out, std::ptrdiff_t step, int count) {
-        for (int line = 0; line < count; ++line) {
-            GetFilterRows().pFromTile(MoveOf(m_aTile.data() + line * m_iTileBytes, out + line * step, m_iPositions));
-        }
+    int SampleBytes() const { return m_oRoutines.oRounding.iSampleBytes; }
+    unsigned char* OutAt(int line, std::ptrdiff_t at) const { return m_pOut + line * m_iOutStep + at * SampleBytes(); }
+    void SumAcross(std::vector<TapRun<Sample>> const& runs, Sample* out, int samples) {
+        auto const& functions = Routines::Functions();
+        (m_bTiles ? functions.pAcrossTiles : functions.pAcrossPixels)(SumsOf(runs, out, samples), m_aSources.data());
     }
 
     /// The first of two passes.
-    void SumAcross(unsigned char const* line, Sample* sums) {
+    void MakeAcross(unsigned char const* line, Sample* sums) {
         m_aSources.assign(m_oKernel.aAcross.size(), m_oWidened.First());
-        ForPieces(m_iPositions, kPieceAcross, [&](std::ptrdiff_t at, int positions) {
-            Sample* const pOut = sums + at * kTapSamples;
-            Widen(m_oWidened.First(), line + at * m_iPixelBytes, positions + std::ptrdiff_t{m_iHalo});
-            Routines::Functions().pAcross(SumsOf(m_oKernel.aAcross, pOut, positions), m_aSources.data());
-            Routines::EndFirstPass(pOut, positions * kTapSamples);
+        ForPieces(m_iSamples, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
+            Widen(m_oWidened.First(), line, at, samples + m_iHalo);
+            SumAcross(m_oKernel.aAcross, sums + at, samples);
+            Routines::EndFirstPass(sums + at, samples);
         });
     }
     /// The second one, for lines from `top` on.
     void MakeDown(int top, int lines, int count) {
-        ForPieces(m_iPositions, kPieceDown, [&](std::ptrdiff_t at, int positions) {
+        ForPieces(m_iSamples, kPieceDown, [&](std::ptrdiff_t at, int samples) {
             m_aSources.clear();
-            for (int line = 0; line < lines; ++line) m_aSources.push_back(Held(top + line) + at * kTapSamples);
-            Routines::Functions().pDown(SumsOf(m_oKernel.aDown, m_oSums.First(), positions), m_iBlockPitch,
-                                        m_aSources.data(), count, m_oLines.iKeptStep);
-            for (int line = 0; line < count; ++line) {
-                Finish(line, m_oSums.First() + line * m_iBlockPitch, at, positions);
-            }
+            for (int line = 0; line < lines; ++line) m_aSources.push_back(Held(top + line) + at);
+            Routines::Functions().pDown({m_oKernel.aDown.data(), static_cast<int>(m_oKernel.aDown.size()),
+                                         m_aSources.data(), m_oLines.iKeptStep, OutAt(0, at), m_iOutStep, count,
+                                         samples, m_oRoutines.oRounding});
         });
     }
     /// The only pass, of the line of the block whose first source is `top`.
     void MakeAcross(int line, int top) {
-        ForPieces(m_iPositions, kPieceAcross, [&](std::ptrdiff_t at, int positions) {
+        ForPieces(m_iSamples, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
             m_aSources.clear();
-            for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below) + at * kTapSamples);
-            Routines::Functions().pAcross(SumsOf(m_oKernel.aAcross, m_oSums.First(), positions), m_aSources.data());
-            Finish(line, m_oSums.First(), at, positions);
+            for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below) + at);
+            SumAcross(m_oKernel.aAcross, m_oSums.First(), samples);
+            Routines::Functions().pFinish(OutAt(line, at), m_oSums.First(), samples, m_oRoutines.oRounding);
         });
     }
-    static TapSums<Sample> SumsOf(std::vector<TapRun<Sample>> const& runs, Sample* out, int positions) {
-        return {runs.data(), static_cast<int>(runs.size()), out, positions};
+    static TapSums<Sample> SumsOf(std::vector<TapRun<Sample>> const& runs, Sample* out, int samples) {
+        return {runs.data(), static_cast<int>(runs.size()), out, samples};
     }
     Sample* Held(int line) { return m_oHeld.First() + line % m_iHeld * m_iPitch; }
 
@@ -270,14 +257,15 @@ private:
     Routines m_oRoutines;
     int m_iHeld;
     int m_iDone = 0;  ///< lines whose first step is done
-    int m_iPixelBytes;
-    int m_iStrips;                 ///< of a line; the last ones may overlap by a few pixels
-    int m_iStripStep;              ///< pixels from the start of a strip to that of the next
-    int m_iPositions;              ///< of an output line's tile
-    int m_iHalo;                   ///< positions that a tile of input has beyond
-    std::ptrdiff_t m_iPitch;       ///< samples from a held line to the next
-    std::ptrdiff_t m_iBlockPitch;  ///< and of the sums of a block
-    std::ptrdiff_t m_iTileBytes;   ///< of an output line
+    bool m_bTiles;                    ///< lines of single samples
+    int m_iStep;                      ///< samples from a position to the next
+    int m_iStripStep;                 ///< pixels from a tile's strip to the next; the last ones may overlap
+    int m_iSamples;                   ///< of an output line or its tile
+    std::ptrdiff_t m_iHalo;           ///< samples that the input has beyond
+    std::ptrdiff_t m_iPitch;          ///< samples from a held line to the next
+    std::ptrdiff_t m_iTileBytes = 0;  ///< of an output line
+    unsigned char* m_pOut = nullptr;  ///< lines of the block that is made, or their tiles
+    std::ptrdiff_t m_iOutStep = 0;
     Memory m_oHeld, m_oWidened, m_oSums;
     std::vector<unsigned char> m_aTile;
     std::vector<Sample const*> m_aSources;
@@ -418,9 +406,9 @@ qzILStatus qzILConvolveImg::RunSinglePass() {
         // Deliberately a float sum at 8 bits and four channels, a double one everywhere else.
         bool const inFloat = traits.iSampleBytes == 1 && traits.iSamples == 4;
         TapKernel<float> const kernel(m_pKernel, KernelSize());
-        TapRounding const rounding{inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
+        TapRounding const rounding{traits.iSampleBytes, inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
                                    Fits(MagnitudeOf(m_pKernel, KernelSize().x * KernelSize().y), m_fOffset)};
-        return Run(kernel, FloatRoutines{traits.iSampleBytes, rounding});
+        return Run(kernel, FloatRoutines{rounding});
     });
 }
 
@@ -430,7 +418,7 @@ qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
         if (traits.iSampleBytes == 0 || !BufferStart()) return -1;
         TapKernel<float> const kernel(x, y, KernelSize());
         bool const fits = Fits(MagnitudeOf(x, KernelSize().x) * MagnitudeOf(y, KernelSize().y), 0.0f);
-        return Run(kernel, FloatRoutines{traits.iSampleBytes, {0.5f, true, fits}});
+        return Run(kernel, FloatRoutines{{traits.iSampleBytes, 0.5f, true, fits}});
     });
 }
 
@@ -443,7 +431,7 @@ qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
                        [](float tap) { return Truncated(tap * 65536.0f); });
         TapKernel<s32> const kernel(taps.data(), KernelSize());
         u32 const offset = static_cast<u32>(Truncated(m_fOffset * 65536.0));
-        return Run(kernel, FixedRoutines{static_cast<s32>(offset + 32768u)});
+        return Run(kernel, FixedRoutines{{static_cast<s32>(offset + 32768u)}});
     });
 }
 
@@ -458,6 +446,6 @@ qzILStatus qzILConvolveImg::DualPassConvolve_RGBA32_Fixed(float* x, float* y) {
         };
         std::vector<s32> const across = fixed(x, KernelSize().x), down = fixed(y, KernelSize().y);
         TapKernel<s32> const kernel(across.data(), down.data(), KernelSize());
-        return Run(kernel, FixedRoutines{32768});
+        return Run(kernel, FixedRoutines{{32768}});
     });
 }

@@ -41,115 +41,190 @@ QZIL_INLINE auto LoadSamples(Sample const* from) {
     return v;
 }
 
-/// sums[k] += taps[j] * load(k, j) for every j in turn. What sums load alike is loaded once.
-template <int kCount, int kSide, class Sample, class V, class Load>
+/// Keeps the compiler from loading a value again for each of its uses.
+template <class V>
+QZIL_INLINE V InRegister(V v) {
+#if defined(__AVX512F__)
+    asm("" : "+v"(v));
+#elif defined(__SSE2__)
+    asm("" : "+x"(v));
+#endif
+    return v;
+}
+
+/// sums[k] += taps[j] * load(k * kApart + j) for every j in turn; what several sums weigh is loaded once.
+template <int kCount, int kSide, int kApart, class Sample, class V, class Load>
 QZIL_INLINE void AddTaps(V* sums, Sample const* taps, Load load) {
+    V tap[kCount];
+    for (int j = 0; j < kCount; ++j) tap[j] = Everywhere(taps[j]);
+#pragma GCC unroll 64
+    for (int n = 0; n < (kSide - 1) * kApart + kCount; ++n) {
+        V const loaded = InRegister(load(n));
 #pragma GCC unroll 8
-    for (int j = 0; j < kCount; ++j) {
-        V const tap = Everywhere(taps[j]);
-#pragma GCC unroll 8
-        for (int k = 0; k < kSide; ++k) sums[k] += load(k, j) * tap;
+        for (int k = 0; k < kSide; ++k) {
+            int const j = n - k * kApart;
+            if (j >= 0 && j < kCount) sums[k] += loaded * tap[j];
+        }
     }
 }
 
-template <int kSide, class Sample, class V, class Load>
+/// What the taps of a run weigh: samples of a line that stand a step apart, or the same place of one line after another.
+template <int kStep, class Sample>
+struct Beside {
+    Sample const* pFrom;
+
+    QZIL_INLINE auto operator()(int n) const { return LoadSamples(pFrom + n * kStep); }
+    QZIL_INLINE void Skip(int n) { pFrom += n * kStep; }
+};
+template <class Sample>
+struct Below {
+    Sample const* const* pLines;
+    std::ptrdiff_t iAt;
+
+    QZIL_INLINE auto operator()(int n) const { return LoadSamples(pLines[n] + iAt); }
+    QZIL_INLINE void Skip(int n) { pLines += n; }
+};
+
+template <int kSide, int kApart, class Sample, class V, class Load>
 QZIL_INLINE void AddRun(V* sums, Sample const* taps, int count, Load load) {
-    int at = 0;
-    auto const from = [&](int k, int j) { return load(k, at + j); };
-    for (; at + kTaps <= count; at += kTaps) AddTaps<kTaps, kSide>(sums, taps + at, from);
-    switch (count - at) {
-        case 7: return AddTaps<7, kSide>(sums, taps + at, from);
-        case 6: return AddTaps<6, kSide>(sums, taps + at, from);
-        case 5: return AddTaps<5, kSide>(sums, taps + at, from);
-        case 4: return AddTaps<4, kSide>(sums, taps + at, from);
-        case 3: return AddTaps<3, kSide>(sums, taps + at, from);
-        case 2: return AddTaps<2, kSide>(sums, taps + at, from);
-        case 1: return AddTaps<1, kSide>(sums, taps + at, from);
+    for (; count >= kTaps; count -= kTaps, taps += kTaps, load.Skip(kTaps)) {
+        AddTaps<kTaps, kSide, kApart>(sums, taps, load);
+    }
+    switch (count) {
+        case 7: return AddTaps<7, kSide, kApart>(sums, taps, load);
+        case 6: return AddTaps<6, kSide, kApart>(sums, taps, load);
+        case 5: return AddTaps<5, kSide, kApart>(sums, taps, load);
+        case 4: return AddTaps<4, kSide, kApart>(sums, taps, load);
+        case 3: return AddTaps<3, kSide, kApart>(sums, taps, load);
+        case 2: return AddTaps<2, kSide, kApart>(sums, taps, load);
+        case 1: return AddTaps<1, kSide, kApart>(sums, taps, load);
         default: return;
     }
 }
 
-template <int kSide, class Sample>
-QZIL_INLINE void SumPositions(TapSums<Sample> const& args, Sample const* const* lines, int position, int lane) {
+/// Samples from a vector of sums to the one beside it, and positions.
+template <int kStep>
+inline constexpr int kAhead = kStep > kLanes32 ? kStep : kLanes32;
+
+template <int kSide, int kStep, class Sample>
+QZIL_INLINE void SumAcross(TapSums<Sample> const& args, Sample const* const* lines, int first) {
     typename VectorOf<Sample>::Type sums[kSide]{};
-    int const first = position * kTapSamples + lane;
     for (int r = 0; r < args.iRuns; ++r) {
         TapRun<Sample> const run = args.pRuns[r];
-        Sample const* const from = lines[r] + first + std::ptrdiff_t{run.iFrom} * kTapSamples;
-        AddRun<kSide>(sums, run.pTaps, run.iTaps,
-                      [=](int k, int j) { return LoadSamples(from + (k + j) * kTapSamples); });
+        Sample const* const from = lines[r] + first + std::ptrdiff_t{run.iFrom} * kStep;
+        AddRun<kSide, kAhead<kStep> / kStep>(sums, run.pTaps, run.iTaps, Beside<kStep, Sample>{from});
     }
-    for (int k = 0; k < kSide; ++k) StoreVector(args.pOut + first + k * kTapSamples, sums[k]);
+#pragma GCC unroll 8
+    for (int k = 0; k < kSide; ++k) StoreVector(args.pOut + first + k * kAhead<kStep>, sums[k]);
 }
 
-template <class Sample>
+template <int kStep, class Sample>
 void Across(TapSums<Sample> const& args, Sample const* const* lines) {
-    for (int lane = 0; lane < kTapSamples; lane += kLanes32) {
-        int position = 0;
-        for (; position + kSums <= args.iPositions; position += kSums) {
-            SumPositions<kSums>(args, lines, position, lane);
+    for (int lane = 0; lane < kStep; lane += kLanes32) {
+        int at = lane;
+        for (; at + (kSums - 1) * kAhead<kStep> < args.iSamples; at += kSums * kAhead<kStep>) {
+            SumAcross<kSums, kStep>(args, lines, at);
         }
-        for (; position < args.iPositions; ++position) SumPositions<1>(args, lines, position, lane);
+        for (; at < args.iSamples; at += kAhead<kStep>) SumAcross<1, kStep>(args, lines, at);
     }
 }
 
-template <int kSide, class Sample>
-QZIL_INLINE void SumLines(TapSums<Sample> const& args, std::ptrdiff_t outStep, Sample const* const* lines) {
-    for (int at = 0; at < args.iPositions * kTapSamples; at += kLanes32) {
-        typename VectorOf<Sample>::Type sums[kSide]{};
-        for (int r = 0; r < args.iRuns; ++r) {
-            TapRun<Sample> const run = args.pRuns[r];
-            Sample const* const* const from = lines + run.iFrom;
-            AddRun<kSide>(sums, run.pTaps, run.iTaps, [=](int k, int j) { return LoadSamples(from[k + j] + at); });
-        }
-        for (int k = 0; k < kSide; ++k) StoreVector(args.pOut + k * outStep + at, sums[k]);
-    }
-}
-
-template <class Sample>
-void Down(TapSums<Sample> const& args, std::ptrdiff_t outStep, Sample const* const* lines, int count, int step) {
-    TapSums<Sample> group = args;
-    int line = 0;
-    for (; step == 1 && line + kSums <= count; line += kSums, group.pOut += kSums * outStep) {
-        SumLines<kSums>(group, outStep, lines + line);
-    }
-    for (; line < count; ++line, group.pOut += outStep) SumLines<1>(group, outStep, lines + line * step);
-}
-
-/// Truncates toward zero, limited to 32 bits first; NaN gives the lower limit.
+/// Limited to 32 bits first, where something may lie outside, then truncated toward zero; NaN gives the lower limit.
 template <bool kFits>
-QZIL_INLINE s32 Truncate(float v) {
+QZIL_INLINE Vector Truncate(VectorFloat v) {
     if constexpr (!kFits) {
-        v = v > -2147483648.0f ? v : -2147483648.0f;
-        v = v < 2147483520.0f ? v : 2147483520.0f;
+        VectorFloat const low = Everywhere(-2147483648.0f), high = Everywhere(2147483520.0f);
+        v = v > low ? v : low;
+        v = v < high ? v : high;
     }
-    return static_cast<s32>(v);
+    return __builtin_convertvector(v, Vector);
 }
 
 /// Truncates v + 0.5 as if added without rounding: what lies between the whole part and v decides.
 template <bool kFits>
-QZIL_INLINE s32 TruncateHalfAdded(float v) {
-    s32 const whole = Truncate<kFits>(v);
-    float const rest = v - static_cast<float>(whole);
-    s32 const up = rest >= 0.5f, upBelowZero = (rest > -0.5f) & (whole < 0);
-    return whole + (v >= 0.0f ? up : upBelowZero);
+QZIL_INLINE Vector TruncateHalfAdded(VectorFloat v) {
+    Vector const whole = Truncate<kFits>(v);
+    VectorFloat const rest = v - __builtin_convertvector(whole, VectorFloat);
+    Vector const up = rest >= 0.5f, upBelowZero = (rest > -0.5f) & (whole < 0);
+    return whole - (v >= 0.0f ? up : upBelowZero);
 }
 
+/// (sum + add) >> 16 with an arithmetic shift; the addition may wrap.
+QZIL_INLINE Vector Shifted(VectorWrap sum, s32 add) {
+    return reinterpret_cast<Vector>(sum + static_cast<u32>(add)) >> 16;
+}
+
+template <bool kFits>
+QZIL_INLINE Vector RoundSums(VectorFloat sums, TapRounding const& rounding) {
+    VectorFloat const shifted = sums + rounding.fOffset;
+    return rounding.bHalfInFloat ? Truncate<kFits>(shifted) : TruncateHalfAdded<kFits>(shifted);
+}
+template <bool>
+QZIL_INLINE Vector RoundSums(VectorWrap sums, FixedRounding const& rounding) {
+    return LimitLanes(Shifted(sums, rounding.iAdd), 255);
+}
+
+/// Stores the low bits of the lanes as samples, no more than there are.
 template <class T>
-void Round(T* out, float const* in, int samples, TapRounding rounding) {
-    float const offset = rounding.fOffset;
-    auto const run = [=](auto truncate) {
-        ForEach(samples, [=](int i) { out[i] = static_cast<T>(truncate(in[i] + offset)); });
-    };
-    if (rounding.bHalfInFloat && rounding.bFits) {
-        run([](float v) { return Truncate<true>(v); });
-    } else if (rounding.bHalfInFloat) {
-        run([](float v) { return Truncate<false>(v); });
-    } else if (rounding.bFits) {
-        run([](float v) { return TruncateHalfAdded<true>(v); });
-    } else {
-        run([](float v) { return TruncateHalfAdded<false>(v); });
+QZIL_INLINE void StoreSamples(T* out, Vector v, int samples) {
+    auto const store = [v](T* to) { sizeof(T) == 1 ? StoreLowBytes(to, v) : StoreLowHalves(to, v); };
+    if (samples >= kLanes32) return store(out);
+    T all[kLanes32];
+    store(all);
+    for (int i = 0; i < samples; ++i) out[i] = all[i];
+}
+
+template <class T, bool kFits, class Sample, class Rounding>
+QZIL_INLINE void FinishAs(T* out, Sample const* sums, int samples, Rounding rounding) {
+    for (int at = 0; at < samples; at += kLanes32) {
+        StoreSamples(out + at, RoundSums<kFits>(LoadSamples(sums + at), rounding), samples - at);
     }
+}
+
+template <class Sample, class Rounding>
+void Finish(u8* out, Sample const* sums, int samples, Rounding rounding) {
+    auto const run = [=](auto* typed) {
+        using T = std::remove_reference_t<decltype(*typed)>;
+        rounding.bFits ? FinishAs<T, true>(typed, sums, samples, rounding)
+                       : FinishAs<T, false>(typed, sums, samples, rounding);
+    };
+    rounding.iSampleBytes == 1 ? run(out) : run(reinterpret_cast<u16*>(out));
+}
+
+/// Neighbouring lines from `line` on; where every sum fits and there is a vector of samples, without a look at either.
+template <class T, int kSide, bool kUsual, class Sample, class Rounding>
+QZIL_INLINE void SumLines(TapDown<Sample, Rounding> const& args, int line) {
+    Sample const* const* const lines = args.pLines + line * args.iStep;
+    u8* const first = args.pOut + line * args.iOutStep;
+    Rounding const rounding = args.oRounding;
+    for (int next = 0; next < args.iSamples; next += kLanes32) {
+        int const at = kUsual ? Min(next, args.iSamples - kLanes32) : next;
+        typename VectorOf<Sample>::Type sums[kSide]{};
+        for (int r = 0; r < args.iRuns; ++r) {
+            TapRun<Sample> const run = args.pRuns[r];
+            AddRun<kSide, 1>(sums, run.pTaps, run.iTaps, Below<Sample>{lines + run.iFrom, at});
+        }
+        T* const out = reinterpret_cast<T*>(first) + at;
+#pragma GCC unroll 8
+        for (int k = 0; k < kSide; ++k) {
+            StoreSamples(reinterpret_cast<T*>(reinterpret_cast<u8*>(out) + k * args.iOutStep),
+                         RoundSums<kUsual>(sums[k], rounding), kUsual ? kLanes32 : args.iSamples - at);
+        }
+    }
+}
+
+template <class T, class Sample, class Rounding>
+void DownAs(TapDown<Sample, Rounding> const& args) {
+    int line = 0;
+    bool const usual = args.iStep == 1 && args.oRounding.bFits && args.iSamples >= kLanes32;
+    for (; usual && line + kSums <= args.iLines; line += kSums) SumLines<T, kSums, true>(args, line);
+    for (; line < args.iLines; ++line) SumLines<T, 1, false>(args, line);
+}
+
+template <class Sample, class Rounding>
+void Down(TapDown<Sample, Rounding> const& args) {
+    if (args.oRounding.iSampleBytes == 1) return DownAs<u8>(args);
+    DownAs<u16>(args);
 }
 
 template <class Out, class T>
@@ -157,31 +232,19 @@ void Widen(Out* out, T const* in, int samples) {
     ForEach(samples, [=](int i) { out[i] = static_cast<Out>(in[i]); });
 }
 
-/// (sum + add) >> 16 with an arithmetic shift; the addition may wrap.
-QZIL_INLINE s32 Shifted(s32 sum, s32 add) {
-    return static_cast<s32>(static_cast<u32>(sum) + static_cast<u32>(add)) >> 16;
-}
-
-void ShiftFixed(s32* out, s32 const* in, int samples, s32 add) {
-    ForEach(samples, [=](int i) { out[i] = Shifted(in[i], add); });
-}
-
-void ShiftFixedTo8(u8* out, s32 const* in, int samples, s32 add) {
-    ForEach(samples, [=](int i) { out[i] = static_cast<u8>(Clamp<s32>(Shifted(in[i], add), 0, 255)); });
+void ShiftFixed(s32* sums, int samples) {
+    for (int at = 0; at < samples; at += kLanes32) StoreVector(sums + at, Shifted(LoadSamples(sums + at), 32768));
 }
 
 }  // namespace
 
 TapRows const g_oTapRows{
-    {Across<float>, Down<float>},
-    {Across<s32>, Down<s32>},
+    {Across<kPixelSamples, float>, Across<kTileSamples, float>, Down<float, TapRounding>, Finish<float, TapRounding>},
+    {Across<kPixelSamples, s32>, Across<kTileSamples, s32>, Down<s32, FixedRounding>, Finish<s32, FixedRounding>},
     Widen<float, u8>,
     Widen<float, u16>,
     Widen<s32, u8>,
-    Round<u8>,
-    Round<u16>,
     ShiftFixed,
-    ShiftFixedTo8,
 };
 
 QZIL_ROWS_END

@@ -4,9 +4,10 @@
 
 namespace qzil {
 
-/// Lines are summed as tiles: strips of a line stand side by side, so that a position holds this many samples, one
-/// pixel of each strip. The neighbours of a position are then aligned, whatever a pixel has of samples.
-inline constexpr int kTapSamples = 16;
+/// Samples of a position, the distance of neighbours that are weighed. Pixels of four samples are summed as they lie:
+/// vectors of four pixels share most of the neighbours that they load. Lines of single samples are summed as tiles of
+/// 16 strips of the line side by side, so that neighbours are aligned.
+inline constexpr int kPixelSamples = 4, kTileSamples = 16;
 
 /// Taps other than 0 that follow each other, and where their samples begin.
 template <class Sample>
@@ -16,43 +17,61 @@ struct TapRun {
     int iFrom;  ///< of the sources of a sum, the one under the first tap
 };
 
-/// Weighted sums, in the order of the runs.
+/// Weighted sums, in the order of the runs. They may read and write up to 15 samples more.
 template <class Sample>
 struct TapSums {
     TapRun<Sample> const* pRuns;
     int iRuns;
     Sample* pOut;
-    int iPositions;
+    int iSamples;
 };
 
 /// How a float sum becomes an integer, of which the low bits are kept.
 struct TapRounding {
+    int iSampleBytes;
     float fOffset;      ///< added in float
     bool bHalfInFloat;  ///< 0.5 is part of that offset; otherwise it is added in double
     bool bFits;         ///< no sum can leave 32 bits
 };
+/// How a sum in 16.16 does: (sum + add) >> 16, limited to 8 bits.
+struct FixedRounding {
+    static constexpr int iSampleBytes = 1;
+    static constexpr bool bFits = true;
+    s32 iAdd;
+};
 
-template <class Sample>
+/// Sums of a run of lines, rounded: tap j weighs line `iFrom` + j behind line `iStep` * k for the k-th output.
+template <class Sample, class Rounding>
+struct TapDown {
+    TapRun<Sample> const* pRuns;
+    int iRuns;
+    Sample const* const* pLines;
+    int iStep;
+    u8* pOut;
+    std::ptrdiff_t iOutStep;  ///< bytes
+    int iLines;               ///< to make
+    int iSamples;
+    Rounding oRounding;
+};
+
+template <class Sample, class Rounding>
 struct TapFunctions {
-    /// Tap j of run r weighs the position `iFrom` + j of the r-th line behind that of the sum.
-    void (*pAcross)(TapSums<Sample> const& sums, Sample const* const* lines);
-    /// Sums of a run of lines, `count` outputs of `outStep` samples: tap j weighs line `iFrom` + j behind line
-    /// `step` * k.
-    void (*pDown)(TapSums<Sample> const& sums, std::ptrdiff_t outStep, Sample const* const* lines, int count, int step);
+    /// Tap j of run r weighs the position `iFrom` + j of the r-th line behind that of the sum. Of pixels or of tiles.
+    void (*pAcrossPixels)(TapSums<Sample> const& sums, Sample const* const* lines);
+    void (*pAcrossTiles)(TapSums<Sample> const& sums, Sample const* const* lines);
+    void (*pDown)(TapDown<Sample, Rounding> const& down);
+    void (*pFinish)(u8* out, Sample const* sums, int samples, Rounding rounding);
 };
 
 struct TapRows {
-    TapFunctions<float> oFloat;
-    TapFunctions<s32> oFixed;
+    TapFunctions<float, TapRounding> oFloat;
+    TapFunctions<s32, FixedRounding> oFixed;
 
     void (*pWiden8)(float* out, u8 const* in, int samples);
     void (*pWiden16)(float* out, u16 const* in, int samples);
     void (*pWidenFixed8)(s32* out, u8 const* in, int samples);
-    void (*pRound8)(u8* out, float const* in, int samples, TapRounding rounding);
-    void (*pRound16)(u16* out, float const* in, int samples, TapRounding rounding);
-    /// In 16.16: (sum + add) >> 16, as it is or limited to 8 bits.
-    void (*pShiftFixed)(s32* out, s32 const* in, int samples, s32 add);
-    void (*pShiftFixedTo8)(u8* out, s32 const* in, int samples, s32 add);
+    /// In 16.16: (sum + 32768) >> 16, in place.
+    void (*pShiftFixed)(s32* sums, int samples);
 };
 QZIL_ROW_TABLE(TapRows)
 
