@@ -23,7 +23,7 @@ struct AxisFilter {
 };
 
 /// The two stages of a recursive blur, in fixed point (Sample s16) or in double (float). Columns are filtered first,
-/// in strips; then blocks of lines, side by side, are filtered across.
+/// in strips, and kept as blocks of lines side by side; those are then filtered across.
 template <class Sample>
 class RecursiveMaker final : public kernel::LineMaker {
 public:
@@ -38,26 +38,23 @@ public:
 private:
     static constexpr int kLanes = sizeof(Sample) == 2 ? kFixedLanes : kDoubleLanes;
 
-    void TakeColumns();
-    void FilterThere(AxisFilter<Sample> const& axis, int places);
-    void FilterBack(AxisFilter<Sample> const& axis, int places, Sample* out, std::ptrdiff_t step);
-    void FilterBlock(int first, int count);
-    Sample* Place(int place) { return m_aLanes.data() + (std::ptrdiff_t{place} + 1) * kLanes; }
-    Sample* Columns(int line) const { return m_pColumns + std::ptrdiff_t{line} * m_iPitch; }
+    void TakeBlocks();
+    void Filter(AxisFilter<Sample> const& axis, Sample* lanes, int places);
+    void KeepColumns(int column, int columns);
+    /// The block of a line that is output: a place before the first one, then a place for each pixel.
+    Sample* Block(int line) const { return m_pBlocks + std::ptrdiff_t{line / BlockLines()} * m_iBlockSamples; }
 
     XFChannelType m_uType;
     MarginLines m_oLines;
     AxisFilter<Sample> m_oDown, m_oAcross;
     int m_iPixels;  ///< of a line with its margins
-    int m_iActiveLines;
-    int m_iPitch;  ///< samples of a line of the first stage's result
+    int m_iKept;    ///< output lines
+    int m_iBlockSamples;
     std::unique_ptr<Sample[]> m_pHeap;
     Ref<IXFImage> m_pScratch;
-    Sample* m_pColumns = nullptr;
-    std::vector<Sample> m_aLanes;  ///< sequences side by side, behind one place that the first pass writes to
+    Sample* m_pBlocks = nullptr;
+    std::vector<Sample> m_aLanes;  ///< a strip of columns side by side, behind one place more
     std::vector<u8> m_aFinished;   ///< a block of output lines, side by side
-    int m_iBlockFirst = 0;
-    int m_iBlockLines = 0;
 };
 
 }  // namespace qzil

@@ -56,62 +56,53 @@ RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& li
       m_oDown(std::move(down)),
       m_oAcross(std::move(across)),
       m_iPixels(lines.iSamples / lines.iPixelSamples),
-      m_iActiveLines(lines.iLines - 2 * m_oDown.iReach),
-      m_iPitch((lines.iSamples + kLanes - 1) / kLanes * kLanes) {
+      m_iKept((lines.iLines - 2 * m_oDown.iReach - lines.iFirstKept + lines.iKeptStep - 1) / lines.iKeptStep),
+      m_iBlockSamples((m_iPixels + 1) * kLanes) {
 }
 
 /// The pool keeps one free block of up to 32 MiB, which is the margin buffer's, and one of the sizes above: scratch up
 /// to there comes from the heap, which keeps such blocks, too.
 template <class Sample>
-void RecursiveMaker<Sample>::TakeColumns() {
+void RecursiveMaker<Sample>::TakeBlocks() {
     constexpr std::size_t kMostOnHeap = 0x2000000;
-    std::size_t const samples = static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(m_iActiveLines);
+    int const blocks = (m_iKept + BlockLines() - 1) / BlockLines();
+    std::size_t const samples = static_cast<std::size_t>(m_iBlockSamples) * static_cast<std::size_t>(blocks);
     if (samples * sizeof(Sample) <= kMostOnHeap) {
         m_pHeap.reset(new Sample[samples]);
-        m_pColumns = m_pHeap.get();
+        m_pBlocks = m_pHeap.get();
         return;
     }
     GUID const format = sizeof(Sample) == 2 ? MFIF_MONO_S2_14 : MFIF_MONO_FLOAT;
     void* pPixels = nullptr;
-    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iPitch, m_iActiveLines, format, m_pScratch.Out()) < 0 ||
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iBlockSamples, blocks, format, m_pScratch.Out()) < 0 ||
         m_pScratch->GetPixelArray(&pPixels) < 0) {
         throw std::bad_alloc();
     }
-    m_pColumns = static_cast<Sample*>(pPixels);
+    m_pBlocks = static_cast<Sample*>(pPixels);
 }
 
-/// The forward pass puts its output where the sample stood that has just left its reach, one place before the first
-/// input; the place beyond the last output stays free for the pass back.
+/// Filters sequences that stand side by side, in place. `lanes` has a place before the first one: the forward pass puts
+/// its output where the sample stood that has just left its reach, one place before the first input; the backward pass
+/// puts its own into natural order behind the reach.
 template <class Sample>
-void RecursiveMaker<Sample>::FilterThere(AxisFilter<Sample> const& axis, int places) {
-    axis.oPass({Place(0), kLanes, Place(places - 2 - axis.iReach), -kLanes, places, axis.iReach, kLanes});
-}
-
-/// The backward pass over what FilterThere left; its output, in natural order, goes to `out`.
-template <class Sample>
-void RecursiveMaker<Sample>::FilterBack(AxisFilter<Sample> const& axis, int places, Sample* out, std::ptrdiff_t step) {
+void RecursiveMaker<Sample>::Filter(AxisFilter<Sample> const& axis, Sample* lanes, int places) {
+    if (!axis.bActive) return;
     int const reach = axis.iReach;
-    axis.oPass({Place(places - 2 - reach), -kLanes, out, step, places - reach, reach, kLanes});
+    Sample *const first = lanes + kLanes, *const last = lanes + std::ptrdiff_t{places - 1 - reach} * kLanes;
+    axis.oPass({first, kLanes, last, -kLanes, places, reach, kLanes});
+    axis.oPass({last, -kLanes, first + std::ptrdiff_t{reach} * kLanes, kLanes, places - reach, reach, kLanes});
 }
 
 template <class Sample>
 bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
-    TakeColumns();
-    std::size_t const places = static_cast<std::size_t>(std::max(m_oLines.iLines, m_iPixels));
-    m_aLanes.resize((places + 1) * kLanes);
+    TakeBlocks();
+    m_aLanes.resize((static_cast<std::size_t>(m_oLines.iLines) + 1) * kLanes);
     m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
-    int const reach = m_oDown.iReach;
     for (int at = 0; at < m_oLines.iSamples; at += kLanes) {
         int const samples = std::min(kLanes, m_oLines.iSamples - at);
-        Load(Place(0), m_uType, m_oLines, at, samples);
-        if (m_oDown.bActive) {
-            FilterThere(m_oDown, m_oLines.iLines);
-            FilterBack(m_oDown, m_oLines.iLines, Columns(0) + at, m_iPitch);
-        } else {
-            for (int line = 0; line < m_iActiveLines; ++line) {
-                std::copy_n(Place(line + reach), kLanes, Columns(line) + at);
-            }
-        }
+        Load(m_aLanes.data() + kLanes, m_uType, m_oLines, at, samples);
+        Filter(m_oDown, m_aLanes.data(), m_oLines.iLines);
+        KeepColumns(at / m_oLines.iPixelSamples, samples / m_oLines.iPixelSamples);
         for (int column = 0; stops && column < samples; column += m_oLines.iPixelSamples) {
             if (stops(context)) return false;
         }
@@ -119,34 +110,33 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
     return true;
 }
 
+/// Turns a strip of finished columns, so that in each block of lines the lines stand side by side.
 template <class Sample>
-void RecursiveMaker<Sample>::FilterBlock(int first, int count) {
-    int const pixelBytes = m_oLines.iPixelSamples * static_cast<int>(sizeof(Sample)), reach = m_oAcross.iReach;
-    GetFilterRows().pToTile({reinterpret_cast<u8*>(Place(0)), kLanes * static_cast<int>(sizeof(Sample)),
-                             reinterpret_cast<u8*>(Columns(m_oLines.ActiveLine(first))),
-                             std::ptrdiff_t{m_iPitch} * m_oLines.iKeptStep * static_cast<int>(sizeof(Sample)), count,
-                             m_iPixels, pixelBytes});
-    if (m_oAcross.bActive) {
-        FilterThere(m_oAcross, m_iPixels);
-        FilterBack(m_oAcross, m_iPixels, Place(reach), kLanes);
+void RecursiveMaker<Sample>::KeepColumns(int column, int columns) {
+    int const laneBytes = kLanes * int{sizeof(Sample)};
+    for (int first = 0; first < m_iKept; first += BlockLines()) {
+        int const line = m_oDown.iReach + m_oLines.ActiveLine(first);
+        GetFilterRows().pToTile({reinterpret_cast<u8*>(Block(first) + (std::ptrdiff_t{column} + 1) * kLanes), laneBytes,
+                                 reinterpret_cast<u8*>(m_aLanes.data() + (std::ptrdiff_t{line} + 1) * kLanes),
+                                 std::ptrdiff_t{laneBytes} * m_oLines.iKeptStep,
+                                 std::min(BlockLines(), m_iKept - first), columns,
+                                 m_oLines.iPixelSamples * int{sizeof(Sample)}});
     }
-    Finish(m_aFinished.data(), m_uType, Place(reach), (m_iPixels - 2 * reach) * kLanes);
-    m_iBlockFirst = first;
-    m_iBlockLines = count;
 }
 
 template <class Sample>
 void RecursiveMaker<Sample>::Make(int first, int count, unsigned char* out, std::ptrdiff_t step) {
-    int const pixelBytes = m_oLines.iPixelSamples * SampleBytes(m_uType);
-    int const kept = (m_iActiveLines - m_oLines.iFirstKept + m_oLines.iKeptStep - 1) / m_oLines.iKeptStep;
+    int const pixelBytes = m_oLines.iPixelSamples * SampleBytes(m_uType), pixels = m_iPixels - 2 * m_oAcross.iReach;
     while (count > 0) {
-        if (first < m_iBlockFirst || first >= m_iBlockFirst + m_iBlockLines) {
-            FilterBlock(first, std::min(BlockLines(), kept - first));
+        int const place = first % BlockLines(), lines = std::min(count, BlockLines() - place);
+        if (place == 0) {
+            Sample* const lanes = Block(first);
+            Filter(m_oAcross, lanes, m_iPixels);
+            Finish(m_aFinished.data(), m_uType, lanes + (std::ptrdiff_t{m_oAcross.iReach} + 1) * kLanes,
+                   pixels * kLanes);
         }
-        int const place = first - m_iBlockFirst, lines = std::min(count, m_iBlockLines - place);
         GetFilterRows().pFromTile({m_aFinished.data() + std::ptrdiff_t{place} * pixelBytes,
-                                   kLanes * SampleBytes(m_uType), out, step, lines, m_iPixels - 2 * m_oAcross.iReach,
-                                   pixelBytes});
+                                   kLanes * SampleBytes(m_uType), out, step, lines, pixels, pixelBytes});
         first += lines;
         count -= lines;
         out += lines * step;
