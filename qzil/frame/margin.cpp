@@ -48,44 +48,62 @@ Margin::Margin(IXFImage* image, qzILBbox2l const& box, qzILEdgeMode mode, qzILCo
 }
 
 void Margin::ReadLine(unsigned char* to, int line) const {
+    Read(to, line, 0, m_oBox.Size.x);
+}
+
+void Margin::Read(unsigned char* to, int line, int first, int count) const {
     int const y = m_oBox.Origin.y + line;
-    if (m_uMode == qzILEdgeModeWrap || m_uMode == qzILEdgeModeMirror) return ReadTiled(to, y);
-    if (!IsInside(y) && IsColored()) return RepeatPixel(to, m_oColor.auBytes, m_oBox.Size.x, m_uBytes);
-    int const from = std::clamp(y, 0, m_oImage.m_iHeight - 1);
-    std::size_t const bytes = m_uBytes * static_cast<std::size_t>(m_oInner.Size.x);
-    CopyLine(to + m_uBytes * static_cast<std::size_t>(m_oInner.Origin.x - m_oBox.Origin.x),
-             m_oImage.GetPixelPtr(m_oInner.Origin.x, from),
-             from + 1 < m_oImage.m_iHeight ? m_oImage.GetPixelPtr(m_oInner.Origin.x, from + 1) : nullptr, bytes);
-    ReadSides(to, from);
+    if (IsTiled()) return ReadTiled(to, y, first, count);
+    if (!IsInside(y) && IsColored()) return RepeatPixel(to, m_oColor.auBytes, count, m_uBytes);
+    int const from = std::clamp(y, 0, m_oImage.m_iHeight - 1), begin = std::max(first, InnerFirst()),
+              end = std::min(first + count, InnerFirst() + InnerCount());
+    if (begin < end) {
+        int const x = m_oBox.Origin.x + begin;
+        CopyLine(to + m_uBytes * static_cast<std::size_t>(begin - first), m_oImage.GetPixelPtr(x, from),
+                 from + 1 < m_oImage.m_iHeight ? m_oImage.GetPixelPtr(x, from + 1) : nullptr,
+                 m_uBytes * static_cast<std::size_t>(end - begin));
+    }
+    ReadSides(to, from, first, count);
 }
 
 void Margin::ReadAround(unsigned char* to, int line) const {
     int const y = m_oBox.Origin.y + line;
     if (IsInside(y)) {
-        ReadSides(to, y);
+        ReadSides(to, y, 0, m_oBox.Size.x);
     } else {
         ReadLine(to, line);
     }
 }
 
+unsigned char const* Margin::InnerPixels(int line) const {
+    int const y = m_oBox.Origin.y + line;
+    if (!IsTiled() && !IsInside(y) && IsColored()) return nullptr;
+    return m_oImage.GetPixelPtr(m_oInner.Origin.x, IsTiled() ? TiledLine(y) : std::clamp(y, 0, m_oImage.m_iHeight - 1));
+}
+
 /// Columns beside those of the image.
-void Margin::ReadSides(unsigned char* to, int y) const {
+void Margin::ReadSides(unsigned char* to, int y, int first, int count) const {
     bool const colored = IsColored();
-    int const left = m_oInner.Origin.x - m_oBox.Origin.x, right = m_oBox.Size.x - left - m_oInner.Size.x;
+    int const left = std::min(InnerFirst() - first, count),
+              right = std::min(first + count - InnerFirst() - InnerCount(), count);
     RepeatPixel(to, colored ? m_oColor.auBytes : m_oImage.GetPixelPtr(0, y), left, m_uBytes);
-    RepeatPixel(to + m_uBytes * static_cast<std::size_t>(left + m_oInner.Size.x),
+    RepeatPixel(to + m_uBytes * static_cast<std::size_t>(count - std::max(right, 0)),
                 colored ? m_oColor.auBytes : m_oImage.GetPixelPtr(m_oImage.m_iWidth - 1, y), right, m_uBytes);
 }
 
 /// The image without end, side by side or, mirrored, every other one turned over.
-void Margin::ReadTiled(unsigned char* to, int y) const {
-    int const period = m_uMode == qzILEdgeModeMirror ? 2 : 1, width = m_oImage.m_iWidth, height = m_oImage.m_iHeight;
-    int from = Fold(y, period * height);
-    if (from >= height) from = 2 * height - 1 - from;
-    for (int done = 0, run = 0; done < m_oBox.Size.x; done += run) {
-        int const x = Fold(m_oBox.Origin.x + done, period * width);
+int Margin::TiledLine(int y) const {
+    int const height = m_oImage.m_iHeight, line = Fold(y, m_uMode == qzILEdgeModeMirror ? 2 * height : height);
+    return line < height ? line : 2 * height - 1 - line;
+}
+
+void Margin::ReadTiled(unsigned char* to, int y, int first, int count) const {
+    int const width = m_oImage.m_iWidth, period = m_uMode == qzILEdgeModeMirror ? 2 * width : width,
+              from = TiledLine(y);
+    for (int done = 0, run = 0; done < count; done += run) {
+        int const x = Fold(m_oBox.Origin.x + first + done, period);
         bool const backward = x >= width;
-        run = std::min((backward ? 2 * width : width) - x, m_oBox.Size.x - done);
+        run = std::min((backward ? 2 * width : width) - x, count - done);
         unsigned char const* pFrom = m_oImage.GetPixelPtr(backward ? 2 * width - 1 - x : x, from);
         if (!backward) std::memcpy(to, pFrom, m_uBytes * static_cast<std::size_t>(run));
         for (int i = 0; backward && i < run; ++i, pFrom -= m_uBytes) {
@@ -93,6 +111,37 @@ void Margin::ReadTiled(unsigned char* to, int y) const {
         }
         to += m_uBytes * static_cast<std::size_t>(run);
     }
+}
+
+MarginStrips::MarginStrips(MarginLines const& lines, int pixelBytes)
+    : m_oMargin(lines.oMargin), m_iPixelBytes(pixelBytes), m_iInside(lines.iSamples / lines.iPixelSamples) {
+    if (m_oMargin) {
+        m_iFirstInside = m_oMargin->InnerFirst();
+        m_iInside = m_oMargin->InnerCount();
+    }
+    m_apInside.reserve(static_cast<std::size_t>(lines.iLines));
+    for (int line = 0; line < lines.iLines; ++line) {
+        unsigned char const* pLine = m_oMargin ? m_oMargin->InnerPixels(line) : lines.pFirst + line * lines.iStep;
+        if (!pLine && m_aColored.empty()) {
+            m_aColored.resize(static_cast<std::size_t>(m_iInside) * static_cast<std::size_t>(pixelBytes));
+            m_oMargin->Read(m_aColored.data(), line, m_iFirstInside, m_iInside);
+        }
+        m_apInside.push_back(pLine ? pLine : m_aColored.data());
+    }
+}
+
+MarginStrips::Strip MarginStrips::Columns(int first, int count) {
+    std::ptrdiff_t const inside = first - m_iFirstInside;
+    if (inside >= 0 && inside + count <= m_iInside) return {m_apInside.data(), inside * m_iPixelBytes};
+    std::size_t const bytes = static_cast<std::size_t>(count) * static_cast<std::size_t>(m_iPixelBytes);
+    m_aBeside.resize(std::max(m_aBeside.size(), bytes * m_apInside.size()));
+    m_apBeside.clear();
+    for (int line = 0; line < static_cast<int>(m_apInside.size()); ++line) {
+        unsigned char* const to = m_aBeside.data() + bytes * static_cast<std::size_t>(line);
+        m_oMargin->Read(to, line, first, count);
+        m_apBeside.push_back(to);
+    }
+    return {m_apBeside.data(), 0};
 }
 
 }  // namespace qzil

@@ -4,6 +4,7 @@
 #include "qzil/image/color.h"
 
 #include <optional>
+#include <vector>
 
 namespace qzil {
 
@@ -15,15 +16,25 @@ public:
 
     /// A line of the box, counted from its first one.
     void ReadLine(unsigned char* to, int line) const;
+    /// `count` pixels of it, from pixel `first` on.
+    void Read(unsigned char* to, int line, int first, int count) const;
     /// The same without the pixels of the image itself, which `to` holds already.
     void ReadAround(unsigned char* to, int line) const;
+
+    /// Columns of the box that lie in the image, and where their pixels of a line stand; null for a line that shows the
+    /// edge color alone.
+    int InnerFirst() const { return m_oInner.Origin.x - m_oBox.Origin.x; }
+    int InnerCount() const { return m_oInner.Size.x; }
+    unsigned char const* InnerPixels(int line) const;
 
 private:
     /// Modes that Verify refuses count as the colour.
     bool IsColored() const { return m_uMode != qzILEdgeModeExtend; }
     bool IsInside(int y) const { return y >= 0 && y < m_oImage.m_iHeight; }
-    void ReadTiled(unsigned char* to, int y) const;
-    void ReadSides(unsigned char* to, int y) const;
+    bool IsTiled() const { return m_uMode == qzILEdgeModeWrap || m_uMode == qzILEdgeModeMirror; }
+    int TiledLine(int y) const;
+    void ReadTiled(unsigned char* to, int y, int first, int count) const;
+    void ReadSides(unsigned char* to, int y, int first, int count) const;
 
     qzILImageHelper m_oImage;
     qzILBbox2l m_oBox;
@@ -54,6 +65,34 @@ struct MarginLines {
     }
     /// The line of the active rectangle that is output line `kept`.
     int ActiveLine(int kept) const { return iFirstKept + kept * iKeptStep; }
+};
+
+/// The same for effects that want all lines of a few columns at a time: where the columns lie in the image, its own
+/// lines.
+class MarginStrips {
+public:
+    MarginStrips(MarginLines const& lines, int pixelBytes);
+
+    /// The first column that lies in the image, or in a complete buffer.
+    int FirstInside() const { return m_iFirstInside; }
+
+    /// Lines of some columns, which begin `iAt` bytes behind the pointers.
+    struct Strip {
+        unsigned char const* const* pLines;
+        std::ptrdiff_t iAt;
+    };
+    /// Holds until the next call.
+    Strip Columns(int first, int count);
+
+private:
+    std::optional<Margin> m_oMargin;
+    int m_iPixelBytes;
+    int m_iFirstInside = 0;
+    int m_iInside;
+    std::vector<unsigned char const*> m_apInside;
+    std::vector<unsigned char> m_aColored;  ///< a line of the edge color
+    std::vector<unsigned char const*> m_apBeside;
+    std::vector<unsigned char> m_aBeside;  ///< columns that do not lie in the image alone
 };
 
 }  // namespace qzil

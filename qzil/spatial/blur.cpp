@@ -214,7 +214,6 @@ template <class Sample>
 qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const& traits) {
     return Guarded([&] {
         if (!BufferStart()) return -1;
-        CompleteBuffer();
         double const degree = m_fDegree;
         RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, 1),
                                      FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),

@@ -203,8 +203,8 @@ private:
     /// Samples of a line or of its tile, counted from `first`, widened.
     void Widen(Sample* out, unsigned char const* line, std::ptrdiff_t first, std::ptrdiff_t all) {
         ForPieces(all, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
-            auto* pFrom = const_cast<unsigned char*>(line) +
-                          (first + at) / m_iStep * m_oLines.iPixelSamples * SampleBytes();
+            auto* pFrom =
+                const_cast<unsigned char*>(line) + (first + at) / m_iStep * m_oLines.iPixelSamples * SampleBytes();
             if (m_bTiles) {
                 GetFilterRows().pToTile(MoveOf(m_aTile.data(), pFrom, samples / kTileSamples));
                 pFrom = m_aTile.data();
@@ -256,7 +256,7 @@ private:
     TapKernel<Sample> const& m_oKernel;
     Routines m_oRoutines;
     int m_iHeld;
-    int m_iDone = 0;  ///< lines whose first step is done
+    int m_iDone = 0;                  ///< lines whose first step is done
     bool m_bTiles;                    ///< lines of single samples
     int m_iStep;                      ///< samples from a position to the next
     int m_iStripStep;                 ///< pixels from a tile's strip to the next; the last ones may overlap

@@ -381,17 +381,16 @@ void MoveTile(TileMove const& move) {
     }
 }
 
-template <class Out, class In, class Change>
-QZIL_INLINE void LoadStrip(StripLoad<Out, In> const& strip, Change change) {
+template <class In, class Out, class Change>
+QZIL_INLINE void LoadStrip(StripLoad<Out> const& strip, Change change) {
     constexpr int kLanes = sizeof(Out) == 2 ? kFixedLanes : kDoubleLanes;
     Out* out = strip.pOut;
-    In const* in = strip.pIn;
-    std::ptrdiff_t const step = strip.iInStep;
     int const samples = strip.iSamples, lines = strip.iLines;
     // Every line is on a page of its own, which the processor's prefetch does not foresee.
     constexpr int kAhead = 48;
-    for (int line = 0; line < lines; ++line, out += kLanes, in += step) {
-        if (line + kAhead < lines) __builtin_prefetch(in + kAhead * step);
+    for (int line = 0; line < lines; ++line, out += kLanes) {
+        if (line + kAhead < lines) __builtin_prefetch(strip.pLines[line + kAhead] + strip.iAt);
+        In const* const in = reinterpret_cast<In const*>(strip.pLines[line] + strip.iAt);
         if (samples == kLanes) {
 #pragma GCC ivdep
             for (int i = 0; i < kLanes; ++i) out[i] = change(in[i]);
@@ -401,13 +400,13 @@ QZIL_INLINE void LoadStrip(StripLoad<Out, In> const& strip, Change change) {
     }
 }
 
-void Times64(StripLoad<s16, u8> const& strip) {
-    LoadStrip(strip, [](u8 value) { return static_cast<s16>(value << 6); });
+void Times64(StripLoad<s16> const& strip) {
+    LoadStrip<u8>(strip, [](u8 value) { return static_cast<s16>(value << 6); });
 }
 
 template <class T>
-void FloatsOf(StripLoad<float, T> const& strip) {
-    LoadStrip(strip, [](T value) { return static_cast<float>(value); });
+void FloatsOf(StripLoad<float> const& strip) {
+    LoadStrip<T>(strip, [](T value) { return static_cast<float>(value); });
 }
 
 void By64(u8* out, s16 const* in, int samples) {

@@ -49,12 +49,12 @@ struct TileMove {
     int iElement;  ///< 1, 2, 4, 8 or 16
 };
 
-/// Samples of lines that lie `iInStep` samples apart; the strip's lines have all lanes of a filter.
-template <class Out, class In>
+/// Samples of lines, `iAt` bytes behind the start of each; the strip's lines have all lanes of a filter.
+template <class Out>
 struct StripLoad {
     Out* pOut;
-    In const* pIn;
-    std::ptrdiff_t iInStep;
+    u8 const* const* pLines;
+    std::ptrdiff_t iAt;
     int iSamples;
     int iLines;
 };
@@ -75,11 +75,11 @@ struct FilterRows {
     void (*pFromTile)(TileMove const& move);
 
     /// Samples of a strip of lines into what the filters take: 8 bits times 64, or floats.
-    void (*pTimes64)(StripLoad<s16, u8> const& strip);
-    void (*pFloatsOf8)(StripLoad<float, u8> const& strip);
-    void (*pFloatsOf16)(StripLoad<float, u16> const& strip);
-    void (*pFloatsOfS2_14)(StripLoad<float, s16> const& strip);
-    void (*pFloats)(StripLoad<float, float> const& strip);
+    void (*pTimes64)(StripLoad<s16> const& strip);
+    void (*pFloatsOf8)(StripLoad<float> const& strip);
+    void (*pFloatsOf16)(StripLoad<float> const& strip);
+    void (*pFloatsOfS2_14)(StripLoad<float> const& strip);
+    void (*pFloats)(StripLoad<float> const& strip);
     /// And back: over 64, without rounding; rounded; for float the value + 0.
     void (*pBy64)(u8* out, s16 const* in, int samples);
     void (*pTo8)(u8* out, float const* in, int samples);

@@ -7,24 +7,17 @@
 namespace qzil {
 namespace {
 
-/// The samples of a margin buffer, as the filters take them.
-template <class Out, class In>
-StripLoad<Out, In> StripOf(Out* out, MarginLines const& lines, int at, int samples) {
-    return {out, reinterpret_cast<In const*>(lines.pFirst) + at, lines.iStep / std::ptrdiff_t{sizeof(In)}, samples,
-            lines.iLines};
+void Load(XFChannelType, StripLoad<s16> const& strip) {
+    GetFilterRows().pTimes64(strip);
 }
 
-void Load(s16* out, XFChannelType, MarginLines const& lines, int at, int samples) {
-    GetFilterRows().pTimes64(StripOf<s16, u8>(out, lines, at, samples));
-}
-
-void Load(float* out, XFChannelType type, MarginLines const& lines, int at, int samples) {
+void Load(XFChannelType type, StripLoad<float> const& strip) {
     FilterRows const& rows = GetFilterRows();
     switch (type) {
-        case XFChannelTypeUInt8: rows.pFloatsOf8(StripOf<float, u8>(out, lines, at, samples)); break;
-        case XFChannelTypeUInt16: rows.pFloatsOf16(StripOf<float, u16>(out, lines, at, samples)); break;
-        case XFChannelTypeS2_14: rows.pFloatsOfS2_14(StripOf<float, s16>(out, lines, at, samples)); break;
-        default: rows.pFloats(StripOf<float, float>(out, lines, at, samples)); break;
+        case XFChannelTypeUInt8: rows.pFloatsOf8(strip); break;
+        case XFChannelTypeUInt16: rows.pFloatsOf16(strip); break;
+        case XFChannelTypeS2_14: rows.pFloatsOfS2_14(strip); break;
+        default: rows.pFloats(strip); break;
     }
 }
 
@@ -98,12 +91,18 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
     TakeBlocks();
     m_aLanes.resize((static_cast<std::size_t>(m_oLines.iLines) + 1) * kLanes);
     m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
-    for (int at = 0; at < m_oLines.iSamples; at += kLanes) {
-        int const samples = std::min(kLanes, m_oLines.iSamples - at);
-        Load(m_aLanes.data() + kLanes, m_uType, m_oLines, at, samples);
+    MarginStrips strips(m_oLines, m_oLines.iPixelSamples * SampleBytes(m_uType));
+    int const columns = BlockLines();
+    // Strips begin where the image does, so that they share no line of the cache.
+    for (int at = 0, end = strips.FirstInside() % columns; at < m_iPixels; at = end, end += columns) {
+        int const count = std::min(end, m_iPixels) - at;
+        if (count == 0) continue;
+        MarginStrips::Strip const strip = strips.Columns(at, count);
+        Load(m_uType,
+             {m_aLanes.data() + kLanes, strip.pLines, strip.iAt, count * m_oLines.iPixelSamples, m_oLines.iLines});
         Filter(m_oDown, m_aLanes.data(), m_oLines.iLines);
-        KeepColumns(at / m_oLines.iPixelSamples, samples / m_oLines.iPixelSamples);
-        for (int column = 0; stops && column < samples; column += m_oLines.iPixelSamples) {
+        KeepColumns(at, count);
+        for (int column = 0; stops && column < count; ++column) {
             if (stops(context)) return false;
         }
     }
@@ -114,13 +113,17 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
 template <class Sample>
 void RecursiveMaker<Sample>::KeepColumns(int column, int columns) {
     int const laneBytes = kLanes * int{sizeof(Sample)};
+    auto const target = [&](int line) {
+        return reinterpret_cast<u8*>(Block(line) + (std::ptrdiff_t{column} + 1) * kLanes);
+    };
     for (int first = 0; first < m_iKept; first += BlockLines()) {
+        u8 const* const later = target(std::min(first + 4 * BlockLines(), m_iKept - 1));
+        for (int i = 0; i < columns * laneBytes; i += 64) __builtin_prefetch(later + i, 1, 2);
         int const line = m_oDown.iReach + m_oLines.ActiveLine(first);
-        GetFilterRows().pToTile({reinterpret_cast<u8*>(Block(first) + (std::ptrdiff_t{column} + 1) * kLanes), laneBytes,
-                                 reinterpret_cast<u8*>(m_aLanes.data() + (std::ptrdiff_t{line} + 1) * kLanes),
-                                 std::ptrdiff_t{laneBytes} * m_oLines.iKeptStep,
-                                 std::min(BlockLines(), m_iKept - first), columns,
-                                 m_oLines.iPixelSamples * int{sizeof(Sample)}});
+        GetFilterRows().pToTile(
+            {target(first), laneBytes, reinterpret_cast<u8*>(m_aLanes.data() + (std::ptrdiff_t{line} + 1) * kLanes),
+             std::ptrdiff_t{laneBytes} * m_oLines.iKeptStep, std::min(BlockLines(), m_iKept - first), columns,
+             m_oLines.iPixelSamples * int{sizeof(Sample)}});
     }
 }
 

@@ -68,7 +68,8 @@ QZIL_INLINE void AddTaps(V* sums, Sample const* taps, Load load) {
     }
 }
 
-/// What the taps of a run weigh: samples of a line that stand a step apart, or the same place of one line after another.
+/// What the taps of a run weigh: samples of a line that stand a step apart, or the same place of one line after
+/// another.
 template <int kStep, class Sample>
 struct Beside {
     Sample const* pFrom;
