@@ -142,7 +142,7 @@ public:
             if (!m_oKernel.bTwoPasses) {
                 Widen(Held(m_iDone), pLine, 0, m_iSamples + m_iHalo);
             } else {
-                MakeAcross(pLine, Held(m_iDone));
+                MakeFirst(pLine, Held(m_iDone));
             }
             if (stops()) m_iDone = m_oLines.iLines;
         }
@@ -220,7 +220,7 @@ private:
     }
 
     /// The first of two passes.
-    void MakeAcross(unsigned char const* line, Sample* sums) {
+    void MakeFirst(unsigned char const* line, Sample* sums) {
         m_aSources.assign(m_oKernel.aAcross.size(), m_oWidened.First());
         ForPieces(m_iSamples, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
             Widen(m_oWidened.First(), line, at, samples + m_iHalo);
