@@ -128,7 +128,6 @@ public:
         m_iPitch = SpreadPitch(kernel.bTwoPasses ? m_iSamples : m_iSamples + m_iHalo);
         m_oHeld.Take(static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(held));
         m_oWidened.Take(kernel.bTwoPasses ? static_cast<std::size_t>(kPieceAcross + m_iHalo) : 0);
-        m_oSums.Take(kernel.bTwoPasses ? 0 : kPieceAcross);
         if (!m_bTiles) return;
         m_iTileBytes = std::ptrdiff_t{std::max(m_iSamples, kPieceAcross)} * SampleBytes();
         m_aTile.resize(static_cast<std::size_t>(m_iTileBytes) * kernel::kBlockLines);
@@ -214,9 +213,12 @@ private:
     }
     int SampleBytes() const { return m_oRoutines.oRounding.iSampleBytes; }
     unsigned char* OutAt(int line, std::ptrdiff_t at) const { return m_pOut + line * m_iOutStep + at * SampleBytes(); }
-    void SumAcross(std::vector<TapRun<Sample>> const& runs, Sample* out, int samples) {
+    /// Across the sources, into sums or, rounded, into the output.
+    void SumAcross(Sample* sums, unsigned char* out, int samples) {
         auto const& functions = Routines::Functions();
-        (m_bTiles ? functions.pAcrossTiles : functions.pAcrossPixels)(SumsOf(runs, out, samples), m_aSources.data());
+        (m_bTiles ? functions.pAcrossTiles
+                  : functions.pAcrossPixels)({m_oKernel.aAcross.data(), static_cast<int>(m_oKernel.aAcross.size()),
+                                              m_aSources.data(), sums, out, samples, m_oRoutines.oRounding});
     }
 
     /// The first of two passes.
@@ -224,7 +226,7 @@ private:
         m_aSources.assign(m_oKernel.aAcross.size(), m_oWidened.First());
         ForPieces(m_iSamples, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
             Widen(m_oWidened.First(), line, at, samples + m_iHalo);
-            SumAcross(m_oKernel.aAcross, sums + at, samples);
+            SumAcross(sums + at, nullptr, samples);
             Routines::EndFirstPass(sums + at, samples);
         });
     }
@@ -243,12 +245,8 @@ private:
         ForPieces(m_iSamples, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
             m_aSources.clear();
             for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below) + at);
-            SumAcross(m_oKernel.aAcross, m_oSums.First(), samples);
-            Routines::Functions().pFinish(OutAt(line, at), m_oSums.First(), samples, m_oRoutines.oRounding);
+            SumAcross(nullptr, OutAt(line, at), samples);
         });
-    }
-    static TapSums<Sample> SumsOf(std::vector<TapRun<Sample>> const& runs, Sample* out, int samples) {
-        return {runs.data(), static_cast<int>(runs.size()), out, samples};
     }
     Sample* Held(int line) { return m_oHeld.First() + line % m_iHeld * m_iPitch; }
 
@@ -266,7 +264,7 @@ private:
     std::ptrdiff_t m_iTileBytes = 0;  ///< of an output line
     unsigned char* m_pOut = nullptr;  ///< lines of the block that is made, or their tiles
     std::ptrdiff_t m_iOutStep = 0;
-    Memory m_oHeld, m_oWidened, m_oSums;
+    Memory m_oHeld, m_oWidened;
     std::vector<unsigned char> m_aTile;
     std::vector<Sample const*> m_aSources;
 };

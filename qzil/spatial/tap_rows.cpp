@@ -103,33 +103,6 @@ QZIL_INLINE void AddRun(V* sums, Sample const* taps, int count, Load load) {
     }
 }
 
-/// Samples from a vector of sums to the one beside it, and positions.
-template <int kStep>
-inline constexpr int kAhead = kStep > kLanes32 ? kStep : kLanes32;
-
-template <int kSide, int kStep, class Sample>
-QZIL_INLINE void SumAcross(TapSums<Sample> const& args, Sample const* const* lines, int first) {
-    typename VectorOf<Sample>::Type sums[kSide]{};
-    for (int r = 0; r < args.iRuns; ++r) {
-        TapRun<Sample> const run = args.pRuns[r];
-        Sample const* const from = lines[r] + first + std::ptrdiff_t{run.iFrom} * kStep;
-        AddRun<kSide, kAhead<kStep> / kStep>(sums, run.pTaps, run.iTaps, Beside<kStep, Sample>{from});
-    }
-#pragma GCC unroll 8
-    for (int k = 0; k < kSide; ++k) StoreVector(args.pOut + first + k * kAhead<kStep>, sums[k]);
-}
-
-template <int kStep, class Sample>
-void Across(TapSums<Sample> const& args, Sample const* const* lines) {
-    for (int lane = 0; lane < kStep; lane += kLanes32) {
-        int at = lane;
-        for (; at + (kSums - 1) * kAhead<kStep> < args.iSamples; at += kSums * kAhead<kStep>) {
-            SumAcross<kSums, kStep>(args, lines, at);
-        }
-        for (; at < args.iSamples; at += kAhead<kStep>) SumAcross<1, kStep>(args, lines, at);
-    }
-}
-
 /// Limited to 32 bits first, where something may lie outside, then truncated toward zero; NaN gives the lower limit.
 template <bool kFits>
 QZIL_INLINE Vector Truncate(VectorFloat v) {
@@ -175,21 +148,44 @@ QZIL_INLINE void StoreSamples(T* out, Vector v, int samples) {
     for (int i = 0; i < samples; ++i) out[i] = all[i];
 }
 
-template <class T, bool kFits, class Sample, class Rounding>
-QZIL_INLINE void FinishAs(T* out, Sample const* sums, int samples, Rounding rounding) {
-    for (int at = 0; at < samples; at += kLanes32) {
-        StoreSamples(out + at, RoundSums<kFits>(LoadSamples(sums + at), rounding), samples - at);
+/// Samples from a vector of sums to the one beside it.
+template <int kStep>
+inline constexpr int kAhead = kStep > kLanes32 ? kStep : kLanes32;
+
+/// Neighbouring vectors of sums from sample `first` on; kUsual where all samples exist and every sum fits.
+template <int kSide, int kStep, bool kUsual, class Sample, class Rounding>
+QZIL_INLINE void SumAcross(TapAcross<Sample, Rounding> const& args, int first) {
+    typename VectorOf<Sample>::Type sums[kSide]{};
+    for (int r = 0; r < args.iRuns; ++r) {
+        TapRun<Sample> const run = args.pRuns[r];
+        Sample const* const from = args.pLines[r] + first + std::ptrdiff_t{run.iFrom} * kStep;
+        AddRun<kSide, kAhead<kStep> / kStep>(sums, run.pTaps, run.iTaps, Beside<kStep, Sample>{from});
     }
+    auto const forEach = [&](auto store) {
+#pragma GCC unroll 8
+        for (int k = 0; k < kSide; ++k) store(first + k * kAhead<kStep>, sums[k]);
+    };
+    if (args.pSums) return forEach([&](int at, auto sum) { StoreVector(args.pSums + at, sum); });
+    auto const rounded = [&](auto* out) {
+        Rounding const rounding = args.oRounding;
+        forEach([&](int at, auto sum) {
+            StoreSamples(out + at, RoundSums<kUsual>(sum, rounding), kUsual ? kLanes32 : args.iSamples - at);
+        });
+    };
+    args.oRounding.iSampleBytes == 1 ? rounded(args.pOut) : rounded(reinterpret_cast<u16*>(args.pOut));
 }
 
-template <class Sample, class Rounding>
-void Finish(u8* out, Sample const* sums, int samples, Rounding rounding) {
-    auto const run = [=](auto* typed) {
-        using T = std::remove_reference_t<decltype(*typed)>;
-        rounding.bFits ? FinishAs<T, true>(typed, sums, samples, rounding)
-                       : FinishAs<T, false>(typed, sums, samples, rounding);
-    };
-    rounding.iSampleBytes == 1 ? run(out) : run(reinterpret_cast<u16*>(out));
+template <int kStep, class Sample, class Rounding>
+void Across(TapAcross<Sample, Rounding> const& args) {
+    constexpr int kGroup = kSums * kAhead<kStep>;
+    bool const usual = args.pSums || args.oRounding.bFits;
+    for (int lane = 0; lane < kStep; lane += kLanes32) {
+        int at = lane;
+        for (; usual && at + kGroup - kAhead<kStep> + kLanes32 <= args.iSamples; at += kGroup) {
+            SumAcross<kSums, kStep, true>(args, at);
+        }
+        for (; at < args.iSamples; at += kAhead<kStep>) SumAcross<1, kStep, false>(args, at);
+    }
 }
 
 /// Neighbouring lines from `line` on; where every sum fits and there is a vector of samples, without a look at either.
@@ -240,8 +236,8 @@ void ShiftFixed(s32* sums, int samples) {
 }  // namespace
 
 TapRows const g_oTapRows{
-    {Across<kPixelSamples, float>, Across<kTileSamples, float>, Down<float, TapRounding>, Finish<float, TapRounding>},
-    {Across<kPixelSamples, s32>, Across<kTileSamples, s32>, Down<s32, FixedRounding>, Finish<s32, FixedRounding>},
+    {Across<kPixelSamples, float>, Across<kTileSamples, float>, Down<float>},
+    {Across<kPixelSamples, s32>, Across<kTileSamples, s32>, Down<s32>},
     Widen<float, u8>,
     Widen<float, u16>,
     Widen<s32, u8>,

@@ -17,15 +17,6 @@ struct TapRun {
     int iFrom;  ///< of the sources of a sum, the one under the first tap
 };
 
-/// Weighted sums, in the order of the runs. They may read and write up to 15 samples more.
-template <class Sample>
-struct TapSums {
-    TapRun<Sample> const* pRuns;
-    int iRuns;
-    Sample* pOut;
-    int iSamples;
-};
-
 /// How a float sum becomes an integer, of which the low bits are kept.
 struct TapRounding {
     int iSampleBytes;
@@ -38,6 +29,19 @@ struct FixedRounding {
     static constexpr int iSampleBytes = 1;
     static constexpr bool bFits = true;
     s32 iAdd;
+};
+
+/// Weighted sums in the order of the runs, where tap j of run r weighs the position `iFrom` + j of the r-th line behind
+/// that of the sum. As they are, for which up to 15 samples more may be read and written, or rounded.
+template <class Sample, class Rounding>
+struct TapAcross {
+    TapRun<Sample> const* pRuns;
+    int iRuns;
+    Sample const* const* pLines;
+    Sample* pSums;  ///< null for rounded ones
+    u8* pOut;
+    int iSamples;
+    Rounding oRounding;
 };
 
 /// Sums of a run of lines, rounded: tap j weighs line `iFrom` + j behind line `iStep` * k for the k-th output.
@@ -56,11 +60,9 @@ struct TapDown {
 
 template <class Sample, class Rounding>
 struct TapFunctions {
-    /// Tap j of run r weighs the position `iFrom` + j of the r-th line behind that of the sum. Of pixels or of tiles.
-    void (*pAcrossPixels)(TapSums<Sample> const& sums, Sample const* const* lines);
-    void (*pAcrossTiles)(TapSums<Sample> const& sums, Sample const* const* lines);
+    void (*pAcrossPixels)(TapAcross<Sample, Rounding> const& across);
+    void (*pAcrossTiles)(TapAcross<Sample, Rounding> const& across);
     void (*pDown)(TapDown<Sample, Rounding> const& down);
-    void (*pFinish)(u8* out, Sample const* sums, int samples, Rounding rounding);
 };
 
 struct TapRows {
