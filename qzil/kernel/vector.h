@@ -154,7 +154,8 @@ QZIL_INLINE void StoreLowHalves(void* to, Vector v) {
 /// The same for the low bytes.
 QZIL_INLINE void StoreLowBytes(void* to, Vector v) {
 #if defined(__AVX512BW__)
-    _mm_storeu_si128(static_cast<__m128i*>(to), _mm512_maskz_cvtepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(v)));  // all lanes
+    _mm_storeu_si128(static_cast<__m128i*>(to),
+                     _mm512_maskz_cvtepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(v)));  // all lanes
 #else
     using Half = s16 __attribute__((vector_size(kVectorBytes / 2)));
     using Quarter = signed char __attribute__((vector_size(kVectorBytes / 4)));
