@@ -63,15 +63,17 @@ void RecursiveMaker<Sample>::TakeBlocks() {
     if (samples * sizeof(Sample) <= kMostOnHeap) {
         m_pHeap.reset(new Sample[samples]);
         m_pBlocks = m_pHeap.get();
-        return;
+    } else {
+        GUID const format = sizeof(Sample) == 2 ? MFIF_MONO_S2_14 : MFIF_MONO_FLOAT;
+        void* pPixels = nullptr;
+        if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iBlockSamples, blocks, format, m_pScratch.Out()) < 0 ||
+            m_pScratch->GetPixelArray(&pPixels) < 0) {
+            throw std::bad_alloc();
+        }
+        m_pBlocks = static_cast<Sample*>(pPixels);
     }
-    GUID const format = sizeof(Sample) == 2 ? MFIF_MONO_S2_14 : MFIF_MONO_FLOAT;
-    void* pPixels = nullptr;
-    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iBlockSamples, blocks, format, m_pScratch.Out()) < 0 ||
-        m_pScratch->GetPixelArray(&pPixels) < 0) {
-        throw std::bad_alloc();
-    }
-    m_pBlocks = static_cast<Sample*>(pPixels);
+    // Lanes without a line are filtered, too: what memory held before could pass the range of sums.
+    if (m_iKept % BlockLines() != 0) std::fill_n(Block(m_iKept), m_iBlockSamples, Sample{0});
 }
 
 /// Filters sequences that stand side by side, in place. `lanes` has a place before the first one: the forward pass puts
