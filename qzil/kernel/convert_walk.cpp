@@ -10,7 +10,9 @@
 namespace qzil::kernel {
 namespace {
 
-constexpr int kMaxPixelBytes = 16;
+/// Bytes of a stretch in the image with the larger pixels, of 16 bytes at most: of a frame that comes from memory, the
+/// next lines of the cache have to be on their way while these are worked on.
+constexpr int kStretchBytes = 2048;
 
 /// A pixel's colour and alpha in an image that is walked along a line.
 struct Place {
@@ -29,6 +31,9 @@ public:
         : m_oWalk(walk), m_oTraits(traits), m_oCall(call) {
         qzILBbox2l const& box = walk.oBox;
         int const column = box.Origin.x + walk.pIn->m_iOffsetX;  // of the box in the input image
+        // Whole lines of the cache, so that streamed stretches stay aligned.
+        m_iStretch =
+            std::min(kStretchPixels, kStretchBytes / std::max(traits.iInBytes, traits.iOutBytes) & -kStreamAlignment);
         m_iLead = traits.bPairsIn ? column & 1 : 0;
         m_iPixels = traits.bPairs ? box.Size.x & ~1 : box.Size.x;
         if (traits.bRegionLimits) {
@@ -83,8 +88,8 @@ private:
         Place const in = At(*m_oWalk.pIn, x - m_iLead, y);
         Place const out = At(*m_oWalk.pOut, x, y);
         int const end = m_iPixels + m_iLead;  // positions from the first pair's start
-        for (int start = 0; start < end; start += kStretchPixels) {
-            int const count = std::min(kStretchPixels, end - start);
+        for (int start = 0; start < end; start += m_iStretch) {
+            int const count = std::min(m_iStretch, end - start);
             Prefetch(start, count);
             if (m_iLead == 0) {
                 Place const place{out.pColor + std::ptrdiff_t{start} * m_oTraits.iOutBytes, AlphaAt(out, start)};
@@ -132,14 +137,15 @@ private:
     ConvertWalk const& m_oWalk;
     ConvertTraits const& m_oTraits;
     ConvertCall const& m_oCall;
-    int m_iLead;    ///< 1 when the box starts with the second pixel of a pair
-    int m_iPixels;  ///< to write per line
+    int m_iStretch;  ///< pixels
+    int m_iLead;     ///< 1 when the box starts with the second pixel of a pair
+    int m_iPixels;   ///< to write per line
     int m_iFirst, m_iLast;
     bool m_bStreams;
     bool m_bPolls;
     bool m_bOpposed = false;                 ///< the smaller image lies in the opposite order
     unsigned char const* m_pNext = nullptr;  ///< the box's start in its next line
-    alignas(64) unsigned char m_aColor[kStretchPixels * kMaxPixelBytes];
+    alignas(64) unsigned char m_aColor[kStretchBytes];
     alignas(64) unsigned char m_aAlpha[kStretchPixels * 4];
 };
 
