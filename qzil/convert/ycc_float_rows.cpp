@@ -11,40 +11,37 @@ using kernel::ConvertRow;
 constexpr int kMaxPixels = kernel::kStretchPixels;
 constexpr int kMaxPairs = kMaxPixels / 2;
 
-/// Pixels that the chroma filter reads before and behind a stretch.
-constexpr int kMargin = 2;
+/// A channel of a stretch, even and odd pixels apart, with a pair before and one behind.
+struct PairPlane {
+    float aEven[kMaxPairs + 2], aOdd[kMaxPairs + 2];
 
-/// Red, green and blue of a stretch with the margins, clamped to what can be read.
-struct Planes {
-    float aValues[3][kMaxPixels + 2 * kMargin];
-
-    QZIL_INLINE float* At(int channel) { return aValues[channel] + kMargin; }
+    QZIL_INLINE float* Even() { return aEven + 1; }
+    QZIL_INLINE float* Odd() { return aOdd + 1; }
 };
 
+/// Fills the planes of red, green and blue; what lies around the stretch is clamped to what can be read.
 template <class From>
-QZIL_INLINE void Split(ConvertRow const& row, Planes& planes) {
+QZIL_INLINE void Split(ConvertRow const& row, PairPlane* planes) {
     auto const* const in = In<From>(row.pIn);
-    float *const red = planes.At(0), *const green = planes.At(1), *const blue = planes.At(2);
-    auto const copy = [=](int to, int from) {
-        red[to] = static_cast<float>(in[4 * from]);
-        green[to] = static_cast<float>(in[4 * from + 1]);
-        blue[to] = static_cast<float>(in[4 * from + 2]);
+    float *const redEven = planes[0].Even(), *const greenEven = planes[1].Even(), *const blueEven = planes[2].Even();
+    float *const redOdd = planes[0].Odd(), *const greenOdd = planes[1].Odd(), *const blueOdd = planes[2].Odd();
+    auto const split = [=](int k, int evenPixel, int oddPixel) {
+        Four const even = LoadFour(in + 4 * evenPixel), odd = LoadFour(in + 4 * oddPixel);
+        redEven[k] = even.fFirst, greenEven[k] = even.fSecond, blueEven[k] = even.fThird;
+        redOdd[k] = odd.fFirst, greenOdd[k] = odd.fSecond, blueOdd[k] = odd.fThird;
     };
-    ForEach(row.iPixels, [=](int i) { copy(i, i); });
-    for (int i = -kMargin; i < 0; ++i) copy(i, Max(i, row.iFirst));
-    for (int i = row.iPixels; i < row.iPixels + kMargin; ++i) copy(i, Min(i, row.iLast));
+    int const pairs = row.iPixels / 2;
+    ForEach(pairs, [=](int k) { split(k, 2 * k, 2 * k + 1); });
+    split(-1, Max(-2, row.iFirst), Max(-1, row.iFirst));
+    split(pairs, Min(2 * pairs, row.iLast), Min(2 * pairs + 1, row.iLast));
 }
 
-/// What the chroma of each pair is made of: the even pixel or, filtered, five pixels around it.
-QZIL_INLINE void ChromaSource(float const* plane, float* source, int pairs, bool filter) {
-    if (filter) {
-        ForEach(pairs, [=](int k) {
-            float const* const p = plane + 2 * k;
-            source[k] = -0.125f * (p[-2] + p[2]) + 0.25f * (p[-1] + p[1]) + 0.75f * p[0];
-        });
-    } else {
-        ForEach(pairs, [=](int k) { source[k] = plane[2 * k]; });
-    }
+/// The chroma filter: five pixels around each even one.
+QZIL_INLINE void Filter(PairPlane& plane, float* filtered, int pairs) {
+    float const *const even = plane.Even(), *const odd = plane.Odd();
+    ForEach(pairs, [=](int k) {
+        filtered[k] = -0.125f * (even[k - 1] + even[k + 1]) + 0.25f * (odd[k - 1] + odd[k]) + 0.75f * even[k];
+    });
 }
 
 QZIL_INLINE float Weighted(float const* factors, float red, float green, float blue) {
@@ -63,25 +60,28 @@ void To422(ConvertRow const& row, RgbToYcc const& constants) {
     if (row.pAlphaOut) AlphaPlane<From, To>(row, constants.fAlpha);
     RgbToYcc const c = constants;
     int const pairs = row.iPixels / 2;
-    Planes planes;
+    PairPlane planes[3];
     Split<From>(row, planes);
-    float sources[3][kMaxPairs], lumas[kMaxPixels];
-    for (int n = 0; n < 3; ++n) ChromaSource(planes.At(n), sources[n], pairs, c.bFilter);
-    float const *const red = planes.At(0), *const green = planes.At(1), *const blue = planes.At(2);
+    float filtered[3][kMaxPairs];
+    float const* sources[3];  // of the chroma of each pair
+    for (int n = 0; n < 3; ++n) {
+        sources[n] = c.bFilter ? filtered[n] : planes[n].Even();
+        if (c.bFilter) Filter(planes[n], filtered[n], pairs);
+    }
     float const *const r = sources[0], *const g = sources[1], *const b = sources[2];
-    float* const y = lumas;
-    ForEach(row.iPixels, [=](int i) { y[i] = Weighted(c.aY, red[i], green[i], blue[i]); });
+    float const *const r0 = planes[0].Even(), *const g0 = planes[1].Even(), *const b0 = planes[2].Even();
+    float const *const r1 = planes[0].Odd(), *const g1 = planes[1].Odd(), *const b1 = planes[2].Odd();
     auto* const out = Out<To>(row.pOut);
-    auto const pair = [=](int k, int luma, int chroma) {
-        Put(out + 4 * k + chroma, Weighted(c.aCb, r[k], g[k], b[k]));
-        Put(out + 4 * k + luma, y[2 * k]);
-        Put(out + 4 * k + chroma + 2, Weighted(c.aCr, r[k], g[k], b[k]));
-        Put(out + 4 * k + luma + 2, y[2 * k + 1]);
+    auto const pair = [=](int k, auto put) {
+        put(out + 4 * k, Weighted(c.aY, r0[k], g0[k], b0[k]), Weighted(c.aY, r1[k], g1[k], b1[k]),
+            Weighted(c.aCb, r[k], g[k], b[k]), Weighted(c.aCr, r[k], g[k], b[k]));
     };
     if (c.bAlternate) {
-        ForEach(pairs, [=](int k) { pair(k, 1, 0); });
+        auto const put = [](To* to, float y0, float y1, float cb, float cr) { PutFour(to, {cb, y0, cr, y1}); };
+        ForEach(pairs, [=](int k) { pair(k, put); });
     } else {
-        ForEach(pairs, [=](int k) { pair(k, 0, 1); });
+        auto const put = [](To* to, float y0, float y1, float cb, float cr) { PutFour(to, {y0, cb, y1, cr}); };
+        ForEach(pairs, [=](int k) { pair(k, put); });
     }
 }
 
@@ -90,17 +90,16 @@ void To4444(ConvertRow const& row, RgbToYcc const& constants) {
     RgbToYcc const c = constants;
     auto* const out = Out<To>(row.pOut);
     auto const* const in = In<From>(row.pIn);
-    auto const put = [=](int i, float value) {
-        if constexpr (sizeof(To) == 1) value += c.fDither;
-        Put(out + i, value);
-    };
+    float const dither = sizeof(To) == 1 ? c.fDither : 0.0f;
     ForEach(row.iPixels, [=](int i) {
-        auto const red = static_cast<float>(in[4 * i]), green = static_cast<float>(in[4 * i + 1]);
-        auto const blue = static_cast<float>(in[4 * i + 2]), alpha = static_cast<float>(in[4 * i + 3]);
-        put(4 * i, Weighted(c.aCb, red, green, blue));
-        put(4 * i + 1, Weighted(c.aY, red, green, blue));
-        put(4 * i + 2, Weighted(c.aCr, red, green, blue));
-        put(4 * i + 3, alpha * c.fAlpha);
+        Four const pixel = LoadFour(in + 4 * i);
+        auto const weighted = [=](float const* factors) {
+            float const sum = Weighted(factors, pixel.fFirst, pixel.fSecond, pixel.fThird);
+            return sizeof(To) == 1 ? sum + dither : sum;
+        };
+        float const alpha = pixel.fFourth * c.fAlpha;
+        PutFour(out + 4 * i,
+                {weighted(c.aCb), weighted(c.aY), weighted(c.aCr), sizeof(To) == 1 ? alpha + dither : alpha});
     });
 }
 
@@ -115,29 +114,39 @@ QZIL_INLINE void FromPairs(ConvertRow const& row, YccToRgb const& constants, Cha
     float *const red = channels.aValues[0], *const green = channels.aValues[1], *const blue = channels.aValues[2];
     auto const* const in = In<From>(row.pIn);
     int const pairs = row.iPixels / 2;
-    int const chroma = c.bAlternate ? 0 : 1, luma = 1 - chroma;
-    float y[kMaxPixels], cb[kMaxPairs + 1], cr[kMaxPairs + 1];
+    // Luma and chroma of each pixel.
+    float y[kMaxPixels], cb[kMaxPixels], cr[kMaxPixels];
     float *const py = y, *const pb = cb, *const pr = cr;
-    // The chroma of the next pair counts when the whole pair lies in the region.
-    int const mixed = c.bInterpolate ? Clamp(row.iLast - 1, 0, 2 * pairs) / 2 : 0;
-    ForEach(pairs, [=](int k) {
-        py[2 * k] = static_cast<float>(in[4 * k + luma]) * c.fY;
-        py[2 * k + 1] = static_cast<float>(in[4 * k + luma + 2]) * c.fY;
-    });
-    ForEach(mixed == pairs ? pairs + 1 : pairs, [=](int k) {
-        pb[k] = static_cast<float>(in[4 * k + chroma]);
-        pr[k] = static_cast<float>(in[4 * k + chroma + 2]);
-    });
-    auto const pixel = [=](int i, float b, float r) {
-        red[i] = r * c.aRed[0] + py[i] + c.aRed[1];
-        green[i] = b * c.aGreen[0] + r * c.aGreen[1] + py[i] + c.aGreen[2];
-        blue[i] = b * c.aBlue[0] + py[i] + c.aBlue[1];
+    struct Pair {
+        float fY0, fY1, fCb, fCr;
     };
-    ForEach(pairs, [=](int k) { pixel(2 * k, pb[k], pr[k]); });
-    ForEach(mixed, [=](int k) { pixel(2 * k + 1, (pb[k] + pb[k + 1]) * 0.5f, (pr[k] + pr[k + 1]) * 0.5f); });
-    ForEach(pairs - mixed, [=](int n) {
-        int const k = mixed + n;
-        pixel(2 * k + 1, pb[k], pr[k]);
+    auto const pair = [=](int k, auto alternate) -> Pair {
+        Four const v = LoadFour(in + 4 * k);
+        if constexpr (alternate) return {v.fSecond, v.fFourth, v.fFirst, v.fThird};
+        return {v.fFirst, v.fThird, v.fSecond, v.fFourth};
+    };
+    auto const split = [=](auto alternate) {
+        auto const put = [=](int k, Pair v, float oddCb, float oddCr) {
+            py[2 * k] = v.fY0 * c.fY, py[2 * k + 1] = v.fY1 * c.fY;
+            pb[2 * k] = v.fCb, pb[2 * k + 1] = oddCb;
+            pr[2 * k] = v.fCr, pr[2 * k + 1] = oddCr;
+        };
+        // The chroma of the next pair counts when the whole pair lies in the region.
+        int const mixed = c.bInterpolate ? Clamp(row.iLast - 1, 0, 2 * pairs) / 2 : 0;
+        ForEach(mixed, [=](int k) {
+            Pair const v = pair(k, alternate), next = pair(k + 1, alternate);
+            put(k, v, (v.fCb + next.fCb) * 0.5f, (v.fCr + next.fCr) * 0.5f);
+        });
+        ForEach(pairs - mixed, [=](int n) {
+            Pair const v = pair(mixed + n, alternate);
+            put(mixed + n, v, v.fCb, v.fCr);
+        });
+    };
+    c.bAlternate ? split(std::true_type{}) : split(std::false_type{});
+    ForEach(2 * pairs, [=](int i) {
+        red[i] = pr[i] * c.aRed[0] + py[i] + c.aRed[1];
+        green[i] = pb[i] * c.aGreen[0] + pr[i] * c.aGreen[1] + py[i] + c.aGreen[2];
+        blue[i] = pb[i] * c.aBlue[0] + py[i] + c.aBlue[1];
     });
 }
 
@@ -149,10 +158,13 @@ QZIL_INLINE void Interleave(ConvertRow const& row, Channels const& channels, boo
     float const* const third = channels.aValues[bgr ? 0 : 2];
     float const* const alpha = channels.aValues[3];
     ForEach(row.iPixels, [=](int i) {
-        Put(out + kSamples * i, first[i]);
-        Put(out + kSamples * i + 1, second[i]);
-        Put(out + kSamples * i + 2, third[i]);
-        if constexpr (kSamples == 4) Put(out + kSamples * i + 3, alpha[i]);
+        if constexpr (kSamples == 4) {
+            PutFour(out + 4 * i, {first[i], second[i], third[i], alpha[i]});
+        } else {
+            Put(out + 3 * i, first[i]);
+            Put(out + 3 * i + 1, second[i]);
+            Put(out + 3 * i + 2, third[i]);
+        }
     });
 }
 
