@@ -232,21 +232,19 @@ private:
     }
     /// The second one, for lines from `top` on.
     void MakeDown(int top, int lines, int count) {
+        m_aSources.clear();
+        for (int line = 0; line < lines; ++line) m_aSources.push_back(Held(top + line));
         ForPieces(m_iSamples, kPieceDown, [&](std::ptrdiff_t at, int samples) {
-            m_aSources.clear();
-            for (int line = 0; line < lines; ++line) m_aSources.push_back(Held(top + line) + at);
             Routines::Functions().pDown({m_oKernel.aDown.data(), static_cast<int>(m_oKernel.aDown.size()),
-                                         m_aSources.data(), m_oLines.iKeptStep, OutAt(0, at), m_iOutStep, count,
+                                         m_aSources.data(), at, m_oLines.iKeptStep, OutAt(0, at), m_iOutStep, count,
                                          samples, m_oRoutines.oRounding});
         });
     }
     /// The only pass, of the line of the block whose first source is `top`.
     void MakeAcross(int line, int top) {
-        ForPieces(m_iSamples, kPieceAcross, [&](std::ptrdiff_t at, int samples) {
-            m_aSources.clear();
-            for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below) + at);
-            SumAcross(nullptr, OutAt(line, at), samples);
-        });
+        m_aSources.clear();
+        for (int const below : m_oKernel.aiLines) m_aSources.push_back(Held(top + below));
+        SumAcross(nullptr, OutAt(line, 0), m_iSamples);
     }
     Sample* Held(int line) { return m_oHeld.First() + line % m_iHeld * m_iPitch; }
 

@@ -199,7 +199,7 @@ QZIL_INLINE void SumLines(TapDown<Sample, Rounding> const& args, int line) {
         typename VectorOf<Sample>::Type sums[kSide]{};
         for (int r = 0; r < args.iRuns; ++r) {
             TapRun<Sample> const run = args.pRuns[r];
-            AddRun<kSide, 1>(sums, run.pTaps, run.iTaps, Below<Sample>{lines + run.iFrom, at});
+            AddRun<kSide, 1>(sums, run.pTaps, run.iTaps, Below<Sample>{lines + run.iFrom, args.iFirst + at});
         }
         T* const out = reinterpret_cast<T*>(first) + at;
 #pragma GCC unroll 8

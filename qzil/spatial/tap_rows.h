@@ -50,6 +50,7 @@ struct TapDown {
     TapRun<Sample> const* pRuns;
     int iRuns;
     Sample const* const* pLines;
+    std::ptrdiff_t iFirst;  ///< sample of the lines that the first sum is below
     int iStep;
     u8* pOut;
     std::ptrdiff_t iOutStep;  ///< bytes
