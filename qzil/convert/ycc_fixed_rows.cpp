@@ -72,10 +72,7 @@ struct PairFactors {
         oChromaOuter = EvenOddLanes(Halves(low(c.aCb[0]), low(c.aCb[2])), Halves(low(c.aCr[0]), low(c.aCr[2])));
         oChromaGreen = EvenOddLanes(Halves(c.aCb[1], c.aCb[cbPlace] - low(c.aCb[cbPlace])),
                                     Halves(c.aCr[1], c.aCr[crPlace] - low(c.aCr[crPlace])));
-        // Filtered values are kept above 0 by 64.
-        s32 const bias = filter ? 64 : 0;
-        oChromaOffset = EvenOddLanes(c.aCb[3] - bias * (c.aCb[0] + c.aCb[1] + c.aCb[2]),
-                                     c.aCr[3] - bias * (c.aCr[0] + c.aCr[1] + c.aCr[2]));
+        oChromaOffset = EvenOddLanes(c.aCb[3], c.aCr[3]);
         constexpr u8 z = 8;
         oGreenTwice = PatternOf({1, z, 1, z, 5, z, 5, z});
         if (filter) {
@@ -91,14 +88,14 @@ struct PairFactors {
 };
 
 /// The chroma filter around even pixels, (-1 2 6 2 -1) / 8, for channels 0 and 2 in the even lane and channel 1 in the
-/// odd one, in 16 bits and kept above 0 by 64. `channels` lays the bytes of a pair's two pixels side by side.
+/// odd one, in 16 bits. `channels` lays the bytes of a pair's two pixels side by side.
 QZIL_INLINE Vector Filtered(u32 const* pixels, Vector8 channels) {
     auto const pair = [=](int distance) { return MoveBytes(LoadVector(pixels + distance), channels); };
-    Vector16 const sum = DotBytes(pair(-2), -1, 2) + DotBytes(pair(0), 6, 2) + DotBytes(pair(2), -1, 0);
-    return reinterpret_cast<Vector>((sum + 516) >> 3);
+    return RoundedEighths(DotBytes(pair(-2), -1, 2) + DotBytes(pair(0), 6, 2) + DotBytes(pair(2), -1, 0));
 }
 
-/// The output of a vector of pixels, 16 bits for each: luma of every pixel, Cb on the even and Cr on the odd ones.
+/// The output of a vector of pixels, two 16-bit values for each, to be limited to bytes: luma of every pixel, Cb on the
+/// even and Cr on the odd ones.
 template <bool kFilter, bool kChromaFirst>
 QZIL_INLINE Vector PairWords(u32 const* pixels, PairFactors const& f, Vector8 channels) {
     Vector const word = LoadVector(pixels);
@@ -107,27 +104,26 @@ QZIL_INLINE Vector PairWords(u32 const* pixels, PairFactors const& f, Vector8 ch
     Vector const source = kFilter ? Filtered(pixels, channels) : word;
     Vector const chroma = DotHalves(MoveBytes(source, f.oOuterOfEven), f.oChromaOuter) +
                           DotHalves(MoveBytes(source, f.oGreenOfEven), f.oChromaGreen) + f.oChromaOffset;
-    if constexpr (kChromaFirst) {
-        return (luma >> 8 & 0xFF00) | LimitLanes(chroma >> 16, 255);
-    } else {
-        return (luma >> 16 & 0xFF) | LimitLanes(chroma >> 16, 255) << 8;
-    }
+    return kChromaFirst ? JoinHighHalves(chroma, luma) : JoinHighHalves(luma, chroma);
 }
 
 template <bool kFilter, bool kChromaFirst>
 QZIL_INLINE void ToPairs(u32 const* pixels, u8* out, int count, RgbToPairs const& c) {
     PairFactors const f(c, kFilter);
     Vector8 const channels = PatternOf({0, 4, 2, 6, 1, 5, 8, 8});
+    auto const store = [&f, channels](u8* to, u32 const* from) {
+        StoreLimitedBytes(to, PairWords<kFilter, kChromaFirst>(from, f, channels),
+                          PairWords<kFilter, kChromaFirst>(from + kLanes32, f, channels));
+    };
+    constexpr int kStep = 2 * kLanes32;
     int i = 0;
-    for (; i + kLanes32 <= count; i += kLanes32) {
-        StoreLowHalves(out + 2 * i, PairWords<kFilter, kChromaFirst>(pixels + i, f, channels));
-    }
+    for (; i + kStep <= count; i += kStep) store(out + 2 * i, pixels + i);
     if (i == count) return;
-    u32 rest[kLanes32 + 2 * kMargin] = {};
-    u8 result[2 * kLanes32];
+    u32 rest[kStep + 2 * kMargin] = {};
+    u8 result[2 * kStep];
     unsigned long const read = static_cast<unsigned long>(count - i + (kFilter ? 2 * kMargin : 0));
     __builtin_memcpy(kFilter ? rest : rest + kMargin, kFilter ? pixels + i - kMargin : pixels + i, 4 * read);
-    StoreLowHalves(result, PairWords<kFilter, kChromaFirst>(rest + kMargin, f, channels));
+    store(result, rest + kMargin);
     __builtin_memcpy(out + 2 * i, result, static_cast<unsigned long>(2 * (count - i)));
 }
 

@@ -203,6 +203,49 @@ QZIL_INLINE Vector PackHalves(Vector low, Vector high) {
 #endif
 }
 
+/// The high halves of the lanes of both as 16-bit values: of `low` in the low halves, of `high` in the high ones.
+QZIL_INLINE Vector JoinHighHalves(Vector low, Vector high) {
+    using Unsigned = u32 __attribute__((vector_size(kVectorBytes)));
+    Unsigned const upper = reinterpret_cast<Unsigned>(high) & 0xFFFF0000u;
+    return reinterpret_cast<Vector>(reinterpret_cast<Unsigned>(low) >> 16 | upper);
+}
+
+/// Stores the signed 16-bit values of two vectors one after the other as bytes, limited to 0..255.
+QZIL_INLINE void StoreLimitedBytes(void* to, Vector first, Vector second) {
+#if defined(__AVX512BW__)
+    __m512i const order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    StoreVector(to, _mm512_maskz_permutexvar_epi64(
+                        0xFF, order,  // all lanes
+                        _mm512_packus_epi16(reinterpret_cast<__m512i>(first), reinterpret_cast<__m512i>(second))));
+#elif defined(__AVX2__)
+    StoreVector(to,
+                _mm256_permute4x64_epi64(
+                    _mm256_packus_epi16(reinterpret_cast<__m256i>(first), reinterpret_cast<__m256i>(second)), 0xD8));
+#elif defined(__SSE2__)
+    StoreVector(to, _mm_packus_epi16(reinterpret_cast<__m128i>(first), reinterpret_cast<__m128i>(second)));
+#else
+    using Signed16 = s16 __attribute__((vector_size(kVectorBytes)));
+    u8* const bytes = static_cast<u8*>(to);
+    Signed16 const a = reinterpret_cast<Signed16>(first), b = reinterpret_cast<Signed16>(second);
+    for (int i = 0; i < kVectorBytes / 2; ++i) {
+        bytes[i] = static_cast<u8>(Clamp<int>(a[i], 0, 255));
+        bytes[i + kVectorBytes / 2] = static_cast<u8>(Clamp<int>(b[i], 0, 255));
+    }
+#endif
+}
+
+/// Eighths of signed 16-bit values, rounded to nearest, halves up.
+QZIL_INLINE Vector RoundedEighths(Vector16 v) {
+#if defined(__AVX512BW__)
+    return reinterpret_cast<Vector>(_mm512_mulhrs_epi16(reinterpret_cast<__m512i>(v), _mm512_set1_epi16(4096)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Vector>(_mm256_mulhrs_epi16(reinterpret_cast<__m256i>(v), _mm256_set1_epi16(4096)));
+#else
+    using Signed16 = s16 __attribute__((vector_size(kVectorBytes)));
+    return reinterpret_cast<Vector>(reinterpret_cast<Signed16>(v + 4) >> 3);
+#endif
+}
+
 /// Floats as doubles, and doubles rounded to floats.
 QZIL_INLINE VectorDouble LoadDoubles(float const* from) {
 #if defined(__AVX512BW__)
