@@ -24,21 +24,19 @@ struct Dyadic : qzILDyadicPixelProc {
     }
 };
 
-class Operation : public testing::TestWithParam<GUID> {};
-
-TEST_P(Operation, EqualsModel) {
-    ForEachScene(GetParam(), kMasked, [](Scene& scene) {
+TEST(Operation, EqualsModel) {
+    ForEachScene(kInteger, kMasked, [](Scene& scene) {
         Monadic effect;
         ExpectModel(scene, effect, PointModel{[](int, int v, int) { return Twisted(v); }});
     });
-    ForEachScene(GetParam(), kMasked | kDyadic, [](Scene& scene) {
+    ForEachScene(kInteger, kMasked | kDyadic, [](Scene& scene) {
         Dyadic effect;
         ExpectModel(scene, effect, PointModel{[](int, int a, int b) { return Twisted(a, b); }});
     });
 }
 // The base's own operations give 0.
-TEST_P(Operation, OfTheBaseIsZero) {
-    ForEachScene(GetParam(), kMasked | kDyadic, [](Scene& scene) {
+TEST(Operation, OfTheBaseIsZero) {
+    ForEachScene(kInteger, kMasked | kDyadic, [](Scene& scene) {
         qzILDyadicPixelProc dyadic;
         ExpectModel(scene, dyadic, PointModel{[](int, int, int) { return 0; }});
         scene.Make();
@@ -48,75 +46,72 @@ TEST_P(Operation, OfTheBaseIsZero) {
         ExpectModel(scene, monadic, PointModel{[](int, int, int) { return 0; }});
     });
 }
-INSTANTIATE_TEST_SUITE_P(Formats, Operation, testing::ValuesIn(kInteger), ParamName);
 
 // Formats without an operation are left alone, with success.
-class NoOperation : public testing::TestWithParam<GUID> {};
-
-TEST_P(NoOperation, WritesNothing) {
-    Scene scene{.oFormat = GetParam(), .iWidth = 9};
-    scene.Make();
-    Monadic monadic;
-    ExpectModel(scene, monadic, [](auto const&) {});
-    Dyadic dyadic;
-    ExpectModel(scene, dyadic, [](auto const&) {});
-}
-INSTANTIATE_TEST_SUITE_P(Formats, NoOperation,
-                         testing::Values(MFIF_RGBA_S2_14, MFIF_RGBA_FLOAT, MFIF_MONO_FLOAT, MFIF_MONO_S2_14,
-                                         MFIF_BGRA_RAW_32, MFIF_MONO_RAW_8_TD, MFIF_MONO_RAW_16_TD, MFIF_CbYCrY_16),
-                         ParamName);
-
-class MonadicLut : public testing::TestWithParam<GUID> {};
-
-TEST_P(MonadicLut, EqualsModel) {
-    std::vector<u16> words(4 * 65536);
-    std::vector<u8> bytes(4 * 256);
-    Random random(7);
-    for (auto& word : words) word = static_cast<u16>(random.Below(65536));
-    for (auto& byte : bytes) byte = static_cast<u8>(random.Below(256));
-    bool const wide = GetChannelSizeFromFormat(GetParam()) == 2;
-    void* tables[4];
-    for (std::size_t c = 0; c < 4; ++c) {
-        tables[c] = wide ? static_cast<void*>(&words[c * 65536]) : static_cast<void*>(&bytes[c * 256]);
+TEST(Operation, OfOtherFormatsWritesNothing) {
+    for (GUID const& format : {MFIF_RGBA_S2_14, MFIF_RGBA_FLOAT, MFIF_MONO_FLOAT, MFIF_MONO_S2_14, MFIF_BGRA_RAW_32,
+                               MFIF_MONO_RAW_8_TD, MFIF_MONO_RAW_16_TD, MFIF_CbYCrY_16}) {
+        Scene scene{.oFormat = format, .iWidth = 9};
+        scene.Make();
+        Monadic monadic;
+        ExpectModel(scene, monadic, [](auto const&) {});
+        Dyadic dyadic;
+        ExpectModel(scene, dyadic, [](auto const&) {});
     }
-    PointModel const model{[&](int c, int v, int) {
-        std::size_t const channel = static_cast<std::size_t>(c), value = static_cast<std::size_t>(v);
-        return wide ? int{words[channel * 65536 + value]} : int{bytes[channel * 256 + value]};
-    }};
+}
+
+/// Tables of random entries of a type, one after the other.
+template <class T>
+struct Tables {
+    explicit Tables(std::size_t size) : uSize(size), oEntries(4 * size) {
+        Random random(7);
+        for (T& entry : oEntries) entry = static_cast<T>(random.Next() >> 40);
+        for (std::size_t c = 0; c < 4; ++c) apTables[c] = &oEntries[c * size];
+    }
+    int At(int c, int i) const { return oEntries[static_cast<std::size_t>(c) * uSize + static_cast<std::size_t>(i)]; }
+
+    std::size_t uSize;
+    std::vector<T> oEntries;
+    void* apTables[4];
+};
+
+template <class T>
+void ExpectMonadicLut(GUID const& format) {
+    Tables<T> tables(std::size_t{1} << 8 * sizeof(T));
+    PointModel const model{[&](int c, int v, int) { return tables.At(c, v); }};
     auto const run = [&](Scene& scene) {
         qzILMonadicLutMapImg effect;
-        effect.SetLut(tables);
+        effect.SetLut(tables.apTables);
         ExpectModel(scene, effect, model);
     };
-    ForEachScene(GetParam(), kMasked, run);
-    Scene scene = Square(GetParam());
-    if (wide) FillAllWords(scene.oA.Get());
+    ForEachScene(format, kMasked, run);
+    Scene scene = Square(format);
+    if (sizeof(T) == 2) FillAllWords(scene.oA.Get());
     run(scene);
 }
-INSTANTIATE_TEST_SUITE_P(Formats, MonadicLut, testing::ValuesIn(kMonadicLut), ParamName);
 
-class DyadicLut : public testing::TestWithParam<GUID> {};
+TEST(MonadicLut, EqualsModel) {
+    for (GUID const& format : kMonadicLut) {
+        GetChannelSizeFromFormat(format) == 2 ? ExpectMonadicLut<u16>(format) : ExpectMonadicLut<u8>(format);
+    }
+}
 
-TEST_P(DyadicLut, EqualsModel) {
-    std::vector<u8> bytes(4 * 65536);
-    Random random(8);
-    for (auto& byte : bytes) byte = static_cast<u8>(random.Below(256));
-    void* tables[4];
-    for (std::size_t c = 0; c < 4; ++c) tables[c] = &bytes[c * 65536];
-    PointModel const model{
-        [&](int c, int a, int b) { return bytes[static_cast<std::size_t>(c * 65536 + b * 256 + a)]; }};
+TEST(DyadicLut, EqualsModel) {
+    Tables<u8> tables(65536);
+    PointModel const model{[&](int c, int a, int b) { return tables.At(c, b * 256 + a); }};
     auto const run = [&](Scene& scene) {
         qzILDyadicLutMapImg effect;
-        effect.SetLut(tables);
+        effect.SetLut(tables.apTables);
         ExpectModel(scene, effect, model);
     };
-    ForEachScene(GetParam(), kMasked | kDyadic, run);
-    Scene scene = Square(GetParam());
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oB.Get(), -1, [](int, int y, int) { return y; });
-    run(scene);
+    ForEachScene(kDyadicLut, kMasked | kDyadic, run);
+    for (GUID const& format : kDyadicLut) {
+        Scene scene = Square(format);
+        FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+        FillBytes(scene.oB.Get(), -1, [](int, int y, int) { return y; });
+        run(scene);
+    }
 }
-INSTANTIATE_TEST_SUITE_P(Formats, DyadicLut, testing::ValuesIn(kDyadicLut), ParamName);
 
 }  // namespace
 }  // namespace qzil::test::model
