@@ -1,6 +1,6 @@
 // Every effect gives the same bytes at every CPU level, whatever the width, and writes nothing beside its region.
 
-#include "qzil/kernel/levels.h"
+#include "support/levels.h"
 #include "nets/scene.h"
 
 #include <gtest/gtest.h>
@@ -12,18 +12,8 @@ namespace {
 
 constexpr std::size_t kCanary = 64;
 
-class LevelGuard {
-public:
-    LevelGuard() : m_eLevel(kernel::ActiveCpuLevel()) {}
-    ~LevelGuard() { kernel::ForceCpuLevel(m_eLevel); }
-
-private:
-    kernel::CpuLevel m_eLevel;
-};
-
 /// Runs a scene into an output between canaries; the bytes with them.
-std::vector<unsigned char> RunBetweenCanaries(Scene const& scene, kernel::CpuLevel level) {
-    EXPECT_TRUE(kernel::ForceCpuLevel(level));
+std::vector<unsigned char> RunBetweenCanaries(Scene const& scene) {
     Images images(scene);
     auto const initial = Bytes(images.oOutput);
     std::vector<unsigned char> memory(initial.size() + 2 * kCanary, 0xA5);
@@ -41,13 +31,12 @@ std::vector<unsigned char> RunBetweenCanaries(Scene const& scene, kernel::CpuLev
 }
 
 void CompareLevels(Scene const& scene) {
-    auto const expected = RunBetweenCanaries(scene, kernel::CpuLevel::Baseline);
-    for (auto const level : {kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
-        if (level > kernel::HighestCpuLevel()) continue;
-        auto const actual = RunBetweenCanaries(scene, level);
-        ASSERT_EQ(DescribeDifference(expected, actual), "")
-            << scene.Describe() << " level " << static_cast<int>(level) << " against the baseline";
-    }
+    std::vector<unsigned char> expected;  // of the first level, the baseline
+    ForEachLevel([&] {
+        auto const actual = RunBetweenCanaries(scene);
+        if (expected.empty()) expected = actual;
+        ASSERT_EQ(DescribeDifference(expected, actual), "") << scene.Describe();
+    });
 }
 
 /// The variants of one effect, format and width: channels, mask, parameters and dominance drawn at random.
@@ -74,7 +63,6 @@ void CheckWidth(catalog::Entry const& entry, GUID const& format, int width, int 
 class LevelsNet : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(LevelsNet, EveryWidthGivesTheBytesOfTheBaseline) {
-    LevelGuard const guard;
     catalog::Entry const& entry = NetEffects()[GetParam()];
     Random random(GetParam() + 1);
     for (GUID const& format : entry.oFormats) {
