@@ -2,10 +2,7 @@
 
 #include "convert/convert_support.h"
 #include "model/scene.h"
-
-#include "qzil/kernel/levels.h"
-
-#include <sstream>
+#include "support/levels.h"
 
 namespace qzil::test::model {
 namespace {
@@ -51,37 +48,15 @@ ConvertJob RandomJob(Pair const& pair, bool filter, bool dither, std::uint64_t s
     return job;
 }
 
-/// Empty when the samples are equal, bit by bit (two NaN are equal), else the first difference.
-std::string Difference(GUID const& format, std::span<u8 const> expected, std::span<u8 const> actual) {
-    std::ostringstream text;
-    text.precision(9);
-    VisitType(GetChannelTypeFromFormat(format), [&](auto e) {
-        auto f = e;
-        for (std::size_t i = 0; i + sizeof e <= expected.size() && text.str().empty(); i += sizeof e) {
-            std::memcpy(&e, &expected[i], sizeof e);
-            std::memcpy(&f, &actual[i], sizeof e);
-            if (std::memcmp(&e, &f, sizeof e) == 0 || (e != e && f != f)) continue;
-            text << "sample " << i / sizeof e << ": expected " << +e << ", actual " << +f;
-        }
-    });
-    return text.str();
-}
-
-/// Runs a job at every CPU level.
 void ExpectModel(ConvertJob const& job) {
     auto const output = Bytes(job.oOutput);
     std::vector<u8> const before(output.begin(), output.end());
     auto const expected = ConvertModel(job);
-    auto const active = kernel::ActiveCpuLevel();
-    for (auto const level : {kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
-        if (level > kernel::HighestCpuLevel()) continue;
-        kernel::ForceCpuLevel(level);
+    ForEachLevel([&] {
         std::ranges::copy(before, output.begin());
         EXPECT_EQ(MakeEffect(job)->Execute(), 1) << job.Describe();
-        std::string const difference = Difference(FormatOf(job.oOutput.Get()), expected, output);
-        EXPECT_EQ(difference, "") << job.Describe() << " level " << static_cast<int>(level);
-    }
-    kernel::ForceCpuLevel(active);
+        EXPECT_EQ(SampleDifference(FormatOf(job.oOutput.Get()), expected, output), "") << job.Describe();
+    });
 }
 
 class ConvertPictures : public testing::TestWithParam<std::pair<Conversion, GUID>> {};

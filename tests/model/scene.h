@@ -166,6 +166,9 @@ private:
 
 void Configure(Scene const& scene, qzILImgProc& effect);
 
+/// Empty when samples are equal bit by bit (two NaN are), else the first that is not.
+std::string SampleDifference(GUID const& format, std::span<u8 const> expected, std::span<u8 const> actual);
+
 /// The effect must give the model's bytes, bit by bit (two NaN are equal). A scene in place is made anew afterwards.
 void ExpectModel(Scene& scene, qzILImgProc& effect, AnyModel const& model, std::string const& parameters = {},
                  Planes planes = Planes::Split);
