@@ -58,26 +58,16 @@ TEST(BadSetUp, AbsentImages) {
 
 TEST(BadSetUp, Regions) {
     constexpr int kMax = 0x7FFFFFFF;
-    struct {
-        qzILBbox2l oRoi;
-        qzILVector2l oOffset;
-    } const cases[] = {{{0, 0, 32, 32}, {0, 0}},
-                       {{0, 0, 16, 8}, {5, 3}},
-                       {{0, 0, 16, 8}, {-5, -3}},
-                       {{-4, -4, 30, 30}, {-2, -2}},
-                       {{100, 100, 16, 8}, {0, 0}},
-                       {{0, 0, 16, 8}, {1000, 1000}},
-                       {{0, 0, kMax, kMax}, {0, 0}},
-                       {{0, 0, -5, -5}, {0, 0}},
-                       {{3, 1, 5, 5}, {1, 1}},
-                       {{kMax, kMax, 16, 8}, {kMax, 0}},
-                       {{-kMax, -kMax, kMax, kMax}, {-kMax, -kMax}},
-                       {{0, 0, 0, 8}, {0, 0}}};
+    int const cases[][6] = {
+        {0, 0, 32, 32, 0, 0},     {0, 0, 16, 8, 5, 3},          {0, 0, 16, 8, -5, -3},
+        {-4, -4, 30, 30, -2, -2}, {100, 100, 16, 8, 0, 0},      {0, 0, 16, 8, 1000, 1000},
+        {0, 0, kMax, kMax, 0, 0}, {0, 0, -5, -5, 0, 0},         {3, 1, 5, 5, 1, 1},
+        {0, 0, 0, 8, 0, 0},       {kMax, kMax, 16, 8, kMax, 0}, {-kMax, -kMax, kMax, kMax, -kMax, -kMax}};
     ForSomeFormats([&](EffectClass const& effect, GUID const& format) {
-        for (auto const& [roi, offset] : cases) {
+        for (auto const& [x, y, width, height, offsetX, offsetY] : cases) {
             Case const run(effect, format);
-            run->SetROI(roi);
-            run->SetOutputOffset(offset);
+            run->SetROI({x, y, width, height});
+            run->SetOutputOffset({offsetX, offsetY});
             run.Run("region");
             run->SetOutputImg(run.oInput.Get());
             run.Run("region in place");

@@ -6,36 +6,28 @@
 namespace qzil::test::model {
 namespace {
 
+void ExpectBlend(Scene& scene, double alpha) {
+    qzILBlendImg effect;
+    effect.SetAlpha(alpha);
+    ExpectModel(scene, effect, BlendModel{alpha}, Text("alpha", alpha));
+}
+
 TEST(Blend, EqualsModel) {
     ForEachScene(kBlend, kMasked | kDyadic | kSpecials | kVideoMasks, [](Scene& scene) {
-        for (double const alpha : kAlphas) {
-            qzILBlendImg effect;
-            effect.SetAlpha(alpha);
-            ExpectModel(scene, effect, BlendModel{alpha}, Text("alpha", alpha));
-        }
+        for (double const alpha : kAlphas) ExpectBlend(scene, alpha);
     });
 }
 
 TEST(BlendBytes, EveryPairAtSeveralAlphas) {
-    Scene scene = Square(MFIF_RGBA_RAW_32);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oB.Get(), -1, [](int, int y, int) { return y; });
-    for (int a = 0; a < 256; a += 15) {
-        qzILBlendImg effect;
-        effect.SetAlpha(a / 255.0);
-        ExpectModel(scene, effect, BlendModel{a / 255.0}, Text("alpha", a / 255.0));
-    }
+    Scene scene = EveryPair(MFIF_RGBA_RAW_32);
+    for (int a = 0; a < 256; a += 15) ExpectBlend(scene, a / 255.0);
 }
 
 TEST(BlendBytes, EveryPassedValueThroughEveryMask) {
-    Scene scene = Square(MFIF_MONO_RAW_8, 16);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
+    Scene scene = EveryPair(MFIF_MONO_RAW_8, 16);
     for (int result : {0, 1, 63, 128, 200, 254, 255}) {
         FillBytes(scene.oB.Get(), -1, [&](int, int, int) { return result; });
-        qzILBlendImg effect;
-        effect.SetAlpha(1.0);
-        ExpectModel(scene, effect, BlendModel{1.0}, Text("result", result));
+        ExpectBlend(scene, 1.0);
     }
 }
 

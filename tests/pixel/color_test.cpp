@@ -8,23 +8,24 @@
 namespace qzil::test::model {
 namespace {
 
+void ExpectOverColor(Scene& scene, double opacity) {
+    for (qzILColor const& color : kColors) {
+        for (bool const premultiplied : {false, true}) {
+            qzILImgOverColor effect;
+            effect.SetBackgroundColor(color);
+            effect.SetForegroundOpacity(opacity);
+            effect.SetInputImgPremultiplied(premultiplied);
+            ExpectModel(scene, effect, ImgOverColorModel{color, premultiplied, opacity},
+                        Text(color) + Text("opacity", opacity) + (premultiplied ? "premultiplied" : ""), Planes::Whole);
+        }
+    }
+}
+
 TEST(ImgOverColor, EqualsModel) {
     ForEachScene(kImgOverColor, kMasked | kVideoMasks | kStandardModes, [](Scene& scene) {
-        for (qzILColor const& color : kColors) {
-            for (int i = 0; i < 8; ++i) {
-                double const opacity = std::array{0.0, 0.3, 254.0 / 255.0, 1.0}[static_cast<std::size_t>(i / 2)];
-                bool const premultiplied = i % 2;
-                // With an alpha plane, channel 8 alone leaves open what becomes of the colours.
-                if (IsFormatYCC(scene.oFormat) && scene.uMode == 8) continue;
-                qzILImgOverColor effect;
-                effect.SetBackgroundColor(color);
-                effect.SetForegroundOpacity(opacity);
-                effect.SetInputImgPremultiplied(premultiplied);
-                ExpectModel(scene, effect, ImgOverColorModel{color, premultiplied, opacity},
-                            Text(color) + Text("opacity", opacity) + (premultiplied ? "premultiplied" : ""),
-                            Planes::Whole);
-            }
-        }
+        // With an alpha plane, channel 8 alone leaves open what becomes of the colours.
+        if (IsFormatYCC(scene.oFormat) && scene.uMode == 8) return;
+        for (double const opacity : {0.0, 0.3, 254.0 / 255.0, 1.0}) ExpectOverColor(scene, opacity);
     });
 }
 
@@ -32,30 +33,22 @@ TEST(ImgOverColorBytes, EveryAlphaThroughEveryMask) {
     Scene scene = Square(MFIF_RGBA_RAW_32, 16);
     FillBytes(scene.oA.Get(), 3, [](int x, int, int) { return x; });
     FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
-    for (int i = 0; i < 8; ++i) {
-        double const opacity = std::array{1.0 / 255.0, 0.4, 254.0 / 255.0, 1.0}[static_cast<std::size_t>(i / 2)];
-        for (qzILColor const& color : kColors) {
-            qzILImgOverColor effect;
-            effect.SetBackgroundColor(color);
-            effect.SetForegroundOpacity(opacity);
-            effect.SetInputImgPremultiplied(i % 2);
-            ExpectModel(scene, effect, ImgOverColorModel{color, i % 2 != 0, opacity},
-                        Text(color) + Text("opacity", opacity));
-        }
+    for (double const opacity : {1.0 / 255.0, 0.4, 254.0 / 255.0, 1.0}) ExpectOverColor(scene, opacity);
+}
+
+void ExpectColorBlend(Scene& scene, qzILColor const& color) {
+    for (double const alpha : kAlphas) {
+        qzILColorBlendImg effect;
+        effect.SetBlendColor(color);
+        effect.SetAlpha(alpha);
+        ExpectModel(scene, effect, ColorBlendModel{color, alpha}, Text(color) + Text("alpha", alpha));
+        EXPECT_EQ(effect.GetBlendColor(), color);
     }
 }
 
 TEST(ColorBlend, EqualsModel) {
     ForEachScene(kColorBlend, kMasked | kVideoMasks, [](Scene& scene) {
-        for (qzILColor const& color : kColors) {
-            for (double const alpha : kAlphas) {
-                qzILColorBlendImg effect;
-                effect.SetBlendColor(color);
-                effect.SetAlpha(alpha);
-                ExpectModel(scene, effect, ColorBlendModel{color, alpha}, Text(color) + Text("alpha", alpha));
-                EXPECT_EQ(effect.GetBlendColor(), color);
-            }
-        }
+        for (qzILColor const& color : kColors) ExpectColorBlend(scene, color);
     });
 }
 
@@ -64,59 +57,38 @@ TEST(ColorBlendWords, EveryValue) {
          {MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, MFIF_RGBA_S2_14, MFIF_MONO_S2_14, MFIF_CbYCrY_S2_14}) {
         Scene scene = Square(format);
         FillAllWords(scene.oA.Get());
-        for (double const alpha : kAlphas) {
-            qzILColorBlendImg effect;
-            effect.SetBlendColor(kColors[1]);
-            effect.SetAlpha(alpha);
-            ExpectModel(scene, effect, ColorBlendModel{kColors[1], alpha}, Text("alpha", alpha));
-        }
+        ExpectColorBlend(scene, kColors[1]);
     }
 }
 
 TEST(ColorBlendBytes, EveryValueThroughEveryMask) {
-    Scene scene = Square(MFIF_RGBA_RAW_32, 16);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
-    for (double const alpha : kAlphas) {
-        qzILColorBlendImg effect;
-        effect.SetBlendColor(kColors[3]);
-        effect.SetAlpha(alpha);
-        ExpectModel(scene, effect, ColorBlendModel{kColors[3], alpha}, Text("alpha", alpha));
+    Scene scene = EveryPair(MFIF_RGBA_RAW_32, 16);
+    ExpectColorBlend(scene, kColors[3]);
+}
+
+void ExpectOutputAlpha(Scene& scene, unsigned mode) {
+    for (int reverse : {0, 1}) {
+        qzILOutputAlpha effect;
+        effect.SetShowReverseFlag(reverse);
+        effect.SetAlphaMode(mode);
+        ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, mode},
+                    Text("reverse", reverse) + Text("alpha mode", mode), Planes::Whole);
     }
 }
 
 TEST(OutputAlpha, EqualsModel) {
     ForEachScene(kOutputAlpha, kMasked | kStandardModes, [](Scene& scene) {
-        for (int reverse : {0, 1}) {
-            for (unsigned const mode : {1u, 2u, 3u}) {
-                qzILOutputAlpha effect;
-                effect.SetShowReverseFlag(reverse);
-                effect.SetAlphaMode(mode);
-                ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, mode},
-                            Text("reverse", reverse) + Text("alpha mode", mode), Planes::Whole);
-            }
-        }
+        for (unsigned const mode : {1u, 2u, 3u}) ExpectOutputAlpha(scene, mode);
     });
 }
 
 TEST(OutputAlphaWords, EveryAlpha) {
     for (GUID const& format : {MFIF_RGBA_S2_14, MFIF_CbYCrYA_S2_14}) {
-        for (int reverse : {0, 1}) {
-            Scene scene = Square(format);
-            if (format == MFIF_RGBA_S2_14) {
-                FillAllWords(scene.oA.Get());
-            } else {
-                auto const alpha = Bytes(scene.oA).subspan(4 * 65536);
-                for (std::size_t i = 0; i < 65536; ++i) {
-                    u16 const value = static_cast<u16>(i);
-                    std::memcpy(&alpha[2 * i], &value, 2);
-                }
-            }
-            qzILOutputAlpha effect;
-            effect.SetShowReverseFlag(reverse);
-            effect.SetAlphaMode(3);
-            ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, 3}, Text("reverse", reverse), Planes::Whole);
-        }
+        Scene scene = Square(format), words = Square(MFIF_MONO_S2_14);
+        FillAllWords(scene.oA.Get());
+        FillAllWords(words.oA.Get());
+        if (IsFormatYCC(format)) std::ranges::copy(Bytes(words.oA), Bytes(scene.oA).begin() + 4 * 65536);
+        ExpectOutputAlpha(scene, 3);
     }
 }
 
@@ -125,10 +97,7 @@ TEST(OutputAlphaBytes, LumaAtVideoLevels) {
     scene.Make();
     auto const alpha = Bytes(scene.oA).subspan(512);
     for (std::size_t i = 0; i < 256; ++i) alpha[i] = static_cast<u8>(i);
-    qzILOutputAlpha effect;
-    ExpectModel(scene, effect, OutputAlphaModel{false, 2}, {}, Planes::Whole);
-    EXPECT_EQ(Bytes(scene.oOut)[0], 16);
-    EXPECT_EQ(Bytes(scene.oOut)[510], 235);
+    ExpectOutputAlpha(scene, 2);
 }
 
 }  // namespace

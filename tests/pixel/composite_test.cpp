@@ -57,9 +57,7 @@ TEST(CopyOver, EqualsModel) {
 }
 
 TEST(CopyOverBytes, EveryPassedValueThroughEveryMask) {
-    Scene scene = Square(MFIF_MONO_RAW_8, 16);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
+    Scene scene = EveryPair(MFIF_MONO_RAW_8, 16);
     for (int b = 0; b < 256; b += 5) {
         FillBytes(scene.oB.Get(), -1, [&](int, int, int) { return b; });
         qzILCopyOverImg effect;

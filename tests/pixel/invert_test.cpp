@@ -29,9 +29,7 @@ TEST(InvertWords, EveryValueThroughEndsOfTheMask) {
 }
 
 TEST(InvertBytes, EveryValueThroughEveryMask) {
-    Scene scene = Square(MFIF_MONO_RAW_8, 16);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
+    Scene scene = EveryPair(MFIF_MONO_RAW_8, 16);
     qzILInvertImg effect;
     ExpectModel(scene, effect, InvertModel{});
 }

@@ -133,9 +133,7 @@ TEST(MinMask, EqualsModel) {
 }
 
 TEST(MinMaskBytes, EveryValueThroughEveryMask) {
-    Scene scene = Square(MFIF_RGBA_RAW_32, 16);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
+    Scene scene = EveryPair(MFIF_RGBA_RAW_32, 16);
     ForEachLevel([&] { Expect<qzILMinMaskImg>(scene, MinMaskModel{}); });
 }
 
@@ -200,14 +198,14 @@ int Questions() {
 }
 
 TEST(LogicInterrupt, IsAskedByLineOrByFrame) {
-    EXPECT_EQ(Questions<qzILAndImg>(), 1);
-    EXPECT_EQ(Questions<qzILOrImg>(), 1);
-    EXPECT_EQ(Questions<qzILXOrImg>(), 1);
-    EXPECT_EQ(Questions<qzILMinMaskImg>(), 1);
-    EXPECT_EQ(Questions<qzILMaxImg>(), 2);
-    EXPECT_EQ(Questions<qzILMinImg>(), 2);
-    EXPECT_EQ(Questions<qzILMonadicAndImg>(), 2);
-    EXPECT_EQ(Questions<qzILMonadicOrImg>(), 2);
+    for (int const asked :
+         {Questions<qzILAndImg>(), Questions<qzILOrImg>(), Questions<qzILXOrImg>(), Questions<qzILMinMaskImg>()}) {
+        EXPECT_EQ(asked, 1);
+    }
+    for (int const asked : {Questions<qzILMaxImg>(), Questions<qzILMinImg>(), Questions<qzILMonadicAndImg>(),
+                            Questions<qzILMonadicOrImg>()}) {
+        EXPECT_EQ(asked, 2);
+    }
 }
 
 }  // namespace

@@ -106,9 +106,7 @@ TEST(DyadicLut, EqualsModel) {
     };
     ForEachScene(kDyadicLut, kMasked | kDyadic, run);
     for (GUID const& format : kDyadicLut) {
-        Scene scene = Square(format);
-        FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-        FillBytes(scene.oB.Get(), -1, [](int, int y, int) { return y; });
+        Scene scene = EveryPair(format);
         run(scene);
     }
 }
