@@ -13,6 +13,16 @@ foreach(config RELEASE RELWITHDEBINFO)
   string(REPLACE "-O2" "-O3" CMAKE_CXX_FLAGS_${config} "${CMAKE_CXX_FLAGS_${config}}")
 endforeach()
 
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  set(QZIL_SANITIZED ON)
+endif()
+# Code around the library that compiles for minutes with sanitizers and optimizations, and runs for milliseconds.
+function(qzil_quick_to_compile target)
+  if(QZIL_SANITIZED AND NOT MSVC)
+    target_compile_options(${target} PRIVATE -O0 -g1)
+  endif()
+endfunction()
+
 # The CPU levels that row sources are compiled for.
 set(QZIL_LEVELS baseline)
 if(NOT MSVC AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")

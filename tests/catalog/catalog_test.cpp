@@ -117,37 +117,21 @@ TEST(Catalog, RefusedTextsAreSentences) {
     EXPECT_EQ(Refusal("composite", "alpha-mode", "or"),
               "composite: --alpha-mode is 'or', but takes one of zero, full, derived.");
     struct {
-        char const* pEffect;
-        char const* pParameter;
-        char const* pText;
+        char const *pEffect, *pParameter;
+        std::vector<char const*> oTexts;
     } const cases[] = {
-        {"blend", "alpha", ""},
-        {"blend", "alpha", "0.5x"},
-        {"blend", "alpha", "nan"},
-        {"blend", "alpha", "inf"},
-        {"blend", "alpha", "-0.001"},
-        {"over-color", "background", "0,0"},
-        {"over-color", "background", "0,0,0,0,0"},
-        {"over-color", "background", "0,0,1.01"},
-        {"over-color", "background", "0,,0"},
-        {"over-color", "background", "#12345"},
-        {"over-color", "background", "#12345g"},
-        {"over-color", "background", "#-12345"},
-        {"over-color", "background", "red"},
-        {"lut", "curve", "gamma:0"},
-        {"lut", "curve", "gamma:"},
-        {"lut", "curve", "gamma"},
-        {"lut", "curve", "posterize:1"},
-        {"lut", "curve", "posterize:2.5"},
-        {"lut", "curve", "0:0,0.5:2"},
-        {"lut", "curve", "0.5:0,0.5:1"},
-        {"lut", "curve", "1:0,0:1"},
-        {"lut", "curve", "0:0,"},
-        {"lut2", "rule", "divide"},
+        {"blend", "alpha", {"", "0.5x", "nan", "inf", "-0.001"}},
+        {"over-color", "background", {"0,0", "0,0,0,0,0", "0,0,1.01", "0,,0", "#12345", "#12345g", "#-12345", "red"}},
+        {"lut",
+         "curve",
+         {"gamma:0", "gamma:", "gamma", "posterize:1", "posterize:2.5", "0:0,0.5:2", "0.5:0,0.5:1", "1:0,0:1", "0:0,"}},
+        {"lut2", "rule", {"divide"}},
     };
-    for (auto const& c : cases) {
-        EXPECT_NE(Refusal(c.pEffect, c.pParameter, c.pText).find(" but takes "), std::string::npos)
-            << c.pEffect << " " << c.pParameter << " " << c.pText;
+    for (auto const& [effect, parameter, texts] : cases) {
+        for (char const* const text : texts) {
+            EXPECT_NE(Refusal(effect, parameter, text).find(" but takes "), std::string::npos)
+                << effect << " " << parameter << " " << text;
+        }
     }
 }
 

@@ -46,10 +46,6 @@ inline ConvertJob WholeJob(Conversion kind, GUID const& in, GUID const& out, int
 inline constexpr std::array kConversions{Conversion::Rgba, Conversion::ToYcc, Conversion::FromYcc, Conversion::ToHls,
                                          Conversion::FromHls};
 
-inline char const* NameOfConversion(Conversion kind) {
-    return std::array{"Rgba", "ToYcc", "FromYcc", "ToHls", "FromHls"}[static_cast<std::size_t>(kind)];
-}
-
 struct Pair {
     Conversion eKind;
     GUID oIn, oOut;

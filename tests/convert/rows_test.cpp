@@ -144,24 +144,21 @@ TEST(ConvertedColor, IsThatOfTheOutput) {
     }
 }
 
+// Where the term that is added is free, it still is the same each time.
 TEST(Dithering, RepeatsExactly) {
-    for (auto const& [kind, in, out] : {Pair{Conversion::Rgba, MFIF_RGBA_FLOAT, MFIF_RGBA_RAW_32},
-                                        Pair{Conversion::ToYcc, MFIF_RGBA_RAW_32, MFIF_CbYCrY_16},
-                                        Pair{Conversion::ToYcc, MFIF_RGBA_RAW_32, MFIF_CbYCrA_8_4444},
-                                        Pair{Conversion::FromYcc, MFIF_CbYCrY_FLOAT, MFIF_RGBA_RAW_32}}) {
-        ConvertJob job = WholeJob(kind, in, out, 40, 6);
-        FillRandom(job.oInput.Get(), 9);
-        auto const output = Bytes(job.oOutput);
-        ASSERT_EQ(MakeEffect(job)->Execute(), 1);
-        std::vector<u8> const plain(output.begin(), output.end());
-        job.bDither = true;
+    ConvertJob job = WholeJob(Conversion::ToYcc, MFIF_RGBA_RAW_32, MFIF_CbYCrA_8_4444, 40, 6);
+    FillRandom(job.oInput.Get(), 9);
+    std::vector<std::vector<u8>> results;
+    for (bool const dither : {false, true}) {
+        job.bDither = dither;
         auto const effect = MakeEffect(job);
-        ASSERT_EQ(effect->Execute(), 1);
-        std::vector<u8> const first(output.begin(), output.end());
-        EXPECT_NE(first, plain) << job.Describe();
-        ASSERT_EQ(effect->Execute(), 1);
-        EXPECT_EQ(DescribeDifference(first, output), "") << job.Describe();
+        for (int run = 0; run < 2; ++run) {
+            ASSERT_EQ(effect->Execute(), 1);
+            results.emplace_back(Bytes(job.oOutput).begin(), Bytes(job.oOutput).end());
+        }
     }
+    EXPECT_EQ(results[2], results[3]);
+    EXPECT_NE(results[0], results[2]);
 }
 
 }  // namespace

@@ -95,16 +95,9 @@ struct Shape {
 
 TEST(Bitmap, BecomesAnImage) {
     qzILBbox2l const regions[] = {{0, 0, kWidth, kHeight}, {2, 1, 3, 3}, {-4, -1, 100, INT_MAX}, {6, 4, 1, 1}};
-    for (Shape const& shape : {Shape{8, 0, 40},
-                               {8, 256, 40},
-                               {8, 17, 40},
-                               {8, 1, 124},
-                               {16, 0, 40},
-                               {16, 12, 108},
-                               {24, 0, 40},
-                               {24, 256, 44},
-                               {32, 0, 40},
-                               {32, 3, 40}}) {
+    Shape const shapes[] = {{8, 0, 40},    {8, 256, 40}, {8, 17, 40},   {8, 1, 124}, {16, 0, 40},
+                            {16, 12, 108}, {24, 0, 40},  {24, 256, 44}, {32, 0, 40}, {32, 3, 40}};
+    for (Shape const& shape : shapes) {
         for (int width : {kWidth, kWidth + 1, kWidth + 2, 1}) {
             Bitmap const bitmap(width, kHeight, shape.iBits, shape.uColors, shape.uHeadSize);
             std::vector<char> memory = bitmap.Memory();

@@ -29,4 +29,12 @@ inline Scene Square(GUID const& format, XFImageChannel mask = 0, unsigned mode =
     return scene;
 }
 
+/// Every value of A through every value of the mask, or of B without a mask.
+inline Scene EveryPair(GUID const& format, XFImageChannel mask = 0) {
+    Scene scene = Square(format, mask);
+    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+    FillBytes(mask ? scene.oMask.Get() : scene.oB.Get(), -1, [](int, int y, int) { return y; });
+    return scene;
+}
+
 }  // namespace qzil::test::model

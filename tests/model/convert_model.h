@@ -7,9 +7,9 @@
 
 #include "qzil/image/color.h"
 #include "qzil/image/core_values.h"
+#include "qzil/transform/numeric/random_number.h"
 
 #include <array>
-#include <bit>
 #include <cstring>
 #include <string>
 
@@ -32,31 +32,6 @@ struct ConvertJob {
 
 /// The bytes that the output must hold afterwards.
 std::vector<u8> ConvertModel(ConvertJob const& job);
-
-/// The uniform numbers that dithering draws, from 0 to below 1 (Park and Miller, shuffled by Bays and Durham).
-class Draws {
-public:
-    explicit Draws(int seed) : m_iSeed(seed) {
-        for (int j = 39; j >= 0; --j) {
-            Step();
-            if (j < 32) m_piTable[static_cast<std::size_t>(j)] = m_iSeed;
-        }
-        m_iLast = m_piTable[0];
-    }
-    float Next() {
-        Step();
-        i64& entry = m_piTable[static_cast<std::size_t>(m_iLast / 67108864)];
-        m_iLast = entry;
-        entry = m_iSeed;
-        return std::min(static_cast<float>(m_iLast) * std::bit_cast<float>(0x30000000), 0.99999988f);
-    }
-
-private:
-    void Step() { m_iSeed = 16807 * m_iSeed % 2147483647; }
-
-    i64 m_iSeed, m_iLast = 0;
-    std::array<i64, 32> m_piTable{};
-};
 
 enum class Depth { Byte, Word, Fixed, Real };
 Depth DepthOf(GUID const& format);
@@ -100,7 +75,7 @@ struct LineJob {
     Samples& oOut;
     int iInX, iInY, iOutX, iOutY, iWidth;
     bool bFilter, bDither;
-    Draws& oDraws;
+    qzILRandomNumber& oDraws;  ///< from 0 to below 1
 };
 
 void RgbaLine(LineJob const& line);

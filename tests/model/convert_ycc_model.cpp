@@ -65,7 +65,7 @@ void ByteToYccLine(LineJob const& line) {
     ByteToYcc const& k = kByteToYcc[IsFormat709(out)][IsFormatVideoLevels(line.oIn.Format())];
     i64 carried[3] = {};
     for (i64& carry : carried) {
-        if (line.bDither) carry = static_cast<i64>(line.oDraws.Next() * 65536.0f);
+        if (line.bDither) carry = static_cast<i64>(line.oDraws.Uniform() * 65536.0f);
     }
     // The carried part takes the place of the half that rounds.
     auto const sum = [&](Pixel const& p, i64 const(&row)[3], i64 offset, i64& carry) {
@@ -209,7 +209,7 @@ void FromYccLine(LineJob const& line) {
     ByteFromYcc const& integer = kByteFromYcc[IsFormat709(in)][IsFormatVideoLevels(out)];
     Pixel errors{};
     for (float& error : errors) {
-        if (dither) error = line.oDraws.Next() - 0.5f;
+        if (dither) error = line.oDraws.Uniform() - 0.5f;
     }
     for (int i = 0; i < (line.iWidth & ~1); ++i) {
         int const x = line.iInX + i;

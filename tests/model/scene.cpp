@@ -56,33 +56,59 @@ T MaskSample(Random& random) {
     return static_cast<T>(random.Below(static_cast<int>(One<T>()) + 1));
 }
 
+/// Mask values of a line.
 template <class T>
-std::string Compare(Scene const& scene, std::span<unsigned char const> expected,
-                    std::span<unsigned char const> actual) {
-    auto const load = [](std::span<unsigned char const> bytes, std::size_t i) {
+std::vector<T> MaskLine(Scene const& scene, int y) {
+    std::vector<T> values;
+    if (!scene.oMask) return values;
+    PlainLayout const layout(scene.oMask.Get());
+    auto const bytes = Bytes(scene.oMask);
+    auto const channel = scene.uMask == 16 ? 0 : std::bit_width(scene.uMask) - 1;
+    for (int x = 0; x < scene.iWidth; ++x) {
         T value;
-        std::memcpy(&value, &bytes[i * sizeof(T)], sizeof(T));
-        return value;
-    };
-    for (std::size_t i = 0; i < expected.size() / sizeof(T); ++i) {
-        T const e = load(expected, i), f = load(actual, i);
-        if (std::memcmp(&e, &f, sizeof(T)) == 0 || (e != e && f != f)) continue;
-        std::size_t const width = static_cast<std::size_t>(scene.iWidth);
-        std::size_t const samples = PlainLayout(scene.oA.Get()).PixelStep() / sizeof(T);
-        std::size_t const colours = width * samples * static_cast<std::size_t>(scene.iHeight);
-        bool const alpha = i >= colours;
-        std::size_t const place = alpha ? i - colours : i, step = alpha ? 1 : samples;
-        std::ostringstream text;
-        text.precision(9);
-        text << (alpha ? "alpha plane" : "colour") << " memory row " << place / (width * step) << " x "
-             << place / step % width << " sample " << place % step << ": expected " << +e << ", actual " << +f
-             << "; pixel of A:";
-        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oA), i - place % step + c);
-        text << ", of B:";
-        for (std::size_t c = 0; c < step; ++c) text << ' ' << +load(Bytes(scene.oB), i - place % step + c);
-        return text.str();
+        std::memcpy(&value, &bytes[layout.Pixel(x, y)] + static_cast<std::size_t>(channel) * sizeof(T), sizeof(T));
+        values.push_back(value);
     }
-    return {};
+    return values;
+}
+
+/// Sends every line of a scene through a model, over the bytes that the output holds before.
+template <class T>
+void RunModel(Scene const& scene, AnyModel const& model, std::span<unsigned char> out, Planes planes) {
+    std::vector<unsigned char> const a(Bytes(scene.oA).begin(), Bytes(scene.oA).end());
+    std::vector<unsigned char> const b(Bytes(scene.oB).begin(), Bytes(scene.oB).end());
+    auto const& p = scene.bDominantB ? b : a;
+    PlainLayout const layout(scene.oA.Get());
+    GUID const& format = scene.oFormat;
+    auto const at = [](auto& bytes, std::size_t place) { return reinterpret_cast<T*>(&bytes[place]); };
+    auto const in = [](auto& bytes, std::size_t place) { return reinterpret_cast<T const*>(&bytes[place]); };
+    auto const copy = [](Line<T> const& line) { std::copy_n(line.pP, line.iWidth * line.Samples(), line.pOut); };
+    for (int y = 0; y < scene.iHeight; ++y) {
+        auto const mask = MaskLine<T>(scene, y);
+        // Split fields are walked in memory order, the mask line by line.
+        std::size_t const c = IsFormatSplitField(format)
+                                  ? static_cast<std::size_t>(y * scene.iWidth) * layout.PixelStep()
+                                  : layout.Pixel(0, y);
+        Kind const kind = IsFormatYCC(format) ? Kind::Video : IsFormatMono(format) ? Kind::Mono : Kind::Rgba;
+        Line<T> line{kind,     format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, c),
+                     in(b, c), in(p, c), nullptr,      nullptr,     at(out, c),       nullptr};
+        if (!mask.empty()) line.pMask = mask.data();
+        if (!layout.HasAlphaPlane()) {
+            model(line);
+            continue;
+        }
+        std::size_t const s = layout.Alpha(0, y);
+        Line<T> alpha{Kind::Mono, format,   scene.iWidth, scene.uMode, scene.bDominantB, in(a, s),
+                      in(b, s),   in(p, s), line.pMask,   nullptr,     at(out, s),       nullptr};
+        if (planes == Planes::Whole) {
+            line.pAlphaIn = alpha.pP;
+            line.pAlphaOut = alpha.pOut;
+            model(line);
+        } else {
+            scene.uMode & 7 ? model(line) : copy(line);
+            scene.uMode & 8 ? model(alpha) : copy(alpha);
+        }
+    }
 }
 
 }  // namespace
@@ -139,12 +165,49 @@ void Scene::Make() {
     FillMask(oMask.Get(), uSeed * 4 + 3);
 }
 
-std::string Difference(Scene const& before, std::span<unsigned char const> expected,
-                       std::span<unsigned char const> actual) {
-    std::string text;
-    VisitType(GetChannelTypeFromFormat(before.oFormat),
-              [&](auto zero) { text = Compare<decltype(zero)>(before, expected, actual); });
-    return text;
+void Configure(Scene const& scene, qzILImgProc& effect) {
+    if (auto* const dyadic = dynamic_cast<qzILDyadicImgProc*>(&effect)) {
+        dyadic->SetInputImgA(scene.oA.Get());
+        dyadic->SetInputImgB(scene.oB.Get());
+        dyadic->SetDominantInput(scene.Dominant());
+    } else {
+        dynamic_cast<qzILMonadicImgProc&>(effect).SetInputImg(scene.oA.Get());
+    }
+    effect.SetOutputImg(scene.Output());
+    effect.SetProcessingMode(scene.uMode);
+    effect.SetMask({0, 0, scene.iWidth, scene.iHeight}, scene.oMask.Get(), scene.oMask ? scene.uMask : 16u);
+}
+
+void ExpectModel(Scene& scene, qzILImgProc& effect, AnyModel const& model, std::string const& parameters,
+                 Planes planes) {
+    Configure(scene, effect);
+    VisitType(GetChannelTypeFromFormat(scene.oFormat), [&](auto zero) {
+        using T = decltype(zero);
+        auto const output = Bytes(scene.Output());
+        std::vector<unsigned char> expected(output.begin(), output.end());
+        RunModel<T>(scene, model, expected, planes);
+        auto const what = [&] {
+            return std::string(effect.GetActualClassName()) + ' ' + scene.Describe() + ' ' + parameters;
+        };
+        ASSERT_EQ(effect.Execute(), 1) << what();
+        EXPECT_EQ(SampleDifference(scene.oFormat, expected, output), "") << what();
+    });
+    if (scene.iInPlace) scene.Make();
+}
+
+std::string SampleDifference(GUID const& format, std::span<u8 const> expected, std::span<u8 const> actual) {
+    std::ostringstream text;
+    text.precision(9);
+    VisitType(GetChannelTypeFromFormat(format), [&](auto e) {
+        auto f = e;
+        for (std::size_t i = 0; i + sizeof e <= expected.size() && text.str().empty(); i += sizeof e) {
+            std::memcpy(&e, &expected[i], sizeof e);
+            std::memcpy(&f, &actual[i], sizeof e);
+            if (std::memcmp(&e, &f, sizeof e) == 0 || (e != e && f != f)) continue;
+            text << "sample " << i / sizeof e << ": expected " << +e << ", actual " << +f;
+        }
+    });
+    return text.str();
 }
 
 std::string Scene::Describe() const {

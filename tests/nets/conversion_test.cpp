@@ -6,8 +6,8 @@
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/sink.h"
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/levels.h"
 #include "support/allocation_hook.h"
+#include "support/levels.h"
 
 #include <gtest/gtest.h>
 
@@ -20,59 +20,17 @@ using catalog::Conversions;
 using catalog::Entry;
 using catalog::FormatPair;
 
-/// One call of a conversion.
-struct Call {
-    Entry const* pEntry;
-    FormatPair oPair;
-    qzILVector2l oInputSize, oOutputSize;
-    qzILBbox2l oRoi;
-    qzILVector2l oOffset;
-    unsigned uMode = 15;
-    std::vector<catalog::Value> oValues;
-    qzILColor oDefaultColor;
-    std::uint64_t uSeed = 1;
-
-    std::string Describe() const {
-        return pEntry->sName + " from " + NameOf(oPair.oFrom) + " to " + NameOf(oPair.oTo) + " seed " +
-               std::to_string(uSeed);
-    }
-};
-
-struct Pictures {
-    std::vector<Ref<IXFImage>> oInputs;
-    Ref<IXFImage> oOutput;
-
-    explicit Pictures(Call const& call)
-        : oOutput(MakeRandomImage(call.oPair.oTo, call.oOutputSize.x, call.oOutputSize.y, 77)) {
-        for (std::size_t i = 0; i < call.pEntry->oInputs.size(); ++i) {
-            oInputs.push_back(MakeRandomImage(call.oPair.oFrom, call.oInputSize.x, call.oInputSize.y, call.uSeed + i));
-        }
-    }
-};
-
-catalog::Instance Prepare(Call const& call, Pictures const& pictures) {
-    catalog::Instance instance = call.pEntry->Make();
-    for (std::size_t i = 0; i < pictures.oInputs.size(); ++i) instance.SetInput(i, pictures.oInputs[i].Get());
-    for (std::size_t i = 0; i < call.oValues.size(); ++i) instance.Set(i, call.oValues[i]);
-    qzILImgProc& effect = instance.Effect();
-    effect.SetOutputImg(pictures.oOutput.Get());
-    effect.SetROI(call.oRoi);
-    effect.SetOutputOffset(call.oOffset);
-    effect.SetProcessingMode(call.uMode);
-    effect.SetDefaultColor(call.oDefaultColor);
-    return instance;
+Scene Plain(Entry const& entry, FormatPair const& pair, int width, int height) {
+    Scene scene = PlainScene(entry, pair.oFrom, width, height);
+    scene.oOutputFormat = pair.oTo;
+    scene.uMode = 15;
+    return scene;
 }
 
-Ref<IXFImage> Converted(Call const& call) {
-    Pictures const pictures(call);
-    EXPECT_EQ(Prepare(call, pictures).Effect().Execute(), 1) << call.Describe();
-    return pictures.oOutput;
-}
-
-Call Plain(Entry const& entry, FormatPair const& pair, int width, int height) {
-    Call call{&entry, pair, {width, height}, {width, height}, {0, 0, width, height}, {0, 0}, 15, {}, {}};
-    for (catalog::Parameter const& parameter : entry.oParameters) call.oValues.push_back(parameter.oDefault);
-    return call;
+Ref<IXFImage> Converted(Scene const& scene) {
+    Images const images(scene);
+    EXPECT_EQ(Prepare(scene, images).Effect().Execute(), 1) << scene.Describe();
+    return images.oOutput;
 }
 
 template <class F>
@@ -82,17 +40,6 @@ void ForEveryPair(F f) {
             if (!entry.bUpdates) f(entry, pair);
         }
     }
-}
-
-/// A pixel with its alpha, wherever that lies.
-std::vector<unsigned char> PixelAt(qzILImageHelper const& image, int x, int y) {
-    unsigned char const* const color = image.GetPixelPtr(x, y);
-    std::vector<unsigned char> bytes(color, color + image.m_iPixelStep);
-    if (image.m_iSeparateAlpha) {
-        unsigned char const* const alpha = image.GetAlphaPtr(x, y);
-        bytes.insert(bytes.end(), alpha, alpha + image.m_iAlphaPixelStep);
-    }
-    return bytes;
 }
 
 bool IsPairs(GUID const& format) {
@@ -106,44 +53,37 @@ TEST(ConversionNet, RegionOffsetFieldsAndDefaultColour) {
     ForEveryPair([&](Entry const& entry, FormatPair const& pair) {
         bool const split = IsFormatSplitField(pair.oFrom) || IsFormatSplitField(pair.oTo);
         bool const video = IsFormatYCC(pair.oFrom) || IsFormatYCC(pair.oTo);
-        Call call = Plain(entry, pair, 2 * random.Between(4, 12), random.Between(6, 12));
-        call.uSeed = random.Next() % 1000;
-        call.oDefaultColor = qzILColor(0.25, 0.5, 0.75, 0.125);
+        Scene scene = Plain(entry, pair, 2 * random.Between(4, 12), random.Between(6, 12));
+        scene.uSeed = random.Next() % 1000;
+        scene.oDefaultColor = qzILColor(0.25, 0.5, 0.75, 0.125);
+        Ref<IXFImage> const full = Converted(scene);
         if (!split) {
             int const x = random.Below(3) * 2, y = random.Below(3);
-            call.oOutputSize = {call.oInputSize.x + 2 * random.Below(4), call.oInputSize.y + random.Below(4)};
-            call.oRoi = {x, y, call.oInputSize.x - x, call.oInputSize.y - y};
+            scene.oOutputSize = {scene.oSizeA.x + 2 * random.Below(4), scene.oSizeA.y + random.Below(4)};
+            scene.oRoi = {x, y, scene.oSizeA.x - x, scene.oSizeA.y - y};
             // A region that leaves its input is for graphics formats only.
-            if (!video && random.OneIn(2)) call.oRoi = {x - 2, y - 1, call.oInputSize.x - 2, call.oInputSize.y - 2};
-            call.oOffset = {2 * random.Below((call.oOutputSize.x - call.oRoi.Size.x) / 2 + 1),
-                            random.Below(call.oOutputSize.y - call.oRoi.Size.y + 1)};
-            call.uMode = 15u + 0x100u * static_cast<unsigned>(random.Below(3));
+            if (!video && random.OneIn(2)) scene.oRoi = {x - 2, y - 1, scene.oSizeA.x - 2, scene.oSizeA.y - 2};
+            scene.oOutputOffset = {2 * random.Below((scene.oOutputSize.x - scene.oRoi.Size.x) / 2 + 1),
+                                   random.Below(scene.oOutputSize.y - scene.oRoi.Size.y + 1)};
+            scene.uMode = 15u + 0x100u * static_cast<unsigned>(random.Below(3));
         }
-        Pictures const pictures(call);
-        catalog::Instance instance = Prepare(call, pictures);
+        Images const images(scene), before(scene);
+        catalog::Instance instance = Prepare(scene, images);
         ASSERT_EQ(instance.Effect().Verify(), 1)
-            << call.Describe() << ErrorSentence(entry, instance.Effect().GetLastError());
-        ASSERT_EQ(instance.Effect().Execute(), 1) << call.Describe();
-
-        Call whole = Plain(entry, pair, call.oInputSize.x, call.oInputSize.y);
-        whole.uSeed = call.uSeed;
-        Ref<IXFImage> const full = Converted(whole), before = Pictures(call).oOutput,
-                            filled = MakeImage(pair.oTo, 2, 1);
-        qzILFillImageWithColor(filled.Get(), call.oDefaultColor, 15, nullptr, nullptr);
-        qzILImageHelper const expected(full.Get()), untouched(before.Get()), actual(pictures.oOutput.Get()),
+            << scene.Describe() << ErrorSentence(entry, instance.Effect().GetLastError());
+        ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+        Ref<IXFImage> const filled = Filled(scene);
+        qzILImageHelper const expected(full.Get()), untouched(before.oOutput.Get()), actual(images.oOutput.Get()),
             colour(filled.Get());
-        qzILBbox2l const region(call.oOffset.x, call.oOffset.y, call.oRoi.Size.x, call.oRoi.Size.y);
-        for (int y = 0; y < call.oOutputSize.y; ++y) {
-            for (int x = 0; x < call.oOutputSize.x; ++x) {
-                int const fromX = x - call.oOffset.x + call.oRoi.Origin.x,
-                          fromY = y - call.oOffset.y + call.oRoi.Origin.y;
-                bool const inRegion = !region.Intersect({x, y, 1, 1}).IsEmpty() && !SkipsLine(call.uMode, y);
-                bool const inInput =
-                    !qzILBbox2l(0, 0, call.oInputSize.x, call.oInputSize.y).Intersect({fromX, fromY, 1, 1}).IsEmpty();
-                std::vector<unsigned char> const pixel = !inRegion ? PixelAt(untouched, x, y)
-                                                         : inInput ? PixelAt(expected, fromX, fromY)
-                                                                   : PixelAt(colour, x & 1, 0);
-                ASSERT_EQ(PixelAt(actual, x, y), pixel) << call.Describe() << " pixel " << x << ',' << y;
+        qzILVector2l const shift = scene.oRoi.Origin - scene.oOutputOffset;
+        qzILBbox2l const region(scene.oOutputOffset.x, scene.oOutputOffset.y, scene.oRoi.Size.x, scene.oRoi.Size.y);
+        for (int y = 0; y < scene.oOutputSize.y; ++y) {
+            for (int x = 0; x < scene.oOutputSize.x; ++x) {
+                int const fromX = x + shift.x, fromY = y + shift.y;
+                Pixel const pixel = !Covers(region, x, y) || SkipsLine(scene.uMode, y) ? PixelAt(untouched, x, y)
+                                    : Covers(scene.Dominant(), fromX, fromY)           ? PixelAt(expected, fromX, fromY)
+                                                                                       : PixelAt(colour, x, y);
+                ASSERT_EQ(PixelAt(actual, x, y), pixel) << scene.Describe() << " pixel " << x << ',' << y;
             }
         }
     });
@@ -152,15 +92,12 @@ TEST(ConversionNet, RegionOffsetFieldsAndDefaultColour) {
 TEST(ConversionNet, CpuLevelsAndRepetitionsAgree) {
     Random random(5);
     ForEveryPair([&](Entry const& entry, FormatPair const& pair) {
-        Call call = Plain(entry, pair, random.Between(1, 700), 3);
-        if (IsFormatSplitField(pair.oFrom) || IsFormatSplitField(pair.oTo)) call = Plain(entry, pair, 642, 4);
-        call.oValues = RandomValues(entry, random);
-        Ref<IXFImage> const expected = Converted(call);
-        for (auto const level : {kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
-            if (!kernel::ForceCpuLevel(level)) continue;
-            ASSERT_EQ(DescribeDifference(Bytes(expected), Bytes(Converted(call))), "") << call.Describe();
-        }
-        kernel::ForceCpuLevel(kernel::HighestCpuLevel());
+        Scene scene = Plain(entry, pair, random.Between(1, 700), 3);
+        if (IsFormatSplitField(pair.oFrom) || IsFormatSplitField(pair.oTo)) scene = Plain(entry, pair, 642, 4);
+        scene.oValues = RandomValues(entry, random);
+        Ref<IXFImage> const expected = Converted(scene);
+        ForEachLevel(
+            [&] { ASSERT_EQ(DescribeDifference(Bytes(expected), Bytes(Converted(scene))), "") << scene.Describe(); });
     });
 }
 
@@ -175,16 +112,16 @@ TEST(ConversionNet, LargeFramesEqualTheirStrips) {
             return one.oFrom == pair.oFrom && one.oTo == pair.oTo;
         });
         if (!chosen) return;
-        Call const call = Plain(entry, pair, kWidth, kHeight);
-        Ref<IXFImage> const whole = Converted(call);
-        Pictures const strips(call);
+        Scene const scene = Plain(entry, pair, kWidth, kHeight);
+        Ref<IXFImage> const whole = Converted(scene);
+        Images const strips(scene);
         for (int y = 0; y < kHeight; y += kStrip) {
-            Call strip = call;
+            Scene strip = scene;
             strip.oRoi = {0, y, kWidth, kStrip};
-            strip.oOffset = {0, y};
-            ASSERT_EQ(Prepare(strip, strips).Effect().Execute(), 1) << call.Describe();
+            strip.oOutputOffset = {0, y};
+            ASSERT_EQ(Prepare(strip, strips).Effect().Execute(), 1) << scene.Describe();
         }
-        ASSERT_EQ(DescribeDifference(Bytes(whole), Bytes(strips.oOutput)), "") << call.Describe();
+        ASSERT_EQ(DescribeDifference(Bytes(whole), Bytes(strips.oOutput)), "") << scene.Describe();
     });
 }
 
@@ -199,19 +136,15 @@ TEST(ConversionNet, ExecuteSurvivesWhatVerifyRefuses) {
                 entry.oPairs[static_cast<std::size_t>(random.Below(static_cast<int>(entry.oPairs.size())))];
             if (random.OneIn(3)) pair.oTo = formats[static_cast<std::size_t>(random.Below(89))].oFormat;
             if (random.OneIn(4)) pair.oFrom = formats[static_cast<std::size_t>(random.Below(89))].oFormat;
-            Call call = Plain(entry, pair, random.Between(1, 40), random.Between(1, 9));
-            call.oOutputSize = {random.Between(1, 40), random.Between(1, 9)};
-            call.oRoi = {random.Between(-9, 9), random.Between(-9, 9), random.Between(-2, 50), random.Between(-2, 20)};
-            call.oOffset = {random.Between(-9, 30), random.Between(-9, 9)};
-            call.uMode = static_cast<unsigned>(random.Below(16) | random.Below(4) << 8);
-            call.oValues = RandomValues(entry, random);
-            Pictures const pictures(call);
-            if (!pictures.oOutput) continue;
-            if (random.OneIn(9)) {
-                call.oPair = pair;
-                Prepare(call, pictures).Effect().SetOutputImg(nullptr);
-            }
-            Prepare(call, pictures).Effect().Execute();
+            Scene scene = Plain(entry, pair, random.Between(1, 40), random.Between(1, 9));
+            scene.oOutputSize = {random.Between(1, 40), random.Between(1, 9)};
+            scene.oRoi = {random.Between(-9, 9), random.Between(-9, 9), random.Between(-2, 50), random.Between(-2, 20)};
+            scene.oOutputOffset = {random.Between(-9, 30), random.Between(-9, 9)};
+            scene.uMode = static_cast<unsigned>(random.Below(16) | random.Below(4) << 8);
+            scene.oValues = RandomValues(entry, random);
+            Images images(scene);
+            if (random.OneIn(9)) images.oOutput.Reset();
+            Prepare(scene, images).Effect().Execute();
         }
     }
 }
@@ -220,21 +153,21 @@ int s_iPolls = 0;
 
 TEST(ConversionNet, AnInterruptEndsWithSuccessAndWholeLines) {
     ForEveryPair([&](Entry const& entry, FormatPair const& pair) {
-        Call const call = Plain(entry, pair, 22, 8);
-        Ref<IXFImage> const full = Converted(call);
-        Pictures const pictures(call), before(call);
-        catalog::Instance instance = Prepare(call, pictures);
+        Scene const scene = Plain(entry, pair, 22, 8);
+        Ref<IXFImage> const full = Converted(scene);
+        Images const images(scene), before(scene);
+        catalog::Instance instance = Prepare(scene, images);
         s_iPolls = 0;
         int volatile flag = 0;
         instance.Effect().SetInterruptFct([] { return ++s_iPolls >= 4 ? 1 : 0; }, &flag);
-        ASSERT_EQ(instance.Effect().Execute(), 1) << call.Describe();
-        qzILImageHelper const actual(pictures.oOutput.Get()), done(full.Get()), untouched(before.oOutput.Get());
+        ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+        qzILImageHelper const actual(images.oOutput.Get()), done(full.Get()), untouched(before.oOutput.Get());
         // Some never ask between lines. The others ask before the first line and behind each.
         bool const finished = s_iPolls < 4;
         for (int y = 0; y < 8; ++y) {
             qzILImageHelper const& expected = finished || y < 3 ? done : untouched;
             for (int x = 0; x < 22; ++x) {
-                ASSERT_EQ(PixelAt(actual, x, y), PixelAt(expected, x, y)) << call.Describe() << " line " << y;
+                ASSERT_EQ(PixelAt(actual, x, y), PixelAt(expected, x, y)) << scene.Describe() << " line " << y;
             }
         }
     });
@@ -242,11 +175,12 @@ TEST(ConversionNet, AnInterruptEndsWithSuccessAndWholeLines) {
 
 TEST(ConversionNet, NoMemoryIsNeeded) {
     ForEveryPair([&](Entry const& entry, FormatPair const& pair) {
-        Pictures const pictures(Plain(entry, pair, 64, 8));
-        catalog::Instance instance = Prepare(Plain(entry, pair, 64, 8), pictures);
+        Scene const scene = Plain(entry, pair, 64, 8);
+        Images const images(scene);
+        catalog::Instance instance = Prepare(scene, images);
         AllocationCounter const counter;
         ASSERT_EQ(instance.Effect().Execute(), 1);
-        EXPECT_EQ(counter.Bytes(), 0u) << entry.sName << ' ' << NameOf(pair.oFrom) << ' ' << NameOf(pair.oTo);
+        EXPECT_EQ(counter.Bytes(), 0u) << scene.Describe();
     });
 }
 
@@ -255,10 +189,10 @@ TEST(ConversionNet, AnOddLastPixelOfPairsIsNotWritten) {
     ForEveryPair([&](Entry const& entry, FormatPair const& pair) {
         if (IsFormatSplitField(pair.oFrom) || IsFormatSplitField(pair.oTo)) return;
         if (!IsPairs(pair.oFrom) && !IsPairs(pair.oTo)) return;
-        Call const call = Plain(entry, pair, 9, 2);
-        Ref<IXFImage> const result = Converted(call), before = Pictures(call).oOutput;
+        Scene const scene = Plain(entry, pair, 9, 2);
+        Ref<IXFImage> const result = Converted(scene), before = Images(scene).oOutput;
         qzILImageHelper const actual(result.Get()), untouched(before.Get());
-        ASSERT_EQ(PixelAt(actual, 8, 1), PixelAt(untouched, 8, 1)) << call.Describe();
+        ASSERT_EQ(PixelAt(actual, 8, 1), PixelAt(untouched, 8, 1)) << scene.Describe();
     });
 }
 

@@ -2,7 +2,6 @@
 // offset, mask rectangle, fields, dominance and default colour make of the effect's result on whole images.
 
 #include "nets/scene.h"
-#include "qzil/frame/image_utils.h"
 #include "qzil/image/image_helper.h"
 
 #include <gtest/gtest.h>
@@ -13,26 +12,9 @@
 namespace qzil::test {
 namespace {
 
-/// A pixel's bytes: its colour samples, and its alpha where that is a plane.
-struct Pixel {
-    unsigned char auBytes[20] = {};
-    bool operator==(Pixel const&) const = default;
-};
-
-Pixel PixelAt(qzILImageHelper const& helper, int x, int y) {
-    Pixel pixel;
-    std::memcpy(pixel.auBytes, helper.GetPixelPtr(x, y), static_cast<std::size_t>(helper.m_iPixelStep));
-    if (helper.m_iSeparateAlpha) std::memcpy(pixel.auBytes + 16, helper.GetAlphaPtr(x, y), helper.m_uChannelSize);
-    return pixel;
-}
-
 void PutPixel(qzILImageHelper const& helper, int x, int y, Pixel const& pixel) {
     std::memcpy(helper.GetPixelPtr(x, y), pixel.auBytes, static_cast<std::size_t>(helper.m_iPixelStep));
     if (helper.m_iSeparateAlpha) std::memcpy(helper.GetAlphaPtr(x, y), pixel.auBytes + 16, helper.m_uChannelSize);
-}
-
-bool Covers(qzILBbox2l const& box, int x, int y) {
-    return x >= box.Origin.x && y >= box.Origin.y && x < box.Origin.x + box.Size.x && y < box.Origin.y + box.Size.y;
 }
 
 /// An image of the canvas's size that holds the pixels of `source`, which lies at `place` in region coordinates.
@@ -71,13 +53,6 @@ Ref<IXFImage> WholeResult(Scene const& scene, Images const& images, std::uint64_
     catalog::Instance instance = Prepare(whole, wholeImages);
     EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
     return wholeImages.oOutput;
-}
-
-/// An image of the output's size in the default colour.
-Ref<IXFImage> Filled(Scene const& scene) {
-    Ref<IXFImage> image = MakeImage(scene.oFormat, scene.oOutputSize.x, scene.oOutputSize.y);
-    qzILFillImageWithColor(image.Get(), scene.oDefaultColor, 15, nullptr, nullptr);
-    return image;
 }
 
 void Check(Scene const& scene) {

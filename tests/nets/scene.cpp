@@ -1,9 +1,12 @@
 #include "nets/scene.h"
 
+#include "qzil/frame/image_utils.h"
 #include "qzil/image/format_relations.h"
+#include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 
 namespace qzil::test {
@@ -99,8 +102,8 @@ qzILBbox2l Scene::Other() const {
 
 std::string Scene::Describe() const {
     std::ostringstream text;
-    text << pEntry->sName << ' ' << NameOf(oFormat) << " seed " << uSeed << " mode " << std::hex << uMode << std::dec
-         << " a " << oSizeA.x << 'x' << oSizeA.y;
+    text << pEntry->sName << ' ' << NameOf(oFormat) << " to " << NameOf(OutputFormat()) << " seed " << uSeed << " mode "
+         << std::hex << uMode << std::dec << " a " << oSizeA.x << 'x' << oSizeA.y;
     if (HasB()) {
         text << " b " << oSizeB.x << 'x' << oSizeB.y << " at " << oInputOffset.x << ',' << oInputOffset.y
              << " dominant " << (bDominantB ? 'b' : 'a') << (bSameInputs ? " same image" : "");
@@ -134,7 +137,8 @@ Images::Images(Scene const& scene) {
         case Scene::InPlace::A: oOutput = oA; break;
         case Scene::InPlace::B: oOutput = oB; break;
         default:
-            oOutput = MakeRandomImage(scene.oFormat, scene.oOutputSize.x, scene.oOutputSize.y, scene.uSeed * 4 + 2);
+            oOutput =
+                MakeRandomImage(scene.OutputFormat(), scene.oOutputSize.x, scene.oOutputSize.y, scene.uSeed * 4 + 2);
     }
     if (scene.HasMask()) {
         oMask = MakeRandomImage(scene.oMaskFormat, scene.oMaskRect.Size.x, scene.oMaskRect.Size.y, scene.uSeed * 4 + 3);
@@ -144,12 +148,10 @@ Images::Images(Scene const& scene) {
 catalog::Instance Prepare(Scene const& scene, Images const& images) {
     catalog::Instance instance = scene.pEntry->Make();
     qzILImgProc& effect = instance.Effect();
-    instance.SetInput(0, images.oA.Get());
-    if (scene.HasB()) {
-        instance.SetInput(1, images.oB.Get());
-        instance.SetInputOffset(scene.oInputOffset);
-        instance.SetDominant(scene.bDominantB);
-    }
+    for (std::size_t i = 0; i < scene.pEntry->oInputs.size(); ++i)
+        instance.SetInput(i, (i ? images.oB : images.oA).Get());
+    instance.SetInputOffset(scene.oInputOffset);
+    instance.SetDominant(scene.bDominantB);
     for (std::size_t i = 0; i < scene.oValues.size(); ++i) instance.Set(i, scene.oValues[i]);
     effect.SetOutputImg(images.oOutput.Get());
     effect.SetROI(scene.oRoi);
@@ -158,6 +160,19 @@ catalog::Instance Prepare(Scene const& scene, Images const& images) {
     effect.SetDefaultColor(scene.oDefaultColor);
     effect.SetProcessingMode(scene.uMode);
     return instance;
+}
+
+Pixel PixelAt(qzILImageHelper const& helper, int x, int y) {
+    Pixel pixel;
+    std::memcpy(pixel.auBytes, helper.GetPixelPtr(x, y), static_cast<std::size_t>(helper.m_iPixelStep));
+    if (helper.m_iSeparateAlpha) std::memcpy(pixel.auBytes + 16, helper.GetAlphaPtr(x, y), helper.m_uChannelSize);
+    return pixel;
+}
+
+Ref<IXFImage> Filled(Scene const& scene) {
+    Ref<IXFImage> image = MakeImage(scene.OutputFormat(), scene.oOutputSize.x, scene.oOutputSize.y);
+    qzILFillImageWithColor(image.Get(), scene.oDefaultColor, 15, nullptr, nullptr);
+    return image;
 }
 
 GUID MaskFormatFor(GUID const& format, bool fourChannels) {

@@ -3,6 +3,8 @@
 #include "catalog/catalog.h"
 #include "support/picture.h"
 
+#include "qzil/image/image_helper.h"
+
 #include <string>
 #include <vector>
 
@@ -16,6 +18,7 @@ std::span<catalog::Entry const> NetEffects();
 struct Scene {
     catalog::Entry const* pEntry = nullptr;
     GUID oFormat{};
+    GUID oOutputFormat{};  ///< of conversions; GUID_NULL is that of the inputs
     qzILVector2l oSizeA, oSizeB, oOutputSize;
     qzILVector2l oInputOffset;
     bool bDominantB = false;
@@ -32,6 +35,7 @@ struct Scene {
     std::uint64_t uSeed = 1;  ///< of all pixels
 
     std::string Describe() const;
+    GUID OutputFormat() const { return oOutputFormat == GUID_NULL ? oFormat : oOutputFormat; }
     bool HasMask() const { return oMaskFormat != GUID_NULL; }
     /// A pixel does not depend on where its region begins. Recursive filters round differently behind another start, as
     /// running sums of floats do, and edges are looked for in the region alone.
@@ -52,6 +56,19 @@ struct Images {
 /// An effect with everything of a scene in it.
 catalog::Instance Prepare(Scene const& scene, Images const& images);
 
+/// A pixel's bytes: its colour samples, and its alpha where that is a plane.
+struct Pixel {
+    unsigned char auBytes[20] = {};
+    bool operator==(Pixel const&) const = default;
+};
+Pixel PixelAt(qzILImageHelper const& helper, int x, int y);
+
+inline bool Covers(qzILBbox2l const& box, int x, int y) {
+    return x >= box.Origin.x && y >= box.Origin.y && x < box.Origin.x + box.Size.x && y < box.Origin.y + box.Size.y;
+}
+/// An image of the output's size in the default colour.
+Ref<IXFImage> Filled(Scene const& scene);
+
 /// Formats whose channels cannot be selected one by one, and which take no mask.
 inline bool IsVideo(GUID const& format) {
     return IsFormatYCC(format);
@@ -61,7 +78,7 @@ inline bool HasPairs(GUID const& format) {
     return !IsFormatRGB(format) && !IsFormatMono(format);
 }
 
-/// A mask format of the channel type that a format's samples have.
+/// A mask format of the channel type that a format's samples have; GUID_NULL for types that masks do not have.
 GUID MaskFormatFor(GUID const& format, bool fourChannels);
 
 /// Random parameter values within their ranges, the ends among them; in the second form such that the effect takes in

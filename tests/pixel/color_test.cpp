@@ -8,154 +8,87 @@
 namespace qzil::test::model {
 namespace {
 
-class ImgOverColor : public testing::TestWithParam<GUID> {};
-
-TEST_P(ImgOverColor, EqualsModel) {
-    ForEachScene(GetParam(), kMasked | kVideoMasks | kStandardModes, [](Scene& scene) {
-        for (qzILColor const& color : kColors) {
-            for (int i = 0; i < 8; ++i) {
-                double const opacity = std::array{0.0, 0.3, 254.0 / 255.0, 1.0}[static_cast<std::size_t>(i / 2)];
-                bool const premultiplied = i % 2;
-                // With an alpha plane, channel 8 alone leaves open what becomes of the colours.
-                if (IsFormatYCC(scene.oFormat) && scene.uMode == 8) continue;
-                qzILImgOverColor effect;
-                effect.SetBackgroundColor(color);
-                effect.SetForegroundOpacity(opacity);
-                effect.SetInputImgPremultiplied(premultiplied);
-                if (scene.iInPlace) scene.Make();
-                ExpectModel(scene, effect, ImgOverColorModel{color, premultiplied, opacity},
-                            Text(color) + Text("opacity", opacity) + (premultiplied ? "premultiplied" : ""),
-                            Planes::Whole);
-            }
+void ExpectOverColor(Scene& scene, double opacity) {
+    for (qzILColor const& color : kColors) {
+        for (bool const premultiplied : {false, true}) {
+            qzILImgOverColor effect;
+            effect.SetBackgroundColor(color);
+            effect.SetForegroundOpacity(opacity);
+            effect.SetInputImgPremultiplied(premultiplied);
+            ExpectModel(scene, effect, ImgOverColorModel{color, premultiplied, opacity},
+                        Text(color) + Text("opacity", opacity) + (premultiplied ? "premultiplied" : ""), Planes::Whole);
         }
+    }
+}
+
+TEST(ImgOverColor, EqualsModel) {
+    ForEachScene(kImgOverColor, kMasked | kVideoMasks | kStandardModes, [](Scene& scene) {
+        // With an alpha plane, channel 8 alone leaves open what becomes of the colours.
+        if (IsFormatYCC(scene.oFormat) && scene.uMode == 8) return;
+        for (double const opacity : {0.0, 0.3, 254.0 / 255.0, 1.0}) ExpectOverColor(scene, opacity);
     });
 }
-INSTANTIATE_TEST_SUITE_P(Formats, ImgOverColor, testing::ValuesIn(kImgOverColor), ParamName);
 
 TEST(ImgOverColorBytes, EveryAlphaThroughEveryMask) {
     Scene scene = Square(MFIF_RGBA_RAW_32, 16);
     FillBytes(scene.oA.Get(), 3, [](int x, int, int) { return x; });
     FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
-    for (int i = 0; i < 8; ++i) {
-        double const opacity = std::array{1.0 / 255.0, 0.4, 254.0 / 255.0, 1.0}[static_cast<std::size_t>(i / 2)];
-        for (qzILColor const& color : kColors) {
-            qzILImgOverColor effect;
-            effect.SetBackgroundColor(color);
-            effect.SetForegroundOpacity(opacity);
-            effect.SetInputImgPremultiplied(i % 2);
-            ExpectModel(scene, effect, ImgOverColorModel{color, i % 2 != 0, opacity},
-                        Text(color) + Text("opacity", opacity));
-        }
+    for (double const opacity : {1.0 / 255.0, 0.4, 254.0 / 255.0, 1.0}) ExpectOverColor(scene, opacity);
+}
+
+void ExpectColorBlend(Scene& scene, qzILColor const& color) {
+    for (double const alpha : kAlphas) {
+        qzILColorBlendImg effect;
+        effect.SetBlendColor(color);
+        effect.SetAlpha(alpha);
+        ExpectModel(scene, effect, ColorBlendModel{color, alpha}, Text(color) + Text("alpha", alpha));
+        EXPECT_EQ(effect.GetBlendColor(), color);
     }
 }
 
-TEST(ImgOverColor, MaskOnByteVideoWritesNothing) {
-    for (GUID const& format : kFrames422 + kAlternateA24) {
-        Scene scene{.oFormat = format, .uMask = 16};
-        scene.Make();
-        qzILImgOverColor effect;
-        ExpectModel(
-            scene, effect, [](auto const&) {}, {}, Planes::Whole);
-    }
-}
-
-TEST(ImgOverColor, OddWidthLeavesTheLastPixel) {
-    Scene scene{.oFormat = MFIF_CbYCrYA_24, .iWidth = 5, .iHeight = 1};
-    scene.Make();
-    std::ranges::fill(Bytes(scene.oOut), u8{0xEE});
-    FillBytes(scene.oA.Get(), -1, [](int, int, int) { return 100; });
-    qzILImgOverColor effect;
-    Configure(scene, effect);
-    ASSERT_EQ(effect.Verify(), 1) << effect.GetLastError();
-    ASSERT_EQ(effect.Execute(), 1);
-    auto const out = Bytes(scene.oOut);
-    for (std::size_t i : {8u, 9u, 14u}) EXPECT_EQ(out[i], 0xEE) << "byte " << i;
-    for (std::size_t i : {0u, 7u, 10u, 13u}) EXPECT_NE(out[i], 0xEE) << "byte " << i;
-}
-
-class ColorBlend : public testing::TestWithParam<GUID> {};
-
-TEST_P(ColorBlend, EqualsModel) {
-    ForEachScene(GetParam(), kMasked | kVideoMasks, [](Scene& scene) {
-        for (qzILColor const& color : kColors) {
-            for (double const alpha : kAlphas) {
-                qzILColorBlendImg effect;
-                effect.SetBlendColor(color);
-                effect.SetAlpha(alpha);
-                if (scene.iInPlace) scene.Make();
-                ExpectModel(scene, effect, ColorBlendModel{color, alpha}, Text(color) + Text("alpha", alpha));
-                EXPECT_EQ(effect.GetBlendColor(), color);
-            }
-        }
+TEST(ColorBlend, EqualsModel) {
+    ForEachScene(kColorBlend, kMasked | kVideoMasks, [](Scene& scene) {
+        for (qzILColor const& color : kColors) ExpectColorBlend(scene, color);
     });
 }
-INSTANTIATE_TEST_SUITE_P(Formats, ColorBlend, testing::ValuesIn(kColorBlend), ParamName);
 
-class ColorBlendWords : public testing::TestWithParam<GUID> {};
-
-TEST_P(ColorBlendWords, EveryValue) {
-    for (double const alpha : kAlphas) {
-        Scene scene = Square(GetParam());
+TEST(ColorBlendWords, EveryValue) {
+    for (GUID const& format :
+         {MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, MFIF_RGBA_S2_14, MFIF_MONO_S2_14, MFIF_CbYCrY_S2_14}) {
+        Scene scene = Square(format);
         FillAllWords(scene.oA.Get());
-        qzILColorBlendImg effect;
-        effect.SetBlendColor(kColors[1]);
-        effect.SetAlpha(alpha);
-        ExpectModel(scene, effect, ColorBlendModel{kColors[1], alpha}, Text("alpha", alpha));
+        ExpectColorBlend(scene, kColors[1]);
     }
 }
-INSTANTIATE_TEST_SUITE_P(Formats, ColorBlendWords,
-                         testing::Values(MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, MFIF_RGBA_S2_14, MFIF_MONO_S2_14,
-                                         MFIF_CbYCrY_S2_14),
-                         ParamName);
 
 TEST(ColorBlendBytes, EveryValueThroughEveryMask) {
-    Scene scene = Square(MFIF_RGBA_RAW_32, 16);
-    FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
-    FillBytes(scene.oMask.Get(), -1, [](int, int y, int) { return y; });
-    for (double const alpha : kAlphas) {
-        qzILColorBlendImg effect;
-        effect.SetBlendColor(kColors[3]);
-        effect.SetAlpha(alpha);
-        ExpectModel(scene, effect, ColorBlendModel{kColors[3], alpha}, Text("alpha", alpha));
+    Scene scene = EveryPair(MFIF_RGBA_RAW_32, 16);
+    ExpectColorBlend(scene, kColors[3]);
+}
+
+void ExpectOutputAlpha(Scene& scene, unsigned mode) {
+    for (int reverse : {0, 1}) {
+        qzILOutputAlpha effect;
+        effect.SetShowReverseFlag(reverse);
+        effect.SetAlphaMode(mode);
+        ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, mode},
+                    Text("reverse", reverse) + Text("alpha mode", mode), Planes::Whole);
     }
 }
 
-class OutputAlpha : public testing::TestWithParam<GUID> {};
-
-TEST_P(OutputAlpha, EqualsModel) {
-    ForEachScene(GetParam(), kMasked | kStandardModes, [](Scene& scene) {
-        for (int reverse : {0, 1}) {
-            for (unsigned const mode : {1u, 2u, 3u}) {
-                qzILOutputAlpha effect;
-                effect.SetShowReverseFlag(reverse);
-                effect.SetAlphaMode(mode);
-                if (scene.iInPlace) scene.Make();
-                ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, mode},
-                            Text("reverse", reverse) + Text("alpha mode", mode), Planes::Whole);
-            }
-        }
+TEST(OutputAlpha, EqualsModel) {
+    ForEachScene(kOutputAlpha, kMasked | kStandardModes, [](Scene& scene) {
+        for (unsigned const mode : {1u, 2u, 3u}) ExpectOutputAlpha(scene, mode);
     });
 }
-INSTANTIATE_TEST_SUITE_P(Formats, OutputAlpha, testing::ValuesIn(kOutputAlpha), ParamName);
 
 TEST(OutputAlphaWords, EveryAlpha) {
     for (GUID const& format : {MFIF_RGBA_S2_14, MFIF_CbYCrYA_S2_14}) {
-        for (int reverse : {0, 1}) {
-            Scene scene = Square(format);
-            if (format == MFIF_RGBA_S2_14) {
-                FillAllWords(scene.oA.Get());
-            } else {
-                auto const alpha = Bytes(scene.oA).subspan(4 * 65536);
-                for (std::size_t i = 0; i < 65536; ++i) {
-                    u16 const value = static_cast<u16>(i);
-                    std::memcpy(&alpha[2 * i], &value, 2);
-                }
-            }
-            qzILOutputAlpha effect;
-            effect.SetShowReverseFlag(reverse);
-            effect.SetAlphaMode(3);
-            ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, 3}, Text("reverse", reverse), Planes::Whole);
-        }
+        Scene scene = Square(format), words = Square(MFIF_MONO_S2_14);
+        FillAllWords(scene.oA.Get());
+        FillAllWords(words.oA.Get());
+        if (IsFormatYCC(format)) std::ranges::copy(Bytes(words.oA), Bytes(scene.oA).begin() + 4 * 65536);
+        ExpectOutputAlpha(scene, 3);
     }
 }
 
@@ -164,22 +97,7 @@ TEST(OutputAlphaBytes, LumaAtVideoLevels) {
     scene.Make();
     auto const alpha = Bytes(scene.oA).subspan(512);
     for (std::size_t i = 0; i < 256; ++i) alpha[i] = static_cast<u8>(i);
-    qzILOutputAlpha effect;
-    ExpectModel(scene, effect, OutputAlphaModel{false, 2}, {}, Planes::Whole);
-    EXPECT_EQ(Bytes(scene.oOut)[0], 16);
-    EXPECT_EQ(Bytes(scene.oOut)[510], 235);
-}
-
-TEST(OutputAlpha, ReverseOfOpaqueIsBlack) {
-    Scene scene{.oFormat = MFIF_RGBA_RAW_32};
-    scene.Make();
-    FillBytes(scene.oA.Get(), 3, [](int, int, int) { return 255; });
-    qzILOutputAlpha effect;
-    effect.SetShowReverseFlag(1);
-    Configure(scene, effect);
-    ASSERT_EQ(effect.Execute(), 1);
-    auto const out = Bytes(scene.oOut);
-    for (std::size_t i = 0; i < out.size(); ++i) ASSERT_EQ(out[i], i % 4 == 3 ? 255 : 0);
+    ExpectOutputAlpha(scene, 2);
 }
 
 }  // namespace

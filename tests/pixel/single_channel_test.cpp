@@ -1,8 +1,8 @@
+#include "support/levels.h"
 #include "support/picture.h"
 #include "support/plain_layout.h"
 
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/levels.h"
 #include "qzil/pixel/channels.h"
 
 #include <gtest/gtest.h>
@@ -82,9 +82,7 @@ void CheckPair(Run const& run, Pair const& pair) {
 }
 
 TEST(SingleChannel, MovesOneChannelAtEveryLevel) {
-    for (auto const level : {kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
-        if (!kernel::ForceCpuLevel(level)) continue;
-        SCOPED_TRACE(static_cast<int>(level));
+    ForEachLevel([] {
         for (Pair const& pair : kPairs) {
             for (XFImageChannel const channel : kChannels) {
                 for (int width = 1; width < 70 && !testing::Test::HasFailure(); ++width) {
@@ -95,8 +93,7 @@ TEST(SingleChannel, MovesOneChannelAtEveryLevel) {
                 }
             }
         }
-    }
-    kernel::ForceCpuLevel(kernel::HighestCpuLevel());
+    });
 }
 
 TEST(SingleChannel, OfFramesLargerThanTheCaches) {
