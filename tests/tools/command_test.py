@@ -311,7 +311,7 @@ class Failing(Command):
         """The output is whole or absent, and the exit code tells which."""
         big = self.draw("big.png", lambda x, y: (x & 255, y & 255, 7, 255), 1000, 700)
         interrupted = 0
-        for delay in (0.004, 0.008, 0.015, 0.03, 0.06, 0.12):
+        for delay in (0.004, 0.008, 0.015, 0.03, 0.06, 0.12, 0.25, 0.5, 1):
             self.out.unlink(missing_ok=True)
             command = subprocess.Popen([QZIL, "run", "invert", big, "--format", "RGBA_FLOAT", "-o", self.out],
                                        stderr=subprocess.DEVNULL)
