@@ -236,7 +236,7 @@ TEST(FrameRefusal, VerifyRoiAndMask) {
         {"B at an even place", 0, {.iWidthB = 8, .oOffsetB = {2, 0}}},
         {"B of odd width", 0x10060, {.iWidthB = 7, .oOffsetB = {2, 0}}},
         {"odd A primary, even B", 0x10060, {.iWidthA = 15, .iWidthB = 8}},
-        {"odd A, B primary", 0, {.iWidthB = 16, .uPrimary = 1}},
+        {"odd A, even B primary", 0, {.iWidthA = 15, .iWidthB = 8, .uPrimary = 1}},
         {"whole field picture", 0, {.oFormat = fields}},
         {"part of a field picture", 0x10060, {.oFormat = fields, .oRoi = {0, 0, 16, 6}}},
         {"shifted field picture", 0x10060, {.oFormat = fields, .oRoi = {0, 2, 16, 8}}},

@@ -153,7 +153,7 @@ TEST(ConvolutionFixed, EqualsModel) {
         Kernel kernel = AnyKernel(random, 2 * rx + 1, 2 * ry + 1);
         float const offset = OneOf(random, kOffsets);
         auto const run = [&](auto routine, RegionModel const& model, char const* name) {
-            AtEveryLevel([&] {
+            ForEachLevel([&] {
                 Ready<qzILConvolveImg> ready(scene);
                 ready->SetKernel(kernel.data(), scene.fRadiusX, scene.fRadiusY);
                 ready->SetOffset(offset);

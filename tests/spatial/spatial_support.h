@@ -3,22 +3,11 @@
 #include "frame/effects_under_test.h"
 #include "model/cases.h"
 #include "model/spatial_model.h"
+#include "support/levels.h"
 
 #include "qzil/frame/spatial.h"
-#include "qzil/kernel/levels.h"
 
 namespace qzil::test::model {
-
-/// Runs at every CPU level that this processor has.
-template <class Fn>
-void AtEveryLevel(Fn fn) {
-    for (auto const level : {kernel::CpuLevel::Baseline, kernel::CpuLevel::V3, kernel::CpuLevel::V4}) {
-        if (!kernel::ForceCpuLevel(level)) continue;
-        SCOPED_TRACE(static_cast<int>(level));
-        fn();
-    }
-    kernel::ForceCpuLevel(kernel::HighestCpuLevel());
-}
 
 template <class Effect>
 void Configure(SpatialScene const& scene, SpatialImages const& images, Effect& effect) {
@@ -37,7 +26,7 @@ void Configure(SpatialScene const& scene, SpatialImages const& images, Effect& e
 /// The effect must leave what was expected, to the last sample, at every CPU level.
 template <class Effect>
 void ExpectPicture(SpatialScene const& scene, Effect& effect, Picture const& expected, std::string const& text) {
-    AtEveryLevel([&] {
+    ForEachLevel([&] {
         SpatialImages const images(scene);
         Configure(scene, images, effect);
         EXPECT_TRUE(Accepts(effect)) << scene.Describe() << ' ' << text;
