@@ -14,8 +14,6 @@ QZIL_INLINE u32 Swapped(u32 pixel) {
     return (pixel & 0xFF00FF00u) | (pixel << 16 & 0xFF0000u) | (pixel >> 16 & 0xFFu);
 }
 
-using Pixel8 = u32 __attribute__((may_alias, aligned(1)));
-
 QZIL_INLINE void SwapPixels(u8* to, u8 const* from, int pixels) {
     int done = 0;
     if constexpr (kMovesBytes) {
@@ -24,8 +22,8 @@ QZIL_INLINE void SwapPixels(u8* to, u8 const* from, int pixels) {
             StoreVector(to + 4 * done, MoveBytes(LoadVector(from + 4 * done), pattern));
         }
     }
-    Pixel8* const out = reinterpret_cast<Pixel8*>(to);
-    Pixel8 const* const in = reinterpret_cast<Pixel8 const*>(from);
+    PixelWord* const out = reinterpret_cast<PixelWord*>(to);
+    PixelWord const* const in = reinterpret_cast<PixelWord const*>(from);
     for (int i = done; i < pixels; ++i) out[i] = Swapped(in[i]);
 }
 
@@ -51,8 +49,8 @@ void Linear(ConvertRow const& row, LinearDepth const& c) {
 }
 
 void Levels(ConvertRow const& row, LevelShift const& c) {
-    Pixel8* const out = reinterpret_cast<Pixel8*>(row.pOut);
-    Pixel8 const* const in = reinterpret_cast<Pixel8 const*>(row.pIn);
+    PixelWord* const out = reinterpret_cast<PixelWord*>(row.pOut);
+    PixelWord const* const in = reinterpret_cast<PixelWord const*>(row.pIn);
     s32 const scale = c.iScale, offset = c.iOffset;
     auto const shifted = [=](u32 v) {
         return static_cast<u32>(Clamp<s32>((static_cast<s32>(v & 255) * scale + offset) >> 16, 0, 255));

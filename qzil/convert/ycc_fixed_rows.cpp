@@ -7,7 +7,6 @@ QZIL_ROWS_BEGIN
 namespace {
 
 using kernel::ConvertRow;
-using Word = u32 __attribute__((may_alias, aligned(1)));
 
 /// Pixels that the chroma filter reads before and behind a stretch.
 constexpr int kMargin = 2;
@@ -28,7 +27,7 @@ struct PixelWords {
             __builtin_memcpy(words, in, static_cast<unsigned long>(4 * row.iPixels));
         } else {
             // Four pixels are three words.
-            Word const* const packed = reinterpret_cast<Word const*>(in);
+            PixelWord const* const packed = reinterpret_cast<PixelWord const*>(in);
             ForEach(row.iPixels / 4, [=](int i) {
                 u32 const w0 = packed[3 * i], w1 = packed[3 * i + 1], w2 = packed[3 * i + 2];
                 words[4 * i] = w0 & 0xFFFFFFu;
@@ -164,8 +163,8 @@ void RgbToPairsRow(ConvertRow const& row, RgbToPairs const& c) {
 /// pair's chroma.
 template <bool kMixed, class Alpha>
 QZIL_INLINE void FromPairs(u8* to, u8 const* from, int firstPair, int endPair, PairsToRgb const& c, Alpha alpha) {
-    Word* const out = reinterpret_cast<Word*>(to);
-    Word const* const in = reinterpret_cast<Word const*>(from);
+    PixelWord* const out = reinterpret_cast<PixelWord*>(to);
+    PixelWord const* const in = reinterpret_cast<PixelWord const*>(from);
     s32 const ky = c.iY, r0 = c.aRed[0], r1 = c.aRed[1], g0 = c.aGreen[0], g1 = c.aGreen[1], g2 = c.aGreen[2];
     s32 const b0 = c.aBlue[0], b1 = c.aBlue[1];
     PairOrder const order = c.oOrder;

@@ -92,7 +92,8 @@ qzILStatus qzILMonadicSpatialProc::PrepareBuffer() {
     qzILVector2l const reach = Reach(), size = ActiveSize();
     std::int64_t const width = std::int64_t{size.x} + 2 * std::int64_t{reach.x};
     std::int64_t const height = std::int64_t{size.y} + 2 * std::int64_t{reach.y};
-    if (width > 0x7FFFFFFF || height > 0x7FFFFFFF) return -1;
+    // Samples of a line are counted in 32 bits.
+    if (width * m_oOutputHelper.m_iPixelStep > 0x7FFFFFFF || height > 0x7FFFFFFF) return -1;
     // Behind this the radius is far below the coordinates' range: the buffer would not fit memory otherwise.
     if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, static_cast<int>(width), static_cast<int>(height), Format(),
                                 m_pBufferImg.Out()) < 0) {

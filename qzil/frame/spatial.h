@@ -3,7 +3,7 @@
 #include "qzil/frame/monadic.h"
 
 #include <cstddef>
-#include <new>
+#include <exception>
 
 class qzILCopyImg;
 
@@ -78,7 +78,7 @@ protected:
     qzILStatus Guarded(Work work) {
         try {
             return work();
-        } catch (std::bad_alloc const&) {
+        } catch (std::exception const&) {  // no memory, or a length that none has
             return Fail(0x10001);
         }
     }

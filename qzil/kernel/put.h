@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qzil/kernel/row.h"
+#include "qzil/kernel/shapes.h"
 
 // Values on their way into samples: rounded half away from zero and limited to the sample's range; float as it is.
 
@@ -25,8 +25,6 @@ struct Four {
     float fFirst, fSecond, fThird, fFourth;
 };
 
-using PixelWord = u32 __attribute__((may_alias, aligned(1)));
-
 template <class T>
 QZIL_INLINE Four LoadFour(T const* in) {
     if constexpr (sizeof(T) == 4) {
@@ -50,9 +48,9 @@ QZIL_INLINE void PutFour(T* out, Four v) {
     } else {
         PixelWord* const words = reinterpret_cast<PixelWord*>(out);
         auto const bits = [](float value) {
-            if constexpr (sizeof(T) == 1) return static_cast<u32>(RoundToLevel(value, 255.0f));
-            if constexpr (T(-1) > T(0)) return static_cast<u32>(RoundToLevel(value, 65535.0f));
-            return static_cast<u32>(RoundToRange(value, -32768.0f, 32767.0f)) & 0xFFFFu;
+            if constexpr (sizeof(T) == 1) return u32{RoundToUbyte(value)};
+            if constexpr (T(-1) > T(0)) return u32{RoundToWord(value)};
+            return u32{static_cast<u16>(RoundToS2_14(value))};
         };
         u32 const first = bits(v.fFirst), second = bits(v.fSecond), third = bits(v.fThird), fourth = bits(v.fFourth);
         if constexpr (sizeof(T) == 1) {

@@ -14,6 +14,9 @@ QZIL_ROWS_BEGIN
 /// Samples of one turn of a block loop; a multiple of every pixel size, so that lane patterns repeat within it.
 inline constexpr int kBlock = 64;
 
+/// Four bytes of samples anywhere in memory, as one word.
+using PixelWord = u32 __attribute__((may_alias, aligned(1)));
+
 /// Calls op(i) for every index. No turn may depend on what another one writes.
 template <class Op>
 QZIL_INLINE void ForEach(int count, Op op) {

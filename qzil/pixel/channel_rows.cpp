@@ -8,7 +8,6 @@ namespace {
 
 using kernel::ConvertRow;
 using kernel::Row;
-using Pixel8 = u32 __attribute__((may_alias, aligned(1)));
 using Pixel16 = u64 __attribute__((may_alias, aligned(1)));
 
 /// A thousandth, truncated, of sums from 0 to 2^26. 0.008f lies so little above 1/125 that up to 2^23 a product reaches
@@ -158,16 +157,16 @@ QZIL_INLINE u32 HlsOf(u32 pixel) {
 }
 
 void Switch(Row const& row, ChannelSources const& c) {
-    auto* const out = reinterpret_cast<Pixel8*>(row.pOut);
-    auto const* const in = reinterpret_cast<Pixel8 const*>(row.pA);
+    auto* const out = reinterpret_cast<PixelWord*>(row.pOut);
+    auto const* const in = reinterpret_cast<PixelWord const*>(row.pA);
     ByteMoves const moves = c.oPixel;
     u32 const flip = c.uFlip;
     ForEach(row.iPixels, [=](int i) { out[i] = Moved(in[i], moves) ^ flip; });
 }
 
 void SwitchHls(Row const& row, ChannelSources const& c) {
-    auto* const out = reinterpret_cast<Pixel8*>(row.pOut);
-    auto const* const in = reinterpret_cast<Pixel8 const*>(row.pA);
+    auto* const out = reinterpret_cast<PixelWord*>(row.pOut);
+    auto const* const in = reinterpret_cast<PixelWord const*>(row.pA);
     ByteMoves const moves = c.oPixel, hls = c.oHls;
     u32 const flip = c.uFlip;
     ForEach(row.iPixels, [=](int i) {
@@ -178,7 +177,7 @@ void SwitchHls(Row const& row, ChannelSources const& c) {
 
 void Extract8(ConvertRow const& row, ChannelPlace const& c) {
     u8* const out = row.pOut;
-    Pixel8 const* const in = reinterpret_cast<Pixel8 const*>(row.pIn);
+    PixelWord const* const in = reinterpret_cast<PixelWord const*>(row.pIn);
     int const shift = 8 * c.iPlace;
     ForEach(row.iPixels, [=](int i) { out[i] = static_cast<u8>(in[i] >> shift); });
 }
@@ -191,8 +190,8 @@ void Extract16(ConvertRow const& row, ChannelPlace const& c) {
 }
 
 void Extract32(ConvertRow const& row, ChannelPlace const& c) {
-    Pixel8* const out = reinterpret_cast<Pixel8*>(row.pOut);
-    Pixel8 const* const in = reinterpret_cast<Pixel8 const*>(row.pIn) + c.iPlace;
+    PixelWord* const out = reinterpret_cast<PixelWord*>(row.pOut);
+    PixelWord const* const in = reinterpret_cast<PixelWord const*>(row.pIn) + c.iPlace;
     ForEach(row.iPixels, [=](int i) { out[i] = in[4 * i]; });
 }
 
@@ -210,7 +209,7 @@ QZIL_INLINE void Insert(ConvertRow const& row, ChannelPlace const& c, Word every
 }
 
 void Insert8(ConvertRow const& row, ChannelPlace const& c) {
-    Insert<Pixel8, u8, u32>(row, c, 0x01010101u, 0xFFu);
+    Insert<PixelWord, u8, u32>(row, c, 0x01010101u, 0xFFu);
 }
 void Insert16(ConvertRow const& row, ChannelPlace const& c) {
     Insert<Pixel16, u16, u64>(row, c, 0x0001000100010001u, 0xFFFFu);

@@ -8,16 +8,15 @@ namespace {
 using kernel::Row;
 
 /// 8-bit pixels are worked on as words, a channel at a time in every 32-bit lane.
-using Pixel32 = u32 __attribute__((may_alias, aligned(1)));
 
 QZIL_INLINE s32 ChannelOf(u32 pixel, int channel) {
     return static_cast<s32>(pixel >> (8 * channel) & 255u);
 }
 
 void Adjust8(Row const& row, AdjustPremulClassAttributes const&) {
-    Pixel32* const out = Out<Pixel32>(row.pOut);
-    Pixel32 const* const a = In<Pixel32>(row.pA);
-    Pixel32 const* const b = In<Pixel32>(row.pB);
+    PixelWord* const out = Out<PixelWord>(row.pOut);
+    PixelWord const* const a = In<PixelWord>(row.pA);
+    PixelWord const* const b = In<PixelWord>(row.pB);
     ForEach(row.iPixels, [=](int i) {
         s32 const from = ChannelOf(a[i], 3), to = ChannelOf(b[i], 3);
         // trunc(to / from * 65536). The numerator is exact in float, and the quotient's rounding error stays below
@@ -86,8 +85,8 @@ struct Divide255 {
 };
 
 void Unpremultiply8(Row const& row, UnpremultiplyClassAttributes<u8> const& c) {
-    Pixel32* const out = Out<Pixel32>(row.pOut);
-    Pixel32 const* const in = In<Pixel32>(row.pA);
+    PixelWord* const out = Out<PixelWord>(row.pOut);
+    PixelWord const* const in = In<PixelWord>(row.pA);
     s32 const g0 = c.aBackground[0], g1 = c.aBackground[1], g2 = c.aBackground[2], alpha = c.oAlpha;
     Divide255 const above0(255 - g0), above1(255 - g1), above2(255 - g2), below0(g0), below1(g1), below2(g2);
     Divide255 const alphaAbove(255 - alpha);

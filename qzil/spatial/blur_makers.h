@@ -41,15 +41,17 @@ private:
     void TakeBlocks();
     void Filter(AxisFilter<Sample> const& axis, Sample* lanes, int places);
     void KeepColumns(int column, int columns);
+    /// A filtered block as samples of the output, lines still side by side.
+    void Finish(Sample const* lanes, int pixels);
     /// The block of a line that is output: a place before the first one, then a place for each pixel.
-    Sample* Block(int line) const { return m_pBlocks + std::ptrdiff_t{line / BlockLines()} * m_iBlockSamples; }
+    Sample* Block(int line) const { return m_pBlocks + line / BlockLines() * m_iBlockSamples; }
 
     XFChannelType m_uType;
     MarginLines m_oLines;
     AxisFilter<Sample> m_oDown, m_oAcross;
     int m_iPixels;  ///< of a line with its margins
     int m_iKept;    ///< output lines
-    int m_iBlockSamples;
+    std::ptrdiff_t m_iBlockSamples;
     std::unique_ptr<Sample[]> m_pHeap;
     Ref<IXFImage> m_pScratch;
     Sample* m_pBlocks = nullptr;

@@ -33,15 +33,9 @@ QZIL_INLINE Sample* Target(FilterPass<Sample> const& pass, int i) {
     return pass.pOut + std::ptrdiff_t{pass.iLength - 1 - i} * pass.iOutStep;
 }
 
-/// Each output of a pass down columns lies on a page of its own, which is asked for some steps ahead.
 QZIL_INLINE void StoreHalves(FilterPass<s16> const& pass, int i, int lane, Vector const* results) {
-    constexpr int kAhead = 16;
     s16* const out = Target(pass, i) + lane;
-    s16* const ahead = Target(pass, Min(i + kAhead, pass.iLength - 1)) + lane;
-    for (int k = 0; k < kChains; ++k) {
-        __builtin_prefetch(ahead + k * kHalves, 1);
-        StoreVector(out + k * kHalves, results[k]);
-    }
+    for (int k = 0; k < kChains; ++k) StoreVector(out + k * kHalves, results[k]);
 }
 
 /// The two halves of a vector of 16-bit values, as lanes.
@@ -350,7 +344,7 @@ QZIL_INLINE void MoveElements(TileMove const& move) {
         for (int line = 0; line < squares; line += kCount) {
             for (int x = block; x < end; x += kCount) {
                 // The last square ends with the line.
-                int const at = Min(x, pixels - kCount);
+                std::ptrdiff_t const at = Min(x, pixels - kCount);
                 u8* const inTile = move.pTile + at * tileStep + line * kBytes;
                 u8* const inLine = move.pLine + line * lineStep + at * kBytes;
                 if constexpr (kToTile) {
@@ -364,7 +358,7 @@ QZIL_INLINE void MoveElements(TileMove const& move) {
     for (int line = squares; line < move.iLines; ++line) {
         for (int x = 0; x < pixels; ++x) {
             u8* const one = move.pTile + x * tileStep + line * kBytes;
-            u8* const other = move.pLine + line * lineStep + x * kBytes;
+            u8* const other = move.pLine + line * lineStep + std::ptrdiff_t{x} * kBytes;
             __builtin_memcpy(kToTile ? one : other, kToTile ? other : one, kBytes);
         }
     }

@@ -21,11 +21,11 @@ void Load(XFChannelType type, StripLoad<float> const& strip) {
     }
 }
 
-void Finish(u8* out, XFChannelType, s16 const* in, int samples) {
+void FinishSamples(u8* out, XFChannelType, s16 const* in, int samples) {
     GetFilterRows().pBy64(out, in, samples);
 }
 
-void Finish(u8* out, XFChannelType type, float const* in, int samples) {
+void FinishSamples(u8* out, XFChannelType type, float const* in, int samples) {
     FilterRows const& rows = GetFilterRows();
     switch (type) {
         case XFChannelTypeUInt8: rows.pTo8(out, in, samples); break;
@@ -50,7 +50,7 @@ RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& li
       m_oAcross(std::move(across)),
       m_iPixels(lines.iSamples / lines.iPixelSamples),
       m_iKept((lines.iLines - 2 * m_oDown.iReach - lines.iFirstKept + lines.iKeptStep - 1) / lines.iKeptStep),
-      m_iBlockSamples((m_iPixels + 1) * kLanes) {
+      m_iBlockSamples((std::ptrdiff_t{m_iPixels} + 1) * kLanes) {
 }
 
 /// The pool keeps one free block of up to 32 MiB, which is the margin buffer's, and one of the sizes above: scratch up
@@ -66,7 +66,9 @@ void RecursiveMaker<Sample>::TakeBlocks() {
     } else {
         GUID const format = sizeof(Sample) == 2 ? MFIF_MONO_S2_14 : MFIF_MONO_FLOAT;
         void* pPixels = nullptr;
-        if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_iBlockSamples, blocks, format, m_pScratch.Out()) < 0 ||
+        if (m_iBlockSamples > 0x7FFFFFFF ||
+            qzILCreateAndAllocImage(nullptr, IID_IXFImage, static_cast<int>(m_iBlockSamples), blocks, format,
+                                    m_pScratch.Out()) < 0 ||
             m_pScratch->GetPixelArray(&pPixels) < 0) {
             throw std::bad_alloc();
         }
@@ -111,6 +113,16 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
     return true;
 }
 
+template <class Sample>
+void RecursiveMaker<Sample>::Finish(Sample const* lanes, int pixels) {
+    constexpr int kPiece = 1 << 16;  // so that the lanes of a very wide image can be counted
+    for (int x = 0; x < pixels; x += kPiece) {
+        std::ptrdiff_t const at = std::ptrdiff_t{x} * kLanes;
+        FinishSamples(m_aFinished.data() + at * SampleBytes(m_uType), m_uType, lanes + at,
+                      std::min(kPiece, pixels - x) * kLanes);
+    }
+}
+
 /// Turns a strip of finished columns, so that in each block of lines the lines stand side by side.
 template <class Sample>
 void RecursiveMaker<Sample>::KeepColumns(int column, int columns) {
@@ -137,8 +149,7 @@ void RecursiveMaker<Sample>::Make(int first, int count, unsigned char* out, std:
         if (place == 0) {
             Sample* const lanes = Block(first);
             Filter(m_oAcross, lanes, m_iPixels);
-            Finish(m_aFinished.data(), m_uType, lanes + (std::ptrdiff_t{m_oAcross.iReach} + 1) * kLanes,
-                   pixels * kLanes);
+            Finish(lanes + (std::ptrdiff_t{m_oAcross.iReach} + 1) * kLanes, pixels);
         }
         GetFilterRows().pFromTile({m_aFinished.data() + std::ptrdiff_t{place} * pixelBytes,
                                    kLanes * SampleBytes(m_uType), out, step, lines, pixels, pixelBytes});
