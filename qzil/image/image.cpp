@@ -1,5 +1,6 @@
 #include "qzil/image/image.h"
 
+#include "qzil/image/format_row.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/platform/sync.h"
 
@@ -140,7 +141,7 @@ HRESULT CMFImage::GetFormat(GUID* format) {
 
 HRESULT CMFImage::SetFormat(GUID const& format) {
     Description& d = m_oState.oDescription;
-    qzil::StoredAttributes const stored = qzil::StoredAttributesOf(format);
+    qzil::StoredAttributes const& stored = qzil::RowOf(format).oStored;
     d.oFormat = format;
     if (stored.uChannelSize != 0) d.uChannelSize = stored.uChannelSize;
     if (stored.uChannelType != 0) d.uChannelType = stored.uChannelType;

@@ -1,6 +1,7 @@
 #include "qzil/image/image_ops.h"
 
 #include "qzil/image/format_relations.h"
+#include "qzil/image/format_row.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -36,10 +37,7 @@ bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height
 }
 
 bool IsPairFormat(GUID const& format) {
-    unsigned const channelSize = GetChannelSizeFromFormat(format);
-    bool const video = IsFormatYCC422(format) && (IsFormat601(format) || IsFormat709(format));
-    return video && channelSize != 0 &&
-           GetPixelSizeFromFormat(format) == channelSize * (IsFormatWithAlpha(format) ? 3 : 2);
+    return RowOf(format).IsPair();
 }
 
 bool CoversWholePlanes(GUID const& format, unsigned channels) {
