@@ -1,6 +1,7 @@
 #include "qzil/image/image.h"
 
 #include "qzil/image/format_row.h"
+#include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/platform/sync.h"
 
@@ -61,6 +62,12 @@ unsigned char* PixelsOf(IXFImage& image) {
     void* pPixels = nullptr;
     image.GetPixelArray(&pPixels);
     return static_cast<unsigned char*>(pPixels);
+}
+
+/// Bytes behind an image's pixel array; a host's own image has what it says.
+std::uint64_t MemoryOf(IXFImage& image) {
+    if (CMFImage const* const pOwn = qzil::OwnImage(&image)) return pOwn->PixelMemory();
+    return UINT64_MAX;
 }
 
 }  // namespace
@@ -230,6 +237,7 @@ HRESULT CMFImage::SetPixelArray(void* pixels) {
     ReleaseBlock();
     m_oState.pPixels = static_cast<unsigned char*>(pixels);
     m_oState.iExternal = pixels != nullptr;
+    m_oState.bLengthStated = false;
     return kOk;
 }
 
@@ -238,6 +246,7 @@ HRESULT CMFImage::GetPixelArraySize(unsigned* bytes) {
 }
 
 HRESULT CMFImage::SetPixelArraySize(unsigned bytes) {
+    m_oState.bLengthStated = m_oState.iExternal != 0;
     return Store(m_oState.oDescription.uPixelArraySize, bytes);
 }
 
@@ -307,11 +316,13 @@ void CMFImage::Trash() {
     m_oState = State{};
 }
 
-bool CMFImage::HoldsResolution() const {
-    Description const& d = m_oState.oDescription;
-    if (m_oState.iExternal || d.iWidth <= 0 || d.iHeight <= 0) return true;
-    std::uint64_t const pixels = static_cast<std::uint64_t>(d.iWidth) * static_cast<std::uint64_t>(d.iHeight);
-    return pixels <= UINT32_MAX && pixels * d.uPixelSize <= d.uPixelArraySize;
+std::uint64_t CMFImage::PixelMemory() const {
+    if (!m_oState.pPixels) return 0;
+    if (!m_oState.pBlock && m_oState.iExternal && !m_oState.bLengthStated) return UINT64_MAX;
+    std::uint64_t const stated = m_oState.oDescription.uPixelArraySize;
+    if (!m_oState.pBlock) return stated;
+    auto const before = static_cast<std::uint64_t>(m_oState.pPixels - static_cast<unsigned char*>(m_oState.pBlock));
+    return std::min<std::uint64_t>(stated, m_oState.uAllocatedSize - before);
 }
 
 HRESULT CMFImage::Verify() {
@@ -362,7 +373,11 @@ HRESULT CMFImage::CopyFrom(IXFImage* other) {
     HRESULT const result = CopyFromNoData(other);
     if (result < 0 || other == static_cast<IXFImage*>(this)) return result;
     unsigned char const* const pFrom = PixelsOf(*other);
-    if (pFrom && m_oState.pPixels) std::memmove(m_oState.pPixels, pFrom, m_oState.oDescription.uPixelArraySize);
+    if (!pFrom || !m_oState.pPixels) return kOk;
+    std::uint32_t const size = m_oState.oDescription.uPixelArraySize;
+    auto const held = static_cast<std::uint32_t>(std::min<std::uint64_t>(size, MemoryOf(*other)));
+    std::memmove(m_oState.pPixels, pFrom, held);
+    std::memset(m_oState.pPixels + held, 0, size - held);
     return kOk;
 }
 
@@ -388,7 +403,8 @@ HRESULT CMFImage::IsEqual(IXFImage* other) {
     if (mine.uPixelArraySize == 0) return kOk;
     unsigned char const* const pOther = PixelsOf(*other);
     if (!pOther || !m_oState.pPixels) return pOther == m_oState.pPixels ? kOk : kFalse;
-    return std::memcmp(m_oState.pPixels, pOther, mine.uPixelArraySize) == 0 ? kOk : kFalse;
+    std::uint64_t const size = std::min({std::uint64_t{mine.uPixelArraySize}, PixelMemory(), MemoryOf(*other)});
+    return std::memcmp(m_oState.pPixels, pOther, size) == 0 ? kOk : kFalse;
 }
 
 HRESULT CMFImage::GetUserData(void** data) {
@@ -522,6 +538,8 @@ HRESULT CMFImage::GetSizeMax(ULARGE_INTEGER* size) {
 HRESULT CMFImage::Save(IStream* stream, int) {
     if (!stream) return kInvalidArgument;
     if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
+    // More than there is was set by hand.
+    if (m_oState.pPixels && m_oState.oDescription.uPixelArraySize > PixelMemory()) return kUnexpected;
     struct {
         void const* pBytes;
         std::uint32_t uSize;

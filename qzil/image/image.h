@@ -222,8 +222,9 @@ public:
     HRESULT ResizeAllocatedMemory(unsigned size);
     /// Bytes that the image owns: 0 for an external pixel array.
     unsigned GetDynamicMemSize() const { return m_oState.iExternal ? 0 : m_oState.uAllocatedSize; }
-    /// The image's pixel array holds its resolution. An external array is the caller's to know.
-    bool HoldsResolution() const;
+    /// Bytes that may be read and written from the pixel array on, whatever the fields say. The length of external
+    /// memory is what SetPixelArraySize said behind SetPixelArray; unlimited if that said nothing.
+    std::uint64_t PixelMemory() const;
 
 private:
     /// The head of the stream format.
@@ -254,6 +255,7 @@ private:
         void* pUserData = nullptr;
         std::uint32_t uAttributes = 0;
         std::int32_t iExternal = 0;
+        bool bLengthStated = false;  ///< of the external memory
         std::uint32_t uAllocatedSize = 0;
         std::uint32_t uHeaderSize = 0;
         std::uint32_t uFooterSize = 0;

@@ -60,6 +60,9 @@ bool SamePixels(IXFImage* a, IXFImage* b);
 /// Makes an image over memory of the caller, laid out as the format and size say; false without memory for it.
 bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height, Ref<IXFImage>& view);
 
+/// Sets the size of a pixel array, where it has one: what is longer than 32 bits can say stays the caller's to know.
+void StateLength(IXFImage& image, std::uint64_t bytes);
+
 /// True for the formats that hold two pixels as luma, chroma, luma, chroma, with alpha in a plane or none.
 bool IsPairFormat(GUID const& format);
 
