@@ -36,10 +36,8 @@ HRESULT qzILCopyAlpha(IXFImage* source, IXFImage* destination, unsigned mode, qz
     Ref<IXFImage> copy;
     if (SamePixels(source, destination)) {
         if (shift == qzILVector2l()) return kOk;
-        HRESULT const result = qzILCloneImage(source, IID_IXFImage, copy.Out());
-        if (result < 0) return result;
+        if (HRESULT const result = CloneWithPixels(source, copy); result < 0) return result;
         from.SetImage(copy.Get());
-        if (!from.HasPixels()) return kOutOfMemory;
     }
     from.m_iOffsetX = -shift.x;
     from.m_iOffsetY = -shift.y;

@@ -222,6 +222,8 @@ public:
     HRESULT ResizeAllocatedMemory(unsigned size);
     /// Bytes that the image owns: 0 for an external pixel array.
     unsigned GetDynamicMemSize() const { return m_oState.iExternal ? 0 : m_oState.uAllocatedSize; }
+    /// The pixel array is memory of the caller.
+    bool IsExternal() const { return m_oState.iExternal != 0; }
     /// Bytes that may be read and written from the pixel array on, whatever the fields say. The length of external
     /// memory is what SetPixelArraySize said behind SetPixelArray; unlimited if that said nothing.
     std::uint64_t PixelMemory() const;

@@ -81,12 +81,13 @@ void qzILImageHelper::SetImage(IXFImage* image) {
 
 bool qzILImageHelper::HoldsPixels() const {
     if (!m_pPixelArray || m_iWidth <= 0 || m_iHeight <= 0) return false;
-    // A format that leaves the sizes open has those that were set by hand.
+    // Where setting the format stores no sizes they may be unset, and every address is the pixel array's. A format that
+    // has none at all takes what was set by hand.
+    bool const unset = m_uPixelSize == 0 && m_uChannelSize == 0 && m_pFormatRow->oStored.uPixelSize == 0;
     unsigned const pixelBytes = m_pFormatRow->PixelBytes();
-    bool const agree = pixelBytes != 0
-                           ? m_uPixelSize == pixelBytes && m_uChannelSize == m_pFormatRow->ChannelBytes()
-                           : m_uPixelSize != 0 && m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel;
-    if (!agree) return false;
+    bool const agree = pixelBytes != 0 ? m_uPixelSize == pixelBytes && m_uChannelSize == m_pFormatRow->ChannelBytes()
+                                       : m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel;
+    if (!agree && !unset) return false;
     std::uint64_t const pixels = static_cast<std::uint64_t>(m_iWidth) * static_cast<std::uint64_t>(m_iHeight);
     if (pixels > kMostPixels) return false;
     CMFImage const* const pOwn = qzil::OwnImage(m_pImage);

@@ -36,6 +36,65 @@ bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height
     return true;
 }
 
+HRESULT CloneWithPixels(IXFImage* image, Ref<IXFImage>& clone) {
+    HRESULT const result = qzILCloneImage(image, IID_IXFImage, clone.Out());
+    return result < 0 || HasPixels(clone.Get()) ? result : kOutOfMemory;
+}
+
+namespace {
+
+void CopyFrame(IXFImage& from, IXFImage& to) {
+    Ref<IXFImageHeaderFooter> source, target;
+    if (from.QueryInterface(IID_IXFImageHeaderFooter, source.Out()) < 0) return;
+    if (to.QueryInterface(IID_IXFImageHeaderFooter, target.Out()) < 0) return;
+    unsigned bytes = 0;
+    source->GetHeaderSize(&bytes);
+    target->SetHeaderSize(bytes);
+    source->GetFooterSize(&bytes);
+    target->SetFooterSize(bytes);
+}
+
+void CopyDescription(IXFImage& from, IXFImage& to) {
+    int width = 0, height = 0;
+    double x = 0, y = 0;
+    unsigned attributes = 0;
+    void* pUserData = nullptr;
+    from.GetOriginalRes(&width, &height);
+    to.SetOriginalRes(width, height);
+    from.GetSize(&x, &y);
+    to.SetSize(x, y);
+    from.GetPos(&x, &y);
+    to.SetPos(x, y);
+    from.GetAllAttributes(&attributes);
+    to.SetAllAttributes(attributes);
+    from.GetUserData(&pUserData);
+    to.SetUserData(pUserData);
+    CopyFrame(from, to);
+}
+
+}  // namespace
+
+HRESULT MakeReplacement(IXFImage* image, GUID const& format, int width, int height, Ref<IXFImage>& made) {
+    if (HRESULT const result = qzILCreateImage(nullptr, IID_IXFImage, made.Out()); result < 0) return result;
+    if (image) CopyDescription(*image, *made.Get());
+    made->SetFormat(format);
+    return made->Allocate(width, height);
+}
+
+HRESULT ReplaceBy(IXFImage* image, IXFImage* made) {
+    CMFImage const* const pOwn = OwnImage(image);
+    if (pOwn && !pOwn->IsExternal()) return qzILSwapImage(image, made);
+    // Memory that stays where it is.
+    qzILImageHelper const helper(made);
+    unsigned present = 0, wanted = 0;
+    image->GetPixelArraySize(&present);
+    made->GetPixelArraySize(&wanted);
+    if (pOwn && present != wanted) return kUnexpected;
+    image->SetFormat(helper.m_oFormat);
+    if (HRESULT const result = image->Allocate(helper.m_iWidth, helper.m_iHeight); result < 0) return result;
+    return qzILCopyImage(made, image, nullptr, nullptr, 0);
+}
+
 void StateLength(IXFImage& image, std::uint64_t bytes) {
     if (bytes <= UINT32_MAX) image.SetPixelArraySize(static_cast<unsigned>(bytes));
 }
