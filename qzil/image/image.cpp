@@ -18,7 +18,6 @@ namespace {
 constexpr unsigned kAlignment = 32;
 constexpr unsigned kFilledAlpha = 1;
 constexpr std::uint32_t kLargestPooled = 314572800;
-constexpr unsigned kStreamHeadSize = 100;
 
 template <class T>
 HRESULT Answer(T* out, T const& value) {
@@ -74,17 +73,24 @@ std::uint64_t MemoryOf(IXFImage& image) {
 
 qzILMemoryPool* CMFImage::s_pImageMemoryPool = nullptr;
 
+namespace {
+
+qzILMemoryPool* Pool() {
+    return std::atomic_ref(CMFImage::s_pImageMemoryPool).load();
+}
+
+}  // namespace
+
 void CMFImage::ClearImagePool() {
     delete std::atomic_ref(s_pImageMemoryPool).exchange(nullptr);
 }
 
 CMFImage::CMFImage() {
-    std::atomic_ref pool(s_pImageMemoryPool);
-    if (pool.load()) return;
+    if (Pool()) return;
     // Two first images may be made side by side: the later pool is dropped.
     auto* const pMade = new qzILMemoryPool(1, 40960, 1, 0x2000000, 1, kLargestPooled);
     qzILMemoryPool* pNone = nullptr;
-    if (!pool.compare_exchange_strong(pNone, pMade)) delete pMade;
+    if (!std::atomic_ref(s_pImageMemoryPool).compare_exchange_strong(pNone, pMade)) delete pMade;
 }
 
 CMFImage::~CMFImage() {
@@ -118,11 +124,8 @@ HRESULT CMFImage::QueryInterface(GUID const& iid, void** out) {
     } else if (iid == IID_IPersistStream) {
         *out = static_cast<IPersistStream*>(this);
     } else if (iid == IID_IMarshal) {
-        if (!m_pMarshaler) {
-            HRESULT const result = CoCreateFreeThreadedMarshaler(static_cast<IXFImage*>(this), &m_pMarshaler);
-            if (result < 0) return result;
-        }
-        return m_pMarshaler->QueryInterface(iid, out);
+        IUnknown* const pMarshaler = Marshaler();
+        return pMarshaler ? pMarshaler->QueryInterface(iid, out) : kOutOfMemory;
     } else if (iid == IID_IQZAddMemSizeToStatManager) {
         *out = static_cast<IQZAddMemSizeToStatManager*>(this);
     } else {
@@ -130,6 +133,18 @@ HRESULT CMFImage::QueryInterface(GUID const& iid, void** out) {
     }
     AddRef();
     return kOk;
+}
+
+IUnknown* CMFImage::Marshaler() {
+    std::atomic_ref marshaler(m_pMarshaler);
+    if (IUnknown* const pPresent = marshaler.load()) return pPresent;
+    // Of two threads that ask at once, the later one's is dropped.
+    IUnknown* pMade = nullptr;
+    if (CoCreateFreeThreadedMarshaler(static_cast<IXFImage*>(this), &pMade) < 0) return nullptr;
+    IUnknown* pPresent = nullptr;
+    if (marshaler.compare_exchange_strong(pPresent, pMade)) return pMade;
+    pMade->Release();
+    return pPresent;
 }
 
 std::uint32_t CMFImage::AddRef() {
@@ -251,7 +266,7 @@ HRESULT CMFImage::SetPixelArraySize(unsigned bytes) {
 }
 
 void CMFImage::ReleaseBlock() {
-    if (m_oState.pBlock && s_pImageMemoryPool) s_pImageMemoryPool->ReleaseMemory(m_oState.pBlock);
+    if (qzILMemoryPool* const pPool = m_oState.pBlock ? Pool() : nullptr) pPool->ReleaseMemory(m_oState.pBlock);
     m_oState.pBlock = nullptr;
     m_oState.uAllocatedSize = 0;
 }
@@ -261,8 +276,9 @@ HRESULT CMFImage::ResizeAllocatedMemory(unsigned size) {
     if (size == m_oState.uAllocatedSize) return kOk;
     ReleaseBlock();
     if (size == 0) return kOk;
-    if (!s_pImageMemoryPool) return kOutOfMemory;
-    HRESULT const result = s_pImageMemoryPool->AllocateMemory(size, &m_oState.pBlock);
+    qzILMemoryPool* const pPool = Pool();
+    if (!pPool) return kOutOfMemory;
+    HRESULT const result = pPool->AllocateMemory(size, &m_oState.pBlock, &m_oState.bFresh);
     if (result >= 0) m_oState.uAllocatedSize = size;
     return result;
 }
@@ -516,71 +532,5 @@ HRESULT CMFImage::SwapData(IXFImageClone* other) {
 
 HRESULT CMFImage::AddMemSizeToStatManager(MemStatKey key) {
     CQZStatManager::MemStat_DeclareThis(key, "CMFImage", 4, sizeof *this, QZGetDynamicMemSize(*this), 0);
-    return kOk;
-}
-
-HRESULT CMFImage::GetClassID(GUID* classId) {
-    if (!classId) return kInvalidArgument;
-    return Answer(classId, CLSID_ILImage);
-}
-
-HRESULT CMFImage::IsDirty() {
-    return kOk;
-}
-
-HRESULT CMFImage::GetSizeMax(ULARGE_INTEGER* size) {
-    if (!size) return kInvalidArgument;
-    size->LowPart = m_oState.oDescription.uPixelArraySize + kStreamHeadSize;
-    size->HighPart = 0;
-    return kOk;
-}
-
-HRESULT CMFImage::Save(IStream* stream, int) {
-    if (!stream) return kInvalidArgument;
-    if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
-    // More than there is was set by hand.
-    if (m_oState.pPixels && m_oState.oDescription.uPixelArraySize > PixelMemory()) return kUnexpected;
-    struct {
-        void const* pBytes;
-        std::uint32_t uSize;
-    } const parts[] = {
-        {&m_oState.oDescription, sizeof m_oState.oDescription},
-        {&m_oState.uAttributes, sizeof m_oState.uAttributes},
-        {&m_oState.uHeaderSize, sizeof m_oState.uHeaderSize},
-        {&m_oState.uFooterSize, sizeof m_oState.uFooterSize},
-        {m_oState.pPixels, m_oState.pPixels ? m_oState.oDescription.uPixelArraySize : 0},
-    };
-    for (auto const& part : parts) {
-        if (HRESULT const result = stream->Write(part.pBytes, part.uSize, nullptr); result < 0) return result;
-    }
-    return kOk;
-}
-
-HRESULT CMFImage::Load(IStream* stream) {
-    if (!stream) return kInvalidArgument;
-    if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
-    Trash();
-    auto const failed = [this](HRESULT result) {
-        Trash();
-        return result;
-    };
-    Description& d = m_oState.oDescription;
-    HRESULT result = stream->Read(&d, sizeof d, nullptr);
-    d.uPixelArraySize = 0;
-    if (result < 0) return failed(result);
-    for (std::uint32_t* const pWord : {&m_oState.uAttributes, &m_oState.uHeaderSize, &m_oState.uFooterSize}) {
-        result = stream->Read(pWord, sizeof *pWord, nullptr);
-        if (result < 0) return failed(result);
-    }
-    result = Allocate(d.iWidth, d.iHeight);
-    if (result < 0) return failed(result);
-    // A stream may leave the count alone.
-    std::uint32_t read = d.uPixelArraySize;
-    result = stream->Read(m_oState.pPixels, d.uPixelArraySize, &read);
-    if (result < 0) return failed(result);
-    // A short stream is no failure; what it does not give must not be some other image's pixels. Blocks above the
-    // pool's classes are always fresh, and clearing them would only make a lying header cost real memory.
-    bool const pooled = m_oState.uAllocatedSize <= kLargestPooled;
-    if (pooled && read < d.uPixelArraySize) std::memset(m_oState.pPixels + read, 0, d.uPixelArraySize - read);
     return kOk;
 }

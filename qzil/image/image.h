@@ -258,6 +258,7 @@ private:
         std::uint32_t uAttributes = 0;
         std::int32_t iExternal = 0;
         bool bLengthStated = false;  ///< of the external memory
+        bool bFresh = false;         ///< the block was all zero when it came
         std::uint32_t uAllocatedSize = 0;
         std::uint32_t uHeaderSize = 0;
         std::uint32_t uFooterSize = 0;
@@ -265,6 +266,8 @@ private:
 
     HRESULT AllocatePixels(std::uint64_t pixelBytes, std::uint64_t headerBytes, std::uint64_t footerBytes);
     void ReleaseBlock();
+    /// Made when first asked for; null without memory.
+    IUnknown* Marshaler();
     HRESULT CheckRegion(void const* buffer, int x, int y, int width, int height) const;
     HRESULT MoveRegion(void* buffer, qzILBbox2l const& region, bool paste);
     template <class Make>
