@@ -45,6 +45,9 @@ qzILStatus qzILDyadicImgProc::ExecuteOn(IXFImage* inputA, IXFImage* inputB, IXFI
 qzILStatus qzILDyadicImgProc::Execute() {
     if ((m_uProcessingMode & kModeNoLines) == kModeNoLines) return 1;
     if (!HasSplitPlanes()) return qzILImgProc::Execute();
+    Source const sources[] = {{m_pInputImgA, {}, nullptr, nullptr, 0x10013, 0x10015},
+                              {m_pInputImgB, m_oInputOffset, nullptr, nullptr, 0x10014, 0x10016}};
+    if (unsigned const code = FindPlaneFault(sources)) return Fail(code);
 
     Ref<IXFImage> colorA, alphaA, colorB, alphaB, color, alpha;
     if (qzILSplitYCCAImage(m_pOutputImg, color.Typed(), alpha.Typed()) < 0 ||
@@ -91,13 +94,10 @@ qzILStatus qzILDyadicImgProc::ExecuteAlphaPart(IXFImage* inputA, IXFImage* input
 
 qzILStatus qzILDyadicImgProc::Verify() {
     if (qzILStatus const status = qzILImgProc::Verify(); status != 1) return status;
-    void* pPixels = nullptr;
     if (!m_pInputImgA) return Fail(0x10013);
     if (!m_pInputImgB) return Fail(0x10014);
-    m_pInputImgA->GetPixelArray(&pPixels);
-    if (!pPixels) return Fail(0x10015);
-    m_pInputImgB->GetPixelArray(&pPixels);
-    if (!pPixels) return Fail(0x10016);
+    if (!HasPixels(m_pInputImgA)) return Fail(0x10015);
+    if (!HasPixels(m_pInputImgB)) return Fail(0x10016);
     if (m_pDominantInput != m_pInputImgA && m_pDominantInput != m_pInputImgB) return Fail(0x10017);
     qzILVector2l const offset = BIsDominant() ? m_oOutputOffset + m_oInputOffset : m_oOutputOffset;
     return MaskMayBeOutput(m_pDominantInput, offset) ? 1 : Fail(0x1006C);

@@ -91,8 +91,8 @@ protected:
     /// that Verify has for it when an image is absent, has no pixels or has another format than the output.
     qzILStatus PrepareRegion(std::span<Source const> sources, unsigned primary, qzILImageHelper& output,
                              qzILImageHelper& mask, qzILImageHelper& copy, Boxes& boxes);
-    /// The code that a missing or unsuitable image has, or 0.
-    unsigned FindFault(std::span<Source const> sources) const;
+    /// The code that an image has which cannot be split into planes since it does not hold its pixels, or 0.
+    unsigned FindPlaneFault(std::span<Source const> sources) const;
     /// Fills what lies outside the input and copies what lies outside the mask rectangle.
     void FillAround(Boxes const& boxes, qzILImageHelper const& copy);
     /// Copies a rectangle into a new image of the same format.
@@ -141,6 +141,27 @@ protected:
     /// Takes the first n pixels off every line of a call.
     static void ShiftStarts(int n, std::initializer_list<qzil::Lines*> lines, qzILBbox2l& box);
 
+private:
+    /// What PrepareRegion works out, in region coordinates unless told otherwise.
+    struct Region {
+        qzILVector2l oDelta;   ///< to output coordinates
+        qzILVector2l oBack;    ///< from output coordinates
+        qzILBbox2l oWanted;    ///< the region in output coordinates, as the host asked for it
+        qzILBbox2l oOutput;    ///< the same within the output
+        qzILBbox2l oMaskRect;  ///< within the mask image
+        qzILBbox2l oInput;
+        qzILBbox2l oMasked;
+    };
+    /// Looks at every image once; the code that a missing or unsuitable one has, or 0.
+    unsigned ViewImages(std::span<Source const> sources, qzILImageHelper& output, qzILImageHelper& mask) const;
+    Region FormRegion(std::span<Source const> sources, unsigned primary) const;
+    /// Views a source directly, or through a copy of the rectangle when the output would overwrite what is still to
+    /// read; false without memory for that.
+    bool ViewSource(Source const& source, qzILBbox2l const& rectangle, Region const& region,
+                    qzILImageHelper& helper) const;
+    bool FieldIsWhole(std::span<Source const> sources, Region const& region, qzILImageHelper const& output) const;
+
+protected:
     IXFImage* m_pOutputImg;
     qzILColor m_oDefaultColor;
     IXFImage* m_pMaskImg;

@@ -14,6 +14,8 @@ using namespace qzil;
 qzILStatus qzILMonadicImgProc::Execute() {
     if ((m_uProcessingMode & kModeNoLines) == kModeNoLines) return 1;
     if (!HasSplitPlanes()) return qzILImgProc::Execute();
+    Source const source{m_pInputImg, {}, nullptr, nullptr, 0x1000B, 0x1000C};
+    if (unsigned const code = FindPlaneFault({&source, 1})) return Fail(code);
 
     Ref<IXFImage> inputColor, inputAlpha, outputColor, outputAlpha;
     if (qzILSplitYCCAImage(m_pInputImg, inputColor.Typed(), inputAlpha.Typed()) < 0 ||
@@ -64,9 +66,7 @@ qzILStatus qzILMonadicImgProc::ExecuteAlphaPart(IXFImage* input, IXFImage* outpu
 qzILStatus qzILMonadicImgProc::Verify() {
     if (qzILStatus const status = qzILImgProc::Verify(); status != 1) return status;
     if (!m_pInputImg) return Fail(0x1000B);
-    void* pPixels = nullptr;
-    m_pInputImg->GetPixelArray(&pPixels);
-    if (!pPixels) return Fail(0x1000C);
+    if (!HasPixels(m_pInputImg)) return Fail(0x1000C);
     return MaskMayBeOutput(m_pInputImg, m_oOutputOffset) ? 1 : Fail(0x1006C);
 }
 

@@ -142,6 +142,8 @@ struct NamedFormat {
 QZIL_API std::span<NamedFormat const> AllFormats();
 /// The name of a format, or null.
 QZIL_API char const* FormatName(GUID const& format);
+/// Bytes from one pixel to the next in a format's colour plane.
+int PixelBytesOf(GUID const& format);
 
 /// What an image stores when a format is set: a zero is not stored; compress -1 leaves that field alone.
 struct StoredAttributes {
@@ -151,9 +153,6 @@ struct StoredAttributes {
     unsigned uPixelSize;
     int iCompress;
 };
-StoredAttributes StoredAttributesOf(GUID const& format);
-/// Bytes from one pixel to the next in a format's colour plane.
-int PixelBytesOf(GUID const& format);
 
 using FormatList = std::span<GUID const>;
 

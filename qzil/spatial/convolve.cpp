@@ -3,9 +3,9 @@
 #include "qzil/frame/margin.h"
 #include "qzil/frame/pixel_traits.h"
 #include "qzil/kernel/line_walk.h"
+#include "qzil/numeric/matrix.h"
 #include "qzil/spatial/filter_rows.h"
 #include "qzil/spatial/tap_rows.h"
-#include "qzil/transform/numeric/matrix.h"
 
 #include <algorithm>
 #include <cmath>

@@ -85,7 +85,7 @@ qzILStatus qzILSharpenImg::Execute() {
     // The edges are looked for when parts of the output, and with it of the input, are written already.
     IXFImage* const pInput = m_pInputImg;
     Ref<IXFImage> copy;
-    if (qzILCloneImage(pInput, IID_IXFImage, copy.Out()) < 0) return Fail(0x10001);
+    if (CloneWithPixels(pInput, copy) < 0) return Fail(0x10001);
     m_pInputImg = copy.Get();
     qzILStatus const status = qzILMonadicImgProc::Execute();
     m_pInputImg = pInput;
