@@ -25,6 +25,8 @@ protected:
 
     /// Runs a set of operators; where there are several, the largest result counts.
     qzILStatus RunOperators(unsigned first, unsigned set, double sensitivity, double bias);
+    /// The same over what the output holds: of every sample the larger one stays.
+    qzILStatus AddOperators(unsigned first, unsigned set, double sensitivity, double bias);
     /// Writes 0 to the selected channels; the centre pixel to the others, and where the mask is 0.
     qzILStatus ClearOutput();
 };
@@ -45,6 +47,9 @@ protected:
 
     qzILStatus VerifyLevels();
     qzILStatus Detect(unsigned first, unsigned set) { return RunOperators(first, set, m_dfEdgeSensitivity, m_dfBias); }
+    qzILStatus AddDetected(unsigned first, unsigned set) {
+        return AddOperators(first, set, m_dfEdgeSensitivity, m_dfBias);
+    }
 
     double m_dfEdgeSensitivity;
     double m_dfBias;
