@@ -36,7 +36,7 @@ public:
     qzILStatus DoEffect() override;
     bool IsFormatSupported() const override;
     bool IsKernelSeparable() override;
-    void SeparateKernel(float* x, float* y) override;
+    qzILStatus SeparateKernel(float* x, float* y) override;
 
     void Init();
     void Trash() { FreeKernel(); }

@@ -29,9 +29,9 @@ s32 Truncated(double value) {
 }
 
 /// The sum of the magnitudes of taps.
-double MagnitudeOf(float const* taps, int count) {
+double MagnitudeOf(float const* taps, std::ptrdiff_t count) {
     double sum = 0.0;
-    for (int i = 0; i < count; ++i) sum += std::abs(taps[i]);
+    for (std::ptrdiff_t i = 0; i < count; ++i) sum += std::abs(taps[i]);
     return sum;
 }
 
@@ -278,11 +278,12 @@ qzILMatrix MatrixOf(float const* kernel, int width, int height) {
     return width > height ? matrix.Transpose() : matrix;
 }
 
-/// True when two rows and columns alone show that there is more than one factor: a matrix has no smaller second
-/// singular value than a part of it. Saves most kernels the decomposition.
-bool IsPlainlyInseparable(float const* kernel, int width, int height) {
-    constexpr double kPlainly = 4e-6;
+/// False when two rows and columns alone show a higher rank: a matrix has no smaller second singular value than a part
+/// of it. Saves most kernels the decomposition. False, too, for taps that are not finite.
+bool MayHaveRankOne(float const* kernel, int width, int height) {
+    constexpr double kSecondValue = 4e-6;
     std::ptrdiff_t const taps = std::ptrdiff_t{width} * height;
+    if (!std::all_of(kernel, kernel + taps, [](float tap) { return std::isfinite(tap); })) return false;
     std::ptrdiff_t const largest =
         std::max_element(kernel, kernel + taps, [](float a, float b) { return std::abs(a) < std::abs(b); }) - kernel;
     std::ptrdiff_t const row = largest / width * width, column = largest % width;
@@ -290,9 +291,9 @@ bool IsPlainlyInseparable(float const* kernel, int width, int height) {
     for (std::ptrdiff_t k = 0; k < taps; ++k) {
         double const b = kernel[row + k % width], c = kernel[k / width * width + column], d = kernel[k];
         double const determinant = std::abs(a * d - b * c);
-        if (determinant > kPlainly * std::sqrt(a * a + b * b + c * c + d * d)) return std::isfinite(determinant);
+        if (determinant > kSecondValue * std::sqrt(a * a + b * b + c * c + d * d)) return false;
     }
-    return false;
+    return true;
 }
 
 }  // namespace
@@ -317,12 +318,17 @@ float* qzILConvolveImg::MakeKernel(qzILVector2l size) {
     std::int64_t const taps = std::int64_t{size.x} * size.y;
     if (taps <= kMostTaps) m_pOwnKernel.reset(new (std::nothrow) float[static_cast<std::size_t>(taps)]());
     if (!m_pOwnKernel) Fail(0x10001);
+    m_oOwnSize = size;
     return m_pKernel = m_pOwnKernel.get();
 }
 
 void qzILConvolveImg::DropKernel() {
     m_pOwnKernel.reset();
     m_pKernel = nullptr;
+}
+
+bool qzILConvolveImg::HasKernel() const {
+    return m_pKernel && (m_pKernel != m_pOwnKernel.get() || m_oOwnSize == KernelSize());
 }
 
 bool qzILConvolveImg::IsFormatSupported() const {
@@ -337,23 +343,29 @@ qzILStatus qzILConvolveImg::Verify() {
 
 bool qzILConvolveImg::IsKernelSeparable() {
     qzILVector2l const size = KernelSize();
-    if (!m_pKernel || IsPlainlyInseparable(m_pKernel, size.x, size.y)) return false;
+    if (!HasKernel() || !MayHaveRankOne(m_pKernel, size.x, size.y)) return false;
     qzILMatrix const matrix = MatrixOf(m_pKernel, size.x, size.y);
-    if (matrix.IsNotValid()) {
+    qzILMatrix u, singular, v;
+    // The taps are finite here: a decomposition lacks nothing but memory.
+    if (matrix.IsNotValid() || matrix.ThinSVD(u, singular, v) != 1) {
         Fail(0x10001);
         return false;
     }
-    return matrix.IsSeparable();
+    int rank = 0;
+    for (int i = 0; i < singular.GetNumRows(); ++i) rank += matrix.IsVerySmall(singular(i, i)) ? 0 : 1;
+    return rank == 1;
 }
 
-void qzILConvolveImg::SeparateKernel(float* x, float* y) {
+qzILStatus qzILConvolveImg::SeparateKernel(float* x, float* y) {
+    if (!HasKernel()) return Fail(0x10021);
     qzILVector2l const size = KernelSize();
     qzILMatrix left, right;
-    MatrixOf(m_pKernel, size.x, size.y).SeparateIntoTensorProduct(left, right);
+    if (MatrixOf(m_pKernel, size.x, size.y).SeparateIntoTensorProduct(left, right) != 1) return Fail(0x10001);
     bool const transposed = size.x > size.y;
     qzILMatrix const &columns = transposed ? left : right, &rows = transposed ? right : left;
     for (int i = 0; i < columns.GetNumRows(); ++i) x[i] = static_cast<float>(columns(i, 0));
     for (int j = 0; j < rows.GetNumRows(); ++j) y[j] = static_cast<float>(rows(j, 0));
+    return 1;
 }
 
 int qzILConvolveImg::CenterPixelOffset() const {
@@ -365,12 +377,12 @@ int qzILConvolveImg::NextRow() const {
 }
 
 qzILStatus qzILConvolveImg::DoEffect() {
-    if (!m_pKernel) return Fail(0x10021);
+    if (!HasKernel()) return Fail(0x10021);
     qzILVector2l const size = KernelSize();
     if (size.x == 1 || size.y == 1 || !IsKernelSeparable()) return SinglePassConvolve();
     std::unique_ptr<float[]> const factors(new (std::nothrow) float[std::size_t(size.x) + std::size_t(size.y)]());
     if (!factors) return Fail(0x10001);
-    SeparateKernel(factors.get(), factors.get() + size.x);
+    if (qzILStatus const status = SeparateKernel(factors.get(), factors.get() + size.x); status != 1) return status;
     return DualPassConvolve(factors.get(), factors.get() + size.x);
 }
 
@@ -398,12 +410,13 @@ qzILStatus qzILConvolveImg::Run(TapKernel<typename Routines::Sample> const& kern
 qzILStatus qzILConvolveImg::RunSinglePass() {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
-        if (!m_pKernel || traits.iSampleBytes == 0 || !BufferStart()) return -1;
+        if (!HasKernel() || traits.iSampleBytes == 0 || !BufferStart()) return -1;
         // Deliberately a float sum at 8 bits and four channels, a double one everywhere else.
         bool const inFloat = traits.iSampleBytes == 1 && traits.iSamples == 4;
         TapKernel<float> const kernel(m_pKernel, KernelSize());
-        TapRounding const rounding{traits.iSampleBytes, inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
-                                   Fits(MagnitudeOf(m_pKernel, KernelSize().x * KernelSize().y), m_fOffset)};
+        TapRounding const rounding{
+            traits.iSampleBytes, inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
+            Fits(MagnitudeOf(m_pKernel, std::ptrdiff_t{KernelSize().x} * KernelSize().y), m_fOffset)};
         return Run(kernel, FloatRoutines{rounding});
     });
 }
@@ -421,7 +434,7 @@ qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
 qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
-        if (!m_pKernel || traits.iSampleBytes != 1 || !BufferStart()) return -1;
+        if (!HasKernel() || traits.iSampleBytes != 1 || !BufferStart()) return -1;
         std::vector<s32> taps(static_cast<std::size_t>(KernelSize().x) * static_cast<std::size_t>(KernelSize().y));
         std::transform(m_pKernel, m_pKernel + taps.size(), taps.begin(),
                        [](float tap) { return Truncated(tap * 65536.0f); });

@@ -42,12 +42,12 @@ int SampleBytes(XFChannelType type) {
 }  // namespace
 
 template <class Sample>
-RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> down,
-                                       AxisFilter<Sample> across)
+RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> const& down,
+                                       AxisFilter<Sample> const& across)
     : m_uType(type),
       m_oLines(lines),
-      m_oDown(std::move(down)),
-      m_oAcross(std::move(across)),
+      m_oDown(down),
+      m_oAcross(across),
       m_iPixels(lines.iSamples / lines.iPixelSamples),
       m_iKept((lines.iLines - 2 * m_oDown.iReach - lines.iFirstKept + lines.iKeptStep - 1) / lines.iKeptStep),
       m_iBlockSamples((std::ptrdiff_t{m_iPixels} + 1) * kLanes) {
@@ -86,8 +86,9 @@ void RecursiveMaker<Sample>::Filter(AxisFilter<Sample> const& axis, Sample* lane
     if (!axis.bActive) return;
     int const reach = axis.iReach;
     Sample *const first = lanes + kLanes, *const last = lanes + std::ptrdiff_t{places - 1 - reach} * kLanes;
-    axis.oPass({first, kLanes, last, -kLanes, places, reach, kLanes});
-    axis.oPass({last, -kLanes, first + std::ptrdiff_t{reach} * kLanes, kLanes, places - reach, reach, kLanes});
+    axis.pPass({first, kLanes, last, -kLanes, places, reach, kLanes}, axis.oFilter);
+    axis.pPass({last, -kLanes, first + std::ptrdiff_t{reach} * kLanes, kLanes, places - reach, reach, kLanes},
+               axis.oFilter);
 }
 
 template <class Sample>
