@@ -187,10 +187,10 @@ qzILStatus qzILBlurImg::DoEffect() {
 
 qzILStatus qzILBlurImg::RunBox() {
     return Guarded([&] {
+        if (!HasBuffer()) return -1;
         kernel::RowTraits const traits = TraitsOf(Format());
-        auto const maker =
-            MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, KernelSize().y),
-                         KernelSize().x, KernelSize().y);
+        auto const maker = MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
+                                        KernelSize().x, KernelSize().y);
         return maker ? RunLines(traits, *maker, kernel::kBlockLines) : 1;
     });
 }
@@ -206,9 +206,9 @@ qzILStatus qzILBlurImg::Convolve2PassMONO8(qzILBlurType type) {
 template <class Sample>
 qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const& traits) {
     return Guarded([&] {
-        if (!BufferStart()) return -1;
+        if (!HasBuffer()) return -1;
         double const degree = m_fDegree;
-        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, 1),
+        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
                                      FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),
                                      FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, Format()));
         auto const stops = [](void const* self) { return static_cast<qzILBlurImg const*>(self)->IsInterrupted(); };

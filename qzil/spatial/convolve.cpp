@@ -137,7 +137,7 @@ public:
     template <class Stops>
     void Advance(int end, Stops stops) {
         for (; m_iDone < end; ++m_iDone) {
-            unsigned char const* const pLine = m_oLines.Line(m_iDone);
+            unsigned char const* const pLine = m_oLines.oSource.Line(m_iDone, 1);
             if (!m_oKernel.bTwoPasses) {
                 Widen(Held(m_iDone), pLine, 0, m_iSamples + m_iHalo);
             } else {
@@ -305,7 +305,6 @@ FormatList qzILConvolveImg::GetFormats() {
 void qzILConvolveImg::Init() {
     m_pKernel = nullptr;
     m_fOffset = 0.0f;
-    m_bReadsLines = true;
 }
 
 void qzILConvolveImg::SetKernel(float* kernel, qzILVector2f radius) {
@@ -397,7 +396,7 @@ qzILStatus qzILConvolveImg::DualPassConvolve(float* x, float* y) {
 template <class Routines>
 qzILStatus qzILConvolveImg::Run(TapKernel<typename Routines::Sample> const& kernel, Routines const& routines) {
     kernel::RowTraits const traits = OperationTraits(Format());
-    MarginLines const lines = GetMarginLines(traits.iSamples, 1);
+    MarginLines const lines = GetMarginLines(traits.iSamples);
     // A host that interrupts sees the first pass end before the second one begins.
     bool const wholePass = kernel.bTwoPasses && HasInterrupt();
     int const held =
@@ -410,7 +409,7 @@ qzILStatus qzILConvolveImg::Run(TapKernel<typename Routines::Sample> const& kern
 qzILStatus qzILConvolveImg::RunSinglePass() {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
-        if (!HasKernel() || traits.iSampleBytes == 0 || !BufferStart()) return -1;
+        if (!HasKernel() || traits.iSampleBytes == 0 || !HasBuffer()) return -1;
         // Deliberately a float sum at 8 bits and four channels, a double one everywhere else.
         bool const inFloat = traits.iSampleBytes == 1 && traits.iSamples == 4;
         TapKernel<float> const kernel(m_pKernel, KernelSize());
@@ -424,7 +423,7 @@ qzILStatus qzILConvolveImg::RunSinglePass() {
 qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
-        if (traits.iSampleBytes == 0 || !BufferStart()) return -1;
+        if (traits.iSampleBytes == 0 || !HasBuffer()) return -1;
         TapKernel<float> const kernel(x, y, KernelSize());
         bool const fits = Fits(MagnitudeOf(x, KernelSize().x) * MagnitudeOf(y, KernelSize().y), 0.0f);
         return Run(kernel, FloatRoutines{{traits.iSampleBytes, 0.5f, true, fits}});
@@ -434,7 +433,7 @@ qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
 qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
-        if (!HasKernel() || traits.iSampleBytes != 1 || !BufferStart()) return -1;
+        if (!HasKernel() || traits.iSampleBytes != 1 || !HasBuffer()) return -1;
         std::vector<s32> taps(static_cast<std::size_t>(KernelSize().x) * static_cast<std::size_t>(KernelSize().y));
         std::transform(m_pKernel, m_pKernel + taps.size(), taps.begin(),
                        [](float tap) { return Truncated(tap * 65536.0f); });
@@ -447,7 +446,7 @@ qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
 qzILStatus qzILConvolveImg::DualPassConvolve_RGBA32_Fixed(float* x, float* y) {
     return Guarded([&] {
         kernel::RowTraits const traits = OperationTraits(Format());
-        if (traits.iSampleBytes != 1 || !BufferStart()) return -1;
+        if (traits.iSampleBytes != 1 || !HasBuffer()) return -1;
         auto const fixed = [](float const* taps, int count) {
             std::vector<s32> values(static_cast<std::size_t>(count));
             std::transform(taps, taps + count, values.begin(), [](float tap) { return RoundHalfAway(tap * 65536.0); });

@@ -17,8 +17,6 @@ int LevelOf(double share, int full) {
 
 void Effect3x3::Init() {
     SetRadius(1.0f);
-    m_iLeastReach = 1;
-    m_bReadsLines = true;
 }
 
 FormatList Effect3x3::GetFormats() {

@@ -22,6 +22,7 @@ public:
 
 protected:
     Effect3x3() { Init(); }
+    int LeastReach() const override { return 1; }
 
     /// Runs a set of operators; where there are several, the largest result counts.
     qzILStatus RunOperators(unsigned first, unsigned set, double sensitivity, double bias);

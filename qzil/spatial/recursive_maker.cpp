@@ -96,13 +96,13 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
     TakeBlocks();
     m_aLanes.resize((static_cast<std::size_t>(m_oLines.iLines) + 1) * kLanes);
     m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
-    MarginStrips strips(m_oLines, m_oLines.iPixelSamples * SampleBytes(m_uType));
+    MarginSource& source = m_oLines.oSource;
     int const columns = BlockLines();
     // Strips begin where the image does, so that they share no line of the cache.
-    for (int at = 0, end = strips.FirstInside() % columns; at < m_iPixels; at = end, end += columns) {
+    for (int at = 0, end = source.FirstInside() % columns; at < m_iPixels; at = end, end += columns) {
         int const count = std::min(end, m_iPixels) - at;
         if (count == 0) continue;
-        MarginStrips::Strip const strip = strips.Columns(at, count);
+        MarginSource::Strip const strip = source.Columns(at, count);
         Load(m_uType,
              {m_aLanes.data() + kLanes, strip.pLines, strip.iAt, count * m_oLines.iPixelSamples, m_oLines.iLines});
         Filter(m_oDown, m_aLanes.data(), m_oLines.iLines);

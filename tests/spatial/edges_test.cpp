@@ -20,6 +20,7 @@ TEST_P(Edges, DetectorsEqualModel) {
             effect.SetType(static_cast<decltype(effect.GetType())>(type));
             effect.SetEdgeSensitivity(sensitivity);
             effect.SetBias(bias);
+            effect.qzILMonadicSpatialProc::Init();
             ExpectModel(
                 scene, effect, [&](Region const& r) { return DetectEdges(r, detector, type, sensitivity, bias); },
                 Text("type", type) + Text("sensitivity", sensitivity) + Text("bias", bias));
