@@ -108,6 +108,14 @@ private:
     std::vector<unsigned char> m_aBeside;  ///< columns that do not lie in the image alone
 };
 
+/// Whether an interrupt asks to stop, for makers that work before their first line.
+struct StopQuestion {
+    bool (*pStops)(void const* context) = nullptr;  ///< null where no interrupt is set
+    void const* pContext = nullptr;
+
+    bool Stops() const { return pStops && pStops(pContext); }
+};
+
 /// What a maker of lines has to know of a call.
 struct MarginLines {
     MarginSource& oSource;
@@ -117,6 +125,7 @@ struct MarginLines {
     int iPixelSamples;   ///< of a pixel
     int iFirstKept;      ///< field bits: the first output line, and the step to the next
     int iKeptStep;
+    StopQuestion oQuestion;
 
     /// The line of the active rectangle that is output line `kept`.
     int ActiveLine(int kept) const { return iFirstKept + kept * iKeptStep; }

@@ -231,13 +231,19 @@ Lines qzILMonadicSpatialProc::CentreLines() const {
 
 MarginLines qzILMonadicSpatialProc::GetMarginLines(int samples) const {
     KeptLines const kept = LinesToProcess();
+    StopQuestion question;
+    if (HasInterrupt()) {
+        question = {[](void const* self) { return static_cast<qzILMonadicSpatialProc const*>(self)->IsInterrupted(); },
+                    this};
+    }
     return {*m_pSource,
             ActiveSize().y + KernelSize().y - 1,
             (ActiveSize().x + KernelSize().x - 1) * samples,
             ActiveSize().x * samples,
             samples,
             kept.iFirst,
-            kept.iStep};
+            kept.iStep,
+            question};
 }
 
 qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kernel::RowCall const& call) const {

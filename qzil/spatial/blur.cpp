@@ -211,8 +211,6 @@ qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const&
         RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
                                      FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),
                                      FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, Format()));
-        auto const stops = [](void const* self) { return static_cast<qzILBlurImg const*>(self)->IsInterrupted(); };
-        if (!maker.FilterColumns(HasInterrupt() ? +stops : nullptr, this)) return 1;
-        return RunLines(traits, maker, maker.BlockLines());
+        return maker.FilterColumns() ? RunLines(traits, maker, maker.BlockLines()) : 1;
     });
 }

@@ -31,7 +31,7 @@ public:
                    AxisFilter<Sample> const& across);
 
     /// The first stage, asking after each column. False when it was stopped. Throws std::bad_alloc.
-    bool FilterColumns(bool (*stops)(void const* context), void const* context);
+    bool FilterColumns();
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override;
     /// Lines that are filtered side by side.
     int BlockLines() const { return kLanes / m_oLines.iPixelSamples; }

@@ -88,8 +88,8 @@ protected:
     float m_fOffset;
 
 private:
-    template <class Routines>
-    qzILStatus Run(qzil::TapKernel<typename Routines::Sample> const& kernel, Routines const& routines);
+    template <class Sample, class Rounding>
+    qzILStatus RunTaps(qzil::TapKernel<Sample> const& kernel, Rounding const& rounding);
     qzILStatus RunSinglePass();
     qzILStatus RunDualPass(float const* x, float const* y);
 

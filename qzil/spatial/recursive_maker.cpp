@@ -92,7 +92,7 @@ void RecursiveMaker<Sample>::Filter(AxisFilter<Sample> const& axis, Sample* lane
 }
 
 template <class Sample>
-bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
+bool RecursiveMaker<Sample>::FilterColumns() {
     TakeBlocks();
     m_aLanes.resize((static_cast<std::size_t>(m_oLines.iLines) + 1) * kLanes);
     m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
@@ -107,8 +107,8 @@ bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), v
              {m_aLanes.data() + kLanes, strip.pLines, strip.iAt, count * m_oLines.iPixelSamples, m_oLines.iLines});
         Filter(m_oDown, m_aLanes.data(), m_oLines.iLines);
         KeepColumns(at, count);
-        for (int column = 0; stops && column < count; ++column) {
-            if (stops(context)) return false;
+        for (int column = 0; column < count; ++column) {
+            if (m_oLines.oQuestion.Stops()) return false;
         }
     }
     return true;
