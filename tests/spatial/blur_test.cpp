@@ -161,7 +161,7 @@ TEST(BlurringValues, OfFarReaches) {
 // A spread that is lost in the arithmetic leaves the picture as it is.
 TEST(BlurringValues, OfSpreadsNearNothing) {
     for (GUID const& format : kInteger + Formats{MFIF_RGBA_FLOAT, MFIF_MONO_FLOAT}) {
-        for (float const degree : {1e-9f, 1e-20f, 1e-38f}) {
+        for (float const degree : {1e-9f, 1e-20f, 1e-38f, std::numeric_limits<float>::quiet_NaN()}) {
             for (int type = 4; type <= 7; ++type) {
                 SpatialScene scene = SpatialScene::Whole(format, 12, 9);
                 Set(scene, {6, 7});
