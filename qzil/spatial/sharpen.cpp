@@ -108,6 +108,7 @@ qzILStatus qzILSharpenImg::DoEffect() {
 }
 
 qzILStatus qzILSharpenImg::Esharpen() {
+    if (!HasKernel()) return Fail(0x10021);
     qzILVector2l const size = ActiveSize(), origin = ActiveOrigin();
     qzILBbox2l const region(origin.x, origin.y, size.x, size.y);
     Ref<IXFImage> mask;
