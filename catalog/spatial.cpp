@@ -71,6 +71,20 @@ Effect<E>& AddDetection(Effect<E>&& effect) {
                 "strength of the edges, or their direction as a circle of grey");
 }
 
+/// Behind the two parameters of all neighbourhood effects.
+constexpr std::size_t kType = 2;
+
+/// Recursive filters round differently behind another start, as running sums of floats do.
+bool BlurStartCounts(std::span<Value const> values, GUID const& format) {
+    bool const isFloat = GetChannelTypeFromFormat(format) == XFChannelTypeFloat;
+    return std::get<long>(values[kType]) >= (isFloat ? 3 : 4);
+}
+
+/// Edges are looked for in the region alone.
+bool EdgesOfRegion(std::span<Value const> values, GUID const&) {
+    return std::get<long>(values[kType]) != qzILSharpenTypeNormal;
+}
+
 std::vector<Choice> BlurTypes() {
     return {{"ellipse", qzILBlurTypeEllipse},
             {"gauss", qzILBlurTypeGauss},
@@ -115,14 +129,17 @@ std::vector<Entry> SpatialEffects() {
                   "strength; results beyond full scale wrap, which strong degrees show")
             .Real("sensitivity", &qzILSharpenImg::SetEdgeSensitivity, kShare, "1",
                   "which edges count, with --type edge")
-            .Open(),
+            .Open()
+            .BlackAround()
+            .RegionMatters(EdgesOfRegion),
 
         Spatial<qzILBlurImg>("blur", "Blurs")
             .Choice("type", &qzILBlurImg::SetType, BlurTypes(), "fast-gauss",
                     "shape of the blur; ellipse and gauss in 8 and 16 bits only")
             .Pair("radius", SetRadius<qzILBlurImg>, kRadius, "3", "reach of the blur", "pixels")
             .Real("degree", &qzILBlurImg::SetDegree, kShare, "0.5",
-                  "standard deviation as a share of the radius; of an ellipse, how much it blurs; not for uniform"),
+                  "standard deviation as a share of the radius; of an ellipse, how much it blurs; not for uniform")
+            .RegionMatters(BlurStartCounts),
 
         Spatial<qzILOpticGlowImg>("glow", "Lets bright parts glow")
             .Pair("radius", SetRadius<qzILOpticGlowImg>, kRadius, "3", "reach of the glow", "pixels")

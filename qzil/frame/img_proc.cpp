@@ -316,7 +316,7 @@ bool qzILImgProc::Has(kernel::Forms const& forms) const {
 
 kernel::Form const* qzILImgProc::FindForm(kernel::Forms const& forms, Prepared const& prepared,
                                           kernel::Call& call) const {
-    call.pFormat = &prepared.pSource->m_oFormat;
+    call.pFormat = &prepared.pSource->Format();
     call.eLayout = LayoutOf(*call.pFormat);
     call.bMasked = prepared.oWalk.oMask.pFirst != nullptr;
     call.bPassB = prepared.oWalk.bPassB;

@@ -35,7 +35,7 @@ EffectRun::EffectRun(Settings const& settings, GUID const& format, std::vector<q
     SetRegion(sizes);
     SetMask(mask);
     SetMode();
-    Effect().SetDefaultColor(settings.oDefaultColor);
+    m_oInstance.SetDefaultColor(settings.oDefaultColor);
     Effect().SetInterruptFct(nullptr, InterruptFlag());
 }
 
@@ -64,10 +64,10 @@ void EffectRun::SetRegion(std::vector<qzILVector2l> const& sizes) {
         throw Failure(kRefused, Entry().sName + ": --roi is '" + BoxText(roi) + "', but takes a region that fits at " +
                                     place + " into " + output);
     }
-    Effect().SetROI(Flipped(roi, m_oInputSize.y));
+    m_oInstance.SetRoi(Flipped(roi, m_oInputSize.y));
     m_bCoversOutput = roi.Size == m_oOutputSize && !m_oSettings.oEvenField;
-    Effect().SetOutputOffset(Flipped({offset.x, offset.y, roi.Size.x, roi.Size.y}, m_oOutputSize.y).Origin);
-    if (!Entry().bTwoInputs) return;
+    m_oInstance.SetOutputOffset(Flipped({offset.x, offset.y, roi.Size.x, roi.Size.y}, m_oOutputSize.y).Origin);
+    if (!Entry().HasTwoInputs()) return;
     qzILVector2l const& placeB = m_oSettings.oInputOffset;
     m_oInstance.SetInputOffset(Flipped({placeB.x, placeB.y, sizes[1].x, sizes[1].y}, m_oInputSize.y).Origin);
     if (m_oSettings.oDominantB) m_oInstance.SetDominant(*m_oSettings.oDominantB);
@@ -89,7 +89,7 @@ void EffectRun::SetMask(media::Picture const& picture) {
                                     ", unless --mask-rect says where it lies.");
     }
     if (hasMask) m_oMask = MakeImage(Entry(), picture, catalog::MaskFormatFor(m_oFormat));
-    Effect().SetMask(Flipped(rectangle, m_oInputSize.y), m_oMask.Get(), XFImageChannelMono);
+    m_oInstance.SetMask(Flipped(rectangle, m_oInputSize.y), m_oMask.Get(), XFImageChannelMono);
 }
 
 void EffectRun::SetMode() {
@@ -116,7 +116,7 @@ std::chrono::duration<double> EffectRun::Execute(std::span<Ref<IXFImage> const> 
     auto const refuse = [this] { return Failure(kRefused, catalog::ErrorSentence(Entry(), Effect().GetLastError())); };
     for (std::size_t i = 0; i < inputs.size(); ++i) m_oInstance.SetInput(i, inputs[i].Get());
     FillSurroundings(*inputs[0].Get(), output);
-    Effect().SetOutputImg(&output);
+    m_oInstance.SetOutput(&output);
     if (Effect().Verify() != 1) throw refuse();
     auto const start = Clock::now();
     if (Effect().Execute() != 1) throw refuse();

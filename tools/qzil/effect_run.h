@@ -28,7 +28,7 @@ public:
 
 private:
     catalog::Entry const& Entry() const { return *m_oSettings.pEntry; }
-    qzILImgProc& Effect() { return m_oInstance.Effect(); }
+    qzILProcessor& Effect() { return m_oInstance.Effect(); }
     void SetRegion(std::vector<qzILVector2l> const& sizes);
     void SetMask(media::Picture const& picture);
     void SetMode();

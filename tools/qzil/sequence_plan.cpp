@@ -35,7 +35,7 @@ bool Works(Settings const& settings, GUID const& format) {
     }
     for (std::size_t i = 0; i < settings.oInputs.size(); ++i) instance.SetInput(i, images[i].Get());
     for (std::size_t i = 0; i < settings.oValues.size(); ++i) instance.Set(i, settings.oValues[i]);
-    instance.Effect().SetOutputImg(images.back().Get());
+    instance.SetOutput(images.back().Get());
     return instance.Effect().Verify() == 1 || !(instance.Effect().GetLastError() == 0x1000Du);
 }
 

@@ -188,7 +188,7 @@ void AddOptions(CLI::App& app, Settings& settings, Texts& texts) {
     add("--cpu", texts.sCpu, "baseline or v3: instruction set to use");
     app.add_flag("--time", settings.bTime, "Print the effect's time")->group(frame);
     AddSequenceOptions(app, settings, texts);
-    if (!entry.bTwoInputs) return;
+    if (!entry.HasTwoInputs()) return;
     add("--input-offset", texts.sInputOffset, "X,Y: where input b lies in input a (default 0,0)");
     add("--dominant", texts.sDominant, "a or b: the input that decides which pixels exist (default a)");
 }
