@@ -2,23 +2,13 @@
 
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/mask_check.h"
+#include "qzil/frame/run.h"
 #include "qzil/image/format_relations.h"
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/row.h"
 
 #include <algorithm>
 
 using namespace qzil;
-
-namespace {
-
-GUID FormatOf(IXFImage* image) {
-    GUID format{};
-    image->GetFormat(&format);
-    return format;
-}
-
-}  // namespace
 
 void qzILImgProc::Init() {
     m_pOutputImg = nullptr;
@@ -279,11 +269,15 @@ Lines qzILImgProc::MaskLinesOf(qzILImageHelper const& mask, qzILBbox2l const& bo
     return lines;
 }
 
-void qzILImgProc::ShiftStart(Lines& lines, int n) {
-    if (!lines.pFirst) return;
-    std::ptrdiff_t const bytes = std::ptrdiff_t{n} * lines.iPixelStep;
-    lines.pFirst += bytes;
-    lines.iJump += bytes;
+void qzILImgProc::ShiftStarts(int n, std::initializer_list<Lines*> lines, qzILBbox2l& box) {
+    for (Lines* const pLines : lines) {
+        if (!pLines->pFirst) continue;
+        std::ptrdiff_t const bytes = std::ptrdiff_t{n} * pLines->iPixelStep;
+        pLines->pFirst += bytes;
+        pLines->iJump += bytes;
+    }
+    box.Origin.x += n;
+    box.Size.x -= n;
 }
 
 bool qzILImgProc::CompleteWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel::RowTraits const& traits) const {
@@ -308,4 +302,25 @@ qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kerne
     if (!CompleteWalk(walk, box, traits)) return -1;
     kernel::RunRows(walk, traits, call);
     return 1;
+}
+
+bool qzILImgProc::Prepare(Prepared&) const {
+    return false;
+}
+
+bool qzILImgProc::Has(kernel::Forms const& forms) const {
+    Prepared prepared;
+    kernel::Call call;
+    return Prepare(prepared) && FindForm(forms, prepared, call);
+}
+
+kernel::Form const* qzILImgProc::FindForm(kernel::Forms const& forms, Prepared const& prepared,
+                                          kernel::Call& call) const {
+    call.pFormat = &prepared.pSource->m_oFormat;
+    call.eLayout = LayoutOf(*call.pFormat);
+    call.bMasked = prepared.oWalk.oMask.pFirst != nullptr;
+    call.bPassB = prepared.oWalk.bPassB;
+    kernel::Form const* const pForm = forms.Find(call.eLayout, ChannelTypeOf(*call.pFormat));
+    call.uSelected = pForm && pForm->oTraits.bHasChannels ? m_uProcessingMode & kModeAllChannels : kModeAllChannels;
+    return pForm;
 }

@@ -5,12 +5,18 @@
 #include "qzil/image/image.h"
 #include "qzil/image/lines.h"
 
+#include <initializer_list>
 #include <span>
 
 namespace qzil::kernel {
+struct Call;
+struct Form;
+struct Forms;
 struct RowCall;
 struct RowTraits;
 struct Walk;
+template <template <class> class Rule, class... T>
+struct Operation;
 }  // namespace qzil::kernel
 
 /// Base of all effects that write an image.
@@ -106,14 +112,34 @@ protected:
     bool OutputHasFormatOf(std::span<GUID const> formats) const;
     /// 1 when the output's format is in a list, else 0x1000D.
     qzILStatus VerifyFormat(std::span<GUID const> formats);
+    /// The lines of a call and the first input, whose format decides which form runs.
+    struct Prepared;
+    /// Sets up the walk over the processed box, but for what CompleteWalk adds; false where an effect has none.
+    virtual bool Prepare(Prepared& prepared) const;
+    /// Runs the form that an operation has for the images' format over the rule of the channel type T that
+    /// `build(As<T>)` makes. Without a form it fails with a code.
+    template <template <class> class Rule, class... T, class Build>
+        requires(!std::is_integral_v<Build>)
+    qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                   unsigned noForm = 0x1000D);
+    /// The same for a rule without constants.
+    template <template <class> class Rule, class... T>
+    qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, unsigned noForm = 0x1000D);
+    /// Whether an operation has a form for the images' format.
+    bool Has(qzil::kernel::Forms const& forms) const;
     /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is
     /// not processed. `offset` is the output offset in the input's coordinates.
     bool MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const;
     /// Hands this effect's region, mask and default colour to another one that works in its place.
     void ShareSettings(qzILImgProc& other, unsigned mode) const;
     bool HasSplitPlanes() const;
-    /// Takes the first n pixels off every line.
-    static void ShiftStart(qzil::Lines& lines, int n);
+    /// The form for the images' format and what is known of the call, or null.
+    qzil::kernel::Form const* FindForm(qzil::kernel::Forms const& forms, Prepared const& prepared,
+                                       qzil::kernel::Call& call) const;
+    template <template <class> class Rule, class... T, class Build>
+    qzILStatus RunForms(qzil::kernel::Forms const& forms, Build const& build, unsigned noForm);
+    /// Takes the first n pixels off every line of a call.
+    static void ShiftStarts(int n, std::initializer_list<qzil::Lines*> lines, qzILBbox2l& box);
 
 private:
     /// What PrepareRegion works out, in region coordinates unless told otherwise.

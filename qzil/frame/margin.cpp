@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace qzil {
 namespace {
@@ -113,32 +114,78 @@ void Margin::ReadTiled(unsigned char* to, int y, int first, int count) const {
     }
 }
 
-MarginStrips::MarginStrips(MarginLines const& lines, int pixelBytes)
-    : m_oMargin(lines.oMargin), m_iPixelBytes(pixelBytes), m_iInside(lines.iSamples / lines.iPixelSamples) {
-    if (m_oMargin) {
-        m_iFirstInside = m_oMargin->InnerFirst();
-        m_iInside = m_oMargin->InnerCount();
+MarginSource::MarginSource(Margin const& margin, Ref<IXFImage> buffer, qzILVector2l reach)
+    : m_oMargin(margin), m_pBuffer(std::move(buffer)), m_oReach(reach) {
+    qzILImageHelper const view(m_pBuffer.Get());
+    m_pFirst = view.GetPixelPtr(0, 0);
+    m_iStep = view.m_iLineStepA;
+    m_iColumns = view.m_iWidth;
+    m_iLines = view.m_iHeight;
+    m_iPixelBytes = view.m_iPixelStep;
+}
+
+void MarginSource::SetComplete() {
+    m_bComplete = true;
+    m_apInside.clear();
+}
+
+unsigned char const* MarginSource::All() {
+    return Block(0, m_iLines);
+}
+
+unsigned char const* MarginSource::Block(int first, int count) {
+    if (m_bComplete) return Slot(first);
+    for (int i = 0; i < count; ++i) m_oMargin.ReadLine(Slot(i), first + i);
+    m_iHeld = 0;
+    if (count == m_iLines) SetComplete();
+    return m_pFirst;
+}
+
+unsigned char const* MarginSource::Line(int line, int held) {
+    if (m_bComplete) return Slot(line);
+    if (held != m_iHeld || line < m_iRead - held) {
+        m_iHeld = held;
+        m_iRead = 0;
     }
-    m_apInside.reserve(static_cast<std::size_t>(lines.iLines));
-    for (int line = 0; line < lines.iLines; ++line) {
-        unsigned char const* pLine = m_oMargin ? m_oMargin->InnerPixels(line) : lines.pFirst + line * lines.iStep;
+    for (m_iRead = std::max(m_iRead, line - held + 1); m_iRead <= line; ++m_iRead) {
+        m_oMargin.ReadLine(Slot(m_iRead % held), m_iRead);
+    }
+    return Slot(line % held);
+}
+
+MarginSource::Centres MarginSource::GetCentres() const {
+    qzILImageHelper const& image = m_oMargin.GetImage();
+    if (m_bComplete) return {Slot(m_oReach.y) + std::ptrdiff_t{m_iPixelBytes} * m_oReach.x, m_iStep};
+    qzILVector2l const at = GetBox().Origin + m_oReach;
+    return {image.GetPixelPtr(at.x, at.y), image.m_iLineStepA};
+}
+
+void MarginSource::FindInside() {
+    std::size_t const bytes =
+        static_cast<std::size_t>(m_oMargin.InnerCount()) * static_cast<std::size_t>(m_iPixelBytes);
+    m_apInside.reserve(static_cast<std::size_t>(m_iLines));
+    for (int line = 0; line < m_iLines; ++line) {
+        unsigned char const* pLine = m_bComplete ? Slot(line) : m_oMargin.InnerPixels(line);
         if (!pLine && m_aColored.empty()) {
-            m_aColored.resize(static_cast<std::size_t>(m_iInside) * static_cast<std::size_t>(pixelBytes));
-            m_oMargin->Read(m_aColored.data(), line, m_iFirstInside, m_iInside);
+            m_aColored.resize(bytes);
+            m_oMargin.Read(m_aColored.data(), line, FirstInside(), m_oMargin.InnerCount());
         }
         m_apInside.push_back(pLine ? pLine : m_aColored.data());
     }
 }
 
-MarginStrips::Strip MarginStrips::Columns(int first, int count) {
-    std::ptrdiff_t const inside = first - m_iFirstInside;
-    if (inside >= 0 && inside + count <= m_iInside) return {m_apInside.data(), inside * m_iPixelBytes};
+MarginSource::Strip MarginSource::Columns(int first, int count) {
+    if (m_apInside.empty()) FindInside();
+    std::ptrdiff_t const inside = first - FirstInside();
+    if (inside >= 0 && inside + count <= (m_bComplete ? m_iColumns : m_oMargin.InnerCount())) {
+        return {m_apInside.data(), inside * m_iPixelBytes};
+    }
     std::size_t const bytes = static_cast<std::size_t>(count) * static_cast<std::size_t>(m_iPixelBytes);
     m_aBeside.resize(std::max(m_aBeside.size(), bytes * m_apInside.size()));
     m_apBeside.clear();
-    for (int line = 0; line < static_cast<int>(m_apInside.size()); ++line) {
+    for (int line = 0; line < m_iLines; ++line) {
         unsigned char* const to = m_aBeside.data() + bytes * static_cast<std::size_t>(line);
-        m_oMargin->Read(to, line, first, count);
+        m_oMargin.Read(to, line, first, count);
         m_apBeside.push_back(to);
     }
     return {m_apBeside.data(), 0};

@@ -3,7 +3,6 @@
 #include "qzil/frame/spatial.h"
 #include "qzil/image/color.h"
 
-#include <optional>
 #include <vector>
 
 namespace qzil {
@@ -21,6 +20,8 @@ public:
     /// The same without the pixels of the image itself, which `to` holds already.
     void ReadAround(unsigned char* to, int line) const;
 
+    qzILImageHelper const& GetImage() const { return m_oImage; }
+    qzILBbox2l const& GetBox() const { return m_oBox; }
     /// Columns of the box that lie in the image, and where their pixels of a line stand; null for a line that shows the
     /// edge color alone.
     int InnerFirst() const { return m_oInner.Origin.x - m_oBox.Origin.x; }
@@ -44,55 +45,90 @@ private:
     std::size_t m_uBytes;
 };
 
-/// The margin buffer as effects read it that make whole lines: complete, or filled as lines are asked for.
-struct MarginLines {
-    unsigned char* pFirst;
-    std::ptrdiff_t iStep;  ///< bytes from a line of the buffer to the next
-    int iLines;
-    int iSamples;        ///< of a line
-    int iActiveSamples;  ///< of an output line
-    int iPixelSamples;   ///< of a pixel
-    int iFirstKept;      ///< field bits: the first output line, and the step to the next
-    int iKeptStep;
-    int iHeld;                      ///< lines up to the last one asked for that stay in the buffer
-    std::optional<Margin> oMargin;  ///< none for a complete buffer
-    int iRead = 0;
-
-    unsigned char const* Line(int line) {
-        if (!oMargin) return pFirst + line * iStep;
-        for (; iRead <= line; ++iRead) oMargin->ReadLine(pFirst + iRead % iHeld * iStep, iRead);
-        return pFirst + line % iHeld * iStep;
-    }
-    /// The line of the active rectangle that is output line `kept`.
-    int ActiveLine(int kept) const { return iFirstKept + kept * iKeptStep; }
-};
-
-/// The same for effects that want all lines of a few columns at a time: where the columns lie in the image, its own
-/// lines.
-class MarginStrips {
+/// Where a neighbourhood effect finds its input: the margin buffer and what belongs into it. The buffer is complete, or
+/// its lines are read as they are asked for, into its start, where they stay in the cache. Every way to ask leaves the
+/// others as they were, save that pointers hold until the next call.
+class MarginSource {
 public:
-    MarginStrips(MarginLines const& lines, int pixelBytes);
+    /// The buffer has the size of the margin's box, and the image's format.
+    MarginSource(Margin const& margin, Ref<IXFImage> buffer, qzILVector2l reach);
 
-    /// The first column that lies in the image, or in a complete buffer.
-    int FirstInside() const { return m_iFirstInside; }
+    IXFImage* GetBuffer() const { return m_pBuffer.Get(); }
+    /// What the buffer shows, in input coordinates, and how much of that is margin on either side.
+    qzILBbox2l const& GetBox() const { return m_oMargin.GetBox(); }
+    qzILVector2l GetReach() const { return m_oReach; }
+    /// Bytes from a line to the next.
+    std::ptrdiff_t LineStep() const { return m_iStep; }
+    bool IsComplete() const { return m_bComplete; }
+    /// For whoever has filled the buffer.
+    void SetComplete();
 
-    /// Lines of some columns, which begin `iAt` bytes behind the pointers.
+    /// All lines; reads them unless they are there.
+    unsigned char const* All();
+    /// `count` lines from line `first` on.
+    unsigned char const* Block(int first, int count);
+    /// One line; the `held` - 1 lines before it stay, too, where the last call asked for the line before.
+    unsigned char const* Line(int line, int held);
+    /// The pixels inside the margin, without what lies around them: the first one, and the bytes from a line to the
+    /// next.
+    struct Centres {
+        unsigned char* pFirst;
+        std::ptrdiff_t iStep;
+    };
+    Centres GetCentres() const;
+
+    /// All lines of a few columns, which begin `iAt` bytes behind the pointers; where the columns lie in the image, its
+    /// own lines.
     struct Strip {
         unsigned char const* const* pLines;
         std::ptrdiff_t iAt;
     };
-    /// Holds until the next call.
     Strip Columns(int first, int count);
+    /// The first column that lies in the image, or in a complete buffer.
+    int FirstInside() const { return m_bComplete ? 0 : m_oMargin.InnerFirst(); }
 
 private:
-    std::optional<Margin> m_oMargin;
+    unsigned char* Slot(int line) const { return m_pFirst + line * m_iStep; }
+    void FindInside();
+
+    Margin m_oMargin;
+    Ref<IXFImage> m_pBuffer;
+    qzILVector2l m_oReach;
+    unsigned char* m_pFirst;
+    std::ptrdiff_t m_iStep;
+    int m_iColumns;
+    int m_iLines;
     int m_iPixelBytes;
-    int m_iFirstInside = 0;
-    int m_iInside;
+    bool m_bComplete = false;
+    int m_iHeld = 0;  ///< slots that the lines before `m_iRead` went to in turn
+    int m_iRead = 0;
     std::vector<unsigned char const*> m_apInside;
     std::vector<unsigned char> m_aColored;  ///< a line of the edge color
     std::vector<unsigned char const*> m_apBeside;
     std::vector<unsigned char> m_aBeside;  ///< columns that do not lie in the image alone
+};
+
+/// Whether an interrupt asks to stop, for makers that work before their first line.
+struct StopQuestion {
+    bool (*pStops)(void const* context) = nullptr;  ///< null where no interrupt is set
+    void const* pContext = nullptr;
+
+    bool Stops() const { return pStops && pStops(pContext); }
+};
+
+/// What a maker of lines has to know of a call.
+struct MarginLines {
+    MarginSource& oSource;
+    int iLines;          ///< of the margin buffer
+    int iSamples;        ///< of its lines
+    int iActiveSamples;  ///< of an output line
+    int iPixelSamples;   ///< of a pixel
+    int iFirstKept;      ///< field bits: the first output line, and the step to the next
+    int iKeptStep;
+    StopQuestion oQuestion;
+
+    /// The line of the active rectangle that is output line `kept`.
+    int ActiveLine(int kept) const { return iFirstKept + kept * iKeptStep; }
 };
 
 }  // namespace qzil

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 
 using namespace qzil;
 
@@ -37,21 +38,24 @@ bool Overlap(qzILImageHelper const& a, qzILImageHelper const& b) {
 
 }  // namespace
 
+qzILMonadicSpatialProc::qzILMonadicSpatialProc() {
+    Init();
+}
+
+qzILMonadicSpatialProc::~qzILMonadicSpatialProc() {
+    Trash();
+}
+
 void qzILMonadicSpatialProc::Init() {
     m_uEdgeMode = qzILEdgeModeColor;
     m_oEdgeColor = m_oDefaultColor;
     SetRadius(0.0f);
-    m_iLeastReach = 0;
-    m_bReadsLines = false;
-    m_bOnDemand = false;
     m_pCopiedImg = nullptr;
-    m_pFirst = nullptr;
-    m_iLineStep = 0;
 }
 
 void qzILMonadicSpatialProc::Trash() {
     ReleaseBuffer(&m_pCopiedImg);
-    m_pBufferImg.Reset();
+    m_pSource.reset();
 }
 
 void qzILMonadicSpatialProc::SetRadius(qzILVector2f radius) {
@@ -60,7 +64,9 @@ void qzILMonadicSpatialProc::SetRadius(qzILVector2f radius) {
 }
 
 qzILVector2l qzILMonadicSpatialProc::Reach() const {
-    return {std::max(m_oIntegerRadius.x, m_iLeastReach), std::max(m_oIntegerRadius.y, m_iLeastReach)};
+    // A call keeps what it began with.
+    if (m_pSource) return m_pSource->GetReach();
+    return {std::max(m_oIntegerRadius.x, LeastReach()), std::max(m_oIntegerRadius.y, LeastReach())};
 }
 
 qzILVector2l qzILMonadicSpatialProc::KernelSize() const {
@@ -83,6 +89,7 @@ qzILStatus qzILMonadicSpatialProc::Verify() {
 }
 
 qzILStatus qzILMonadicSpatialProc::PrepareData() {
+    m_pSource.reset();
     Source const source{m_pInputImg, {}, nullptr, &m_pCopiedImg, 0x1000B, 0x1000C};
     qzILStatus const status = PrepareRegion({&source, 1}, 0, m_oOutputHelper, m_oMaskHelper, m_oCopyHelper, m_oBoxes);
     return status != 1 || m_oBoxes.oProcessed.IsEmpty() ? status : PrepareBuffer();
@@ -95,41 +102,42 @@ qzILStatus qzILMonadicSpatialProc::PrepareBuffer() {
     // Samples of a line are counted in 32 bits.
     if (width * m_oOutputHelper.m_iPixelStep > 0x7FFFFFFF || height > 0x7FFFFFFF) return -1;
     // Behind this the radius is far below the coordinates' range: the buffer would not fit memory otherwise.
+    Ref<IXFImage> buffer;
     if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, static_cast<int>(width), static_cast<int>(height), Format(),
-                                m_pBufferImg.Out()) < 0) {
+                                buffer.Out()) < 0) {
         return -1;
     }
-    qzILImageHelper const buffer(m_pBufferImg.Get());
-    Jumps const jumps = JumpsOf(buffer, 0, 0, size.x, m_uProcessingMode & ~kModeNoLines);
-    m_pFirst = jumps.pFirst;
-    m_iLineStep = jumps.iLine + std::ptrdiff_t{buffer.m_iPixelStep} * size.x;
-    // A host that interrupts sees the buffer filled, and what is written over the input has to be read before.
-    m_bOnDemand = true;
-    if (!m_bReadsLines || HasInterrupt() || !CanFill(MarginBox()) ||
-        Overlap(qzILImageHelper(m_pInputImg), m_oOutputHelper)) {
-        CompleteBuffer();
-    }
+    qzILVector2l const origin = ActiveOrigin() - reach;
+    qzILBbox2l const box(origin.x, origin.y, static_cast<int>(width), static_cast<int>(height));
+    m_pSource.reset(new (std::nothrow)
+                        MarginSource(Margin(m_pInputImg, box, m_uEdgeMode, m_oEdgeColor), buffer, reach));
+    if (!m_pSource) return Fail(0x10001);
+    // Lines are read when they are asked for, but a host that interrupts sees the buffer filled, and what is written
+    // over the input has to be read before.
+    if (HasInterrupt() || !CanFill(box) || Overlap(qzILImageHelper(m_pInputImg), m_oOutputHelper)) CompleteBuffer();
     return 1;
 }
 
 void qzILMonadicSpatialProc::CompleteBuffer() {
-    if (!m_bOnDemand) return;
-    m_bOnDemand = false;
     // Memory of the pool holds other images' pixels, and a fill that fails or is interrupted leaves it as it is.
-    auto const clear = [&] {
-        qzILImageHelper const buffer(m_pBufferImg.Get());
-        std::memset(buffer.m_pPixelArray, 0,
-                    std::size_t{buffer.m_uPixelSize} * static_cast<std::size_t>(buffer.m_iWidth) *
-                        static_cast<std::size_t>(buffer.m_iHeight));
-    };
-    if (HasInterrupt()) clear();
-    if (FillBuffer(MarginBox()) != 1) clear();
+    if (HasInterrupt()) ClearBuffer();
+    if (FillBuffer(m_pSource->GetBox()) != 1) ClearBuffer();
+    m_pSource->SetComplete();
 }
 
-qzILBbox2l qzILMonadicSpatialProc::MarginBox() const {
-    qzILImageHelper const buffer(m_pBufferImg.Get());
-    qzILVector2l const origin = ActiveOrigin(), reach = Reach();
-    return {origin.x - reach.x, origin.y - reach.y, buffer.m_iWidth, buffer.m_iHeight};
+void qzILMonadicSpatialProc::ClearBuffer() {
+    qzILImageHelper const buffer(m_pSource->GetBuffer());
+    std::memset(buffer.m_pPixelArray, 0,
+                std::size_t{buffer.m_uPixelSize} * static_cast<std::size_t>(buffer.m_iWidth) *
+                    static_cast<std::size_t>(buffer.m_iHeight));
+}
+
+unsigned char const* qzILMonadicSpatialProc::BufferStart() {
+    return m_pSource ? m_pSource->All() : nullptr;
+}
+
+std::ptrdiff_t qzILMonadicSpatialProc::LineStep() const {
+    return m_pSource ? m_pSource->LineStep() : 0;
 }
 
 qzILStatus qzILMonadicSpatialProc::ProcessData() {
@@ -142,29 +150,26 @@ qzILStatus qzILMonadicSpatialProc::CleanData() {
     for (qzILImageHelper* const pHelper : {&m_oOutputHelper, &m_oMaskHelper, &m_oCopyHelper}) {
         *pHelper = qzILImageHelper();
     }
-    m_pFirst = nullptr;
-    m_iLineStep = 0;
-    m_bOnDemand = false;
     return 1;
 }
 
 bool qzILMonadicSpatialProc::CanFill(qzILBbox2l const& box) const {
-    if (!m_pInputImg || !m_pBufferImg || box.Intersect(WholeOf(m_pInputImg)).IsEmpty()) return false;
-    qzILImageHelper const input(m_pInputImg), buffer(m_pBufferImg.Get());
+    if (!m_pInputImg || !m_pSource || box.Intersect(WholeOf(m_pInputImg)).IsEmpty()) return false;
+    qzILImageHelper const input(m_pInputImg), buffer(m_pSource->GetBuffer());
     return input.m_pLineZero && input.m_uPixelSize == buffer.m_uPixelSize &&
-           WholeOf(m_pBufferImg.Get()).Size == box.Size;
+           qzILVector2l(buffer.m_iWidth, buffer.m_iHeight) == box.Size;
 }
 
 qzILStatus qzILMonadicSpatialProc::FillBuffer(qzILBbox2l const& box) {
     if (!CanFill(box)) return -1;
     qzILBbox2l const inner = box.Intersect(WholeOf(m_pInputImg));
     Margin const margin(m_pInputImg, box, m_uEdgeMode, m_oEdgeColor);
-    qzILImageHelper const buffer(m_pBufferImg.Get());
+    qzILImageHelper const buffer(m_pSource->GetBuffer());
     bool const extends = m_uEdgeMode == qzILEdgeModeExtend;
     if (HasInterrupt() && (extends || m_uEdgeMode == qzILEdgeModeColor)) {
         qzILCopyImg copy;
         copy.SetInputImg(m_pInputImg);
-        copy.SetOutputImg(m_pBufferImg.Get());
+        copy.SetOutputImg(buffer.m_pImage);
         copy.SetROI(extends ? inner : box);
         if (extends) copy.SetOutputOffset(inner.Origin - box.Origin);
         copy.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
@@ -175,6 +180,7 @@ qzILStatus qzILMonadicSpatialProc::FillBuffer(qzILBbox2l const& box) {
     } else {
         for (int line = 0; line < box.Size.y; ++line) margin.ReadLine(buffer.GetPixelPtr(0, line), line);
     }
+    m_pSource->SetComplete();
     return 1;
 }
 
@@ -188,7 +194,7 @@ int qzILMonadicSpatialProc::SkipLine(int& parity, void** out, void** source, voi
         std::ptrdiff_t const jump = JumpsOf(helper, box.Origin.x, box.Origin.y, box.Size.x, wholeFrame).iLine;
         *pointer = static_cast<unsigned char*>(*pointer) + jump + std::ptrdiff_t{helper.m_iPixelStep} * box.Size.x;
     };
-    *source = static_cast<unsigned char*>(*source) + m_iLineStep;
+    *source = static_cast<unsigned char*>(*source) + LineStep();
     moveOn(out, m_oOutputHelper);
     if (mask && !m_oMaskHelper.IsEmpty()) moveOn(mask, m_oMaskHelper);
     return 1;
@@ -205,77 +211,75 @@ qzILMonadicSpatialProc::KeptLines qzILMonadicSpatialProc::LinesToProcess() const
     return {SkipsLine(fields, m_oBoxes.oProcessed.Origin.y) ? 1 : 0, fields != 0 ? 2 : 1, KeptBox().Size.y};
 }
 
-kernel::Walk qzILMonadicSpatialProc::MakeWalk(Centres centres) const {
-    qzILBbox2l const& box = m_oBoxes.oProcessed;
-    KeptLines const lines = LinesToProcess();
+kernel::Walk qzILMonadicSpatialProc::MakeWalk() const {
     kernel::Walk walk;
-    std::ptrdiff_t lineStep = m_iLineStep;
-    walk.oA.iPixelStep = m_oOutputHelper.m_iPixelStep;
-    if (m_bOnDemand && centres == Centres::Alone) {
-        qzILImageHelper const input(m_pInputImg);
-        Jumps const jumps =
-            JumpsOf(input, ActiveOrigin().x, ActiveOrigin().y, box.Size.x, m_uProcessingMode & ~kModeNoLines);
-        walk.oA.pFirst = jumps.pFirst;
-        lineStep = jumps.iLine + std::ptrdiff_t{input.m_iPixelStep} * box.Size.x;
-    } else {
-        walk.oA.pFirst = m_pFirst + Reach().y * lineStep + std::ptrdiff_t{walk.oA.iPixelStep} * Reach().x;
-    }
-    walk.oA.pFirst += lines.iFirst * lineStep;
-    walk.oA.iJump = lines.iStep * lineStep - std::ptrdiff_t{walk.oA.iPixelStep} * box.Size.x;
-    walk.oOut = LinesOf(m_oOutputHelper, box);
-    walk.oMask = MaskLinesOf(m_oMaskHelper, box);
+    walk.oOut = LinesOf(m_oOutputHelper, m_oBoxes.oProcessed);
+    walk.oMask = MaskLinesOf(m_oMaskHelper, m_oBoxes.oProcessed);
     return walk;
 }
 
-MarginLines qzILMonadicSpatialProc::GetMarginLines(int samples, int held) const {
+Lines qzILMonadicSpatialProc::LinesFrom(unsigned char* first, std::ptrdiff_t step) const {
     KeptLines const kept = LinesToProcess();
-    MarginLines lines{m_pFirst,
-                      m_iLineStep,
-                      ActiveSize().y + KernelSize().y - 1,
-                      (ActiveSize().x + KernelSize().x - 1) * samples,
-                      ActiveSize().x * samples,
-                      samples,
-                      kept.iFirst,
-                      kept.iStep,
-                      held,
-                      {}};
-    if (m_bOnDemand) lines.oMargin.emplace(m_pInputImg, MarginBox(), m_uEdgeMode, m_oEdgeColor);
-    return lines;
+    int const pixel = m_oOutputHelper.m_iPixelStep;
+    return {first + kept.iFirst * step, kept.iStep * step - std::ptrdiff_t{pixel} * ActiveSize().x, pixel};
+}
+
+Lines qzILMonadicSpatialProc::CentreLines() const {
+    MarginSource::Centres const centres = m_pSource->GetCentres();
+    return LinesFrom(centres.pFirst, centres.iStep);
+}
+
+MarginLines qzILMonadicSpatialProc::GetMarginLines(int samples) const {
+    KeptLines const kept = LinesToProcess();
+    StopQuestion question;
+    if (HasInterrupt()) {
+        question = {[](void const* self) { return static_cast<qzILMonadicSpatialProc const*>(self)->IsInterrupted(); },
+                    this};
+    }
+    return {*m_pSource,
+            ActiveSize().y + KernelSize().y - 1,
+            (ActiveSize().x + KernelSize().x - 1) * samples,
+            ActiveSize().x * samples,
+            samples,
+            kept.iFirst,
+            kept.iStep,
+            question};
 }
 
 qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    kernel::Walk walk = MakeWalk(Centres::WithNeighbours);
+    if (!m_pSource) return -1;
+    kernel::Walk walk = MakeWalk();
+    walk.oA = CentreLines();
     if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
-    if (!m_bOnDemand) {
-        kernel::RunRows(walk, traits, call);
-        return 1;
-    }
-    // Every band of lines is read, with its neighbours, to the start of the buffer.
-    Margin const margin(m_pInputImg, MarginBox(), m_uEdgeMode, m_oEdgeColor);
     KeptLines const kept = LinesToProcess();
     int const around = 2 * Reach().y + kept.iFirst;
+    std::ptrdiff_t const step = LineStep(), centre = Reach().y * step + std::ptrdiff_t{walk.oA.iPixelStep} * Reach().x;
     // A far reach makes bands higher, so that no line is read more than twice.
-    int const bandLines = std::max(static_cast<int>(kBandBytes / std::abs(m_iLineStep)) + 1, around);
+    int const bandLines =
+        m_pSource->IsComplete() ? walk.iLines : std::max(static_cast<int>(kBandBytes / std::abs(step)) + 1, around);
     for (int line = 0; line < walk.iLines; line += bandLines) {
         kernel::Walk band = kernel::PartOf(walk, line, std::min(bandLines, walk.iLines - line));
-        band.oA.pFirst = walk.oA.pFirst;
         int const lines = around + (band.iLines - 1) * kept.iStep + 1;
-        for (int i = 0; i < lines; ++i) margin.ReadLine(m_pFirst + i * m_iLineStep, line * kept.iStep + i);
+        unsigned char const* const pFirst = m_pSource->Block(line * kept.iStep, lines);
+        band.oA = LinesFrom(const_cast<unsigned char*>(pFirst) + centre, step);
         kernel::RunRows(band, traits, call);
     }
     return 1;
 }
 
 qzILStatus qzILMonadicSpatialProc::RunOverOutput(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    kernel::Walk walk = MakeWalk(Centres::Alone);
-    walk.oB = walk.oA;
+    if (!m_pSource) return -1;
+    kernel::Walk walk = MakeWalk();
     walk.oA = walk.oOut;
+    walk.oB = CentreLines();
     walk.bPassB = true;
     return RunWalk(walk, KeptBox(), traits, call);
 }
 
 qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker, int blockLines) {
-    kernel::Walk walk = MakeWalk(Centres::Alone);
+    if (!m_pSource) return -1;
+    kernel::Walk walk = MakeWalk();
+    walk.oA = CentreLines();
     if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
     return kernel::RunLines(walk, traits, maker, blockLines) ? 1 : Fail(0x10001);
 }

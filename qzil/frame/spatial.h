@@ -4,11 +4,13 @@
 
 #include <cstddef>
 #include <exception>
+#include <memory>
 
 class qzILCopyImg;
 
 namespace qzil {
 struct MarginLines;
+class MarginSource;
 namespace kernel {
 class LineMaker;
 }  // namespace kernel
@@ -26,15 +28,18 @@ inline constexpr qzILEdgeMode qzILEdgeModeMirror = 4;  ///< the input, reflected
 /// every effect may run in place. Field bits leave out output lines; the neighbourhood has the lines of both fields.
 ///
 /// Radius: pixels, x and y, 0 at first; the neighbourhood reaches as far as its whole part. Edge mode 1 at first; the
-/// edge colour is the default colour at the time of Init.
+/// edge colour is the default colour at the time of Init. A radius that is not a number reaches 0 pixels. Float pixels
+/// that are not numbers are copied as they are; what they do to their neighbours is the effect's to say.
+///
+/// A class that overrides DoEffect finds its input at BufferStart().
 ///
 /// Verify adds the codes of qzILVerifyROIAndMask, and: 0x1000E input and output differ in format, 0x10023 a radius
 /// outside 0 to 1073741824.9 (NaN passes), 0x10020 an edge mode outside 1 to 4.
 class QZIL_API qzILMonadicSpatialProc : public qzILMonadicImgProc {
     QZIL_EFFECT_CLASS(qzILMonadicSpatialProc)
 public:
-    qzILMonadicSpatialProc() { Init(); }
-    ~qzILMonadicSpatialProc() override { Trash(); }
+    qzILMonadicSpatialProc();
+    ~qzILMonadicSpatialProc() override;
 
     qzILStatus Verify() override = 0;
     qzILStatus PrepareData() override;
@@ -68,8 +73,7 @@ protected:
     /// Runs a row function over the active rectangle. Its input is the pixel under the kernel's centre; the
     /// neighbourhood lies around it, LineStep() bytes from line to line.
     qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
-    /// Over what the output holds already, with the pixel under the centre, without neighbours, as the second input,
-    /// which passes through.
+    /// First input: the output itself. Second input, which passes through: the centre pixel, without neighbours.
     qzILStatus RunOverOutput(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
     /// Has the lines of the active rectangle made in blocks; -1 with 0x10001 without memory.
     qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker, int blockLines);
@@ -89,16 +93,17 @@ protected:
         int iCount;
     };
     KeptLines LinesToProcess() const;
-    /// Where makers of lines get theirs; `held` of them stay up to the last one read.
-    qzil::MarginLines GetMarginLines(int samples, int held) const;
-    /// For what reads the buffer in another order: fills all of it, unless it is full already.
-    void CompleteBuffer();
+    /// Where makers of lines get theirs. Only where there is a buffer.
+    qzil::MarginLines GetMarginLines(int samples) const;
 
     GUID const& Format() const { return m_oOutputHelper.m_oFormat; }
     qzILVector2l ActiveSize() const { return m_oBoxes.oProcessed.Size; }
-    /// Of the margin buffer: pixel (0, 0), and the bytes from a line to the next.
-    unsigned char const* BufferStart() const { return m_pFirst; }
-    std::ptrdiff_t LineStep() const { return m_iLineStep; }
+    /// There is a margin buffer: between PrepareData and CleanData, where there are pixels to process.
+    bool HasBuffer() const { return m_pSource != nullptr; }
+    /// Pixel (0, 0) of the margin buffer, every pixel of which is filled then; null without a buffer.
+    unsigned char const* BufferStart();
+    /// Bytes from a line of the margin buffer to the next.
+    std::ptrdiff_t LineStep() const;
     int LineParity() const { return (m_oBoxes.oProcessed.Origin.y ^ 1) & 1; }
     /// Reach of the neighbourhood on either side, and its size. Never negative.
     qzILVector2l Reach() const;
@@ -111,34 +116,33 @@ protected:
     static bool IsNoShare(double value) { return value < 0.0 || value > 1.0; }
     /// Both radii are numbers that Verify accepts.
     bool HasGoodRadius() const;
+    /// Of effects whose neighbourhood does not depend on the radius.
+    virtual int LeastReach() const { return 0; }
 
     qzILEdgeMode m_uEdgeMode;
     qzILColor m_oEdgeColor;
     qzILVector2f m_oRadius;
     qzILVector2l m_oIntegerRadius;
-    std::int32_t m_iLeastReach;        ///< of effects whose neighbourhood does not depend on the radius
-    bool m_bReadsLines;                ///< set by effects that take all pixels through RunRows and GetMarginLines
-    qzil::Ref<IXFImage> m_pBufferImg;  ///< the margin buffer
     qzILImageHelper m_oOutputHelper;
     qzILImageHelper m_oMaskHelper;
     qzILImageHelper m_oCopyHelper;  ///< where pixels outside the mask rectangle come from
     Boxes m_oBoxes;
 
 private:
-    /// The pixels under the kernel's centre, in the margin buffer with what lies around them, or of the input.
-    enum class Centres { Alone, WithNeighbours };
-
     qzILStatus PrepareBuffer();
-    qzil::kernel::Walk MakeWalk(Centres centres) const;
-    /// What the margin buffer shows, in input coordinates.
-    qzILBbox2l MarginBox() const;
+    /// All but the input.
+    qzil::kernel::Walk MakeWalk() const;
+    /// The input of a walk: the pixels under the centres, where they lie alone.
+    qzil::Lines CentreLines() const;
+    qzil::Lines LinesFrom(unsigned char* first, std::ptrdiff_t step) const;
     /// The input has pixels in the box, and they fit the buffer.
     bool CanFill(qzILBbox2l const& box) const;
+    /// Fills the buffer, or clears it where the input does not fit.
+    void CompleteBuffer();
+    void ClearBuffer();
     /// The active rectangle, as high as the lines that are kept.
     qzILBbox2l KeptBox() const;
 
     IXFImage* m_pCopiedImg;  ///< the clipped rectangle of an output that is the input too, shifted
-    unsigned char* m_pFirst;
-    std::ptrdiff_t m_iLineStep;
-    bool m_bOnDemand;  ///< the margin buffer is filled as its lines are read
+    std::unique_ptr<qzil::MarginSource> m_pSource;
 };

@@ -55,6 +55,13 @@ constexpr bool SkipsLine(unsigned mode, std::int64_t y) {
     return (mode & ((y & 1) == 0 ? kModeSkipEvenLines : kModeSkipOddLines)) != 0;
 }
 
+/// The format of an image.
+inline GUID FormatOf(IXFImage* image) {
+    GUID format{};
+    image->GetFormat(&format);
+    return format;
+}
+
 /// Two images are one when they share their pixel memory: the planes of one image count as that image.
 bool SamePixels(IXFImage* a, IXFImage* b);
 

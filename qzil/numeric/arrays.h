@@ -13,5 +13,5 @@ QZIL_API void Delete2DArray(double** array, int rows);
 /// 0. -1, with the array as it was, when memory runs out, a new size is not positive, or the block begins before row 0
 /// and before column 0 and ends behind the last row and behind the last column; no other block is refused,
 /// deliberately.
-QZIL_API qzILStatus Truncate2DArray(double**& array, int rows, int columns, int firstRow, int firstColumn, int newRows,
-                                    int newColumns);
+[[nodiscard]] QZIL_API qzILStatus Truncate2DArray(double**& array, int rows, int columns, int firstRow, int firstColumn,
+                                                  int newRows, int newColumns);

@@ -98,13 +98,15 @@ public:
     int Rank() const { return EffectiveRank(0.0); }
     int EffectiveRank(double threshold) const;  ///< number of singular values above the threshold
     bool IsSeparable() const { return EffectiveRank(m_dfEpsilon) == 1; }
-    /// The column `left` and the column `right` whose product, left * right transposed, is nearest to this.
-    void SeparateIntoTensorProduct(qzILMatrix& left, qzILMatrix& right) const;
+    /// The column `left` and the column `right` whose product, left * right transposed, is nearest to this. -1, with
+    /// columns of zeros, when the decomposition fails.
+    [[nodiscard]] qzILStatus SeparateIntoTensorProduct(qzILMatrix& left, qzILMatrix& right) const;
 
     /// this = u * d * v transposed. u: rows x columns, d: columns x columns, diagonal, the singular values, none
     /// negative, in no order; v: columns x columns. u and v have orthonormal columns; with fewer rows than columns u
-    /// has orthonormal rows. -1, with u, d and v as they were, when it does not converge or an element is not finite.
-    qzILStatus ThinSVD(qzILMatrix& u, qzILMatrix& d, qzILMatrix& v) const;
+    /// has orthonormal rows. -1, with u, d and v as they were, when it does not converge or an element is not finite;
+    /// -1 without memory.
+    [[nodiscard]] qzILStatus ThinSVD(qzILMatrix& u, qzILMatrix& d, qzILMatrix& v) const;
     double Norm(qzILMatrixNorm norm) const;
     /// Infinite for a singular matrix. For the two-norm the ratio of the largest and the smallest singular value, NaN
     /// for an empty matrix; for others the norm of this times the norm of the inverse.
@@ -123,7 +125,7 @@ public:
     double CorrelationCoefficient(qzILMatrix const& other) const;
     /// Eigenvalues, rows x 1, in no order, and eigenvectors, as columns, of a symmetric matrix; what stands below the
     /// diagonal is not read. -1 when it does not converge, and, with both as they were, when the matrix is not square.
-    qzILStatus SymmetricEigensolve(qzILMatrix& values, qzILMatrix& vectors) const;
+    [[nodiscard]] qzILStatus SymmetricEigensolve(qzILMatrix& values, qzILMatrix& vectors) const;
     void OutputToDebug() const {}
 
 protected:
@@ -145,8 +147,8 @@ private:
     void SetToProduct(qzILMatrix const& a, qzILMatrix const& b);
     qzILMatrix SingularValues() const;
     double LargestSum(bool ofRows) const;
-    static qzILStatus ThinSVDUnitOffsetInPlace(double** a, int rows, int columns, double* d, double** v);
-    qzILStatus DestructiveJacobiUnitOffset(double** a, double* d, double** v) const;
+    [[nodiscard]] static qzILStatus ThinSVDUnitOffsetInPlace(double** a, int rows, int columns, double* d, double** v);
+    [[nodiscard]] qzILStatus DestructiveJacobiUnitOffset(double** a, double* d, double** v) const;
 
     double** m_ppElements = nullptr;
     std::int32_t m_iRows = 0;

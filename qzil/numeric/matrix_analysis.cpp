@@ -30,11 +30,8 @@ qzILMatrix qzILMatrix::SingularValues() const {
     qzILMatrix d;
     qzILMatrix v;
     // A wide matrix would get further values, all 0 but for rounding, of which nobody wants to know.
-    if (m_iRows < m_iColumns)
-        Transpose().ThinSVD(u, d, v);
-    else
-        ThinSVD(u, d, v);
-    return d;
+    qzILStatus const status = m_iRows < m_iColumns ? Transpose().ThinSVD(u, d, v) : ThinSVD(u, d, v);
+    return status == 1 ? d : qzILMatrix();
 }
 
 int qzILMatrix::EffectiveRank(double threshold) const {
@@ -45,7 +42,7 @@ int qzILMatrix::EffectiveRank(double threshold) const {
     return rank;
 }
 
-void qzILMatrix::SeparateIntoTensorProduct(qzILMatrix& left, qzILMatrix& right) const {
+qzILStatus qzILMatrix::SeparateIntoTensorProduct(qzILMatrix& left, qzILMatrix& right) const {
     qzILMatrix u;
     qzILMatrix d;
     qzILMatrix v;
@@ -54,13 +51,14 @@ void qzILMatrix::SeparateIntoTensorProduct(qzILMatrix& left, qzILMatrix& right) 
     int const columns = m_iColumns;
     left.Resize(rows, 1);
     right.Resize(columns, 1);
-    if (!solved || d.IsNotValid()) return;
+    if (!solved || d.IsNotValid() || left.IsNotValid() || right.IsNotValid()) return -1;
     int largest = 0;
     for (int k = 1; k < columns; ++k)
         if (d(k, k) > d(largest, largest)) largest = k;
     double const root = std::sqrt(d(largest, largest));
     ForEachElement(left, [&](double& element, int i, int) { element = root * u(i, largest); });
     ForEachElement(right, [&](double& element, int j, int) { element = root * v(j, largest); });
+    return 1;
 }
 
 /// The largest sum of the magnitudes of a row, or of a column.

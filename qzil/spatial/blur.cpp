@@ -31,24 +31,15 @@ kernel::RowTraits TraitsOf(GUID const& format) {
 /// A filter along an axis, in the arithmetic of the sample type.
 template <class Sample, class Filter>
 AxisFilter<Sample> Bind(Filter const& filter, GUID const& format) {
-    AxisFilter<Sample> axis{{}, static_cast<int>(filter.GetReach()), filter.IsActive()};
     FilterRows const& rows = GetFilterRows();
+    FilterFunction<Sample> function{};
     if constexpr (std::is_same_v<Sample, s16>) {
-        auto const fixed = FixedFilterOf(filter, format == MFIF_MONO_RAW_8);
-        if constexpr (std::is_same_v<Filter, qzILBlurIIR1D>) {
-            axis.oPass = [&rows, fixed](FilterPass<s16> const& pass) { rows.pIir(pass, fixed); };
-        } else {
-            axis.oPass = [&rows, fixed](FilterPass<s16> const& pass) { rows.pUniformIir(pass, fixed); };
-        }
+        function = FunctionFor(filter, rows.oFixed);
     } else {
-        auto const real = DoubleFilterOf(filter, !IsFormatFloat(format));
-        if constexpr (std::is_same_v<Filter, qzILBlurIIR1D>) {
-            axis.oPass = [&rows, real](FilterPass<float> const& pass) { rows.pIirDouble(pass, real); };
-        } else {
-            axis.oPass = [&rows, real](FilterPass<float> const& pass) { rows.pUniformIirDouble(pass, real); };
-        }
+        function = FunctionFor(filter, rows.oDouble);
     }
-    return axis;
+    return {function, RowFilterOf<Sample>(filter, format == MFIF_MONO_RAW_8, !IsFormatFloat(format)),
+            static_cast<int>(filter.GetReach()), filter.IsActive()};
 }
 
 template <class Sample>
@@ -118,8 +109,9 @@ bool qzILBlurImg::IsKernelSeparable() {
     return gauss || qzILConvolveImg::IsKernelSeparable();
 }
 
-void qzILBlurImg::SeparateKernel(float* x, float* y) {
+qzILStatus qzILBlurImg::SeparateKernel(float* x, float* y) {
     if (m_uType == qzILBlurTypeEllipse) return qzILConvolveImg::SeparateKernel(x, y);
+    if (!HasKernel()) return Fail(0x10021);
     qzILVector2l const size = KernelSize();
     auto const normalize = [](float* factor, int count) {
         float sum = 0.0f;
@@ -130,6 +122,7 @@ void qzILBlurImg::SeparateKernel(float* x, float* y) {
     for (int j = 0; j < size.y; ++j) y[j] = m_pKernel[std::ptrdiff_t{j} * size.x + size.x / 2];
     normalize(x, size.x);
     normalize(y, size.y);
+    return 1;
 }
 
 void qzILBlurImg::FreeKernel() {
@@ -169,7 +162,7 @@ void qzILBlurImg::BuildGauss(float* taps) const {
     float sum = 0.0f;
     for (int j = -Reach().y; j <= Reach().y; ++j) {
         for (int i = -Reach().x; i <= Reach().x; ++i) {
-            *tap = std::exp((static_cast<float>(i * i) * ix + static_cast<float>(j * j) * iy) * -0.5f);
+            *tap = std::exp((SquareOf(i) * ix + SquareOf(j) * iy) * -0.5f);
             sum += *tap++;
         }
     }
@@ -194,10 +187,10 @@ qzILStatus qzILBlurImg::DoEffect() {
 
 qzILStatus qzILBlurImg::RunBox() {
     return Guarded([&] {
+        if (!HasBuffer()) return -1;
         kernel::RowTraits const traits = TraitsOf(Format());
-        auto const maker =
-            MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, KernelSize().y),
-                         KernelSize().x, KernelSize().y);
+        auto const maker = MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
+                                        KernelSize().x, KernelSize().y);
         return maker ? RunLines(traits, *maker, kernel::kBlockLines) : 1;
     });
 }
@@ -213,13 +206,11 @@ qzILStatus qzILBlurImg::Convolve2PassMONO8(qzILBlurType type) {
 template <class Sample>
 qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const& traits) {
     return Guarded([&] {
-        if (!BufferStart()) return -1;
+        if (!HasBuffer()) return -1;
         double const degree = m_fDegree;
-        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples, 1),
+        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
                                      FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),
                                      FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, Format()));
-        auto const stops = [](void const* self) { return static_cast<qzILBlurImg const*>(self)->IsInterrupted(); };
-        if (!maker.FilterColumns(HasInterrupt() ? +stops : nullptr, this)) return 1;
-        return RunLines(traits, maker, maker.BlockLines());
+        return maker.FilterColumns() ? RunLines(traits, maker, maker.BlockLines()) : 1;
     });
 }

@@ -20,6 +20,10 @@ inline constexpr qzILBlurType qzILBlurTypeFastGaussFloat = 7;    ///< recursive,
 /// MFIF_MONO_FLOAT and MFIF_MONO_FLOAT_BU, too. Mono ignores the channel bits. In 8 bits, the kernels and the recursive
 /// filters in fixed point mix by the table of products under a mask, all others by the 257 mix.
 ///
+/// In float formats type 3 carries a sample that is not finite on to all lines of higher y, and along each to all
+/// higher x; types 4 to 7 carry it through its whole column and from there through all lines. A degree that is not a
+/// number passes Verify: kernels then give 0, types 3 to 7 ignore it.
+///
 /// Verify adds 0x10024 for another type and 0x10026 for a degree outside (NaN passes): both are reported even where an
 /// earlier check has failed. A radius that is not a number is 0x10023, one whose kernel does not fit memory 0x10001.
 class QZIL_API qzILBlurImg : public qzILConvolveImg {
@@ -36,7 +40,7 @@ public:
     qzILStatus DoEffect() override;
     bool IsFormatSupported() const override;
     bool IsKernelSeparable() override;
-    void SeparateKernel(float* x, float* y) override;
+    qzILStatus SeparateKernel(float* x, float* y) override;
 
     void Init();
     void Trash() { FreeKernel(); }

@@ -7,6 +7,7 @@
 /// A one-dimensional filter of finite reach, applied once in each direction. A pass reads `length` pixels and writes
 /// `length - reach` of them in reverse order: input i goes to output length - 1 - i. The first `reach` inputs warm the
 /// filter up, whose state starts at zero, so that no rule for borders is needed. Two passes give a symmetric response.
+/// A sample that is not a number makes all outputs of its sequence behind it so. A spread that is not a number is none.
 class QZIL_API qzILBlur2Pass1D {
 public:
     virtual ~qzILBlur2Pass1D() = default;
@@ -31,7 +32,7 @@ public:
     virtual int Convolve2PassFloatVerticalPass_SSE2(float*, int, int, int, float*, int, int) { return 0; }
     virtual int Convolve2PassFloatVerticalPass_SSE2(short*, int, int, int, float*, int, int) { return 0; }
 
-    /// Spread: standard deviation in pixels. Reach: pixels, at most `length` of the lines.
+    /// Spread: standard deviation in pixels. Reach: pixels; a line that is shorter is left as it is.
     void SetSpread(double spread);
     void SetReach(unsigned reach);
     double GetSpread() const { return m_dfSpread; }
@@ -47,18 +48,21 @@ protected:
 
 namespace qzil {
 
-/// y := b y + a x[i] - c x[i - reach - 1], and the same in 16.16.
-struct IirCoefficients {
-    double dfA, dfB, dfC;
-    std::int32_t iA, iB, iC;
+/// y := decay * y + enter * x[i] - leave * x[i - reach - 1], with the factors in double and in 16.16.
+struct ExponentialCoefficients {
+    double dfEnter, dfDecay, dfLeave;
+    std::int32_t iEnter, iDecay, iLeave;
 };
 
-/// A box of q + 1 samples, held in a running sum, with a decaying tail up to the reach.
-struct UniformIirCoefficients {
-    double dfBox;  ///< its length, with a fraction
-    unsigned uQ;   ///< the whole part
-    double dfR, dfG1, dfG2, dfN;
-    std::int32_t iR, iG1, iG2, iOneByN;
+/// A box of whole samples, the one at i included, and a decaying tail up to the reach; q is the sample that has left
+/// the box, i - box - 1. sum := sum + (x[i] - x[q]) / norm; tail := decay * tail + enter * x[q] - leave * x[i - reach -
+/// 1]; the output is sum + tail.
+struct UniformCoefficients {
+    double dfBox;   ///< the length of the box, with a fraction
+    unsigned uBox;  ///< its whole part
+    double dfDecay, dfEnter, dfLeave, dfNorm;
+    std::int32_t iDecay, iEnter, iLeave;
+    std::int32_t iShare;  ///< 1 / norm
 };
 
 }  // namespace qzil
@@ -74,10 +78,10 @@ public:
     void Execute1Pass(unsigned channels, unsigned length, float* source, float* target) override;
     /// Deliberately takes the delayed sample two places nearer than the other passes.
     void Execute1PassMONO8(unsigned length, short* source, short* target) override;
-    qzil::IirCoefficients const& GetCoefficients() const { return m_oCoefficients; }
+    qzil::ExponentialCoefficients const& GetCoefficients() const { return m_oCoefficients; }
 
 private:
-    qzil::IirCoefficients m_oCoefficients;
+    qzil::ExponentialCoefficients m_oCoefficients;
 };
 
 /// A flat box with an exponential tail, fitted to a Gaussian of the spread.
@@ -89,8 +93,8 @@ public:
     void Execute1PassRGBA(unsigned length, short* source, short* target) override;
     void Execute1Pass(unsigned channels, unsigned length, float* source, float* target) override;
     void Execute1PassMONO8(unsigned length, short* source, short* target) override;
-    qzil::UniformIirCoefficients const& GetCoefficients() const { return m_oCoefficients; }
+    qzil::UniformCoefficients const& GetCoefficients() const { return m_oCoefficients; }
 
 private:
-    qzil::UniformIirCoefficients m_oCoefficients;
+    qzil::UniformCoefficients m_oCoefficients;
 };

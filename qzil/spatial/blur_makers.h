@@ -5,7 +5,6 @@
 #include "qzil/kernel/line_walk.h"
 #include "qzil/spatial/filter_rows.h"
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -17,7 +16,8 @@ std::unique_ptr<kernel::LineMaker> MakeBoxMaker(XFChannelType type, MarginLines 
 /// A filter along one axis, its reach, and whether it does anything.
 template <class Sample>
 struct AxisFilter {
-    std::function<void(FilterPass<Sample> const&)> oPass;
+    FilterFunction<Sample> pPass;
+    FilterOf<Sample> oFilter;
     int iReach;
     bool bActive;
 };
@@ -27,10 +27,11 @@ struct AxisFilter {
 template <class Sample>
 class RecursiveMaker final : public kernel::LineMaker {
 public:
-    RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> down, AxisFilter<Sample> across);
+    RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> const& down,
+                   AxisFilter<Sample> const& across);
 
     /// The first stage, asking after each column. False when it was stopped. Throws std::bad_alloc.
-    bool FilterColumns(bool (*stops)(void const* context), void const* context);
+    bool FilterColumns();
     void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) override;
     /// Lines that are filtered side by side.
     int BlockLines() const { return kLanes / m_oLines.iPixelSamples; }

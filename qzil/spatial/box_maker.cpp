@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    Sample const* LineOf(int line) { return reinterpret_cast<Sample const*>(m_oLines.Line(line)); }
+    Sample const* LineOf(int line) { return reinterpret_cast<Sample const*>(m_oLines.oSource.Line(line, m_iHeight)); }
 
     /// The sums of the columns of an output line; lines in between are passed.
     void SumDown(int line) {

@@ -20,8 +20,11 @@ struct TapKernel;
 /// 16 bits are kept: deliberately nothing is limited, so that a kernel that overshoots wraps round.
 ///
 /// A kernel of more than one row and column that is a product of two factors (one singular value above 1e-6) runs as
-/// two passes, horizontal and vertical. That road deliberately ignores the offset and applies the vertical factor
+/// two passes, horizontal and vertical. That path deliberately ignores the offset and applies the vertical factor
 /// upside down. A mask mixes by the table of products at 8 bits, by the 16-bit mix otherwise.
+///
+/// Taps and offset that are not numbers pass Verify. A tap that is not a number, or not finite, makes a kernel run as
+/// one pass; a sum that is not a number gives 0 in the low bits.
 ///
 /// Verify adds 0x1000D for other formats, 0x10021 without a kernel. Execute: 0x10001 out of memory.
 class QZIL_API qzILConvolveImg : public qzILMonadicSpatialProc {
@@ -34,8 +37,9 @@ public:
     qzILStatus DoEffect() override;
     virtual bool IsFormatSupported() const;
     virtual bool IsKernelSeparable();
-    /// Writes a factor for each column of the kernel to `x`, for each row to `y`.
-    virtual void SeparateKernel(float* x, float* y);
+    /// Writes a factor for each column of the kernel to `x`, for each row to `y`. -1 with 0x10021 without a kernel of
+    /// that size, with 0x10001 without memory.
+    virtual qzILStatus SeparateKernel(float* x, float* y);
 
     void Init();
     void Trash() {}
@@ -77,15 +81,18 @@ protected:
     /// Makes a kernel of this effect's own, all 0; null with 0x10001 without memory.
     float* MakeKernel(qzILVector2l size);
     void DropKernel();
+    /// There are taps for the radius: a host's, or this effect's own of that size.
+    bool HasKernel() const;
 
     float* m_pKernel;
     float m_fOffset;
 
 private:
-    template <class Routines>
-    qzILStatus Run(qzil::TapKernel<typename Routines::Sample> const& kernel, Routines const& routines);
+    template <class Sample, class Rounding>
+    qzILStatus RunTaps(qzil::TapKernel<Sample> const& kernel, Rounding const& rounding);
     qzILStatus RunSinglePass();
     qzILStatus RunDualPass(float const* x, float const* y);
 
     std::unique_ptr<float[]> m_pOwnKernel;
+    qzILVector2l m_oOwnSize;
 };

@@ -1,6 +1,6 @@
 #include "qzil/spatial/edge_rows.h"
 
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 
 QZIL_ROWS_BEGIN
 namespace {
@@ -21,18 +21,19 @@ struct WorkOf<u16> {
     static constexpr int kFull = 65535;
 };
 
+/// The samples around m1, a line each; t is that of the lowest y, 0 the left one.
 template <class V>
-struct Hood {
+struct Neighbourhood {
     V t0, t1, t2, m0, m1, m2, b0, b1, b2;
 };
 
-/// Weights of rows t, m and b.
-struct Taps {
-    signed char a[9];
+/// Weights of the samples, in the order t0 to b2.
+struct Weights {
+    signed char aOf[9];
 };
 
 /// The gradients E, NE, N, NW, W, SW, S, SE. The reliefs have the same weights, and 1 in the centre.
-constexpr Taps kDirections[8] = {
+constexpr Weights kDirections[8] = {
     {{-1, 0, 1, -1, 0, 1, -1, 0, 1}}, {{-1, -1, 0, -1, 0, 1, 0, 1, 1}}, {{-1, -1, -1, 0, 0, 0, 1, 1, 1}},
     {{0, -1, -1, 1, 0, -1, 1, 1, 0}}, {{1, 0, -1, 1, 0, -1, 1, 0, -1}}, {{1, 1, 0, 1, 0, -1, 0, -1, -1}},
     {{1, 1, 1, 0, 0, 0, -1, -1, -1}}, {{0, 1, 1, -1, 0, 1, -1, -1, 0}},
@@ -44,11 +45,11 @@ QZIL_INLINE V Weighed(V v) {
 }
 
 template <unsigned kDirection, class V>
-QZIL_INLINE V Directed(Hood<V> const& h) {
-    constexpr Taps k = kDirections[kDirection];
-    V const t = static_cast<V>(Weighed<k.a[0]>(h.t0) + Weighed<k.a[1]>(h.t1) + Weighed<k.a[2]>(h.t2));
-    V const m = static_cast<V>(Weighed<k.a[3]>(h.m0) + Weighed<k.a[5]>(h.m2));
-    V const b = static_cast<V>(Weighed<k.a[6]>(h.b0) + Weighed<k.a[7]>(h.b1) + Weighed<k.a[8]>(h.b2));
+QZIL_INLINE V Directed(Neighbourhood<V> const& h) {
+    constexpr Weights k = kDirections[kDirection];
+    V const t = static_cast<V>(Weighed<k.aOf[0]>(h.t0) + Weighed<k.aOf[1]>(h.t1) + Weighed<k.aOf[2]>(h.t2));
+    V const m = static_cast<V>(Weighed<k.aOf[3]>(h.m0) + Weighed<k.aOf[5]>(h.m2));
+    V const b = static_cast<V>(Weighed<k.aOf[6]>(h.b0) + Weighed<k.aOf[7]>(h.b1) + Weighed<k.aOf[8]>(h.b2));
     return static_cast<V>(static_cast<V>(t + m) + b);
 }
 
@@ -58,7 +59,7 @@ struct Slope {
 };
 
 template <bool kSobelWeights, class V>
-QZIL_INLINE Slope<V> SlopeOf(Hood<V> const& h) {
+QZIL_INLINE Slope<V> SlopeOf(Neighbourhood<V> const& h) {
     if constexpr (kSobelWeights) {
         V const x = static_cast<V>(h.t2 - h.t0 + (h.m2 >> 1) - (h.m0 >> 1) + h.b2 - h.b0);
         V const y = static_cast<V>(h.b0 - h.t0 + (h.b1 >> 1) - (h.t1 >> 1) + h.b2 - h.t2);
@@ -77,7 +78,7 @@ QZIL_INLINE V Magnitude(V v) {
 
 /// The response of an operator.
 template <unsigned kOperator, class V>
-QZIL_INLINE V Respond(Hood<V> const& h) {
+QZIL_INLINE V Respond(Neighbourhood<V> const& h) {
     if constexpr (kOperator == kRoberts || kOperator == kSobel) {
         Slope<V> const slope = SlopeOf<kOperator == kSobel>(h);
         return static_cast<V>(Magnitude(slope.x) + Magnitude(slope.y));
@@ -93,24 +94,24 @@ QZIL_INLINE V Respond(Hood<V> const& h) {
 }
 
 template <class T>
-struct Places {
+struct ThreeLines {
     T const* pTop;
     T const* pMiddle;
     T const* pBottom;
     int iStep;
 
-    QZIL_INLINE Places(Row const& row, EdgeConstants const& c)
+    QZIL_INLINE ThreeLines(Row const& row, EdgeConstants const& c)
         : pTop(reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) - c.iLineStep)),
           pMiddle(In<T>(row.pA)),
           pBottom(reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) + c.iLineStep)),
           iStep(c.iSamples) {}
 };
 
-/// Calls rule(hood) for both values of each pair.
+/// Calls rule(neighbourhood) for both values of each pair.
 template <class T, class Rule, class Put>
-QZIL_INLINE void ForHoods(Row const& row, EdgeConstants const& c, Rule rule, Put put) {
+QZIL_INLINE void ForNeighbourhoods(Row const& row, EdgeConstants const& c, Rule rule, Put put) {
     using V = typename WorkOf<T>::Type;
-    Places<T> const p(row, c);
+    ThreeLines<T> const p(row, c);
     ForPairs(row.iPixels * c.iSamples, [=](Place at, auto which) {
         auto const t0 = Load(which, p.pTop + at.i - p.iStep), t1 = Load(which, p.pTop + at.i),
                    t2 = Load(which, p.pTop + at.i + p.iStep), m0 = Load(which, p.pMiddle + at.i - p.iStep),
@@ -118,10 +119,10 @@ QZIL_INLINE void ForHoods(Row const& row, EdgeConstants const& c, Rule rule, Put
                    b0 = Load(which, p.pBottom + at.i - p.iStep), b1 = Load(which, p.pBottom + at.i),
                    b2 = Load(which, p.pBottom + at.i + p.iStep);
         auto const value = [](auto v) { return static_cast<V>(v); };
-        Hood<V> const even{value(t0.oEven), value(t1.oEven), value(t2.oEven), value(m0.oEven), value(m1.oEven),
-                           value(m2.oEven), value(b0.oEven), value(b1.oEven), value(b2.oEven)};
-        Hood<V> const odd{value(t0.oOdd), value(t1.oOdd), value(t2.oOdd), value(m0.oOdd), value(m1.oOdd),
-                          value(m2.oOdd), value(b0.oOdd), value(b1.oOdd), value(b2.oOdd)};
+        Neighbourhood<V> const even{value(t0.oEven), value(t1.oEven), value(t2.oEven), value(m0.oEven), value(m1.oEven),
+                                    value(m2.oEven), value(b0.oEven), value(b1.oEven), value(b2.oEven)};
+        Neighbourhood<V> const odd{value(t0.oOdd), value(t1.oOdd), value(t2.oOdd), value(m0.oOdd), value(m1.oOdd),
+                                   value(m2.oOdd), value(b0.oOdd), value(b1.oOdd), value(b2.oOdd)};
         put(at, which, Two<V>{rule(even), rule(odd)});
     });
 }
@@ -132,7 +133,7 @@ void Operate(Row const& row, EdgeConstants const& c, bool largest) {
     constexpr V kFull = static_cast<V>(WorkOf<T>::kFull);
     V const threshold = static_cast<V>(c.iThreshold), bias = static_cast<V>(c.iBias);
     T* const out = Out<T>(row.pOut);
-    auto const rule = [=](Hood<V> const& h) {
+    auto const rule = [=](Neighbourhood<V> const& h) {
         V const v = Respond<kOperator>(h);
         if constexpr (kOperator >= kEmboss) {
             return Clamp<V>(v, 0, kFull);
@@ -141,9 +142,9 @@ void Operate(Row const& row, EdgeConstants const& c, bool largest) {
         }
     };
     if (!largest) {
-        ForHoods<T>(row, c, rule, [=](Place at, auto which, Two<V> v) { Store(which, out + at.i, v); });
+        ForNeighbourhoods<T>(row, c, rule, [=](Place at, auto which, Two<V> v) { Store(which, out + at.i, v); });
     } else {
-        ForHoods<T>(row, c, rule, [=](Place at, auto which, Two<V> v) {
+        ForNeighbourhoods<T>(row, c, rule, [=](Place at, auto which, Two<V> v) {
             auto const before = Load(which, out + at.i);
             Store(which, out + at.i,
                   Two<V>{Max(v.oEven, static_cast<V>(before.oEven)), Max(v.oOdd, static_cast<V>(before.oOdd))});
@@ -178,18 +179,18 @@ QZIL_INLINE float NearAngleOf(float gx, float gy) {
 template <class T, bool kSobelWeights>
 void Angle(Row const& row, EdgeConstants const& c) {
     constexpr int kPiece = 256;
-    constexpr float kDoubt = 2e-3f;
-    Places<T> const p(row, c);
+    constexpr float kUncertain = 2e-3f;
+    ThreeLines<T> const p(row, c);
     int const s = p.iStep, samples = row.iPixels * c.iSamples;
     auto const slopeAt = [=](int i) {
         T const *t = p.pTop + i, *m = p.pMiddle + i, *b = p.pBottom + i;
-        return SlopeOf<kSobelWeights>(Hood<s32>{t[-s], t[0], t[s], m[-s], m[0], m[s], b[-s], b[0], b[s]});
+        return SlopeOf<kSobelWeights>(Neighbourhood<s32>{t[-s], t[0], t[s], m[-s], m[0], m[s], b[-s], b[0], b[s]});
     };
     for (int from = 0; from < samples; from += kPiece) {
         int const count = Min(kPiece, samples - from);
         T* const out = Out<T>(row.pOut) + from;
-        u8 doubtful[kPiece];
-        u8* const doubts = doubtful;
+        u8 uncertain[kPiece];
+        u8* const needsExact = uncertain;
         ForEach(count, [=](int i) {
             Slope<s32> const slope = slopeAt(from + i);
             float const angle = NearAngleOf(static_cast<float>(slope.x), static_cast<float>(slope.y));
@@ -198,10 +199,10 @@ void Angle(Row const& row, EdgeConstants const& c) {
             s32 const vertical = slope.y == 0 ? 0 : slope.y > 0 ? 64 : -65;
             out[i] = static_cast<T>(slope.x == 0 ? vertical : step);
             // Without a branch, which would keep the loop from becoming vectors.
-            doubts[i] = static_cast<u8>((slope.x != 0) & ((beyond < kDoubt) | (beyond > 1.0f - kDoubt)));
+            needsExact[i] = static_cast<u8>((slope.x != 0) & ((beyond < kUncertain) | (beyond > 1.0f - kUncertain)));
         });
         for (int i = 0; i < count; ++i) {
-            if (doubts[i]) {
+            if (needsExact[i]) {
                 Slope<s32> const slope = slopeAt(from + i);
                 out[i] = static_cast<T>(AngleOf(slope.x, slope.y));
             }

@@ -1,6 +1,7 @@
 #include "qzil/spatial/edges.h"
 
 #include "qzil/frame/pixel_traits.h"
+#include "qzil/pixel/logic.h"
 #include "qzil/spatial/edge_rows.h"
 
 using namespace qzil;
@@ -16,8 +17,6 @@ int LevelOf(double share, int full) {
 
 void Effect3x3::Init() {
     SetRadius(1.0f);
-    m_iLeastReach = 1;
-    m_bReadsLines = true;
 }
 
 FormatList Effect3x3::GetFormats() {
@@ -37,6 +36,27 @@ qzILStatus Effect3x3::RunOperators(unsigned first, unsigned set, double sensitiv
                                   LevelOf(bias, full), first,           set};
     EdgeRows const& rows = GetEdgeRows();
     return RunRows(traits, kernel::Bound(traits.iSampleBytes == 1 ? rows.pRow8 : rows.pRow16, constants));
+}
+
+qzILStatus Effect3x3::AddOperators(unsigned first, unsigned set, double sensitivity, double bias) {
+    if (Format() == GUID_NULL) return Fail(0x1000D);
+    qzILBbox2l const& box = m_oBoxes.oProcessed;
+    IXFImage* pBefore = nullptr;
+    if (BufferImage(m_pOutputImg, &pBefore, box) != 1) return Fail(0x10001);
+    qzILStatus status = RunOperators(first, set, sensitivity, bias);
+    if (status == 1) {
+        qzILMaxImg larger;
+        larger.SetInputImgA(pBefore);
+        larger.SetInputImgB(m_pOutputImg);
+        larger.SetInputOffset(qzILVector2l() - box.Origin);
+        larger.SetOutputImg(m_pOutputImg);
+        larger.SetROI({0, 0, box.Size.x, box.Size.y});
+        larger.SetOutputOffset(box.Origin);
+        larger.SetProcessingMode(m_uProcessingMode | kModeAllChannels);
+        status = larger.Execute();
+    }
+    ReleaseBuffer(&pBefore);
+    return status;
 }
 
 qzILStatus Effect3x3::ClearOutput() {

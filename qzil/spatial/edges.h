@@ -22,16 +22,20 @@ public:
 
 protected:
     Effect3x3() { Init(); }
+    int LeastReach() const override { return 1; }
 
     /// Runs a set of operators; where there are several, the largest result counts.
     qzILStatus RunOperators(unsigned first, unsigned set, double sensitivity, double bias);
+    /// The same over what the output holds: of every sample the larger one stays.
+    qzILStatus AddOperators(unsigned first, unsigned set, double sensitivity, double bias);
     /// Writes 0 to the selected channels; the centre pixel to the others, and where the mask is 0.
     qzILStatus ClearOutput();
 };
 
 /// What the detectors share: edge sensitivity, 0 to 1, 1.0 at first, and bias, 0 to 1, 0.0 at first, in units of full
 /// scale F. With v the response of the kernels, the result is 0 for v <= round((1 - sensitivity) * F), otherwise
-/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes).
+/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes: as sensitivity
+/// every response is above it, as bias it makes all results 0).
 class QZIL_API EdgeDetector : public Effect3x3 {
 public:
     void SetEdgeSensitivity(double sensitivity) { m_dfEdgeSensitivity = sensitivity; }
@@ -45,6 +49,9 @@ protected:
 
     qzILStatus VerifyLevels();
     qzILStatus Detect(unsigned first, unsigned set) { return RunOperators(first, set, m_dfEdgeSensitivity, m_dfBias); }
+    qzILStatus AddDetected(unsigned first, unsigned set) {
+        return AddOperators(first, set, m_dfEdgeSensitivity, m_dfBias);
+    }
 
     double m_dfEdgeSensitivity;
     double m_dfBias;

@@ -1,50 +1,119 @@
 #include "qzil/spatial/filter_rows.h"
 
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 #include "qzil/kernel/vector.h"
 
 QZIL_ROWS_BEGIN
 namespace {
 
-/// 16-bit values of a vector, and vectors whose chains of operations run side by side.
+/// 16-bit values of a vector.
 constexpr int kHalves = kVectorBytes / 2;
-constexpr int kChains = 2;
-static_assert(kFixedLanes % (kChains * kHalves) == 0);
 
 alignas(64) constexpr s16 kNoSamples[kFixedLanes]{};
 alignas(64) constexpr float kNoFloats[kDoubleLanes]{};
+QZIL_INLINE s16 const* None(s16 const*) {
+    return kNoSamples;
+}
+QZIL_INLINE float const* None(float const*) {
+    return kNoFloats;
+}
 
-/// Where the samples of a pass stand: those that have not come yet are 0.
-template <class Sample>
-struct Source {
-    Sample const* pIn;
-    std::ptrdiff_t iStep;
-    Sample const* pNone;
+/// One pass of a recurrence over sequences side by side, as many at a time as it has lanes. Each step takes the sample
+/// that enters, the one that leaves the box, and the one that leaves the reach; those that have not come yet are 0.
+template <class Recurrence, class Sample, class Filter>
+QZIL_INLINE void RunPass(FilterPass<Sample> const& pass, Filter const& filter, int lanes) {
+    std::ptrdiff_t const step = pass.iInStep;
+    int const length = pass.iLength, reach = pass.iReach, box = filter.iBox, delay = filter.iDelay;
+    for (int lane = 0; lane < lanes; lane += Recurrence::kLanes) {
+        Sample const *const in = pass.pIn + lane, *const none = None(in);
+        Sample* const out = pass.pOut + lane;
+        Recurrence recurrence(filter);
+        for (int i = 0; i < length; ++i) {
+            recurrence.Step(in + i * step, i >= box ? in + (i - box) * step : none,
+                            i > reach ? in + (i - delay) * step : none);
+            if (i >= reach) recurrence.Store(out + std::ptrdiff_t{length - 1 - i} * pass.iOutStep);
+        }
+    }
+}
 
-    QZIL_INLINE Source(FilterPass<Sample> const& pass, Sample const* none)
-        : pIn(pass.pIn), iStep(pass.iInStep), pNone(none) {}
-    QZIL_INLINE Sample const* At(int i) const { return pIn + i * iStep; }
-    /// The sample `delay` places before i, from place `from` on.
-    QZIL_INLINE Sample const* Before(int i, int delay, int from) const { return i >= from ? At(i - delay) : pNone; }
+/// Lanes of 32 bits whose sums and products may wrap, or one such number.
+using VectorWrap = u32 __attribute__((vector_size(kVectorBytes)));
+
+template <class V>
+QZIL_INLINE V LoadWide(s16 const* from) {
+    if constexpr (std::is_same_v<V, u32>) {
+        return static_cast<u32>(s32{*from});
+    } else {
+        s16 __attribute__((vector_size(kVectorBytes / 2))) half;
+        __builtin_memcpy(&half, from, sizeof half);
+        return reinterpret_cast<V>(__builtin_convertvector(half, Vector));
+    }
+}
+template <class V>
+QZIL_INLINE V ShiftDown(V v) {
+    if constexpr (std::is_same_v<V, u32>) {
+        return static_cast<u32>(static_cast<s32>(v) >> 16);
+    } else {
+        return reinterpret_cast<V>(reinterpret_cast<Vector>(v) >> 16);
+    }
+}
+template <class V>
+QZIL_INLINE void StoreLow(s16* to, V v) {
+    if constexpr (std::is_same_v<V, u32>) {
+        *to = static_cast<s16>(v);
+    } else {
+        StoreLowHalves(to, reinterpret_cast<Vector>(v));
+    }
+}
+
+/// y := (decay y + enter x - leave d + 32768) >> 16.
+template <class V, int kChains>
+struct WideExponential {
+    static constexpr int kApart = sizeof(V) / 4, kLanes = kChains * kApart;
+    V y[kChains]{};
+    V decay, enter, leave;
+
+    QZIL_INLINE explicit WideExponential(FixedFilter const& f)
+        : decay(V{} + static_cast<u32>(f.iDecay)),
+          enter(V{} + static_cast<u32>(f.iEnter)),
+          leave(V{} + static_cast<u32>(f.iLeave)) {}
+    QZIL_INLINE void Step(s16 const* x, s16 const*, s16 const* d) {
+        for (int k = 0; k < kChains; ++k) {
+            V const in = LoadWide<V>(x + k * kApart), gone = LoadWide<V>(d + k * kApart);
+            y[k] = ShiftDown<V>(decay * y[k] + enter * in - leave * gone + 32768u);
+        }
+    }
+    QZIL_INLINE void Store(s16* out) const {
+        for (int k = 0; k < kChains; ++k) StoreLow<V>(out + k * kApart, y[k]);
+    }
 };
 
-template <class Sample>
-QZIL_INLINE Sample* Target(FilterPass<Sample> const& pass, int i) {
-    return pass.pOut + std::ptrdiff_t{pass.iLength - 1 - i} * pass.iOutStep;
-}
+/// A running sum times 1 / N, and a tail that decays.
+template <class V, int kChains>
+struct WideUniform {
+    static constexpr int kApart = sizeof(V) / 4, kLanes = kChains * kApart;
+    V sum[kChains], tail[kChains]{};
+    V share, decay, enter, leave;
 
-QZIL_INLINE void StoreHalves(FilterPass<s16> const& pass, int i, int lane, Vector const* results) {
-    s16* const out = Target(pass, i) + lane;
-    for (int k = 0; k < kChains; ++k) StoreVector(out + k * kHalves, results[k]);
-}
-
-/// The two halves of a vector of 16-bit values, as lanes.
-struct Wide {
-    Vector low, high;
+    QZIL_INLINE explicit WideUniform(FixedFilter const& f)
+        : share(V{} + static_cast<u32>(f.iShare)),
+          decay(V{} + static_cast<u32>(f.iDecay)),
+          enter(V{} + static_cast<u32>(f.iEnter)),
+          leave(V{} + static_cast<u32>(f.iLeave)) {
+        for (V& chain : sum) chain = V{} + 32768u;
+    }
+    QZIL_INLINE void Step(s16 const* x, s16 const* q, s16 const* d) {
+        for (int k = 0; k < kChains; ++k) {
+            V const in = LoadWide<V>(x + k * kApart), left = LoadWide<V>(q + k * kApart),
+                    gone = LoadWide<V>(d + k * kApart);
+            sum[k] += (in - left) * share;
+            tail[k] = ShiftDown<V>(tail[k]) * decay + left * enter - gone * leave;
+        }
+    }
+    QZIL_INLINE void Store(s16* out) const {
+        for (int k = 0; k < kChains; ++k) StoreLow<V>(out + k * kApart, ShiftDown<V>(sum[k] + tail[k]));
+    }
 };
-QZIL_INLINE Wide Widened(Vector v) {
-    return {InterleaveLow(Vector{}, v) >> 16, InterleaveHigh(Vector{}, v) >> 16};
-}
 
 /// Pairs of 16-bit coefficients serve when all of them fit: products of pairs are twice as fast as those of lanes.
 constexpr bool FitsHalf(s32 value) {
@@ -55,237 +124,163 @@ constexpr bool DecaysSlowly(s32 value) {
     return value >= 32768 && value <= 65536;
 }
 
-/// (b y + a x - c d + 32768) >> 16 in lanes.
-template <bool kPairs>
-struct IirLanes {
-    Vector y[kChains][2]{};
-    Vector a, b, c;
+/// The same recurrences by pairs; vectors whose chains of operations run side by side.
+constexpr int kPairChains = 2;
+static_assert(kFixedLanes % (kPairChains * kHalves) == 0);
 
-    QZIL_INLINE explicit IirLanes(FixedIir const& f)
-        : a(kPairs ? AllLanes(Halves(f.iA, -f.iC)) : AllLanes(f.iA)),
-          b(kPairs ? AllLanes(Halves(f.iB - 65536, 0)) : AllLanes(f.iB)),
-          c(AllLanes(f.iC)) {}
+struct PairExponential {
+    static constexpr int kLanes = kPairChains * kHalves;
+    Vector y[kPairChains][2]{};
+    Vector in, decay;
 
-    QZIL_INLINE Vector Step(int chain, Vector x, Vector d) {
+    QZIL_INLINE explicit PairExponential(FixedFilter const& f)
+        : in(AllLanes(Halves(f.iEnter, -f.iLeave))), decay(AllLanes(Halves(f.iDecay - 65536, 0))) {}
+    QZIL_INLINE void Step(s16 const* x, s16 const*, s16 const* d) {
         Vector const half = AllLanes(32768);
-        if constexpr (kPairs) {
-            Vector const low = DotHalves(InterleaveLow(x, d), a) + half,
-                         high = DotHalves(InterleaveHigh(x, d), a) + half;
-            y[chain][0] += (DotHalves(y[chain][0], b) + low) >> 16;
-            y[chain][1] += (DotHalves(y[chain][1], b) + high) >> 16;
-            return PackHalves(y[chain][0], y[chain][1]);
-        } else {
-            Wide const wx = Widened(x), wd = Widened(d);
-            y[chain][0] = (b * y[chain][0] + a * wx.low - c * wd.low + half) >> 16;
-            y[chain][1] = (b * y[chain][1] + a * wx.high - c * wd.high + half) >> 16;
-            return PackHalves(y[chain][0] << 16 >> 16, y[chain][1] << 16 >> 16);
+        for (int k = 0; k < kPairChains; ++k) {
+            Vector const entering = LoadVector(x + k * kHalves), gone = LoadVector(d + k * kHalves);
+            Vector const low = DotHalves(InterleaveLow(entering, gone), in) + half,
+                         high = DotHalves(InterleaveHigh(entering, gone), in) + half;
+            y[k][0] += (DotHalves(y[k][0], decay) + low) >> 16;
+            y[k][1] += (DotHalves(y[k][1], decay) + high) >> 16;
         }
+    }
+    QZIL_INLINE void Store(s16* out) const {
+        for (int k = 0; k < kPairChains; ++k) StoreVector(out + k * kHalves, PackHalves(y[k][0], y[k][1]));
     }
 };
 
-template <bool kPairs>
-QZIL_INLINE void RunIir(FilterPass<s16> const& pass, FixedIir const& f) {
-    Source<s16> const source(pass, kNoSamples);
-    for (int lane = 0; lane < kFixedLanes; lane += kChains * kHalves) {
-        IirLanes<kPairs> lanes(f);
-        for (int i = 0; i < pass.iLength; ++i) {
-            s16 const *const x = source.At(i) + lane, *const d = source.Before(i, f.iDelay, pass.iReach + 1) + lane;
-            Vector result[kChains];
-            for (int k = 0; k < kChains; ++k) {
-                result[k] = lanes.Step(k, LoadVector(x + k * kHalves), LoadVector(d + k * kHalves));
-            }
-            if (i < pass.iReach) continue;
-            StoreHalves(pass, i, lane, result);
-        }
-    }
-}
+struct PairUniform {
+    static constexpr int kLanes = kPairChains * kHalves;
+    Vector sum[kPairChains][2], tail[kPairChains][2]{};
+    Vector share, decay, in;
 
-void Iir(FilterPass<s16> const& pass, FixedIir const& filter) {
-    FixedIir const f = filter;
-    if (FitsHalf(f.iA) && FitsHalf(f.iC) && DecaysSlowly(f.iB)) {
-        RunIir<true>(pass, f);
-    } else {
-        RunIir<false>(pass, f);
-    }
-}
-
-/// A running sum times 1 / N, and a tail that decays by r.
-template <bool kPairs>
-struct UniformLanes {
-    Vector sum[kChains][2];
-    Vector tail[kChains][2]{};
-    Vector n, r, g1, g2;
-
-    QZIL_INLINE explicit UniformLanes(FixedUniformIir const& f)
-        : n(kPairs ? AllLanes(Halves(f.iOneByN, -f.iOneByN)) : AllLanes(f.iOneByN)),
-          r(kPairs ? AllLanes(Halves(0, f.iR - 65536)) : AllLanes(f.iR)),
-          g1(kPairs ? AllLanes(Halves(f.iG1, -f.iG2)) : AllLanes(f.iG1)),
-          g2(AllLanes(f.iG2)) {
+    QZIL_INLINE explicit PairUniform(FixedFilter const& f)
+        : share(AllLanes(Halves(f.iShare, -f.iShare))),
+          decay(AllLanes(Halves(0, f.iDecay - 65536))),
+          in(AllLanes(Halves(f.iEnter, -f.iLeave))) {
         for (auto& chain : sum) chain[0] = chain[1] = AllLanes(32768);
     }
-
-    QZIL_INLINE Vector Step(int chain, Vector x, Vector q, Vector d) {
-        auto &s = sum[chain], &t = tail[chain];
-        if constexpr (kPairs) {
-            Vector const whole = AllLanes(-65536);
-            s[0] += DotHalves(InterleaveLow(x, q), n);
-            s[1] += DotHalves(InterleaveHigh(x, q), n);
-            t[0] = DotHalves(t[0], r) + (t[0] & whole) + DotHalves(InterleaveLow(q, d), g1);
-            t[1] = DotHalves(t[1], r) + (t[1] & whole) + DotHalves(InterleaveHigh(q, d), g1);
-        } else {
-            Wide const wx = Widened(x), wq = Widened(q), wd = Widened(d);
-            s[0] += (wx.low - wq.low) * n;
-            s[1] += (wx.high - wq.high) * n;
-            t[0] = (t[0] >> 16) * r + wq.low * g1 - wd.low * g2;
-            t[1] = (t[1] >> 16) * r + wq.high * g1 - wd.high * g2;
+    QZIL_INLINE void Step(s16 const* x, s16 const* q, s16 const* d) {
+        Vector const whole = AllLanes(-65536);
+        for (int k = 0; k < kPairChains; ++k) {
+            Vector const entering = LoadVector(x + k * kHalves), left = LoadVector(q + k * kHalves),
+                         gone = LoadVector(d + k * kHalves);
+            auto &s = sum[k], &t = tail[k];
+            s[0] += DotHalves(InterleaveLow(entering, left), share);
+            s[1] += DotHalves(InterleaveHigh(entering, left), share);
+            t[0] = DotHalves(t[0], decay) + (t[0] & whole) + DotHalves(InterleaveLow(left, gone), in);
+            t[1] = DotHalves(t[1], decay) + (t[1] & whole) + DotHalves(InterleaveHigh(left, gone), in);
         }
-        return PackHalves((s[0] + t[0]) >> 16, (s[1] + t[1]) >> 16);
+    }
+    QZIL_INLINE void Store(s16* out) const {
+        for (int k = 0; k < kPairChains; ++k) {
+            StoreVector(out + k * kHalves, PackHalves((sum[k][0] + tail[k][0]) >> 16, (sum[k][1] + tail[k][1]) >> 16));
+        }
     }
 };
 
-template <bool kPairs>
-QZIL_INLINE void RunUniformIir(FilterPass<s16> const& pass, FixedUniformIir const& f) {
-    Source<s16> const source(pass, kNoSamples);
-    for (int lane = 0; lane < kFixedLanes; lane += kChains * kHalves) {
-        UniformLanes<kPairs> lanes(f);
-        for (int i = 0; i < pass.iLength; ++i) {
-            s16 const *const x = source.At(i) + lane, *const q = source.Before(i, f.iQ + 1, f.iQ + 1) + lane,
-                             *const d = source.Before(i, pass.iReach + 1, pass.iReach + 1) + lane;
-            Vector result[kChains];
-            for (int k = 0; k < kChains; ++k) {
-                int const at = k * kHalves;
-                result[k] = lanes.Step(k, LoadVector(x + at), LoadVector(q + at), LoadVector(d + at));
-            }
-            if (i < pass.iReach) continue;
-            StoreHalves(pass, i, lane, result);
-        }
-    }
-}
-
-void UniformIir(FilterPass<s16> const& pass, FixedUniformIir const& filter) {
-    FixedUniformIir const f = filter;
-    if (FitsHalf(f.iG1) && FitsHalf(f.iG2) && FitsHalf(f.iOneByN) && DecaysSlowly(f.iR)) {
-        RunUniformIir<true>(pass, f);
+/// Lanes of doubles, or one.
+template <class V>
+QZIL_INLINE V LoadDouble(float const* from) {
+    if constexpr (std::is_same_v<V, double>) {
+        return static_cast<double>(*from);
     } else {
-        RunUniformIir<false>(pass, f);
+        return LoadDoubles(from);
+    }
+}
+template <class V>
+QZIL_INLINE void StoreDouble(float* to, V v) {
+    if constexpr (std::is_same_v<V, double>) {
+        *to = static_cast<float>(v);
+    } else {
+        StoreFloats(to, v);
     }
 }
 
-constexpr int kDoubleChains = 4;
-static_assert(kDoubleLanes % (kDoubleChains * kLanes64) == 0);
+template <class V, int kChains>
+struct RealExponential {
+    static constexpr int kApart = sizeof(V) / 8, kLanes = kChains * kApart;
+    V y[kChains]{};
+    V decay, enter, leave;
 
-void IirDouble(FilterPass<float> const& pass, DoubleIir const& f) {
-    Source<float> const source(pass, kNoFloats);
-    VectorDouble const a = VectorDouble{} + f.dfA, b = VectorDouble{} + f.dfB, c = VectorDouble{} + f.dfC;
-    for (int lane = 0; lane < kDoubleLanes; lane += kDoubleChains * kLanes64) {
-        VectorDouble y[kDoubleChains]{};
-        for (int i = 0; i < pass.iLength; ++i) {
-            float const* const x = source.At(i) + lane;
-            float const* const d = source.Before(i, pass.iReach + 1, pass.iReach + 1) + lane;
-            for (int k = 0; k < kDoubleChains; ++k) {
-                y[k] = b * y[k] + a * LoadDoubles(x + k * kLanes64) - c * LoadDoubles(d + k * kLanes64);
-            }
-            if (i < pass.iReach) continue;
-            float* const out = Target(pass, i) + lane;
-            for (int k = 0; k < kDoubleChains; ++k) StoreFloats(out + k * kLanes64, y[k]);
+    QZIL_INLINE explicit RealExponential(DoubleFilter const& f)
+        : decay(V{} + f.dfDecay), enter(V{} + f.dfEnter), leave(V{} + f.dfLeave) {}
+    QZIL_INLINE void Step(float const* x, float const*, float const* d) {
+        for (int k = 0; k < kChains; ++k) {
+            y[k] = decay * y[k] + enter * LoadDouble<V>(x + k * kApart) - leave * LoadDouble<V>(d + k * kApart);
         }
     }
-}
+    QZIL_INLINE void Store(float* out) const {
+        for (int k = 0; k < kChains; ++k) StoreDouble<V>(out + k * kApart, y[k]);
+    }
+};
 
-template <bool kFinite>
-QZIL_INLINE void RunUniformIirDouble(FilterPass<float> const& pass, DoubleUniformIir const& f) {
-    Source<float> const source(pass, kNoFloats);
-    VectorDouble const r = VectorDouble{} + f.dfR, g1 = VectorDouble{} + f.dfG1, g2 = VectorDouble{} + f.dfG2;
-    Divisor const n(f.dfN);
-    for (int lane = 0; lane < kDoubleLanes; lane += kDoubleChains * kLanes64) {
-        VectorDouble sum[kDoubleChains]{}, tail[kDoubleChains]{};
-        for (int i = 0; i < pass.iLength; ++i) {
-            float const* const x = source.At(i) + lane;
-            float const* const q = source.Before(i, f.iQ + 1, f.iQ + 1) + lane;
-            float const* const d = source.Before(i, pass.iReach + 1, pass.iReach + 1) + lane;
-            for (int k = 0; k < kDoubleChains; ++k) {
-                VectorDouble const left = LoadDoubles(q + k * kLanes64);
-                sum[k] = sum[k] + n.template Divide<kFinite>(LoadDoubles(x + k * kLanes64) - left);
-                tail[k] = r * tail[k] + g1 * left - g2 * LoadDoubles(d + k * kLanes64);
-            }
-            if (i < pass.iReach) continue;
-            float* const out = Target(pass, i) + lane;
-            for (int k = 0; k < kDoubleChains; ++k) StoreFloats(out + k * kLanes64, sum[k] + tail[k]);
+/// Division of one number.
+struct PlainDivisor {
+    double by;
+    template <bool>
+    QZIL_INLINE double Divide(double a) const {
+        return a / by;
+    }
+};
+
+template <class V, int kChains, bool kFinite>
+struct RealUniform {
+    static constexpr int kApart = sizeof(V) / 8, kLanes = kChains * kApart;
+    V sum[kChains]{}, tail[kChains]{};
+    V decay, enter, leave;
+    std::conditional_t<std::is_same_v<V, double>, PlainDivisor, Divisor> norm;
+
+    QZIL_INLINE explicit RealUniform(DoubleFilter const& f)
+        : decay(V{} + f.dfDecay), enter(V{} + f.dfEnter), leave(V{} + f.dfLeave), norm{f.dfNorm} {}
+    QZIL_INLINE void Step(float const* x, float const* q, float const* d) {
+        for (int k = 0; k < kChains; ++k) {
+            V const left = LoadDouble<V>(q + k * kApart);
+            sum[k] = sum[k] + norm.template Divide<kFinite>(LoadDouble<V>(x + k * kApart) - left);
+            tail[k] = decay * tail[k] + enter * left - leave * LoadDouble<V>(d + k * kApart);
         }
+    }
+    QZIL_INLINE void Store(float* out) const {
+        for (int k = 0; k < kChains; ++k) StoreDouble<V>(out + k * kApart, sum[k] + tail[k]);
+    }
+};
+
+constexpr int kChains = 4;
+static_assert(kFixedLanes % (kChains * kLanes32) == 0 && kDoubleLanes % (kChains * kLanes64) == 0);
+
+void Exponential(FilterPass<s16> const& pass, FixedFilter const& f) {
+    if (FitsHalf(f.iEnter) && FitsHalf(f.iLeave) && DecaysSlowly(f.iDecay)) {
+        RunPass<PairExponential>(pass, f, kFixedLanes);
+    } else {
+        RunPass<WideExponential<VectorWrap, kChains>>(pass, f, kFixedLanes);
     }
 }
 
-void UniformIirDouble(FilterPass<float> const& pass, DoubleUniformIir const& filter) {
-    DoubleUniformIir const f = filter;
+void Uniform(FilterPass<s16> const& pass, FixedFilter const& f) {
+    if (FitsHalf(f.iEnter) && FitsHalf(f.iLeave) && FitsHalf(f.iShare) && DecaysSlowly(f.iDecay)) {
+        RunPass<PairUniform>(pass, f, kFixedLanes);
+    } else {
+        RunPass<WideUniform<VectorWrap, kChains>>(pass, f, kFixedLanes);
+    }
+}
+
+void RealExponentials(FilterPass<float> const& pass, DoubleFilter const& f) {
+    RunPass<RealExponential<VectorDouble, kChains>>(pass, f, kDoubleLanes);
+}
+
+void RealUniforms(FilterPass<float> const& pass, DoubleFilter const& f) {
     if (f.bFinite) {
-        RunUniformIirDouble<true>(pass, f);
+        RunPass<RealUniform<VectorDouble, kChains, true>>(pass, f, kDoubleLanes);
     } else {
-        RunUniformIirDouble<false>(pass, f);
+        RunPass<RealUniform<VectorDouble, kChains, false>>(pass, f, kDoubleLanes);
     }
 }
 
-/// The plain forms: lane after lane.
-template <class Sample, class Filter>
-QZIL_INLINE void ForLanesOf(FilterPass<Sample> const& pass, Filter filter) {
-    for (int lane = 0; lane < pass.iLanes; ++lane) filter(lane);
-}
-
-/// The sample `delay` places before i, from place `from` on.
-template <class Sample>
-QZIL_INLINE Sample Past(FilterPass<Sample> const& pass, int lane, int i, int delay, int from) {
-    return i >= from ? pass.pIn[(i - delay) * pass.iInStep + lane] : Sample{0};
-}
-
-void IirAny(FilterPass<s16> const& pass, FixedIir const& f) {
-    ForLanesOf(pass, [&](int lane) {
-        s32 y = 0;
-        for (int i = 0; i < pass.iLength; ++i) {
-            s32 const x = Past(pass, lane, i, 0, 0), d = Past(pass, lane, i, f.iDelay, pass.iReach + 1);
-            u32 const sum = static_cast<u32>(f.iB) * static_cast<u32>(y) +
-                            static_cast<u32>(f.iA) * static_cast<u32>(x) -
-                            static_cast<u32>(f.iC) * static_cast<u32>(d) + 32768u;
-            y = static_cast<s32>(sum) >> 16;
-            if (i >= pass.iReach) Target(pass, i)[lane] = static_cast<s16>(y);
-        }
-    });
-}
-
-void UniformIirAny(FilterPass<s16> const& pass, FixedUniformIir const& f) {
-    ForLanesOf(pass, [&](int lane) {
-        u32 sum = 32768, tail = 0;
-        for (int i = 0; i < pass.iLength; ++i) {
-            s32 const x = Past(pass, lane, i, 0, 0), q = Past(pass, lane, i, f.iQ + 1, f.iQ + 1),
-                      d = Past(pass, lane, i, pass.iReach + 1, pass.iReach + 1);
-            sum += static_cast<u32>(x - q) * static_cast<u32>(f.iOneByN);
-            tail = static_cast<u32>(static_cast<s32>(tail) >> 16) * static_cast<u32>(f.iR) +
-                   static_cast<u32>(q) * static_cast<u32>(f.iG1) - static_cast<u32>(d) * static_cast<u32>(f.iG2);
-            if (i >= pass.iReach) Target(pass, i)[lane] = static_cast<s16>(static_cast<s32>(sum + tail) >> 16);
-        }
-    });
-}
-
-void IirDoubleAny(FilterPass<float> const& pass, DoubleIir const& f) {
-    ForLanesOf(pass, [&](int lane) {
-        double y = 0.0;
-        for (int i = 0; i < pass.iLength; ++i) {
-            double const x = Past(pass, lane, i, 0, 0), d = Past(pass, lane, i, pass.iReach + 1, pass.iReach + 1);
-            y = f.dfB * y + f.dfA * x - f.dfC * d;
-            if (i >= pass.iReach) Target(pass, i)[lane] = static_cast<float>(y);
-        }
-    });
-}
-
-void UniformIirDoubleAny(FilterPass<float> const& pass, DoubleUniformIir const& f) {
-    ForLanesOf(pass, [&](int lane) {
-        double sum = 0.0, tail = 0.0;
-        for (int i = 0; i < pass.iLength; ++i) {
-            double const x = Past(pass, lane, i, 0, 0), q = Past(pass, lane, i, f.iQ + 1, f.iQ + 1),
-                         d = Past(pass, lane, i, pass.iReach + 1, pass.iReach + 1);
-            sum = sum + (x - q) / f.dfN;
-            tail = f.dfR * tail + f.dfG1 * q - f.dfG2 * d;
-            if (i >= pass.iReach) Target(pass, i)[lane] = static_cast<float>(sum + tail);
-        }
-    });
+/// Any number of sequences, one after the other.
+template <class Recurrence, class Sample, class Filter>
+void OneByOne(FilterPass<Sample> const& pass, Filter const& f) {
+    RunPass<Recurrence>(pass, f, pass.iLanes);
 }
 
 /// 16 bytes of elements.
@@ -426,10 +421,23 @@ void ToFloat(float* out, float const* in, int samples) {
 }  // namespace
 
 FilterRows const g_oFilterRows{
-    Iir,           UniformIir,    IirDouble,           UniformIirDouble, IirAny,
-    UniformIirAny, IirDoubleAny,  UniformIirDoubleAny, MoveTile<true>,   MoveTile<false>,
-    Times64,       FloatsOf<u8>,  FloatsOf<u16>,       FloatsOf<s16>,    FloatsOf<float>,
-    By64,          ToInteger<u8>, ToInteger<u16>,      ToInteger<s16>,   ToFloat,
+    .oFixed = {.pExponential = Exponential, .pUniform = Uniform},
+    .oFixedAny = {.pExponential = OneByOne<WideExponential<u32, 1>>, .pUniform = OneByOne<WideUniform<u32, 1>>},
+    .oDouble = {.pExponential = RealExponentials, .pUniform = RealUniforms},
+    .oDoubleAny = {.pExponential = OneByOne<RealExponential<double, 1>>,
+                   .pUniform = OneByOne<RealUniform<double, 1, false>>},
+    .pToTile = MoveTile<true>,
+    .pFromTile = MoveTile<false>,
+    .pTimes64 = Times64,
+    .pFloatsOf8 = FloatsOf<u8>,
+    .pFloatsOf16 = FloatsOf<u16>,
+    .pFloatsOfS2_14 = FloatsOf<s16>,
+    .pFloats = FloatsOf<float>,
+    .pBy64 = By64,
+    .pTo8 = ToInteger<u8>,
+    .pTo16 = ToInteger<u16>,
+    .pToS2_14 = ToInteger<s16>,
+    .pToFloat = ToFloat,
 };
 
 QZIL_ROWS_END

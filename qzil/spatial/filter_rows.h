@@ -2,6 +2,8 @@
 
 #include "qzil/kernel/row.h"
 
+#include <type_traits>
+
 namespace qzil {
 
 /// Sequences that are filtered side by side, in fixed point and in double.
@@ -21,21 +23,32 @@ struct FilterPass {
     int iLanes;  ///< of the functions that take any number
 };
 
-struct FixedIir {
-    s32 iA, iB, iC;
-    int iDelay;  ///< of the sample that leaves, behind the first reach + 1
+/// The coefficients of a recurrence, see blur_filters.h. `iBox` is the delay of the sample that leaves the box,
+/// `iDelay` that of the sample that leaves the reach, from the first one behind it on.
+struct FixedFilter {
+    s32 iDecay, iEnter, iLeave;
+    s32 iShare;  ///< 1 / N
+    int iBox;
+    int iDelay;
 };
-struct FixedUniformIir {
-    s32 iR, iG1, iG2, iOneByN;
-    int iQ;
-};
-struct DoubleIir {
-    double dfA, dfB, dfC;
-};
-struct DoubleUniformIir {
-    double dfR, dfG1, dfG2, dfN;
-    int iQ;
+struct DoubleFilter {
+    double dfDecay, dfEnter, dfLeave;
+    double dfNorm;  ///< N
+    int iBox;
+    int iDelay;
     bool bFinite;  ///< no sample is infinite or not a number
+};
+
+template <class Sample>
+using FilterOf = std::conditional_t<std::is_same_v<Sample, s16>, FixedFilter, DoubleFilter>;
+
+template <class Sample>
+using FilterFunction = void (*)(FilterPass<Sample> const& pass, FilterOf<Sample> const& filter);
+
+template <class Sample>
+struct FilterFunctions {
+    FilterFunction<Sample> pExponential;
+    FilterFunction<Sample> pUniform;
 };
 
 /// Pixels of `iElement` bytes, taken from lines into a tile or back: pixel x of all lines stands together in the tile.
@@ -60,16 +73,10 @@ struct StripLoad {
 };
 
 struct FilterRows {
-    /// kFixedLanes and kDoubleLanes at a time.
-    void (*pIir)(FilterPass<s16> const& pass, FixedIir const& filter);
-    void (*pUniformIir)(FilterPass<s16> const& pass, FixedUniformIir const& filter);
-    void (*pIirDouble)(FilterPass<float> const& pass, DoubleIir const& filter);
-    void (*pUniformIirDouble)(FilterPass<float> const& pass, DoubleUniformIir const& filter);
-    /// Any number of lanes, one after the other.
-    void (*pIirAny)(FilterPass<s16> const& pass, FixedIir const& filter);
-    void (*pUniformIirAny)(FilterPass<s16> const& pass, FixedUniformIir const& filter);
-    void (*pIirDoubleAny)(FilterPass<float> const& pass, DoubleIir const& filter);
-    void (*pUniformIirDoubleAny)(FilterPass<float> const& pass, DoubleUniformIir const& filter);
+    FilterFunctions<s16> oFixed;     ///< kFixedLanes at a time
+    FilterFunctions<s16> oFixedAny;  ///< any number, one after the other
+    FilterFunctions<float> oDouble;  ///< kDoubleLanes at a time
+    FilterFunctions<float> oDoubleAny;
 
     void (*pToTile)(TileMove const& move);
     void (*pFromTile)(TileMove const& move);

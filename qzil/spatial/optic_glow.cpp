@@ -45,9 +45,10 @@ qzILStatus qzILOpticGlowImg::Verify() {
 
 qzILStatus qzILOpticGlowImg::ProcessData() {
     unsigned const mode = m_uProcessingMode;
-    // The blur leaves alpha alone, which the glow takes from the source in any case: only a host that interrupts could
-    // see it blurred, and whole pixels need no commit.
-    m_uProcessingMode = HasInterrupt() ? (mode | kModeColor) & ~kModeAlpha : mode | kModeAllChannels;
+    // The blur leaves alpha alone, which may be the mask of the glow. Where there is no mask the glow takes alpha from
+    // the source in any case: only a host that interrupts could see it blurred, and whole pixels need no commit.
+    bool const wholePixels = !HasInterrupt() && !m_pMaskImg;
+    m_uProcessingMode = wholePixels ? mode | kModeAllChannels : (mode | kModeColor) & ~kModeAlpha;
     qzILStatus const status = qzILBlurImg::ProcessData();
     m_uProcessingMode = mode;
     if (status != 1 || m_oBoxes.oProcessed.IsEmpty()) return status;
@@ -59,7 +60,9 @@ qzILStatus qzILOpticGlowImg::OpticGlow8() {
     if (traits.iSampleBytes != 1 || traits.iSamples != 4) return 1;
     // Behind a slope of 2^40 every luma above the lower threshold has the full gain.
     constexpr double kSteepest = 1099511627776.0;
-    s64 const low = RoundHalfAway(m_dfLow * 255), high = RoundHalfAway(m_dfHigh * 255);
+    // Thresholds that Verify refuses stop where no luma tells them apart.
+    auto const level = [](double share) { return s64{Clamp(RoundHalfAway(share * 255), -256, 512)}; };
+    s64 const low = level(m_dfLow), high = level(m_dfHigh);
     double const exact = 65536.0 / (m_dfHigh - m_dfLow);
     s64 const slope = TruncateTo<s64>(exact + (exact < 0.0 ? -0.5 : 0.5), -kSteepest, kSteepest);
     u8 const presence = TruncateTo<u8>(255 * m_dfPresence + 0.5, 0.0, 255.0);

@@ -42,12 +42,12 @@ int SampleBytes(XFChannelType type) {
 }  // namespace
 
 template <class Sample>
-RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> down,
-                                       AxisFilter<Sample> across)
+RecursiveMaker<Sample>::RecursiveMaker(XFChannelType type, MarginLines const& lines, AxisFilter<Sample> const& down,
+                                       AxisFilter<Sample> const& across)
     : m_uType(type),
       m_oLines(lines),
-      m_oDown(std::move(down)),
-      m_oAcross(std::move(across)),
+      m_oDown(down),
+      m_oAcross(across),
       m_iPixels(lines.iSamples / lines.iPixelSamples),
       m_iKept((lines.iLines - 2 * m_oDown.iReach - lines.iFirstKept + lines.iKeptStep - 1) / lines.iKeptStep),
       m_iBlockSamples((std::ptrdiff_t{m_iPixels} + 1) * kLanes) {
@@ -86,28 +86,29 @@ void RecursiveMaker<Sample>::Filter(AxisFilter<Sample> const& axis, Sample* lane
     if (!axis.bActive) return;
     int const reach = axis.iReach;
     Sample *const first = lanes + kLanes, *const last = lanes + std::ptrdiff_t{places - 1 - reach} * kLanes;
-    axis.oPass({first, kLanes, last, -kLanes, places, reach, kLanes});
-    axis.oPass({last, -kLanes, first + std::ptrdiff_t{reach} * kLanes, kLanes, places - reach, reach, kLanes});
+    axis.pPass({first, kLanes, last, -kLanes, places, reach, kLanes}, axis.oFilter);
+    axis.pPass({last, -kLanes, first + std::ptrdiff_t{reach} * kLanes, kLanes, places - reach, reach, kLanes},
+               axis.oFilter);
 }
 
 template <class Sample>
-bool RecursiveMaker<Sample>::FilterColumns(bool (*stops)(void const* context), void const* context) {
+bool RecursiveMaker<Sample>::FilterColumns() {
     TakeBlocks();
     m_aLanes.resize((static_cast<std::size_t>(m_oLines.iLines) + 1) * kLanes);
     m_aFinished.resize(static_cast<std::size_t>(m_iPixels) * kLanes * static_cast<std::size_t>(SampleBytes(m_uType)));
-    MarginStrips strips(m_oLines, m_oLines.iPixelSamples * SampleBytes(m_uType));
+    MarginSource& source = m_oLines.oSource;
     int const columns = BlockLines();
     // Strips begin where the image does, so that they share no line of the cache.
-    for (int at = 0, end = strips.FirstInside() % columns; at < m_iPixels; at = end, end += columns) {
+    for (int at = 0, end = source.FirstInside() % columns; at < m_iPixels; at = end, end += columns) {
         int const count = std::min(end, m_iPixels) - at;
         if (count == 0) continue;
-        MarginStrips::Strip const strip = strips.Columns(at, count);
+        MarginSource::Strip const strip = source.Columns(at, count);
         Load(m_uType,
              {m_aLanes.data() + kLanes, strip.pLines, strip.iAt, count * m_oLines.iPixelSamples, m_oLines.iLines});
         Filter(m_oDown, m_aLanes.data(), m_oLines.iLines);
         KeepColumns(at, count);
-        for (int column = 0; stops && column < count; ++column) {
-            if (stops(context)) return false;
+        for (int column = 0; column < count; ++column) {
+            if (m_oLines.oQuestion.Stops()) return false;
         }
     }
     return true;

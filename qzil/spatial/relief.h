@@ -2,31 +2,32 @@
 
 #include "qzil/spatial/edges.h"
 
-/// One entry per direction and depth. Each takes its direction into the output, where the largest result stays.
+/// One entry per direction and depth. Each adds its direction to the output, where of every sample the larger one
+/// stays.
 #define QZIL_DIRECTION_ENTRIES(Name)         \
     qzILStatus Name##E8() {                  \
-        return AddDirections(1);             \
+        return Add(1);                       \
     }                                        \
     qzILStatus Name##NE8() {                 \
-        return AddDirections(2);             \
+        return Add(2);                       \
     }                                        \
     qzILStatus Name##N8() {                  \
-        return AddDirections(4);             \
+        return Add(4);                       \
     }                                        \
     qzILStatus Name##NW8() {                 \
-        return AddDirections(8);             \
+        return Add(8);                       \
     }                                        \
     qzILStatus Name##W8() {                  \
-        return AddDirections(16);            \
+        return Add(16);                      \
     }                                        \
     qzILStatus Name##SW8() {                 \
-        return AddDirections(32);            \
+        return Add(32);                      \
     }                                        \
     qzILStatus Name##S8() {                  \
-        return AddDirections(64);            \
+        return Add(64);                      \
     }                                        \
     qzILStatus Name##SE8() {                 \
-        return AddDirections(128);           \
+        return Add(128);                     \
     }                                        \
     qzILStatus Name##E16() {                 \
         return Name##E8();                   \
@@ -67,6 +68,7 @@
 
 /// Differences in up to eight directions, of which the largest counts: bits 1, 2, 4 to 128 for E, NE, N, NW, W, SW, S,
 /// SE; 1 at first. North has the smaller weights on the lines of lower y. A sensitivity of exactly 0 clears the output.
+/// PrepareOutput writes 0, to which the entries for single directions add theirs.
 /// Verify adds 0x10028 for directions outside 1 to 255.
 class QZIL_API qzILGradientImg : public qzil::EdgeDetector {
     QZIL_EFFECT_CLASS(qzILGradientImg)
@@ -75,15 +77,14 @@ public:
 
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init();
+    void Init() { m_uDirections = 1; }
     QZIL_DIRECTION_ENTRIES(Gradient)
 
 private:
-    qzILStatus PrepareOutput();
-    qzILStatus AddDirections(unsigned directions);
+    qzILStatus PrepareOutput() { return ClearOutput(); }
+    qzILStatus Add(unsigned direction);
 
     std::uint32_t m_uDirections;
-    std::uint32_t m_uDone;  ///< directions that the output holds already
 };
 
 /// The picture as a relief lit from one or more directions: the kernels of qzILGradientImg with the centre added,
@@ -95,15 +96,14 @@ public:
 
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init();
+    void Init() { m_uDirections = 1; }
     QZIL_DIRECTION_ENTRIES(Emboss)
 
 private:
-    qzILStatus PrepareOutput();
-    qzILStatus AddDirections(unsigned directions);
+    qzILStatus PrepareOutput() { return ClearOutput(); }
+    qzILStatus Add(unsigned direction);
 
     std::uint32_t m_uDirections;
-    std::uint32_t m_uDone;
 };
 
 #undef QZIL_DIRECTION_ENTRIES

@@ -26,12 +26,6 @@ GUID MonoOf(GUID const& format) {
     return format == MFIF_RGBA_RAW_32 || format == MFIF_MONO_RAW_8 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16;
 }
 
-GUID FormatOf(IXFImage* image) {
-    GUID format{};
-    image->GetFormat(&format);
-    return format;
-}
-
 /// Runs an effect from one image to the whole of another, of the same size as the region.
 template <class Effect>
 qzILStatus RunOn(Effect& effect, IXFImage* from, qzILBbox2l const& region, IXFImage* to) {
@@ -114,6 +108,7 @@ qzILStatus qzILSharpenImg::DoEffect() {
 }
 
 qzILStatus qzILSharpenImg::Esharpen() {
+    if (!HasKernel()) return Fail(0x10021);
     qzILVector2l const size = ActiveSize(), origin = ActiveOrigin();
     qzILBbox2l const region(origin.x, origin.y, size.x, size.y);
     Ref<IXFImage> mask;

@@ -12,7 +12,8 @@ inline constexpr qzILSharpenType qzILSharpenTypeEdge = 2;    ///< by the strengt
 /// Type 1 at first; degree 0 to 1, 1.0 at first; edge sensitivity 0 to 1, 1.0 at first, for type 2 only. Formats, mask
 /// and overshooting as for qzILConvolveImg.
 ///
-/// Verify adds 0x10025 for another type, 0x10026 and 0x1002A for a degree and a sensitivity outside (NaN passes).
+/// Verify adds 0x10025 for another type, 0x10026 and 0x1002A for a degree and a sensitivity outside (NaN passes; as
+/// degree it gives 0, as sensitivity every response of the detector counts).
 class QZIL_API qzILSharpenImg : public qzILConvolveImg {
     QZIL_EFFECT_CLASS(qzILSharpenImg)
 public:

@@ -320,7 +320,7 @@ std::optional<Factors> Factorise(Kernel const& kernel, int width, int height) {
     }
     if (!matrix.IsSeparable()) return {};
     qzILMatrix left, right;
-    matrix.SeparateIntoTensorProduct(left, right);
+    if (matrix.SeparateIntoTensorProduct(left, right) != 1) return {};
     Factors factors;
     for (int i = 0; i < width; ++i) factors.aX.push_back(static_cast<float>((wide ? left : right)(i, 0)));
     for (int j = 0; j < height; ++j) factors.aY.push_back(static_cast<float>((wide ? right : left)(j, 0)));

@@ -125,7 +125,7 @@ TEST(Svd, RefusesWhatIsNotFiniteAndWritesNothing) {
         EXPECT_EQ(matrix.Rank(), 0);
         EXPECT_EQ(matrix.Norm(qzILMatrixTwoNorm), -HUGE_VAL);
         EXPECT_TRUE(std::isnan(matrix.ConditionNumber(qzILMatrixTwoNorm)));
-        matrix.SeparateIntoTensorProduct(u, v);
+        EXPECT_EQ(matrix.SeparateIntoTensorProduct(u, v), -1);
         EXPECT_EQ(u, qzILMatrix(4, 1));
         EXPECT_EQ(v, qzILMatrix(3, 1));
     }
@@ -141,11 +141,11 @@ TEST(Svd, GivesRankAndTensorProduct) {
         qzILMatrix const product = RandomMatrix(rows, 1, 5) * RandomMatrix(1, columns, 6);
         EXPECT_TRUE(product.IsSeparable());
         qzILMatrix left, right;
-        product.SeparateIntoTensorProduct(left, right);
+        EXPECT_EQ(product.SeparateIntoTensorProduct(left, right), 1);
         EXPECT_LT(Difference(left * right.Transpose(), product), 1e-14);
         EXPECT_NEAR(left.InnerProduct(left), right.InnerProduct(right), 1e-14);
         qzILMatrix self = product;
-        self.SeparateIntoTensorProduct(self, right);
+        EXPECT_EQ(self.SeparateIntoTensorProduct(self, right), 1);
         EXPECT_LT(Difference(self, left), 1e-15);
     }
     EXPECT_EQ(qzILMatrix(4, 4).Rank(), 0);

@@ -201,8 +201,8 @@ TEST(Matrix, RunsOutOfMemoryWithoutHarm) {
         [&](qzILMatrix& m) { m = tall.Inverse(condition); },
         [&](qzILMatrix& m) { m = tall.Transpose().Inverse(condition); },
         [&](qzILMatrix& m) { m = tall.SolveSystem(tall, condition, true, qzILMatrixOneNorm, numbers.data()); },
-        [&](qzILMatrix& m) { tall.SeparateIntoTensorProduct(m, m); },
-        [&](qzILMatrix& m) { square.SymmetricEigensolve(m, m); },
+        [&](qzILMatrix& m) { m.SetToConstant(tall.SeparateIntoTensorProduct(m, m)); },
+        [&](qzILMatrix& m) { m.SetToConstant(square.SymmetricEigensolve(m, m)); },
         [&](qzILMatrix& m) {
             m.SetToConstant(tall.CorrelationCoefficient(tall) + tall.ConditionNumber(qzILMatrixTwoNorm));
         },

@@ -147,13 +147,55 @@ TEST(BlurringVerify, BuildsNoKernelForABadRadius) {
     }
 }
 
+// Squares of distances pass 32 bits; the taps of a row still grow towards its centre.
+TEST(BlurringValues, OfFarReaches) {
+    for (int const type : {1, 2}) {
+        qzILBlurImg effect;
+        SetType(effect, type);
+        effect.SetRadius(60000, 1);
+        ASSERT_EQ(effect.BuildKernel(), 1);
+        EXPECT_TRUE(std::is_sorted(effect.GetKernel(), effect.GetKernel() + 60001)) << type;
+    }
+}
+
+// A spread that is lost in the arithmetic leaves the picture as it is.
+TEST(BlurringValues, OfSpreadsNearNothing) {
+    for (GUID const& format : kInteger + Formats{MFIF_RGBA_FLOAT, MFIF_MONO_FLOAT}) {
+        for (float const degree : {1e-9f, 1e-20f, 1e-38f, std::numeric_limits<float>::quiet_NaN()}) {
+            for (int type = 4; type <= 7; ++type) {
+                SpatialScene scene = SpatialScene::Whole(format, 12, 9);
+                Set(scene, {6, 7});
+                Ready<qzILBlurImg> ready(scene);
+                SetType(ready.oEffect, type);
+                ready->SetDegree(degree);
+                ASSERT_EQ(ready->Execute(), 1);
+                EXPECT_EQ(Difference(Load(ready.oImages.oInput.Get()), ready.Output()), "") << type << ' ' << degree;
+            }
+        }
+    }
+}
+
+TEST(BlurFilterCoefficients, OfAnyReach) {
+    short line[4 * 5] = {1, 2, 3}, scratch[4 * 5] = {};
+    auto const expectUntouched = [&](auto&& filter) {
+        filter.SetSpread(2.0);
+        filter.SetReach(0xFFFFFFFFu);
+        filter.ExecuteRGBA(5, line, scratch);
+        filter.Execute1PassMONO8(20, line, scratch);
+        EXPECT_EQ(line[2], 3);
+        EXPECT_EQ(*std::ranges::max_element(scratch), 0);
+    };
+    expectUntouched(qzILBlurIIR1D());
+    expectUntouched(qzILBlurUniformIIR1D());
+}
+
 TEST(BlurFilterCoefficients, OfTheBox) {
     for (auto const& [spread, box, whole] :
          {std::tuple{5.3, 7.033999999999999, 7u}, {0.1, 0.0, 0u}, {100.0, 9.0, 9u}}) {
         qzILBlurUniformIIR1D filter(spread, 9);
         filter.ParametersHaveChanged();
         EXPECT_EQ(filter.GetCoefficients().dfBox, box);
-        EXPECT_EQ(filter.GetCoefficients().uQ, whole);
+        EXPECT_EQ(filter.GetCoefficients().uBox, whole);
     }
 }
 
@@ -247,6 +289,33 @@ TEST(OpticGlow, EqualsModel) {
             scene, effect, [&](Region const& r) { return model(r, type, 1); },
             Text("type", type) + Text("presence", model.dfPresence) + Text("low", low) + Text("high", high));
     });
+}
+
+// The blur between the two steps leaves alpha alone: it may be the mask.
+TEST(OpticGlow, InPlaceUnderItsOwnAlpha) {
+    SpatialScene scene = SpatialScene::Whole(MFIF_RGBA_RAW_32, 30, 9);
+    scene.uMask = 8;
+    scene.uMode = 7;
+    scene.fRadiusX = scene.fRadiusY = 3;
+    scene.bInPlace = true;
+    Ready<qzILOpticGlowImg> ready(scene);
+    ready.oImages.oMask = ready.oImages.oInput;
+    ready->SetMask(scene.oMaskRect, ready.oImages.oMask.Get(), 8);
+    ASSERT_TRUE(Accepts(ready.oEffect));
+    Picture const expected = RunFrame(scene, ready.oImages, [](Region const& r) { return Glow()(r, 3, 1); });
+    ASSERT_EQ(ready->Execute(), 1);
+    EXPECT_EQ(Difference(expected, ready.Output()), "");
+}
+
+// A threshold that is no number leaves no glow; Verify accepts it.
+TEST(OpticGlow, OfThresholdsThatAreNoNumbers) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    for (auto const& [low, high] : {std::pair{nan, 0.5}, {0.0, nan}, {nan, nan}, {-1e300, 1e300}}) {
+        Ready<qzILOpticGlowImg> ready;
+        ready->SetThresholds(low, high);
+        EXPECT_EQ(ready->Verify(), low < 0 ? -1 : 1);
+        ASSERT_EQ(ready->Execute(), 1);
+    }
 }
 
 TEST(OpticGlow, RefusesInItsOrder) {

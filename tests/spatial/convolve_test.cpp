@@ -1,6 +1,8 @@
 #include "spatial/spatial_support.h"
 
-#include "qzil/spatial/convolve.h"
+#include "support/allocation_hook.h"
+
+#include "qzil/spatial/blur.h"
 
 namespace qzil::test::model {
 namespace {
@@ -197,6 +199,55 @@ TEST(ConvolutionKernels, AreSeparableByTheirRank) {
         ASSERT_TRUE(factors);
         EXPECT_EQ(x, factors->aX);
         EXPECT_EQ(y, factors->aY);
+    }
+}
+
+// Whichever allocation fails: a picture is that of two passes, or that of one when the code tells so.
+TEST(ConvolutionKernels, WithoutMemoryToSeparateThem) {
+    Kernel kernel{1.0f, 2.0f, 1.0f, 0.5f, 1.0f, 0.5f, -0.25f, -0.5f, -0.25f};
+    SpatialScene const scene = SpatialScene::Whole(MFIF_RGBA_RAW_32, 9, 7);
+    bool happened = true;
+    for (std::uint64_t n = 1; happened; ++n) {
+        Ready<qzILConvolveImg> ready(scene);
+        ready->SetKernel(kernel.data(), 1);
+        auto const models = [&](bool separates) {
+            return RunFrame(scene, ready.oImages, [&](Region const& r) {
+                return separates ? Convolve(r, kernel, 0) : SinglePass(r, kernel, 0);
+            });
+        };
+        Picture const twoPasses = models(true), onePass = models(false);
+        qzILStatus status = 0;
+        {
+            AllocationFailure const failure(n);
+            status = ready->Execute();
+            happened = failure.Happened();
+        }
+        bool const failed = ready->GetLastError() == qzILError(0x10001);
+        if (status == 1) {
+            EXPECT_EQ(Difference(failed ? onePass : twoPasses, ready.Output()), "") << n;
+        }
+    }
+}
+
+// No kernel, or one of another size than the radius asks for.
+TEST(ConvolutionKernels, AreNotSeparatedWithoutTaps) {
+    float x[64]{}, y[64]{};
+    auto const expectRefused = [&](qzILConvolveImg& effect) {
+        EXPECT_EQ(effect.SeparateKernel(x, y), -1);
+        EXPECT_EQ(effect.GetLastError(), qzILError(0x10021));
+    };
+    qzILConvolveImg none;
+    none.SetRadius(5);
+    expectRefused(none);
+    for (qzILBlurType const type : {qzILBlurTypeEllipse, qzILBlurTypeGauss, qzILBlurTypeUniform}) {
+        qzILBlurImg blur;
+        blur.SetType(type);
+        blur.SetRadius(2);
+        expectRefused(blur);
+        ASSERT_EQ(blur.BuildKernel(), 1);
+        blur.SetRadius(31);
+        EXPECT_EQ(blur.IsKernelSeparable(), type == qzILBlurTypeGauss);
+        expectRefused(blur);
     }
 }
 

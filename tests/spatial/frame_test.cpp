@@ -1,5 +1,6 @@
 #include "spatial/spatial_support.h"
 
+#include "qzil/spatial/blur.h"
 #include "qzil/spatial/convolve.h"
 #include "qzil/spatial/optic_glow.h"
 #include "qzil/spatial/relief.h"
@@ -110,6 +111,65 @@ TEST(SpatialFrame, ReadsBeforeItWritesToSharedMemory) {
         run(emboss, apart);
         run(glow, apart);
     }
+}
+
+/// A class of a host's own: it reads the margin buffer, before or behind what its base does.
+template <class Base>
+class Reader : public Base {
+public:
+    bool m_bBehind = false;
+    std::vector<unsigned char> m_aLines;
+
+    qzILStatus DoEffect() override {
+        qzILStatus const status = m_bBehind ? Base::DoEffect() : 1;
+        int const bytes = (this->ActiveSize().x + this->KernelSize().x - 1) * 4;
+        unsigned char const* pLine = this->BufferStart();
+        for (int line = 1; line < this->ActiveSize().y + this->KernelSize().y; ++line, pLine += this->LineStep()) {
+            m_aLines.insert(m_aLines.end(), pLine, pLine + bytes);
+        }
+        return status;
+    }
+};
+
+template <class Base>
+void ExpectWholeBuffer(std::function<void(Base&)> const& set, int reach) {
+    constexpr int kWidth = 70, kHeight = 300;
+    for (bool const behind : {false, true}) {
+        for (unsigned const fields : {0u, 0x100u}) {
+            SpatialScene scene = SpatialScene::Whole(MFIF_RGBA_RAW_32, kWidth, kHeight);
+            scene.fRadiusX = scene.fRadiusY = static_cast<float>(reach);
+            scene.iEdgeMode = 2;
+            scene.uMode |= fields;
+            FillBytes(MakeImage(MFIF_RGBA_RAW_32, kWidth + 2 * reach, kHeight + 2 * reach).Get(), -1,
+                      [](int, int, int) { return 0xEE; });  // goes back to the pool
+            Ready<Reader<Base>> ready(scene);
+            ready->m_bBehind = behind;
+            set(ready.oEffect);
+            ASSERT_EQ(ready->Execute(), 1);
+            Picture const input = Load(ready.oImages.oInput.Get());
+            std::vector<unsigned char> expected;
+            for (int y = -reach; y < kHeight + reach; ++y) {
+                for (int x = -reach; x < kWidth + reach; ++x) {
+                    for (int c = 0; c < 4; ++c) {
+                        double const sample = input.At((x + kWidth) % kWidth, (y + kHeight) % kHeight, c);
+                        expected.push_back(static_cast<unsigned char>(sample));
+                    }
+                }
+            }
+            EXPECT_EQ(DescribeDifference(expected, ready->m_aLines), "") << Base::m_ClassName << ' ' << behind;
+        }
+    }
+}
+
+TEST(SpatialFrame, GivesHeirsTheWholeBuffer) {
+    Kernel kernel(25, 0.04f);
+    kernel[3] = 1;
+    ExpectWholeBuffer<qzILConvolveImg>([&](auto& e) { e.SetKernel(kernel.data(), 2); }, 2);
+    ExpectWholeBuffer<qzILEmbossImg>([](auto&) {}, 1);
+    for (qzILBlurType const type : {qzILBlurTypeUniform, qzILBlurTypeFastGauss}) {
+        ExpectWholeBuffer<qzILBlurImg>([&](auto& e) { e.SetType(type); }, 5);
+    }
+    ExpectWholeBuffer<qzILOpticGlowImg>([](auto&) {}, 3);
 }
 
 }  // namespace
