@@ -49,11 +49,15 @@ std::string NameOf(std::string const& path, bool input) {
     return "'" + path + "'";
 }
 
+std::string PartOf(std::string const& path) {
+    return path + ".part";
+}
+
 TemporaryFile::TemporaryFile(std::string const& path, bool keepOld)
     : m_oTarget(TargetOf(path, keepOld)), m_bKeepOld(keepOld) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
-        m_oPath = m_oTarget;
-        m_oPath += ".part" + std::to_string(attempt);
+        m_oPath = PartOf(m_oTarget);
+        if (attempt > 0) m_oPath += std::to_string(attempt);
         m_pFile.reset(std::fopen(m_oPath.c_str(), "wbx"));
         if (m_pFile) return;
         if (errno != EEXIST) break;

@@ -40,6 +40,9 @@ private:
     bool m_bKept = false;
 };
 
+/// The name that a file has while it is written.
+std::string PartOf(std::string const& path);
+
 /// A path for a sentence: in quotes, or what "-" stands for.
 std::string NameOf(std::string const& path, bool input);
 

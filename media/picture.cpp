@@ -175,6 +175,15 @@ int DepthOf(std::string const& path) {
     return pKind ? pKind->iDepth : 0;
 }
 
+bool IsStandard(std::string const& path) {
+    return TargetOf(path).sPath == "-";
+}
+
+bool HoldsAlpha(std::string const& path) {
+    Kind const* const pKind = TargetOf(path).pKind;
+    return pKind && pKind->pEncode != EncodeJpeg && pKind->pEncode != EncodePnm;
+}
+
 Picture AtDepth(Picture const& picture, int depth) {
     if (picture.iDepth == depth) return picture;
     Picture result(picture.iWidth, picture.iHeight, picture.iChannels, depth);

@@ -74,6 +74,9 @@ void WritePicture(std::string const& path, Picture const& picture, WriteOptions 
 
 /// The deepest samples that the kind of a path holds: 8, 16 or 32 bits; 0 for a path that names no kind.
 int DepthOf(std::string const& path);
+bool HoldsAlpha(std::string const& path);
+/// Whether a path, without the word of a kind, is the standard output.
+bool IsStandard(std::string const& path);
 /// The names of all kinds with those of their extensions, for help and sentences.
 std::string FileKinds(bool written);
 /// The samples in another depth: value / full scale in double, rounded and limited as qzILFormat<T>::FromReal does.
