@@ -196,6 +196,7 @@ struct Entry {
     std::vector<FormatPair> oPairs;  ///< of conversions
     std::vector<Parameter> oParameters;
     bool bMaskRequired = false;
+    bool bRefusesMask = false;
     bool bUpdates = false;  ///< leaves parts of the output as they are: hosts copy the input there first
     /// With these values and this format a pixel depends on where its region begins, so that a part is not the part of
     /// the whole; never, where there is no function.
@@ -207,7 +208,7 @@ struct Entry {
 
     /// It has a dominant input and an input offset.
     bool HasTwoInputs() const { return static_cast<bool>(oPlacement.oDominant); }
-    bool TakesMask() const { return static_cast<bool>(oPlacement.oMask); }
+    bool TakesMask() const { return oPlacement.oMask && !bRefusesMask; }
 
     /// A new effect with every parameter at its default. The entry must outlive it.
     Instance Make() const { return Instance(*this); }

@@ -79,7 +79,7 @@ public:
     }
     /// The effect refuses every mask.
     Effect& NoMask() {
-        m_oEntry.oPlacement.oMask = nullptr;
+        m_oEntry.bRefusesMask = true;
         return *this;
     }
 
@@ -96,6 +96,7 @@ public:
                 if (converts(from.oFormat, to.oFormat)) m_oEntry.oPairs.push_back({from.oFormat, to.oFormat});
             }
         }
+        m_oEntry.bRefusesMask = true;
         return *this;
     }
 
