@@ -104,8 +104,8 @@ double ParseReal(std::string_view text);
 struct Port {
     std::string sName;
     std::function<void(qzILProcessor&, IXFImage*)> oSet;
-    bool bOptional = false;  ///< the effect runs without it
-    std::string sHelp;       ///< what it is for, where the name does not tell
+    bool bOptional = false;   ///< the effect runs without it
+    std::string sHelp = {};  ///< what it is for, where the name does not tell
 };
 
 /// Numbers that an effect finds: one, or a row such as the bins of a histogram.
