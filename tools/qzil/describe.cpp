@@ -24,7 +24,7 @@ void DescribeFormats(catalog::Entry const& entry) {
 }
 
 void DescribePairs(catalog::Entry const& entry) {
-    std::printf("\nformats, for qzil convert:\n");
+    std::printf("\nformats, for qzil run and qzil convert:\n");
     GUID from{};
     for (catalog::FormatPair const& pair : entry.oPairs) {
         if (!(pair.oFrom == from)) std::printf("  %s ->\n", FormatName(pair.oFrom));

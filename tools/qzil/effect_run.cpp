@@ -124,7 +124,9 @@ void EffectRun::SetMask(Ref<IXFImage> mask) {
 }
 
 void EffectRun::SetMode() {
-    unsigned mode = *ChannelBits(m_oSettings.sChannels, m_oFormats.oOut);
+    // A conversion makes whole pixels unless it is told otherwise.
+    bool const whole = !Entry().oPairs.empty() && m_oSettings.sChannels == "7";
+    unsigned mode = whole ? kModeAllChannels : *ChannelBits(m_oSettings.sChannels, m_oFormats.oOut);
     if (m_oSettings.oEvenField) {
         // The library counts lines from the bottom: the top line is even when the height is odd.
         bool const even = *m_oSettings.oEvenField == (m_oOutputSize.y % 2 == 1);

@@ -1,5 +1,6 @@
 #include "picture_run.h"
 
+#include "clamped_convolve.h"
 #include "command.h"
 #include "effect_run.h"
 #include "media/convert.h"
@@ -106,7 +107,10 @@ public:
         catalog::Entry const& entry = *settings.pEntry;
         State state = Together(settings, sources, m_oState);
         int const wanted = m_oRun.oFiles.oDepth.value_or(state.iDepth);
-        StageFormats const formats = FormatsForPictures(settings, wanted, state.bGrey);
+        bool const byParts = settings.bClamp && TakesKernel(entry);
+        GUID const deep = state.bGrey ? MFIF_MONO_RAW_16 : MFIF_RGBA_RAW_64;
+        StageFormats const formats =
+            byParts ? StageFormats{deep, deep} : FormatsForPictures(settings, wanted, state.bGrey);
         NoteDepth(settings, state, formats);
         m_bPairs = media::HoldsPairs(formats.oIn) || media::HoldsPairs(formats.oOut);
         std::vector<Ref<IXFImage>> images;
@@ -121,6 +125,13 @@ public:
         if (sources.oMask) {
             mask = Image(entry, sources.oMask->oPicture, catalog::MaskFormatFor(formats.oIn));
             maskSize = SizeOf(*mask.Get());
+        }
+        if (byParts) {
+            state.oImage = ConvolveClamped(settings, deep, images.at(0), wanted == 8 ? 257.0 : 1.0, mask, maskSize);
+            state.bGrey = state.bGrey && IsFormatMono(deep);
+            m_oState = std::move(state);
+            m_bAsked = false;
+            return;
         }
         EffectRun run(settings, formats, sizes, maskSize);
         if (mask) run.SetMask(mask);

@@ -50,7 +50,9 @@ std::vector<std::string> Expanded(std::vector<std::string> const& arguments, std
     if (depth == kDeepestFile) throw Failure(kWrongUsage, "files of arguments name each other without end.");
     std::vector<std::string> all;
     for (std::string const& argument : arguments) {
-        if (argument.size() < 2 || argument[0] != '@') {
+        // Kernels read files of their own.
+        bool const value = !all.empty() && all.back() == "--kernel";
+        if (argument.size() < 2 || argument[0] != '@' || value) {
             all.push_back(argument);
             continue;
         }
@@ -181,7 +183,7 @@ std::optional<RunSettings> ParseSettings(std::vector<std::string> const& given) 
         if (end == arguments.end()) break;
         start = end;
     }
-    if (run.sOutput.empty()) throw Failure(kWrongUsage, run.Name() + ": --output is missing.");
+    if (run.sOutput.empty()) throw Failure(kWrongUsage, run.Name() + ": --output is missing or empty.");
     bool const batch = IsPattern(run.sOutput);
     for (Settings const& stage : run.oStages) {
         CheckStage(stage, &stage == run.oStages.data(), batch && &stage == run.oStages.data());
