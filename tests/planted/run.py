@@ -67,8 +67,8 @@ def passes(copy, test):
         return False
 
 
-def outcome(copy, fault):
-    tests = fault["tests"].split(";")
+def outcome(copy, fault, failing):
+    tests = [t for t in fault["tests"].split(";") if t not in failing]
     place = copy / fault["file"]
     sound = place.read_text()
     place.write_text(sound.replace(fault["old"], fault["new"]))
@@ -96,12 +96,12 @@ def main():
     tests = {t for f in chosen for t in f["tests"].split(";")}
     if not build(arguments.scratch, programs_of(tests)):
         return "does not build without a fault"
-    failing = [t for t in sorted(tests) if not passes(arguments.scratch, t)]
+    failing = {t for t in sorted(tests) if not passes(arguments.scratch, t)}
     if failing:
-        return "fails without a fault: " + ", ".join(failing)
+        print("fail without a fault, and see none: " + ", ".join(sorted(failing)))
     missed = 0
     for fault in chosen:
-        result = outcome(arguments.scratch, fault)
+        result = outcome(arguments.scratch, fault, failing)
         missed += not result.startswith("seen")
         print(f"{fault['name']:20} {result}: {fault['meaning']}", flush=True)
     print(f"{len(chosen) - missed} of {len(chosen)} seen")
