@@ -315,6 +315,7 @@ TEST(OpticGlow, OfThresholdsThatAreNoNumbers) {
         ready->SetThresholds(low, high);
         EXPECT_EQ(ready->Verify(), low < 0 ? -1 : 1);
         ASSERT_EQ(ready->Execute(), 1);
+        EXPECT_EQ(Difference(Load(ready.oImages.oInput.Get()), ready.Output()).empty(), !(low < 0));
     }
 }
 
