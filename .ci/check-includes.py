@@ -51,7 +51,7 @@ def folder(path):
     parts = path.split("/")
     if len(parts) < 3:
         return None
-    return "numeric" if parts[1:3] == ["transform", "numeric"] else parts[1]
+    return parts[1]
 
 
 def library_fault(path, name):

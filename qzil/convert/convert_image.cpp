@@ -131,13 +131,20 @@ void ClearPixels(IXFImage* image) {
     if (pPixels) std::memset(pPixels, 0, size);
 }
 
-/// Gives an image another format, with pixels at its size.
-HRESULT Reformat(IXFImage* image, GUID const& format) {
-    qzILVector2l const size = WholeOf(image).Size;
-    if (HRESULT const set = image->SetFormat(format); set < 0) return set;
-    if (HRESULT const made = image->Allocate(size.x, size.y); made < 0) return made;
-    ClearPixels(image);
-    return platform::kOk;
+HRESULT ConvertOrCopy(GUID const& from, GUID const& to, Step const& step) {
+    if (from == to) return qzILCopyImage(step.pSource, step.pDestination, step.pRegion, step.pOffset, 0);
+    return Convert(from, to, step);
+}
+
+/// Converts into an image that gets another format by it, and is as it was if that fails.
+HRESULT ConvertAnew(GUID const& from, GUID const& to, Step const& step) {
+    qzILVector2l const size = WholeOf(step.pDestination).Size;
+    Ref<IXFImage> made;
+    HRESULT result = MakeReplacement(step.pDestination, to, size.x, size.y, made);
+    if (result < 0) return result;
+    ClearPixels(made.Get());
+    result = ConvertOrCopy(from, to, {step.pSource, made.Get(), step.uFlags, step.pRegion, step.pOffset});
+    return result < 0 ? result : ReplaceBy(step.pDestination, made.Get());
 }
 
 }  // namespace
@@ -159,16 +166,13 @@ HRESULT qzILConvertImage(IXFImage* source, IXFImage* destination, GUID format, u
     bool const same = SamePixels(source, destination);
     if (same && region && !(region->Intersect(whole) == whole)) return platform::kInvalidArgument;
     if (!CanConvert(from, format)) return platform::kFailure;
+    if (format != present) return ConvertAnew(from, format, {source, destination, flags, region, offset});
     Ref<IXFImage> copy;
     if (same) {
-        if (HRESULT const cloned = qzILCloneImage(source, IID_IXFImage, copy.Out()); cloned < 0) return cloned;
+        if (HRESULT const cloned = CloneWithPixels(source, copy); cloned < 0) return cloned;
         source = copy.Get();
     }
-    if (format != present) {
-        if (HRESULT const made = Reformat(destination, format); made < 0) return made;
-    }
-    if (from == format) return qzILCopyImage(source, destination, region, offset, 0);
-    return Convert(from, format, {source, destination, flags, region, offset});
+    return ConvertOrCopy(from, format, {source, destination, flags, region, offset});
 }
 
 HRESULT qzILConvertImage(IXFImage* source, IXFImage** result, GUID format, unsigned flags) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "qzil/kernel/convert_row.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 namespace qzil {
 

@@ -5,18 +5,31 @@
 
 using namespace qzil;
 
+namespace {
+
+bool IsRgba(GUID const& format) {
+    return format == MFIF_RGBA_RAW_32 || format == MFIF_RGBA_RAW_64;
+}
+
+bool IsHlsa(GUID const& format) {
+    return format == MFIF_HLSA_RAW_32 || format == MFIF_HLSA_RAW_64;
+}
+
+}  // namespace
+
 bool qzILRGBA2HLSA::Converts(GUID const& input, GUID const& output) {
     return (input == MFIF_RGBA_RAW_32 && output == MFIF_HLSA_RAW_32) ||
            (input == MFIF_RGBA_RAW_64 && output == MFIF_HLSA_RAW_64);
 }
 
 qzILStatus qzILRGBA2HLSA::Verify() {
-    return VerifyFormats([](GUID const& input) { return input == MFIF_RGBA_RAW_32 || input == MFIF_RGBA_RAW_64; },
-                         Converts);
+    return VerifyFormats(IsRgba, Converts);
 }
 
 qzILStatus qzILRGBA2HLSA::DoEffect() {
-    if (!Converts(InputFormat(), OutputFormat())) return -1;
+    if (qzILStatus const status = CheckFormats(InputFormat(), OutputFormat(), IsRgba, Converts); status != 1) {
+        return status;
+    }
     ColorLines const lines(InputFormat(), OutputFormat());
     return RunRows(lines.Traits(), lines.Call());
 }
@@ -30,12 +43,13 @@ bool qzILHLSA2RGBA::Converts(GUID const& input, GUID const& output) {
 }
 
 qzILStatus qzILHLSA2RGBA::Verify() {
-    return VerifyFormats([](GUID const& input) { return input == MFIF_HLSA_RAW_32 || input == MFIF_HLSA_RAW_64; },
-                         Converts);
+    return VerifyFormats(IsHlsa, Converts);
 }
 
 qzILStatus qzILHLSA2RGBA::DoEffect() {
-    if (!Converts(InputFormat(), OutputFormat())) return -1;
+    if (qzILStatus const status = CheckFormats(InputFormat(), OutputFormat(), IsHlsa, Converts); status != 1) {
+        return status;
+    }
     ColorLines const lines(InputFormat(), OutputFormat());
     return RunRows(lines.Traits(), lines.Call());
 }

@@ -96,7 +96,7 @@ qzILStatus qzILRGBA2RGBA::DoEffect() {
         SampleCount const count{pMove->iSamples};
         return RunRows(traits, kernel::BoundConversion(GetDepthRows().*pMove->pRow, count));
     }
-    return ChangesDepth(input, output) ? ConvertToOrFromFloatOrS2_14() : -1;
+    return ChangesDepth(input, output) ? ConvertToOrFromFloatOrS2_14() : Fail(0x10034);
 }
 
 qzILStatus qzILRGBA2RGBA::ConvertVideoToGraphicsOrGraphicsToVideo() {

@@ -2,7 +2,7 @@
 
 #include "qzil/convert/rgba_lines.h"
 #include "qzil/frame/convert.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 /// Converts among graphics formats: depth, byte order, presence of alpha, full or video levels.
 ///

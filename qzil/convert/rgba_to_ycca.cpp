@@ -106,9 +106,9 @@ void* qzILRGBAORDIB2YCCA::GetConvertedColor(qzILColor const& color) {
 }
 
 qzILStatus qzILRGBAORDIB2YCCA::DoEffect() {
-    if (!Converts(InputFormat(), OutputFormat())) return -1;
-    StartDither(m_oRandom);
     GUID const& output = OutputFormat();
+    if (qzILStatus const status = CheckFormats(InputFormat(), output, IsSource, Converts); status != 1) return status;
+    StartDither(m_oRandom);
     if (output == MFIF_YCCA_RAW_32 || output == MFIF_YCCA_RAW_64) return ConvertRGBA2YCCA();
     if (IsFormatYCCA4444(output)) return ConvertRGBAToYCCA4444();
     bool const fixed = SampleOf(InputFormat()) == Sample::U8 && SampleOf(output) == Sample::U8;

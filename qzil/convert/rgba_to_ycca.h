@@ -1,7 +1,7 @@
 #pragma once
 
 #include "qzil/frame/convert.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 /// Converts graphics images to YCC: 4:2:2, with or without an alpha plane, 4:4:4:4, and the interleaved YCCA forms.
 ///

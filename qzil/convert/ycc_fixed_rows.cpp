@@ -1,6 +1,6 @@
 #include "qzil/convert/ycc_fixed_rows.h"
 
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 #include "qzil/kernel/vector.h"
 
 QZIL_ROWS_BEGIN

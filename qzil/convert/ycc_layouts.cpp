@@ -4,7 +4,6 @@
 #include "qzil/convert/formats.h"
 #include "qzil/convert/ycc_coefficients.h"
 #include "qzil/convert/ycc_layout_rows.h"
-#include "qzil/frame/mask_check.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/kernel/convert_walk.h"
 
@@ -91,14 +90,24 @@ kernel::ConvertTraits TraitsOf(GUID const& input, GUID const& output) {
     return traits;
 }
 
-/// A key that is as large as the image it belongs to, viewed like that one.
-qzILImageHelper KeyView(IXFImage* key, qzILImageHelper const& like) {
-    qzILImageHelper view;
-    if (!key || !HasPixels(key) || !(WholeOf(key).Size == qzILVector2l(like.m_iWidth, like.m_iHeight))) return view;
-    view.SetImage(key);
-    view.m_iOffsetX = like.m_iOffsetX;
-    view.m_iOffsetY = like.m_iOffsetY;
-    return view;
+/// The codes of a key image without pixels and of one that is not as large as the image it belongs to.
+struct KeyCodes {
+    unsigned uNoPixels, uSize;
+};
+constexpr KeyCodes kOutputKey{0x10003, 0x1000A}, kInputKey{0x1000C, 0x10062};
+
+unsigned FindKeyFault(qzILImageHelper const& key, qzILVector2l const& size, KeyCodes const& codes) {
+    if (!key.HasPixels()) return codes.uNoPixels;
+    if (!(qzILVector2l(key.m_iWidth, key.m_iHeight) == size)) return codes.uSize;
+    return IsPlainPairs(key.m_oFormat) ? 0 : 0x1000D;
+}
+
+/// Views a key like the image it belongs to; what is wrong with it, or 0.
+unsigned ViewKey(IXFImage* image, qzILImageHelper const& like, KeyCodes const& codes, qzILImageHelper& key) {
+    key.SetImage(image);
+    key.m_iOffsetX = like.m_iOffsetX;
+    key.m_iOffsetY = like.m_iOffsetY;
+    return FindKeyFault(key, {like.m_iWidth, like.m_iHeight}, codes);
 }
 
 }  // namespace
@@ -117,7 +126,9 @@ void* qzILYCCA2YCCA::GetConvertedColor(qzILColor const& color) {
 
 qzILStatus qzILYCCA2YCCA::DoEffect() {
     GUID const &input = InputFormat(), &output = OutputFormat();
-    if (!qzILYCCA2YCCA::Converts(input, output)) return -1;
+    if (qzILStatus const status = CheckFormats(input, output, IsLayout, qzILYCCA2YCCA::Converts); status != 1) {
+        return status;
+    }
     kernel::ConvertTraits traits = TraitsOf(input, output);
     YccToYcc const constants = ConstantsOf(input, output, m_iFiltering != 0);
     auto const row = GetYccLayoutRows().apConvert[TypeOf(input)][TypeOf(output)];
@@ -136,18 +147,17 @@ bool qzILYCCA2YCCYCC::Converts(GUID const& input, GUID const& output) {
 qzILStatus qzILYCCA2YCCYCC::Verify() {
     if (qzILStatus const status = VerifyFormats(IsLayout, Converts); status != 1) return status;
     if (!m_pOutputImgB) return 1;
-    GUID format{};
-    m_pOutputImgB->GetFormat(&format);
-    if (!HasPixels(m_pOutputImgB)) return Fail(0x10003);
-    if (!(WholeOf(m_pOutputImgB).Size == WholeOf(m_pOutputImg).Size)) return Fail(0x1000A);
-    return IsPlainPairs(format) ? 1 : Fail(0x1000D);
+    unsigned const code = FindKeyFault(qzILImageHelper(m_pOutputImgB), WholeOf(m_pOutputImg).Size, kOutputKey);
+    return code == 0 ? 1 : Fail(code);
 }
 
 qzILStatus qzILYCCA2YCCYCC::DoEffect() {
-    if (!Converts(InputFormat(), OutputFormat())) return -1;
+    if (qzILStatus const status = CheckFormats(InputFormat(), OutputFormat(), IsLayout, Converts); status != 1) {
+        return status;
+    }
     if (qzILStatus const status = qzILYCCA2YCCA::DoEffect(); status != 1 || !m_pOutputImgB) return status;
-    qzILImageHelper const key = KeyView(m_pOutputImgB, m_oOutputHelper);
-    if (key.IsEmpty() || !IsPlainPairs(key.m_oFormat)) return -1;
+    qzILImageHelper key;
+    if (unsigned const code = ViewKey(m_pOutputImgB, m_oOutputHelper, kOutputKey, key)) return Fail(code);
     YccScale const from = ScaleOf(InputFormat()), to = ScaleOf(key.m_oFormat);
     KeyLevels const levels{PlacesOf(key.m_oFormat), static_cast<float>(to.dfY / from.dfAlpha),
                            static_cast<float>(to.dfBlack), static_cast<float>(to.dfNeutral)};
@@ -165,21 +175,20 @@ bool qzILYCCYCC2YCCA::Converts(GUID const& input, GUID const& output) {
 qzILStatus qzILYCCYCC2YCCA::Verify() {
     if (qzILStatus const status = VerifyFormats(IsLayout, Converts); status != 1) return status;
     if (!m_pInputImgB) return m_iFillMissingInput ? 1 : Fail(0x1000B);
-    GUID format{};
-    m_pInputImgB->GetFormat(&format);
-    if (!HasPixels(m_pInputImgB)) return Fail(0x1000C);
-    if (!(WholeOf(m_pInputImgB).Size == WholeOf(m_pInputImg).Size)) return Fail(0x10062);
-    return IsPlainPairs(format) ? 1 : Fail(0x1000D);
+    unsigned const code = FindKeyFault(qzILImageHelper(m_pInputImgB), WholeOf(m_pInputImg).Size, kInputKey);
+    return code == 0 ? 1 : Fail(code);
 }
 
 qzILStatus qzILYCCYCC2YCCA::DoEffect() {
-    if (!Converts(InputFormat(), OutputFormat())) return -1;
+    if (qzILStatus const status = CheckFormats(InputFormat(), OutputFormat(), IsLayout, Converts); status != 1) {
+        return status;
+    }
     IXFImage* const pKey = m_pInputImgB;
     // Without a key the conversion itself makes alpha full; a plane that is to be left alone is out of its sight.
     if (!pKey && !m_iFillMissingInput) m_oOutputHelper.m_iSeparateAlpha = 0;
     if (qzILStatus const status = qzILYCCA2YCCA::DoEffect(); status != 1 || !pKey) return status;
-    qzILImageHelper const key = KeyView(pKey, m_oInputHelper);
-    if (key.IsEmpty() || !IsPlainPairs(key.m_oFormat)) return -1;
+    qzILImageHelper key;
+    if (unsigned const code = ViewKey(pKey, m_oInputHelper, kInputKey, key)) return Fail(code);
     YccScale const from = ScaleOf(key.m_oFormat), to = ScaleOf(OutputFormat());
     double const scale = to.dfAlpha / from.dfY;
     KeyLevels const levels{PlacesOf(key.m_oFormat), static_cast<float>(scale),

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "qzil/frame/convert.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 /// Converts among YCC layouts: byte order, depth, Rec. 601 and 709, video and full levels, split fields and frames,
 /// 4:2:2 and 4:4:4:4, alpha added (full), dropped or moved between a plane and the pixels.

@@ -48,7 +48,7 @@ void* qzILYCCA2RGBA::GetConvertedColor(qzILColor const& color) {
 
 qzILStatus qzILYCCA2RGBA::DoEffect() {
     GUID const &input = InputFormat(), &output = OutputFormat();
-    if (!Converts(input, output)) return -1;
+    if (qzILStatus const status = CheckFormats(input, output, IsYccSource, Converts); status != 1) return status;
     StartDither(m_oRandom);
     if (!Is422Source(input)) return ConvertYCCA2RGBA();
     bool const fixed = SampleOf(input) == Sample::U8 && SampleOf(output) == Sample::U8;

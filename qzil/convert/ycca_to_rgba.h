@@ -1,7 +1,7 @@
 #pragma once
 
 #include "qzil/frame/convert.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 /// Converts YCC images, 4:2:2 with or without an alpha plane and the interleaved YCCA forms, to graphics images.
 ///

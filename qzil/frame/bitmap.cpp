@@ -87,16 +87,10 @@ void RowToRgba(int bits, u8 const* from, u8* to, RGBQUAD const* palette, int cou
 HRESULT ImageOf(void const* bitmap, Layout const& layout, IXFImage*& image, qzILBbox2l const* region) {
     qzILBbox2l const box = Covered(layout.iWidth, layout.iHeight, region);
     if (box.IsEmpty()) return kInvalidArgument;
-    Ref<IXFImage> target(image);
-    if (image) {
-        image->AddRef();
-    } else if (HRESULT const result = qzILCreateImage(nullptr, IID_IXFImage, target.Out()); result < 0) {
-        return result;
-    }
-    if (HRESULT const result = target->SetFormat(MFIF_RGBA_RAW_32); result < 0) return result;
-    if (HRESULT const result = target->Allocate(box.Size.x, box.Size.y); result < 0) return result;
-    qzILImageHelper const lines(target.Get());
-    if (!lines.m_pLineZero) return kOutOfMemory;
+    Ref<IXFImage> made;
+    HRESULT const result = MakeReplacement(image, MFIF_RGBA_RAW_32, box.Size.x, box.Size.y, made);
+    if (result < 0) return result;
+    qzILImageHelper const lines(made.Get());
 
     auto const* const bytes = static_cast<u8 const*>(bitmap);
     RGBQUAD palette[kMostColors] = {};
@@ -106,8 +100,13 @@ HRESULT ImageOf(void const* bitmap, Layout const& layout, IXFImage*& image, qzIL
     for (int y = 0; y < box.Size.y; ++y, row += layout.uStride) {
         RowToRgba(layout.iBits, row, lines.GetPixelPtr(0, y), palette, box.Size.x);
     }
-    image = target.Detach();
-    return kOk;
+    if (!image) {
+        image = made.Detach();
+        return kOk;
+    }
+    HRESULT const replaced = ReplaceBy(image, made.Get());
+    if (replaced >= 0) image->AddRef();
+    return replaced;
 }
 
 }  // namespace
@@ -212,7 +211,7 @@ HRESULT qzILImg2DIB(IXFImage* image, HGLOBAL& bitmap, qzILBbox2l const* region, 
     qzILImageHelper const lines(image);
     if (!Contains(kRawFormats, lines.m_oFormat)) return kFailure;
     qzILBbox2l const box = Covered(lines.m_iWidth, lines.m_iHeight, region);
-    if (!IsServed(bits) || !lines.m_pLineZero || box.IsEmpty()) return kInvalidArgument;
+    if (!IsServed(bits) || !lines.HasPixels() || box.IsEmpty()) return kInvalidArgument;
 
     BITMAPINFOHEADER head = MakeHead(box.Size, bits);
     Layout const layout = LayoutOf(head, bits == 8 ? kMostColors : 0);

@@ -22,8 +22,7 @@ QZIL_API char* FindDIBBits(char* bitmap);
 
 /// Makes an MFIF_RGBA_RAW_32 image of a bitmap, or of the part of it that `region` covers (default: all; lines count
 /// from the bottom). Alpha is full for all but 32 bits; a value that has no palette entry is black. A null `image` is
-/// created, else it takes the format and size and one more reference; on a failure no reference is added, and only the
-/// image's format and pixels may have changed.
+/// created, else it takes the format, the size and one more reference; on a failure it is as it was.
 /// 0x80004003 for a null bitmap, 0x80070057 for a head that is not believed or a region beside the bitmap, 0x8007000E
 /// without memory.
 QZIL_API HRESULT qzILDIB2Img(tagBITMAPINFO* bitmap, IXFImage*& image, qzILBbox2l const* region);

@@ -36,6 +36,9 @@ protected:
     /// with it.
     qzILStatus VerifyFormats(bool (*accepts)(GUID const& input),
                              bool (*converts)(GUID const& input, GUID const& output));
+    /// Its part behind the base's, which effects ask again for a host that does not ask Verify.
+    qzILStatus CheckFormats(GUID const& input, GUID const& output, bool (*accepts)(GUID const& input),
+                            bool (*converts)(GUID const& input, GUID const& output));
     /// Runs a row function over the processed box; -1 when an image is not laid out as the traits say.
     qzILStatus RunRows(qzil::kernel::ConvertTraits const& traits, qzil::kernel::ConvertCall const& call) const;
     GUID const& InputFormat() const { return m_oInputHelper.m_oFormat; }

@@ -3,9 +3,9 @@
 #include "qzil/frame/copy.h"
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/operation_rows.h"
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/run.h"
+#include "qzil/image/formats.h"
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/row.h"
 
 using namespace qzil;
 
@@ -45,6 +45,9 @@ qzILStatus qzILDyadicImgProc::ExecuteOn(IXFImage* inputA, IXFImage* inputB, IXFI
 qzILStatus qzILDyadicImgProc::Execute() {
     if ((m_uProcessingMode & kModeNoLines) == kModeNoLines) return 1;
     if (!HasSplitPlanes()) return qzILImgProc::Execute();
+    Source const sources[] = {{m_pInputImgA, {}, nullptr, nullptr, 0x10013, 0x10015},
+                              {m_pInputImgB, m_oInputOffset, nullptr, nullptr, 0x10014, 0x10016}};
+    if (unsigned const code = FindPlaneFault(sources)) return Fail(code);
 
     Ref<IXFImage> colorA, alphaA, colorB, alphaB, color, alpha;
     if (qzILSplitYCCAImage(m_pOutputImg, color.Typed(), alpha.Typed()) < 0 ||
@@ -91,13 +94,10 @@ qzILStatus qzILDyadicImgProc::ExecuteAlphaPart(IXFImage* inputA, IXFImage* input
 
 qzILStatus qzILDyadicImgProc::Verify() {
     if (qzILStatus const status = qzILImgProc::Verify(); status != 1) return status;
-    void* pPixels = nullptr;
     if (!m_pInputImgA) return Fail(0x10013);
     if (!m_pInputImgB) return Fail(0x10014);
-    m_pInputImgA->GetPixelArray(&pPixels);
-    if (!pPixels) return Fail(0x10015);
-    m_pInputImgB->GetPixelArray(&pPixels);
-    if (!pPixels) return Fail(0x10016);
+    if (!HasPixels(m_pInputImgA)) return Fail(0x10015);
+    if (!HasPixels(m_pInputImgB)) return Fail(0x10016);
     if (m_pDominantInput != m_pInputImgA && m_pDominantInput != m_pInputImgB) return Fail(0x10017);
     qzILVector2l const offset = BIsDominant() ? m_oOutputOffset + m_oInputOffset : m_oOutputOffset;
     return MaskMayBeOutput(m_pDominantInput, offset) ? 1 : Fail(0x1006C);
@@ -164,14 +164,15 @@ qzILStatus qzILDyadicPixelProc::CleanData() {
     return qzILDyadicPixelProcBase::CleanData();
 }
 
-qzILStatus qzILDyadicPixelProc::RunRows(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    kernel::Walk walk;
-    walk.oA = m_oInputLinesA;
-    walk.oB = m_oInputLinesB;
-    walk.oOut = m_oOutputLines;
-    walk.oMask = m_oMaskLines;
-    walk.bPassB = BIsDominant();
-    return RunWalk(walk, m_oBoxes.oProcessed, traits, call);
+bool qzILDyadicPixelProc::Prepare(Prepared& prepared) const {
+    prepared.oWalk.oA = m_oInputLinesA;
+    prepared.oWalk.oB = m_oInputLinesB;
+    prepared.oWalk.oOut = m_oOutputLines;
+    prepared.oWalk.oMask = m_oMaskLines;
+    prepared.oWalk.bPassB = BIsDominant();
+    prepared.oBox = m_oBoxes.oProcessed;
+    prepared.pSource = &m_oInputHelperA;
+    return true;
 }
 
 unsigned char qzILDyadicPixelProc::Operation8(unsigned char, unsigned char) const {
@@ -183,14 +184,17 @@ unsigned short qzILDyadicPixelProc::Operation16(unsigned short, unsigned short) 
 }
 
 qzILStatus qzILDyadicPixelProc::DoEffect() {
-    kernel::RowTraits const traits = OperationTraits(Format());
-    if (traits.iSampleBytes == 0) return 1;
-    // Two 8-bit values make a small table; 16-bit pairs are asked one by one.
-    DyadicOperation const operation{
-        [](void const* self, u8 a, u8 b) { return static_cast<qzILDyadicPixelProc const*>(self)->Operation8(a, b); },
-        [](void const* self, u16 a, u16 b) { return static_cast<qzILDyadicPixelProc const*>(self)->Operation16(a, b); },
-        this, traits.iSamples};
-    auto const& rows = GetOperationRows();
-    RunRows(traits, kernel::Bound(traits.iSampleBytes == 1 ? rows.pDyadic8 : rows.pDyadic16, operation));
+    if (!Contains(kRawFormats, Format())) return 1;
+    Run(GetPairFunction(), [this]<class T>(As<T>) {
+        auto const function = [](void const* self, T a, T b) -> T {
+            auto const& effect = *static_cast<qzILDyadicPixelProc const*>(self);
+            if constexpr (sizeof(T) == 1) {
+                return effect.Operation8(a, b);
+            } else {
+                return effect.Operation16(a, b);
+            }
+        };
+        return PairFunction<T>{function, this};
+    });
     return 1;
 }

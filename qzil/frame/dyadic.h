@@ -88,7 +88,7 @@ public:
     void Trash() {}
 
 protected:
-    qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
+    bool Prepare(Prepared& prepared) const override;
     GUID const& Format() const { return m_oInputHelperA.m_oFormat; }
 
     qzil::Lines m_oInputLinesA, m_oInputLinesB, m_oOutputLines, m_oMaskLines;

@@ -19,10 +19,9 @@ HRESULT qzILCopyAlpha(IXFImage* source, IXFImage* destination, unsigned mode, qz
     if (!source || !destination) return kNullPointer;
     qzILImageHelper from(source);
     qzILImageHelper const to(destination);
-    if (!IsFormatWithAlpha(from.m_oFormat)) return kFalse;
-    if (!IsFormatWithAlpha(to.m_oFormat)) return kFailure;
-    if (GetChannelTypeFromFormat(from.m_oFormat) != GetChannelTypeFromFormat(to.m_oFormat) ||
-        from.m_uChannelSize != to.m_uChannelSize || !from.m_pLineZero || !to.m_pLineZero) {
+    if (!from.Format().HasAlpha()) return kFalse;
+    if (!to.Format().HasAlpha()) return kFailure;
+    if (from.Format().uChannelType != to.Format().uChannelType || !from.HasPixels() || !to.HasPixels()) {
         return kInvalidArgument;
     }
     qzILBbox2l const sourceBox = WholeOf(source), destinationBox = WholeOf(destination);
@@ -37,10 +36,8 @@ HRESULT qzILCopyAlpha(IXFImage* source, IXFImage* destination, unsigned mode, qz
     Ref<IXFImage> copy;
     if (SamePixels(source, destination)) {
         if (shift == qzILVector2l()) return kOk;
-        HRESULT const result = qzILCloneImage(source, IID_IXFImage, copy.Out());
-        if (result < 0) return result;
+        if (HRESULT const result = CloneWithPixels(source, copy); result < 0) return result;
         from.SetImage(copy.Get());
-        if (!from.m_pLineZero) return kOutOfMemory;
     }
     from.m_iOffsetX = -shift.x;
     from.m_iOffsetY = -shift.y;
@@ -66,11 +63,9 @@ HRESULT qzILFillImageWithColor(IXFImage* image, qzILColor const& color, unsigned
     qzILBbox2l boxes[4];
     qzILSplitBoxes(hole, whole, &boxes[0], &boxes[1], &boxes[2], &boxes[3]);
 
-    GUID format{};
-    unsigned pixelSize = 0;
-    image->GetFormat(&format);
-    image->GetPixelSize(&pixelSize);
-    if (pixelSize > sizeof(PixelBlock)) return kInvalidArgument;
+    qzILImageHelper const helper(image);
+    GUID const& format = helper.m_oFormat;
+    if (!helper.HasPixels() || helper.m_uPixelSize > sizeof(PixelBlock)) return kInvalidArgument;
     bool const byChannel = !CoversWholePlanes(format, mode);
     PixelBlock const pixel = ColorAsPixel(color, format);
     for (qzILBbox2l const& box : boxes) {

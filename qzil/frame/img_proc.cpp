@@ -2,23 +2,13 @@
 
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/mask_check.h"
+#include "qzil/frame/run.h"
 #include "qzil/image/format_relations.h"
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/row.h"
 
 #include <algorithm>
 
 using namespace qzil;
-
-namespace {
-
-GUID FormatOf(IXFImage* image) {
-    GUID format{};
-    image->GetFormat(&format);
-    return format;
-}
-
-}  // namespace
 
 void qzILImgProc::Init() {
     m_pOutputImg = nullptr;
@@ -63,20 +53,18 @@ qzILStatus qzILImgProc::Execute() {
 
 qzILStatus qzILImgProc::Verify() {
     if (!m_pOutputImg) return Fail(0x10002);
-    if (!HasPixels(m_pOutputImg)) return Fail(0x10003);
-    GUID const format = FormatOf(m_pOutputImg);
+    qzILImageHelper const output(m_pOutputImg);
+    if (!output.HasPixels()) return Fail(0x10003);
     if (m_pMaskImg) {
-        unsigned maskChannelSize = 0, channelSize = 0;
-        m_pMaskImg->GetChannelSize(&maskChannelSize);
-        m_pOutputImg->GetChannelSize(&channelSize);
-        if (unsigned const code = FindMaskFault(m_pMaskImg, m_oMaskRect, m_uMaskChannel)) return Fail(code);
-        if (maskChannelSize != channelSize) return Fail(0x10009);
+        qzILImageHelper const mask(m_pMaskImg);
+        if (unsigned const code = FindMaskFault(mask, m_oMaskRect.Size, m_uMaskChannel)) return Fail(code);
+        if (mask.m_uChannelSize != output.m_uChannelSize) return Fail(0x10009);
     }
     qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
     if (!(region.Intersect(WholeOf(m_pOutputImg)) == region)) return Fail(0x1000A);
-    if (!IsFormatYCC(format)) return 1;
+    if (!output.Format().IsYcc()) return 1;
     unsigned const channels = m_uProcessingMode & kModeAllChannels;
-    if (!IsFormatWithAlpha(format)) return (channels & kModeColor) == kModeColor ? 1 : Fail(0x20002);
+    if (!output.Format().HasAlpha()) return (channels & kModeColor) == kModeColor ? 1 : Fail(0x20002);
     bool const selectable = channels == kModeAllChannels || channels == kModeColor || channels == kModeAlpha;
     return selectable ? 1 : Fail(0x20002);
 }
@@ -97,9 +85,9 @@ bool qzILImgProc::MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) c
 
 bool qzILImgProc::HasSplitPlanes() const {
     if (!m_pOutputImg) return false;
+    FormatRow const& format = RowOf(FormatOf(m_pOutputImg));
     GUID color{}, alpha{};
-    GUID const format = FormatOf(m_pOutputImg);
-    return IsFormatYCCA(format) && qzILSplitYCCAImageFormat(format, &color, &alpha) >= 0;
+    return format.IsYcca() && qzILSplitYCCAImageFormat(format.oFormat, &color, &alpha) >= 0;
 }
 
 void qzILImgProc::ShareSettings(qzILImgProc& other, unsigned mode) const {
@@ -110,99 +98,112 @@ void qzILImgProc::ShareSettings(qzILImgProc& other, unsigned mode) const {
     other.SetProcessingMode(mode);
 }
 
-unsigned qzILImgProc::FindFault(std::span<Source const> sources) const {
+unsigned qzILImgProc::ViewImages(std::span<Source const> sources, qzILImageHelper& output,
+                                 qzILImageHelper& mask) const {
     if (!m_pOutputImg) return 0x10002;
-    if (!HasPixels(m_pOutputImg)) return 0x10003;
-    qzILImageHelper const output(m_pOutputImg);
+    output.SetImage(m_pOutputImg);
+    if (!output.HasPixels()) return 0x10003;
     for (Source const& source : sources) {
         if (!source.pImage) return source.uAbsentCode;
-        if (!HasPixels(source.pImage)) return source.uNoPixelsCode;
     }
+    bool sameLayouts = true;
     for (Source const& source : sources) {
-        qzILImageHelper const input(source.pImage);
-        if (input.m_oFormat != output.m_oFormat || input.m_iPixelStep != output.m_iPixelStep ||
-            input.m_uChannelSize != output.m_uChannelSize) {
-            return 0x1000E;
-        }
+        qzILImageHelper unread;
+        qzILImageHelper& input = source.pHelper ? *source.pHelper : unread;
+        input.SetImage(source.pImage);
+        if (!input.HasPixels()) return source.uNoPixelsCode;
+        sameLayouts = sameLayouts && input.m_oFormat == output.m_oFormat && input.m_uPixelSize == output.m_uPixelSize &&
+                      input.m_uChannelSize == output.m_uChannelSize;
     }
+    if (!sameLayouts) return 0x1000E;
     if (!m_pMaskImg) return 0;
-    if (unsigned const code = FindMaskFault(m_pMaskImg, WholeOf(m_pMaskImg), m_uMaskChannel)) return code;
-    qzILImageHelper const mask(m_pMaskImg);
-    bool const natural = mask.m_uPixelSize == GetPixelSizeFromFormat(mask.m_oFormat);
-    return natural && mask.m_uChannelSize == output.m_uChannelSize ? 0 : 0x10009;
+    mask.SetImage(m_pMaskImg);
+    if (unsigned const code = FindMaskFault(mask, {mask.m_iWidth, mask.m_iHeight}, m_uMaskChannel)) return code;
+    return mask.m_uChannelSize == output.m_uChannelSize ? 0 : 0x10009;
+}
+
+unsigned qzILImgProc::FindPlaneFault(std::span<Source const> sources) const {
+    if (!HasPixels(m_pOutputImg)) return 0x10003;
+    for (Source const& source : sources) {
+        if (source.pImage && !HasPixels(source.pImage)) return source.uNoPixelsCode;
+    }
+    return 0;
+}
+
+qzILImgProc::Region qzILImgProc::FormRegion(std::span<Source const> sources, unsigned primary) const {
+    Region region;
+    region.oDelta = Distance(m_oRoi.Origin, m_oOutputOffset);
+    region.oBack = Distance(m_oOutputOffset, m_oRoi.Origin);
+    // Verify refuses a region that leaves the output, and a mask image smaller than its rectangle; a host that went on
+    // gets what lies inside both.
+    region.oWanted = {m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y};
+    region.oOutput = region.oWanted.Intersect(WholeOf(m_pOutputImg));
+    qzILBbox2l const roi = region.oOutput == region.oWanted ? m_oRoi : Moved(region.oOutput, region.oBack);
+    region.oMaskRect = m_oMaskRect;
+    if (m_pMaskImg) {
+        region.oMaskRect.Size.x = std::min(region.oMaskRect.Size.x, WholeOf(m_pMaskImg).Size.x);
+        region.oMaskRect.Size.y = std::min(region.oMaskRect.Size.y, WholeOf(m_pMaskImg).Size.y);
+    }
+    region.oInput = Moved(WholeOf(sources[primary].pImage), sources[primary].oPlace).Intersect(roi);
+    region.oMasked = region.oInput;
+    for (Source const& source : sources) {
+        region.oMasked = region.oMasked.Intersect(Moved(WholeOf(source.pImage), source.oPlace));
+    }
+    region.oMasked = region.oMasked.Intersect(region.oMaskRect);
+    return region;
+}
+
+bool qzILImgProc::ViewSource(Source const& source, qzILBbox2l const& rectangle, Region const& region,
+                             qzILImageHelper& helper) const {
+    qzILVector2l const origin = Distance(source.oPlace, m_oRoi.Origin);
+    qzILVector2l offset = Distance(source.oPlace, region.oBack);
+    bool const overlaps =
+        SamePixels(source.pImage, m_pOutputImg) && !(origin == m_oOutputOffset) &&
+        !qzILBbox2l(origin.x, origin.y, m_oRoi.Size.x, m_oRoi.Size.y).Intersect(region.oWanted).IsEmpty();
+    if (overlaps) {
+        qzILBbox2l const place = Moved(rectangle, Distance(source.oPlace, {}));
+        ReleaseBuffer(source.ppBuffer);
+        if (BufferImage(source.pImage, source.ppBuffer, place) != 1) return false;
+        offset = Distance(rectangle.Origin, region.oBack);
+    }
+    helper.SetImage(overlaps ? *source.ppBuffer : source.pImage);
+    helper.m_iOffsetX = offset.x;
+    helper.m_iOffsetY = offset.y;
+    return true;
+}
+
+bool qzILImgProc::FieldIsWhole(std::span<Source const> sources, Region const& region,
+                               qzILImageHelper const& output) const {
+    // A field of a split-field image is walked as a whole, from its own start: Verify lets nothing else through.
+    bool const oneField = output.m_iSplitField && (m_uProcessingMode & kModeNoLines) != 0;
+    if (!oneField || region.oMasked.IsEmpty()) return true;
+    qzILBbox2l const whole = WholeOf(m_pOutputImg);
+    return region.oDelta == qzILVector2l() && region.oMasked == whole &&
+           std::all_of(sources.begin(), sources.end(), [&](Source const& source) {
+               return WholeOf(source.pImage).Size == whole.Size && source.oPlace == qzILVector2l();
+           });
 }
 
 qzILStatus qzILImgProc::PrepareRegion(std::span<Source const> sources, unsigned primary, qzILImageHelper& output,
                                       qzILImageHelper& mask, qzILImageHelper& copy, Boxes& boxes) {
     boxes = Boxes{};
-    if (unsigned const code = FindFault(sources)) return Fail(code);
-
-    qzILVector2l const delta = m_oOutputOffset - m_oRoi.Origin;
-    qzILVector2l const back = m_oRoi.Origin - m_oOutputOffset;
-    // Verify refuses a region that leaves the output, and a mask image smaller than its rectangle; a host that went on
-    // gets what lies inside both.
-    qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
-    boxes.oOutput = region.Intersect(WholeOf(m_pOutputImg));
-    qzILBbox2l const roi = boxes.oOutput == region ? m_oRoi : Moved(boxes.oOutput, back);
-    qzILBbox2l maskRect = m_oMaskRect;
-    if (m_pMaskImg) {
-        maskRect.Size.x = std::min(maskRect.Size.x, WholeOf(m_pMaskImg).Size.x);
-        maskRect.Size.y = std::min(maskRect.Size.y, WholeOf(m_pMaskImg).Size.y);
-    }
-
-    Source const& main = sources[primary];
-    qzILBbox2l const input = Moved(WholeOf(main.pImage), main.oPlace).Intersect(roi);
-    qzILBbox2l masked = input;
-    for (Source const& source : sources) masked = masked.Intersect(Moved(WholeOf(source.pImage), source.oPlace));
-    masked = masked.Intersect(maskRect);
-
-    // Views a source directly, or through a copy of the rectangle when the output would overwrite what is still to
-    // read.
-    auto const view = [&](Source const& source, qzILBbox2l const& rectangle, qzILImageHelper& helper) {
-        qzILBbox2l const own(m_oRoi.Origin.x - source.oPlace.x, m_oRoi.Origin.y - source.oPlace.y, m_oRoi.Size.x,
-                             m_oRoi.Size.y);
-        bool const overlaps = SamePixels(source.pImage, m_pOutputImg) && !(own.Origin == m_oOutputOffset) &&
-                              !own.Intersect(region).IsEmpty();
-        qzILVector2l offset = back - source.oPlace;
-        qzILImageHelper& holder = source.pHelper ? *source.pHelper : helper;
-        if (overlaps && !*source.ppBuffer) {
-            qzILBbox2l const place = Moved(rectangle, qzILVector2l() - source.oPlace);
-            if (BufferImage(source.pImage, source.ppBuffer, place) != 1) return false;
-            holder.m_iOffsetX = back.x - rectangle.Origin.x;
-            holder.m_iOffsetY = back.y - rectangle.Origin.y;
-        }
-        if (overlaps) offset = qzILVector2l(holder.m_iOffsetX, holder.m_iOffsetY);
-        helper.SetImage(overlaps ? *source.ppBuffer : source.pImage);
-        helper.m_iOffsetX = offset.x;
-        helper.m_iOffsetY = offset.y;
-        return true;
-    };
-    bool viewed = true;
-    if (!input.IsEmpty() && !(masked == input)) viewed = view(main, input, copy);
-    if (!masked.IsEmpty()) {
-        for (Source const& source : sources) {
-            if (source.pHelper) viewed = viewed && view(source, masked, *source.pHelper);
-        }
-        if (m_pMaskImg) {
-            mask.SetImage(m_pMaskImg);
-            qzILVector2l const offset = back - maskRect.Origin;
-            mask.m_iOffsetX = offset.x;
-            mask.m_iOffsetY = offset.y;
-        }
-    }
-    if (!viewed) return Fail(0x10001);
-
-    output.SetImage(m_pOutputImg);
-    // A field of a split-field image is walked as a whole, from its own start: Verify lets nothing else through.
-    bool const oneField = output.m_iSplitField && (m_uProcessingMode & kModeNoLines) != 0;
-    bool const whole = delta == qzILVector2l() && masked == WholeOf(m_pOutputImg);
-    if (oneField && !whole && !masked.IsEmpty()) return Fail(0x10060);
+    if (unsigned const code = ViewImages(sources, output, mask)) return Fail(code);
+    Region const region = FormRegion(sources, primary);
+    bool const copies = !region.oInput.IsEmpty() && !(region.oMasked == region.oInput);
     for (Source const& source : sources) {
-        bool const sameSize = WholeOf(source.pImage).Size == WholeOf(m_pOutputImg).Size;
-        if (oneField && !masked.IsEmpty() && (!sameSize || !(source.oPlace == qzILVector2l()))) return Fail(0x10060);
+        bool const copied = copies && &source == &sources[primary];
+        if (!copied && (region.oMasked.IsEmpty() || !source.pHelper)) continue;
+        qzILImageHelper& helper = source.pHelper ? *source.pHelper : copy;
+        if (!ViewSource(source, copied ? region.oInput : region.oMasked, region, helper)) return Fail(0x10001);
+        if (copied) copy = helper;
     }
-    boxes.oInput = boxes.oCopy = Moved(input, delta);
-    boxes.oMasked = boxes.oProcessed = Moved(masked, delta);
+    qzILVector2l const maskOffset = Distance(region.oMaskRect.Origin, region.oBack);
+    mask.m_iOffsetX = maskOffset.x;
+    mask.m_iOffsetY = maskOffset.y;
+    if (!FieldIsWhole(sources, region, output)) return Fail(0x10060);
+    boxes.oOutput = region.oOutput;
+    boxes.oInput = boxes.oCopy = Moved(region.oInput, region.oDelta);
+    boxes.oMasked = boxes.oProcessed = Moved(region.oMasked, region.oDelta);
     m_iFirstLineEven = (boxes.oProcessed.Origin.y & 1) == 0;
     return 1;
 }
@@ -264,15 +265,19 @@ Lines qzILImgProc::LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box,
 Lines qzILImgProc::MaskLinesOf(qzILImageHelper const& mask, qzILBbox2l const& box) const {
     if (mask.IsEmpty()) return {};
     Lines lines = LinesOf(mask, box);
-    lines.pFirst += std::size_t{mask.m_uChannelSize} * MaskChannelPlace(mask.m_oFormat, m_uMaskChannel);
+    lines.pFirst += std::size_t{mask.m_uChannelSize} * MaskChannelPlace(mask.Format(), m_uMaskChannel);
     return lines;
 }
 
-void qzILImgProc::ShiftStart(Lines& lines, int n) {
-    if (!lines.pFirst) return;
-    std::ptrdiff_t const bytes = std::ptrdiff_t{n} * lines.iPixelStep;
-    lines.pFirst += bytes;
-    lines.iJump += bytes;
+void qzILImgProc::ShiftStarts(int n, std::initializer_list<Lines*> lines, qzILBbox2l& box) {
+    for (Lines* const pLines : lines) {
+        if (!pLines->pFirst) continue;
+        std::ptrdiff_t const bytes = std::ptrdiff_t{n} * pLines->iPixelStep;
+        pLines->pFirst += bytes;
+        pLines->iJump += bytes;
+    }
+    box.Origin.x += n;
+    box.Size.x -= n;
 }
 
 bool qzILImgProc::CompleteWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel::RowTraits const& traits) const {
@@ -297,4 +302,25 @@ qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kerne
     if (!CompleteWalk(walk, box, traits)) return -1;
     kernel::RunRows(walk, traits, call);
     return 1;
+}
+
+bool qzILImgProc::Prepare(Prepared&) const {
+    return false;
+}
+
+bool qzILImgProc::Has(kernel::Forms const& forms) const {
+    Prepared prepared;
+    kernel::Call call;
+    return Prepare(prepared) && FindForm(forms, prepared, call);
+}
+
+kernel::Form const* qzILImgProc::FindForm(kernel::Forms const& forms, Prepared const& prepared,
+                                          kernel::Call& call) const {
+    call.pFormat = &prepared.pSource->m_oFormat;
+    call.eLayout = LayoutOf(*call.pFormat);
+    call.bMasked = prepared.oWalk.oMask.pFirst != nullptr;
+    call.bPassB = prepared.oWalk.bPassB;
+    kernel::Form const* const pForm = forms.Find(call.eLayout, ChannelTypeOf(*call.pFormat));
+    call.uSelected = pForm && pForm->oTraits.bHasChannels ? m_uProcessingMode & kModeAllChannels : kModeAllChannels;
+    return pForm;
 }

@@ -5,12 +5,18 @@
 #include "qzil/image/image.h"
 #include "qzil/image/lines.h"
 
+#include <initializer_list>
 #include <span>
 
 namespace qzil::kernel {
+struct Call;
+struct Form;
+struct Forms;
 struct RowCall;
 struct RowTraits;
 struct Walk;
+template <template <class> class Rule, class... T>
+struct Operation;
 }  // namespace qzil::kernel
 
 /// Base of all effects that write an image.
@@ -85,8 +91,8 @@ protected:
     /// that Verify has for it when an image is absent, has no pixels or has another format than the output.
     qzILStatus PrepareRegion(std::span<Source const> sources, unsigned primary, qzILImageHelper& output,
                              qzILImageHelper& mask, qzILImageHelper& copy, Boxes& boxes);
-    /// The code that a missing or unsuitable image has, or 0.
-    unsigned FindFault(std::span<Source const> sources) const;
+    /// The code that an image has which cannot be split into planes since it does not hold its pixels, or 0.
+    unsigned FindPlaneFault(std::span<Source const> sources) const;
     /// Fills what lies outside the input and copies what lies outside the mask rectangle.
     void FillAround(Boxes const& boxes, qzILImageHelper const& copy);
     /// Copies a rectangle into a new image of the same format.
@@ -106,15 +112,56 @@ protected:
     bool OutputHasFormatOf(std::span<GUID const> formats) const;
     /// 1 when the output's format is in a list, else 0x1000D.
     qzILStatus VerifyFormat(std::span<GUID const> formats);
+    /// The lines of a call and the first input, whose format decides which form runs.
+    struct Prepared;
+    /// Sets up the walk over the processed box, but for what CompleteWalk adds; false where an effect has none.
+    virtual bool Prepare(Prepared& prepared) const;
+    /// Runs the form that an operation has for the images' format over the rule of the channel type T that
+    /// `build(As<T>)` makes. Without a form it fails with a code.
+    template <template <class> class Rule, class... T, class Build>
+        requires(!std::is_integral_v<Build>)
+    qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                   unsigned noForm = 0x1000D);
+    /// The same for a rule without constants.
+    template <template <class> class Rule, class... T>
+    qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, unsigned noForm = 0x1000D);
+    /// Whether an operation has a form for the images' format.
+    bool Has(qzil::kernel::Forms const& forms) const;
     /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is
     /// not processed. `offset` is the output offset in the input's coordinates.
     bool MaskMayBeOutput(IXFImage* input, qzILVector2l const& offset) const;
     /// Hands this effect's region, mask and default colour to another one that works in its place.
     void ShareSettings(qzILImgProc& other, unsigned mode) const;
     bool HasSplitPlanes() const;
-    /// Takes the first n pixels off every line.
-    static void ShiftStart(qzil::Lines& lines, int n);
+    /// The form for the images' format and what is known of the call, or null.
+    qzil::kernel::Form const* FindForm(qzil::kernel::Forms const& forms, Prepared const& prepared,
+                                       qzil::kernel::Call& call) const;
+    template <template <class> class Rule, class... T, class Build>
+    qzILStatus RunForms(qzil::kernel::Forms const& forms, Build const& build, unsigned noForm);
+    /// Takes the first n pixels off every line of a call.
+    static void ShiftStarts(int n, std::initializer_list<qzil::Lines*> lines, qzILBbox2l& box);
 
+private:
+    /// What PrepareRegion works out, in region coordinates unless told otherwise.
+    struct Region {
+        qzILVector2l oDelta;   ///< to output coordinates
+        qzILVector2l oBack;    ///< from output coordinates
+        qzILBbox2l oWanted;    ///< the region in output coordinates, as the host asked for it
+        qzILBbox2l oOutput;    ///< the same within the output
+        qzILBbox2l oMaskRect;  ///< within the mask image
+        qzILBbox2l oInput;
+        qzILBbox2l oMasked;
+    };
+    /// Looks at every image once; the code that a missing or unsuitable one has, or 0.
+    unsigned ViewImages(std::span<Source const> sources, qzILImageHelper& output, qzILImageHelper& mask) const;
+    Region FormRegion(std::span<Source const> sources, unsigned primary) const;
+    /// Views a source directly, or through a copy of the rectangle when the output would overwrite what is still to
+    /// read; false without memory for that.
+    bool ViewSource(Source const& source, qzILBbox2l const& rectangle, Region const& region,
+                    qzILImageHelper& helper) const;
+    bool FieldIsWhole(std::span<Source const> sources, Region const& region, qzILImageHelper const& output) const;
+
+protected:
     IXFImage* m_pOutputImg;
     qzILColor m_oDefaultColor;
     IXFImage* m_pMaskImg;

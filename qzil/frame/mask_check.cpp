@@ -5,14 +5,8 @@
 
 namespace qzil {
 
-bool HasPixels(IXFImage* image) {
-    void* pPixels = nullptr;
-    image->GetPixelArray(&pPixels);
-    return pPixels != nullptr;
-}
-
-int MaskChannelPlace(GUID const& format, XFImageChannel channel) {
-    bool const mono = GetNumOfChannelsFromFormat(format) == 1;
+int MaskChannelPlace(FormatRow const& format, XFImageChannel channel) {
+    bool const mono = format.uChannels == 1;
     switch (channel) {
         case XFImageChannel0: return mono ? -1 : 0;
         case XFImageChannel1: return mono ? -1 : 1;
@@ -23,13 +17,15 @@ int MaskChannelPlace(GUID const& format, XFImageChannel channel) {
     }
 }
 
+unsigned FindMaskFault(qzILImageHelper const& mask, qzILVector2l const& size, XFImageChannel channel) {
+    if (!mask.HasPixels()) return 0x10005;
+    if (!(qzILVector2l(mask.m_iWidth, mask.m_iHeight) == size)) return 0x10006;
+    if (!Contains(kMaskFormats, mask.m_oFormat)) return 0x10007;
+    return MaskChannelPlace(mask.Format(), channel) >= 0 ? 0 : 0x10008;
+}
+
 unsigned FindMaskFault(IXFImage* mask, qzILBbox2l const& rectangle, XFImageChannel channel) {
-    GUID format{};
-    mask->GetFormat(&format);
-    if (!HasPixels(mask)) return 0x10005;
-    if (!(WholeOf(mask).Size == rectangle.Size)) return 0x10006;
-    if (!Contains(kMaskFormats, format)) return 0x10007;
-    return MaskChannelPlace(format, channel) >= 0 ? 0 : 0x10008;
+    return FindMaskFault(qzILImageHelper(mask), rectangle.Size, channel);
 }
 
 }  // namespace qzil

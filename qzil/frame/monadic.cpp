@@ -3,9 +3,9 @@
 #include "qzil/frame/copy.h"
 #include "qzil/frame/image_utils.h"
 #include "qzil/frame/operation_rows.h"
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/run.h"
+#include "qzil/image/formats.h"
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/row.h"
 
 #include <memory>
 
@@ -14,6 +14,8 @@ using namespace qzil;
 qzILStatus qzILMonadicImgProc::Execute() {
     if ((m_uProcessingMode & kModeNoLines) == kModeNoLines) return 1;
     if (!HasSplitPlanes()) return qzILImgProc::Execute();
+    Source const source{m_pInputImg, {}, nullptr, nullptr, 0x1000B, 0x1000C};
+    if (unsigned const code = FindPlaneFault({&source, 1})) return Fail(code);
 
     Ref<IXFImage> inputColor, inputAlpha, outputColor, outputAlpha;
     if (qzILSplitYCCAImage(m_pInputImg, inputColor.Typed(), inputAlpha.Typed()) < 0 ||
@@ -64,9 +66,7 @@ qzILStatus qzILMonadicImgProc::ExecuteAlphaPart(IXFImage* input, IXFImage* outpu
 qzILStatus qzILMonadicImgProc::Verify() {
     if (qzILStatus const status = qzILImgProc::Verify(); status != 1) return status;
     if (!m_pInputImg) return Fail(0x1000B);
-    void* pPixels = nullptr;
-    m_pInputImg->GetPixelArray(&pPixels);
-    if (!pPixels) return Fail(0x1000C);
+    if (!HasPixels(m_pInputImg)) return Fail(0x1000C);
     return MaskMayBeOutput(m_pInputImg, m_oOutputOffset) ? 1 : Fail(0x1006C);
 }
 
@@ -124,14 +124,15 @@ qzILStatus qzILMonadicPixelProc::CleanData() {
     return qzILMonadicPixelProcBase::CleanData();
 }
 
-qzILStatus qzILMonadicPixelProc::RunRows(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    kernel::Walk walk;
-    walk.oA = m_oInputLines;
-    walk.oOut = m_oOutputLines;
-    walk.oMask = m_oMaskLines;
-    walk.oAlphaIn = m_oInputAlphaLines;
-    walk.oAlphaOut = m_oOutputAlphaLines;
-    return RunWalk(walk, m_oBoxes.oProcessed, traits, call);
+bool qzILMonadicPixelProc::Prepare(Prepared& prepared) const {
+    prepared.oWalk.oA = m_oInputLines;
+    prepared.oWalk.oOut = m_oOutputLines;
+    prepared.oWalk.oMask = m_oMaskLines;
+    prepared.oWalk.oAlphaIn = m_oInputAlphaLines;
+    prepared.oWalk.oAlphaOut = m_oOutputAlphaLines;
+    prepared.oBox = m_oBoxes.oProcessed;
+    prepared.pSource = &m_oInputHelper;
+    return true;
 }
 
 unsigned char qzILMonadicPixelProc::Operation8(unsigned char) const {
@@ -143,22 +144,21 @@ unsigned short qzILMonadicPixelProc::Operation16(unsigned short) const {
 }
 
 qzILStatus qzILMonadicPixelProc::DoEffect() {
-    kernel::RowTraits const traits = OperationTraits(Format());
-    if (traits.iSampleBytes == 0) return 1;
+    if (!Contains(kRawFormats, Format())) return 1;
     // A one-channel value function is a table: every value once instead of a virtual call per sample.
-    if (traits.iSampleBytes == 1) {
-        LutConstants<u8> constants{{}, traits.iSamples};
-        u8 table[256];
-        for (int i = 0; i < 256; ++i) table[i] = Operation8(static_cast<u8>(i));
-        constants.SetAll(table);
-        RunRows(traits, kernel::Bound(GetOperationRows().pLut8, constants));
-        return 1;
-    }
-    std::unique_ptr<u16[]> const table(new (std::nothrow) u16[65536]);
-    if (!table) return Fail(0x10001);
-    for (int i = 0; i < 65536; ++i) table[i] = Operation16(static_cast<u16>(i));
-    LutConstants<u16> constants{{}, traits.iSamples};
-    constants.SetAll(table.get());
-    RunRows(traits, kernel::Bound(GetOperationRows().pLut16, constants));
+    bool const wide = GetChannelSizeFromFormat(Format()) == 2;
+    std::unique_ptr<u16[]> const table(new (std::nothrow) u16[wide ? 65536 : 128]);
+    if (!table) return Fail(Code::OutOfMemory);
+    Run(GetLut(), [&]<class T>(As<T>) {
+        T* const pTable = reinterpret_cast<T*>(table.get());
+        for (int i = 0; i <= kFullScale<T>; ++i) {
+            if constexpr (sizeof(T) == 1) {
+                pTable[i] = Operation8(static_cast<T>(i));
+            } else {
+                pTable[i] = Operation16(static_cast<T>(i));
+            }
+        }
+        return Lut<T>{{pTable, pTable, pTable, pTable}};
+    });
     return 1;
 }

@@ -76,7 +76,7 @@ public:
     void Trash() {}
 
 protected:
-    qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
+    bool Prepare(Prepared& prepared) const override;
     GUID const& Format() const { return m_oInputHelper.m_oFormat; }
 
     qzil::Lines m_oInputLines, m_oOutputLines, m_oMaskLines, m_oInputAlphaLines, m_oOutputAlphaLines;

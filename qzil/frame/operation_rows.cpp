@@ -7,20 +7,33 @@ namespace {
 
 using kernel::Row;
 
-template <class T>
-void Lut(Row const& row, LutConstants<T> const& c) {
+/// Channel by channel: those that are not selected pass through, and their tables may be absent.
+template <class T, class LookUp>
+QZIL_INLINE void ByChannel(Row const& row, T const* const* tables, LookUp lookUp) {
     T* const out = Out<T>(row.pOut);
-    T const* const a = In<T>(row.pA);
-    int const pixels = row.iPixels;
-    T const* const t0 = c.apTables[0];
-    if (c.iSamples == 1) {
-        for (int i = 0; i < pixels; ++i) out[i] = t0[a[i]];
-        return;
+    T const* const pass = In<T>(row.pPass);
+    int const channels = row.iSamples / row.iPixels, samples = row.iSamples;
+    for (int channel = 0; channel < channels; ++channel) {
+        T const* const table = tables[channel];
+        if (channels == 1 || (row.uSelected >> channel & 1) != 0) {
+            for (int i = channel; i < samples; i += channels) out[i] = table[lookUp(i)];
+        } else {
+            for (int i = channel; i < samples; i += channels) out[i] = pass[i];
+        }
     }
-    T const* const t1 = c.apTables[1];
-    T const* const t2 = c.apTables[2];
-    T const* const t3 = c.apTables[3];
-    for (int i = 0; i < 4 * pixels; i += 4) {
+}
+
+template <class T>
+void LutRow(Row const& row, Lut<T> const& rule) {
+    T const* const a = In<T>(row.pA);
+    if (row.iSamples == row.iPixels || row.uSelected != 15) {
+        return ByChannel(row, rule.apTables, [=](int i) { return a[i]; });
+    }
+    T* const out = Out<T>(row.pOut);
+    int const samples = row.iSamples;
+    T const *const t0 = rule.apTables[0], *const t1 = rule.apTables[1], *const t2 = rule.apTables[2],
+            *const t3 = rule.apTables[3];
+    for (int i = 0; i < samples; i += 4) {
         T const r0 = t0[a[i]], r1 = t1[a[i + 1]], r2 = t2[a[i + 2]], r3 = t3[a[i + 3]];
         out[i] = r0;
         out[i + 1] = r1;
@@ -29,37 +42,19 @@ void Lut(Row const& row, LutConstants<T> const& c) {
     }
 }
 
-void DyadicLut8(Row const& row, DyadicLutConstants const& c) {
-    u8* const out = Out<u8>(row.pOut);
+void PairLutRow(Row const& row, PairLut<u8> const& rule) {
     u8 const* const a = In<u8>(row.pA);
     u8 const* const b = In<u8>(row.pB);
-    int const samples = row.iPixels * c.iSamples;
-    int const channels = c.iSamples;
-    for (int channel = 0; channel < channels; ++channel) {
-        u8 const* const table = c.apTables[channel];
-        for (int i = channel; i < samples; i += channels) out[i] = table[b[i] * 256 + a[i]];
-    }
+    ByChannel(row, rule.apTables, [=](int i) { return b[i] * 256 + a[i]; });
 }
 
-template <class T, class Operation>
-QZIL_INLINE void Dyadic(Row const& row, DyadicOperation const& c, Operation operation) {
-    T* const out = Out<T>(row.pOut);
-    T const* const a = In<T>(row.pA);
-    T const* const b = In<T>(row.pB);
-    int const samples = row.iPixels * c.iSamples;
-    for (int i = 0; i < samples; ++i) out[i] = operation(c.pSelf, a[i], b[i]);
-}
-
-void Dyadic8(Row const& row, DyadicOperation const& c) {
-    Dyadic<u8>(row, c, c.pOperation8);
-}
-
-void Dyadic16(Row const& row, DyadicOperation const& c) {
-    Dyadic<u16>(row, c, c.pOperation16);
-}
+constexpr With kTables{.uLayouts = kGraphics, .eSelection = Selection::Row};
 
 }  // namespace
 
-OperationRows const g_oOperationRows{Lut<u8>, Lut<u16>, DyadicLut8, Dyadic8, Dyadic16};
+kernel::Operation<Lut, u8, u16> const g_oLut =
+    kStretch<Lut, u8, LutRow<u8>, kTables> | kStretch<Lut, u16, LutRow<u16>, kTables>;
+kernel::Operation<PairLut, u8> const g_oPairLut = kStretch<PairLut, u8, PairLutRow, kTables>;
+kernel::Operation<PairFunction, u8, u16> const g_oPairFunction = kCompose<PairFunction, With{}, u8, u16>;
 
 QZIL_ROWS_END

@@ -22,6 +22,18 @@ public:                                               \
         return *this;                                 \
     }
 
+/// The same with a constructor, a Trash that has nothing to free, and an Init of the statements given, or of none.
+#define QZIL_PLAIN_EFFECT_CLASS(Class, ...) \
+    QZIL_EFFECT_CLASS(Class)                \
+    Class() {                               \
+        Init();                             \
+    }                                       \
+    void Init() {                           \
+        __VA_ARGS__;                        \
+    }                                       \
+    void Trash() {                          \
+    }
+
 /// Holds the process-wide word that would select accelerated routines; it is always 0.
 class QZIL_API qzILProcessorGlobalInitializer {
 public:

@@ -147,6 +147,14 @@ qzILVector2f operator-(qzILVector2l const& a, qzILVector2f const& b) {
     return {static_cast<float>(a.x) - b.x, static_cast<float>(a.y) - b.y};
 }
 
+qzILVector2d operator+(qzILVector2l const& a, qzILVector2d const& b) {
+    return {a.x + b.x, a.y + b.y};
+}
+
+qzILVector2d operator-(qzILVector2l const& a, qzILVector2d const& b) {
+    return {a.x - b.x, a.y - b.y};
+}
+
 qzILVector2f operator*(qzILVector2l const& a, float b) {
     return {static_cast<float>(a.x) * b, static_cast<float>(a.y) * b};
 }
@@ -175,6 +183,10 @@ namespace qzil {
 qzILBbox2l Moved(qzILBbox2l const& box, qzILVector2l const& distance) {
     return {Limit(std::int64_t{box.Origin.x} + distance.x), Limit(std::int64_t{box.Origin.y} + distance.y), box.Size.x,
             box.Size.y};
+}
+
+qzILVector2l Distance(qzILVector2l const& from, qzILVector2l const& to) {
+    return {Limit(std::int64_t{to.x} - from.x), Limit(std::int64_t{to.y} - from.y)};
 }
 
 }  // namespace qzil

@@ -197,6 +197,8 @@ QZIL_API qzILVector2f operator+(qzILVector2f const& a, qzILVector2l const& b);
 QZIL_API qzILVector2f operator-(qzILVector2f const& a, qzILVector2l const& b);
 QZIL_API qzILVector2f operator+(qzILVector2l const& a, qzILVector2f const& b);
 QZIL_API qzILVector2f operator-(qzILVector2l const& a, qzILVector2f const& b);
+QZIL_API qzILVector2d operator+(qzILVector2l const& a, qzILVector2d const& b);
+QZIL_API qzILVector2d operator-(qzILVector2l const& a, qzILVector2d const& b);
 QZIL_API qzILVector2f operator*(qzILVector2l const& a, float b);
 QZIL_API qzILVector2f operator*(float a, qzILVector2l const& b);
 
@@ -227,5 +229,7 @@ namespace qzil {
 
 /// The rectangle moved by a distance; a coordinate that leaves 32 bits stops at its end.
 qzILBbox2l Moved(qzILBbox2l const& box, qzILVector2l const& distance);
+/// The way from one place to another, with the same stop: what lies further apart never meets in an image.
+qzILVector2l Distance(qzILVector2l const& from, qzILVector2l const& to);
 
 }  // namespace qzil

@@ -1,60 +1,9 @@
-#include "qzil/image/formats.h"
+#include "qzil/image/format_row.h"
 
 #include <cstdint>
 
 namespace qzil {
 namespace {
-
-enum Predicate : std::uint32_t {
-    kRgb = 1u << 0,
-    kMono = 1u << 1,
-    kYcc = 1u << 2,
-    kYcca = 1u << 3,
-    kYcc422 = 1u << 4,
-    kYcca4444 = 1u << 5,
-    kAlternateYuv = 1u << 6,
-    kAlpha = 1u << 7,
-    kSeparateAlpha = 1u << 8,
-    kTopDown = 1u << 9,
-    kVideoLevels = 1u << 10,
-    k601 = 1u << 11,
-    k709 = 1u << 12,
-    k10_6 = 1u << 13,
-    k10_6Ycc422 = 1u << 14,
-    kFloat = 1u << 15,
-    kS2_14 = 1u << 16,
-    kSplitField = 1u << 17,
-    kSplitFieldEven = 1u << 18,
-};
-
-/// The predicates that answer true, a letter each, in the order of the enumeration above.
-struct Predicates {
-    std::uint32_t uBits = 0;
-
-    consteval Predicates(char const* letters) {
-        constexpr char kLetters[] = "RMYa24UASTV67PQfsFE";
-        for (; *letters; ++letters) {
-            int bit = 0;
-            while (kLetters[bit] != *letters) {
-                if (!kLetters[++bit]) throw "no such predicate letter";
-            }
-            uBits |= 1u << bit;
-        }
-    }
-    constexpr bool Has(Predicate predicate) const { return (uBits & predicate) != 0; }
-};
-
-struct Row {
-    GUID oFormat;
-    char const* pName;
-    XFChannelType uChannelType;
-    unsigned uChannels;
-    unsigned uChannelSize;
-    unsigned uPixelSize;
-    XFColorModel uColorModel;
-    Predicates oPredicates;
-    StoredAttributes oStored;
-};
 
 // Rows that seem to contradict themselves do so deliberately: the pixel size 0 of MFIF_RGBA_RAW_32_VIDEO, the 0
 // channels of MFIF_DIB_RAW_24, MFIF_MONO_RAW_16_TD not being top-down, the two MFIF_YCCA_RAW_* with alpha that are not
@@ -65,7 +14,7 @@ struct Row {
 // Columns: type, channels, channel size, pixel size, colour model, predicates, {what an image stores: channel size,
 // type, channels, pixel size, compress}.
 // clang-format off
-constexpr Row kRows[] = {
+constexpr FormatRow kRows[] = {
     {MFIF_RGBA_RAW_32, "MFIF_RGBA_RAW_32", 2, 4, 1, 4, 1, "RA", {1, 2, 4, 4, 0}},
     {MFIF_RGBA_RAW_32_VIDEO, "MFIF_RGBA_RAW_32_VIDEO", 2, 4, 1, 0, 4096, "RAV", {1, 2, 4, 4, 0}},
     {MFIF_DIB_RAW_32, "MFIF_DIB_RAW_32", 2, 4, 1, 4, 1, "RA", {1, 2, 4, 4, 0}},
@@ -161,57 +110,53 @@ constexpr Row kRows[] = {
 constexpr std::size_t kCount = std::size(kRows);
 static_assert(kCount == 89);
 
-/// What an unlisted format answers: the negative tests are true, all else is false and 0.
-constexpr Row kUnknown{GUID_NULL, nullptr, 0, 0, 0, 0, 0, "Y2UT", {0, 0, 0, 0, -1}};
+/// Finds rows by one multiplication: `uMultiplier` sends no two identifiers to one place.
+struct Places {
+    static constexpr int kBits = 10;
+    static constexpr std::uint8_t kNone = 0xFF;
+    std::uint32_t uMultiplier = 0x9E3779B1;
+    std::array<std::uint8_t, 1u << kBits> auRow{};
 
-constexpr auto SortedByFormat() {
-    std::array<std::uint8_t, kCount> order{};
-    for (std::size_t i = 0; i < kCount; ++i) order[i] = static_cast<std::uint8_t>(i);
-    std::sort(order.begin(), order.end(), [](auto a, auto b) { return kRows[a].oFormat < kRows[b].oFormat; });
-    return order;
-}
-constexpr auto kOrder = SortedByFormat();
-
-static_assert(
-    [] {
-        for (std::size_t i = 1; i < kCount; ++i) {
-            if (kRows[kOrder[i - 1]].oFormat == kRows[kOrder[i]].oFormat) return false;
+    constexpr std::size_t PlaceOf(GUID const& format) const { return format.Data1 * uMultiplier >> (32 - kBits); }
+    constexpr bool Fill() {
+        auRow.fill(kNone);
+        for (std::size_t i = 0; i < kCount; ++i) {
+            std::uint8_t& row = auRow[PlaceOf(kRows[i].oFormat)];
+            if (row != kNone) return false;
+            row = static_cast<std::uint8_t>(i);
         }
         return true;
-    }(),
-    "no two formats share an identifier");
+    }
+};
+
+consteval Places FindPlaces() {
+    Places places;
+    // Ends only if no two formats share an identifier: the first groups of all differ.
+    while (!places.Fill()) places.uMultiplier += 0x9E3779B2;
+    return places;
+}
+constexpr Places kPlaces = FindPlaces();
 
 consteval bool RowsAgree() {
-    for (Row const& row : kRows) {
-        Predicates const& is = row.oPredicates;
-        XFColorModel const model = is.Has(kRgb)    ? (is.Has(kVideoLevels) ? XFColorModelRGBVideo : XFColorModelRGB)
-                                   : is.Has(k601)  ? XFColorModelYCC601
-                                   : is.Has(k709)  ? XFColorModelYCC709
-                                   : is.Has(kMono) ? XFColorModelMono
+    for (FormatRow const& row : kRows) {
+        XFColorModel const model = row.IsRgb()    ? (row.HasVideoLevels() ? XFColorModelRGBVideo : XFColorModelRGB)
+                                   : row.Is601()  ? XFColorModelYCC601
+                                   : row.Is709()  ? XFColorModelYCC709
+                                   : row.IsMono() ? XFColorModelMono
                                    : row.oFormat == MFIF_HLSA_RAW_32 || row.oFormat == MFIF_HLSA_RAW_64
                                        ? XFColorModelHLS
                                        : XFColorModelNone;
         if (model != row.uColorModel) return false;
-        if (is.Has(kYcc422) != (is.Has(kYcc) && !is.Has(kYcca4444))) return false;
-        if (is.Has(kSplitFieldEven) && !is.Has(kSplitField)) return false;
-        if (is.Has(kFloat) != (row.uChannelType == XFChannelTypeFloat)) return false;
-        if (is.Has(kS2_14) != (row.uChannelType == XFChannelTypeS2_14)) return false;
+        if (row.IsYcc422() != (row.IsYcc() && !row.IsYcca4444())) return false;
+        if (row.IsSplitFieldEven() && !row.IsSplitField()) return false;
+        if (row.IsFloat() != (row.uChannelType == XFChannelTypeFloat)) return false;
+        if (row.IsS2_14() != (row.uChannelType == XFChannelTypeS2_14)) return false;
         if (row.uPixelSize != 0 && row.oStored.uPixelSize != 0 && row.uPixelSize != row.oStored.uPixelSize)
             return false;
     }
     return true;
 }
 static_assert(RowsAgree());
-
-Row const& Find(GUID const& format) {
-    auto const found = std::lower_bound(kOrder.begin(), kOrder.end(), format,
-                                        [](auto index, GUID const& wanted) { return kRows[index].oFormat < wanted; });
-    return found != kOrder.end() && kRows[*found].oFormat == format ? kRows[*found] : kUnknown;
-}
-
-bool Is(GUID const& format, Predicate predicate) {
-    return Find(format).oPredicates.Has(predicate);
-}
 
 constexpr auto Names() {
     std::array<NamedFormat, kCount> names{};
@@ -222,96 +167,96 @@ constexpr auto kNames = Names();
 
 }  // namespace
 
+FormatRow const& RowOf(GUID const& format) {
+    std::uint8_t const row = kPlaces.auRow[kPlaces.PlaceOf(format)];
+    return row != Places::kNone && kRows[row].oFormat == format ? kRows[row] : kUnknownFormat;
+}
+
 std::span<NamedFormat const> AllFormats() {
     return kNames;
 }
 
 char const* FormatName(GUID const& format) {
-    return Find(format).pName;
-}
-
-StoredAttributes StoredAttributesOf(GUID const& format) {
-    return Find(format).oStored;
+    return RowOf(format).pName;
 }
 
 int PixelBytesOf(GUID const& format) {
-    StoredAttributes const stored = StoredAttributesOf(format);
-    return static_cast<int>(stored.uPixelSize - (IsFormatWithSeparateAlpha(format) ? stored.uChannelSize : 0));
+    return static_cast<int>(RowOf(format).ColorBytes());
 }
 
 }  // namespace qzil
 
-using namespace qzil;
+using qzil::RowOf;
 
 XFChannelType GetChannelTypeFromFormat(GUID const& format) {
-    return Find(format).uChannelType;
+    return RowOf(format).uChannelType;
 }
 unsigned GetNumOfChannelsFromFormat(GUID const& format) {
-    return Find(format).uChannels;
+    return RowOf(format).uChannels;
 }
 unsigned GetChannelSizeFromFormat(GUID const& format) {
-    return Find(format).uChannelSize;
+    return RowOf(format).uChannelSize;
 }
 unsigned GetPixelSizeFromFormat(GUID const& format) {
-    return Find(format).uPixelSize;
+    return RowOf(format).uPixelSize;
 }
 XFColorModel GetColorModelFromFormat(GUID const& format) {
-    return Find(format).uColorModel;
+    return RowOf(format).uColorModel;
 }
 bool IsFormatRGB(GUID const& format) {
-    return Is(format, kRgb);
+    return RowOf(format).IsRgb();
 }
 bool IsFormatMono(GUID const& format) {
-    return Is(format, kMono);
+    return RowOf(format).IsMono();
 }
 bool IsFormatYCC(GUID const& format) {
-    return Is(format, kYcc);
+    return RowOf(format).IsYcc();
 }
 bool IsFormatYCCA(GUID const& format) {
-    return Is(format, kYcca);
+    return RowOf(format).IsYcca();
 }
 bool IsFormatYCC422(GUID const& format) {
-    return Is(format, kYcc422);
+    return RowOf(format).IsYcc422();
 }
 bool IsFormatYCCA4444(GUID const& format) {
-    return Is(format, kYcca4444);
+    return RowOf(format).IsYcca4444();
 }
 bool IsFormatAlternateYUV(GUID const& format) {
-    return Is(format, kAlternateYuv);
+    return RowOf(format).IsChromaFirst();
 }
 bool IsFormatWithAlpha(GUID const& format) {
-    return Is(format, kAlpha);
+    return RowOf(format).HasAlpha();
 }
 bool IsFormatWithSeparateAlpha(GUID const& format) {
-    return Is(format, kSeparateAlpha);
+    return RowOf(format).HasAlphaPlane();
 }
 bool IsFormatTopDown(GUID const& format) {
-    return Is(format, kTopDown);
+    return RowOf(format).IsTopDown();
 }
 bool IsFormatVideoLevels(GUID const& format) {
-    return Is(format, kVideoLevels);
+    return RowOf(format).HasVideoLevels();
 }
 bool IsFormat601(GUID const& format) {
-    return Is(format, k601);
+    return RowOf(format).Is601();
 }
 bool IsFormat709(GUID const& format) {
-    return Is(format, k709);
+    return RowOf(format).Is709();
 }
 bool IsFormat10_6(GUID const& format) {
-    return Is(format, k10_6);
+    return RowOf(format).Is10_6();
 }
 bool IsFormat10_6YCC422(GUID const& format) {
-    return Is(format, k10_6Ycc422);
+    return RowOf(format).Is10_6Ycc422();
 }
 bool IsFormatFloat(GUID const& format) {
-    return Is(format, kFloat);
+    return RowOf(format).IsFloat();
 }
 bool IsFormatS2_14(GUID const& format) {
-    return Is(format, kS2_14);
+    return RowOf(format).IsS2_14();
 }
 bool IsFormatSplitField(GUID const& format) {
-    return Is(format, kSplitField);
+    return RowOf(format).IsSplitField();
 }
 bool IsFormatSplitFieldEven(GUID const& format) {
-    return Is(format, kSplitFieldEven);
+    return RowOf(format).IsSplitFieldEven();
 }

@@ -142,6 +142,8 @@ struct NamedFormat {
 QZIL_API std::span<NamedFormat const> AllFormats();
 /// The name of a format, or null.
 QZIL_API char const* FormatName(GUID const& format);
+/// Bytes from one pixel to the next in a format's colour plane.
+int PixelBytesOf(GUID const& format);
 
 /// What an image stores when a format is set: a zero is not stored; compress -1 leaves that field alone.
 struct StoredAttributes {
@@ -151,9 +153,6 @@ struct StoredAttributes {
     unsigned uPixelSize;
     int iCompress;
 };
-StoredAttributes StoredAttributesOf(GUID const& format);
-/// Bytes from one pixel to the next in a format's colour plane.
-int PixelBytesOf(GUID const& format);
 
 using FormatList = std::span<GUID const>;
 
@@ -186,5 +185,10 @@ inline constexpr std::array kS2_14AlphaPlaneFormats{MFIF_CbYCrYA_S2_14, MFIF_CbY
 /// The 4:2:2 formats of the one-pixel effects: 8-bit, float and S2.14, without and with an alpha plane.
 inline constexpr auto kVideoFormats = Join(k8Bit422Formats, k8BitAlphaPlaneFormats, kFloat422Formats, kS2_14_422Formats,
                                            kFloatAlphaPlaneFormats, kS2_14AlphaPlaneFormats);
+/// The formats of most one-pixel effects: RGBA and mono of all four channel types, and these.
+inline constexpr auto kOnePixelFormats =
+    Join(std::array{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14, MFIF_MONO_RAW_8,
+                    MFIF_MONO_RAW_8_TD, MFIF_MONO_RAW_16, MFIF_MONO_FLOAT, MFIF_MONO_S2_14},
+         kVideoFormats);
 
 }  // namespace qzil

@@ -1,5 +1,7 @@
 #include "qzil/image/image.h"
 
+#include "qzil/image/format_row.h"
+#include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/platform/sync.h"
 
@@ -16,7 +18,6 @@ namespace {
 constexpr unsigned kAlignment = 32;
 constexpr unsigned kFilledAlpha = 1;
 constexpr std::uint32_t kLargestPooled = 314572800;
-constexpr unsigned kStreamHeadSize = 100;
 
 template <class T>
 HRESULT Answer(T* out, T const& value) {
@@ -62,21 +63,34 @@ unsigned char* PixelsOf(IXFImage& image) {
     return static_cast<unsigned char*>(pPixels);
 }
 
+/// Bytes behind an image's pixel array; a host's own image has what it says.
+std::uint64_t MemoryOf(IXFImage& image) {
+    if (CMFImage const* const pOwn = qzil::OwnImage(&image)) return pOwn->PixelMemory();
+    return UINT64_MAX;
+}
+
 }  // namespace
 
 qzILMemoryPool* CMFImage::s_pImageMemoryPool = nullptr;
+
+namespace {
+
+qzILMemoryPool* Pool() {
+    return std::atomic_ref(CMFImage::s_pImageMemoryPool).load();
+}
+
+}  // namespace
 
 void CMFImage::ClearImagePool() {
     delete std::atomic_ref(s_pImageMemoryPool).exchange(nullptr);
 }
 
 CMFImage::CMFImage() {
-    std::atomic_ref pool(s_pImageMemoryPool);
-    if (pool.load()) return;
+    if (Pool()) return;
     // Two first images may be made side by side: the later pool is dropped.
     auto* const pMade = new qzILMemoryPool(1, 40960, 1, 0x2000000, 1, kLargestPooled);
     qzILMemoryPool* pNone = nullptr;
-    if (!pool.compare_exchange_strong(pNone, pMade)) delete pMade;
+    if (!std::atomic_ref(s_pImageMemoryPool).compare_exchange_strong(pNone, pMade)) delete pMade;
 }
 
 CMFImage::~CMFImage() {
@@ -110,11 +124,8 @@ HRESULT CMFImage::QueryInterface(GUID const& iid, void** out) {
     } else if (iid == IID_IPersistStream) {
         *out = static_cast<IPersistStream*>(this);
     } else if (iid == IID_IMarshal) {
-        if (!m_pMarshaler) {
-            HRESULT const result = CoCreateFreeThreadedMarshaler(static_cast<IXFImage*>(this), &m_pMarshaler);
-            if (result < 0) return result;
-        }
-        return m_pMarshaler->QueryInterface(iid, out);
+        IUnknown* const pMarshaler = Marshaler();
+        return pMarshaler ? pMarshaler->QueryInterface(iid, out) : kOutOfMemory;
     } else if (iid == IID_IQZAddMemSizeToStatManager) {
         *out = static_cast<IQZAddMemSizeToStatManager*>(this);
     } else {
@@ -122,6 +133,18 @@ HRESULT CMFImage::QueryInterface(GUID const& iid, void** out) {
     }
     AddRef();
     return kOk;
+}
+
+IUnknown* CMFImage::Marshaler() {
+    std::atomic_ref marshaler(m_pMarshaler);
+    if (IUnknown* const pPresent = marshaler.load()) return pPresent;
+    // Of two threads that ask at once, the later one's is dropped.
+    IUnknown* pMade = nullptr;
+    if (CoCreateFreeThreadedMarshaler(static_cast<IXFImage*>(this), &pMade) < 0) return nullptr;
+    IUnknown* pPresent = nullptr;
+    if (marshaler.compare_exchange_strong(pPresent, pMade)) return pMade;
+    pMade->Release();
+    return pPresent;
 }
 
 std::uint32_t CMFImage::AddRef() {
@@ -140,7 +163,7 @@ HRESULT CMFImage::GetFormat(GUID* format) {
 
 HRESULT CMFImage::SetFormat(GUID const& format) {
     Description& d = m_oState.oDescription;
-    qzil::StoredAttributes const stored = qzil::StoredAttributesOf(format);
+    qzil::StoredAttributes const& stored = qzil::RowOf(format).oStored;
     d.oFormat = format;
     if (stored.uChannelSize != 0) d.uChannelSize = stored.uChannelSize;
     if (stored.uChannelType != 0) d.uChannelType = stored.uChannelType;
@@ -229,6 +252,7 @@ HRESULT CMFImage::SetPixelArray(void* pixels) {
     ReleaseBlock();
     m_oState.pPixels = static_cast<unsigned char*>(pixels);
     m_oState.iExternal = pixels != nullptr;
+    m_oState.bLengthStated = false;
     return kOk;
 }
 
@@ -237,11 +261,12 @@ HRESULT CMFImage::GetPixelArraySize(unsigned* bytes) {
 }
 
 HRESULT CMFImage::SetPixelArraySize(unsigned bytes) {
+    m_oState.bLengthStated = m_oState.iExternal != 0;
     return Store(m_oState.oDescription.uPixelArraySize, bytes);
 }
 
 void CMFImage::ReleaseBlock() {
-    if (m_oState.pBlock && s_pImageMemoryPool) s_pImageMemoryPool->ReleaseMemory(m_oState.pBlock);
+    if (qzILMemoryPool* const pPool = m_oState.pBlock ? Pool() : nullptr) pPool->ReleaseMemory(m_oState.pBlock);
     m_oState.pBlock = nullptr;
     m_oState.uAllocatedSize = 0;
 }
@@ -251,8 +276,9 @@ HRESULT CMFImage::ResizeAllocatedMemory(unsigned size) {
     if (size == m_oState.uAllocatedSize) return kOk;
     ReleaseBlock();
     if (size == 0) return kOk;
-    if (!s_pImageMemoryPool) return kOutOfMemory;
-    HRESULT const result = s_pImageMemoryPool->AllocateMemory(size, &m_oState.pBlock);
+    qzILMemoryPool* const pPool = Pool();
+    if (!pPool) return kOutOfMemory;
+    HRESULT const result = pPool->AllocateMemory(size, &m_oState.pBlock, &m_oState.bFresh);
     if (result >= 0) m_oState.uAllocatedSize = size;
     return result;
 }
@@ -306,11 +332,13 @@ void CMFImage::Trash() {
     m_oState = State{};
 }
 
-bool CMFImage::HoldsResolution() const {
-    Description const& d = m_oState.oDescription;
-    if (m_oState.iExternal || d.iWidth <= 0 || d.iHeight <= 0) return true;
-    std::uint64_t const pixels = static_cast<std::uint64_t>(d.iWidth) * static_cast<std::uint64_t>(d.iHeight);
-    return pixels <= UINT32_MAX && pixels * d.uPixelSize <= d.uPixelArraySize;
+std::uint64_t CMFImage::PixelMemory() const {
+    if (!m_oState.pPixels) return 0;
+    if (!m_oState.pBlock && m_oState.iExternal && !m_oState.bLengthStated) return UINT64_MAX;
+    std::uint64_t const stated = m_oState.oDescription.uPixelArraySize;
+    if (!m_oState.pBlock) return stated;
+    auto const before = static_cast<std::uint64_t>(m_oState.pPixels - static_cast<unsigned char*>(m_oState.pBlock));
+    return std::min<std::uint64_t>(stated, m_oState.uAllocatedSize - before);
 }
 
 HRESULT CMFImage::Verify() {
@@ -361,7 +389,11 @@ HRESULT CMFImage::CopyFrom(IXFImage* other) {
     HRESULT const result = CopyFromNoData(other);
     if (result < 0 || other == static_cast<IXFImage*>(this)) return result;
     unsigned char const* const pFrom = PixelsOf(*other);
-    if (pFrom && m_oState.pPixels) std::memmove(m_oState.pPixels, pFrom, m_oState.oDescription.uPixelArraySize);
+    if (!pFrom || !m_oState.pPixels) return kOk;
+    std::uint32_t const size = m_oState.oDescription.uPixelArraySize;
+    auto const held = static_cast<std::uint32_t>(std::min<std::uint64_t>(size, MemoryOf(*other)));
+    std::memmove(m_oState.pPixels, pFrom, held);
+    std::memset(m_oState.pPixels + held, 0, size - held);
     return kOk;
 }
 
@@ -387,7 +419,8 @@ HRESULT CMFImage::IsEqual(IXFImage* other) {
     if (mine.uPixelArraySize == 0) return kOk;
     unsigned char const* const pOther = PixelsOf(*other);
     if (!pOther || !m_oState.pPixels) return pOther == m_oState.pPixels ? kOk : kFalse;
-    return std::memcmp(m_oState.pPixels, pOther, mine.uPixelArraySize) == 0 ? kOk : kFalse;
+    std::uint64_t const size = std::min({std::uint64_t{mine.uPixelArraySize}, PixelMemory(), MemoryOf(*other)});
+    return std::memcmp(m_oState.pPixels, pOther, size) == 0 ? kOk : kFalse;
 }
 
 HRESULT CMFImage::GetUserData(void** data) {
@@ -499,69 +532,5 @@ HRESULT CMFImage::SwapData(IXFImageClone* other) {
 
 HRESULT CMFImage::AddMemSizeToStatManager(MemStatKey key) {
     CQZStatManager::MemStat_DeclareThis(key, "CMFImage", 4, sizeof *this, QZGetDynamicMemSize(*this), 0);
-    return kOk;
-}
-
-HRESULT CMFImage::GetClassID(GUID* classId) {
-    if (!classId) return kInvalidArgument;
-    return Answer(classId, CLSID_ILImage);
-}
-
-HRESULT CMFImage::IsDirty() {
-    return kOk;
-}
-
-HRESULT CMFImage::GetSizeMax(ULARGE_INTEGER* size) {
-    if (!size) return kInvalidArgument;
-    size->LowPart = m_oState.oDescription.uPixelArraySize + kStreamHeadSize;
-    size->HighPart = 0;
-    return kOk;
-}
-
-HRESULT CMFImage::Save(IStream* stream, int) {
-    if (!stream) return kInvalidArgument;
-    if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
-    struct {
-        void const* pBytes;
-        std::uint32_t uSize;
-    } const parts[] = {
-        {&m_oState.oDescription, sizeof m_oState.oDescription},
-        {&m_oState.uAttributes, sizeof m_oState.uAttributes},
-        {&m_oState.uHeaderSize, sizeof m_oState.uHeaderSize},
-        {&m_oState.uFooterSize, sizeof m_oState.uFooterSize},
-        {m_oState.pPixels, m_oState.pPixels ? m_oState.oDescription.uPixelArraySize : 0},
-    };
-    for (auto const& part : parts) {
-        if (HRESULT const result = stream->Write(part.pBytes, part.uSize, nullptr); result < 0) return result;
-    }
-    return kOk;
-}
-
-HRESULT CMFImage::Load(IStream* stream) {
-    if (!stream) return kInvalidArgument;
-    if (m_oState.iExternal || m_oState.pUserData) return kUnexpected;
-    Trash();
-    auto const failed = [this](HRESULT result) {
-        Trash();
-        return result;
-    };
-    Description& d = m_oState.oDescription;
-    HRESULT result = stream->Read(&d, sizeof d, nullptr);
-    d.uPixelArraySize = 0;
-    if (result < 0) return failed(result);
-    for (std::uint32_t* const pWord : {&m_oState.uAttributes, &m_oState.uHeaderSize, &m_oState.uFooterSize}) {
-        result = stream->Read(pWord, sizeof *pWord, nullptr);
-        if (result < 0) return failed(result);
-    }
-    result = Allocate(d.iWidth, d.iHeight);
-    if (result < 0) return failed(result);
-    // A stream may leave the count alone.
-    std::uint32_t read = d.uPixelArraySize;
-    result = stream->Read(m_oState.pPixels, d.uPixelArraySize, &read);
-    if (result < 0) return failed(result);
-    // A short stream is no failure; what it does not give must not be some other image's pixels. Blocks above the
-    // pool's classes are always fresh, and clearing them would only make a lying header cost real memory.
-    bool const pooled = m_oState.uAllocatedSize <= kLargestPooled;
-    if (pooled && read < d.uPixelArraySize) std::memset(m_oState.pPixels + read, 0, d.uPixelArraySize - read);
     return kOk;
 }

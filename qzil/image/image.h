@@ -222,8 +222,11 @@ public:
     HRESULT ResizeAllocatedMemory(unsigned size);
     /// Bytes that the image owns: 0 for an external pixel array.
     unsigned GetDynamicMemSize() const { return m_oState.iExternal ? 0 : m_oState.uAllocatedSize; }
-    /// The image's pixel array holds its resolution. An external array is the caller's to know.
-    bool HoldsResolution() const;
+    /// The pixel array is memory of the caller.
+    bool IsExternal() const { return m_oState.iExternal != 0; }
+    /// Bytes that may be read and written from the pixel array on, whatever the fields say. The length of external
+    /// memory is what SetPixelArraySize said behind SetPixelArray; unlimited if that said nothing.
+    std::uint64_t PixelMemory() const;
 
 private:
     /// The head of the stream format.
@@ -254,6 +257,8 @@ private:
         void* pUserData = nullptr;
         std::uint32_t uAttributes = 0;
         std::int32_t iExternal = 0;
+        bool bLengthStated = false;  ///< of the external memory
+        bool bFresh = false;         ///< the block was all zero when it came
         std::uint32_t uAllocatedSize = 0;
         std::uint32_t uHeaderSize = 0;
         std::uint32_t uFooterSize = 0;
@@ -261,6 +266,8 @@ private:
 
     HRESULT AllocatePixels(std::uint64_t pixelBytes, std::uint64_t headerBytes, std::uint64_t footerBytes);
     void ReleaseBlock();
+    /// Made when first asked for; null without memory.
+    IUnknown* Marshaler();
     HRESULT CheckRegion(void const* buffer, int x, int y, int width, int height) const;
     HRESULT MoveRegion(void* buffer, qzILBbox2l const& region, bool paste);
     template <class Make>

@@ -1,8 +1,11 @@
 #include "qzil/image/image_helper.h"
 
+#include <typeinfo>
+
 namespace {
-/// Far above any format's; keeps every product of sizes in 64 bits.
+/// Far above any that exist; the product of both stays in 63 bits.
 constexpr unsigned kLargestPixel = 0xFFFF;
+constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 47;
 }  // namespace
 
 namespace qzil {
@@ -13,6 +16,17 @@ std::int64_t LineOrder::MemoryRow(std::int64_t line, std::int64_t height) const 
     bool const odd = (line & 1) != 0;
     if (bSplitFieldEven) return (row >> 1) + (odd ? (height + 1) >> 1 : 0);
     return (row >> 1) + (odd ? 0 : height >> 1);
+}
+
+CMFImage* OwnImage(IXFImage* image) {
+    if (!image) return nullptr;
+    // Nearly every image is of the class itself, which one comparison tells.
+    if (typeid(*image) == typeid(CMFImage)) return static_cast<CMFImage*>(image);
+    return dynamic_cast<CMFImage*>(image);
+}
+
+bool HasPixels(IXFImage* image) {
+    return qzILImageHelper(image).HasPixels();
 }
 
 }  // namespace qzil
@@ -35,30 +49,26 @@ void qzILImageHelper::SetImage(IXFImage* image) {
     image->GetFormat(&m_oFormat);
     image->GetAllAttributes(&attributes);
     m_pPixelArray = static_cast<unsigned char*>(pPixels);
+    qzil::FormatRow const& format = qzil::RowOf(m_oFormat);
+    m_pFormatRow = &format;
     bool const turned = m_oFormat == MFIF_MONO_RAW_16_TD && (attributes & qzil::kAttributeTopDown) != 0;
-    m_iTopDown = IsFormatTopDown(m_oFormat) || turned;
-    m_iSplitField = IsFormatSplitField(m_oFormat);
-    m_iSplitFieldEven = IsFormatSplitFieldEven(m_oFormat);
-    m_iSeparateAlpha = IsFormatWithSeparateAlpha(m_oFormat);
+    m_iTopDown = format.IsTopDown() || turned;
+    m_iSplitField = format.IsSplitField();
+    m_iSplitFieldEven = format.IsSplitFieldEven();
+    m_iSeparateAlpha = format.HasAlphaPlane();
+    if (!HoldsPixels()) return;
 
     qzil::LineOrder const order{m_iTopDown != 0, m_iSplitField != 0, m_iSplitFieldEven != 0};
     std::int64_t const row0 = order.MemoryRow(0, m_iHeight);
     std::int64_t const row1 = order.MemoryRow(1, m_iHeight);
     std::int64_t const row2 = order.MemoryRow(2, m_iHeight);
     std::int64_t const channel = m_uChannelSize;
-    // A channel larger than its pixel, an image without pixels, and a resolution set beyond the image's own memory have
-    // no addresses: the lines stay null.
-    auto const* const pOwn = dynamic_cast<CMFImage const*>(image);
-    bool const sound = m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel && m_iWidth > 0 &&
-                       m_iHeight > 0 && (!pOwn || pOwn->HoldsResolution());
     m_iPixelStep = static_cast<std::int32_t>(m_iSeparateAlpha ? m_uPixelSize - m_uChannelSize : m_uPixelSize);
-    if (!sound) m_iPixelStep = 0;
     std::ptrdiff_t const lineBytes = std::ptrdiff_t{m_iPixelStep} * m_iWidth;
     m_iLineStepA = lineBytes * (row1 - row0);
     m_iLineStepB = lineBytes * (row2 - row1);
     m_iAlphaPixelStep = m_iSeparateAlpha ? static_cast<std::int32_t>(channel) : m_iPixelStep;
     m_iAlphaLineStep = !m_iSeparateAlpha ? m_iLineStepA : (m_iTopDown ? -channel : channel) * m_iWidth;
-    if (!m_pPixelArray || !sound) return;
 
     m_pLineZero = m_pPixelArray + lineBytes * row0;
     if (m_iSeparateAlpha) {
@@ -67,6 +77,21 @@ void qzILImageHelper::SetImage(IXFImage* image) {
     } else {
         m_pAlphaLineZero = m_pLineZero + (std::int64_t{m_uPixelSize} - channel);
     }
+}
+
+bool qzILImageHelper::HoldsPixels() const {
+    if (!m_pPixelArray || m_iWidth <= 0 || m_iHeight <= 0) return false;
+    // Where setting the format stores no sizes they may be unset, and every address is the pixel array's. A format that
+    // has none at all takes what was set by hand.
+    bool const unset = m_uPixelSize == 0 && m_uChannelSize == 0 && m_pFormatRow->oStored.uPixelSize == 0;
+    unsigned const pixelBytes = m_pFormatRow->PixelBytes();
+    bool const agree = pixelBytes != 0 ? m_uPixelSize == pixelBytes && m_uChannelSize == m_pFormatRow->ChannelBytes()
+                                       : m_uChannelSize <= m_uPixelSize && m_uPixelSize <= kLargestPixel;
+    if (!agree && !unset) return false;
+    std::uint64_t const pixels = static_cast<std::uint64_t>(m_iWidth) * static_cast<std::uint64_t>(m_iHeight);
+    if (pixels > kMostPixels) return false;
+    CMFImage const* const pOwn = qzil::OwnImage(m_pImage);
+    return !pOwn || pixels * m_uPixelSize <= pOwn->PixelMemory();
 }
 
 unsigned char* qzILImageHelper::GetPixelPtr(int x, int y) const {

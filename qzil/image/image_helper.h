@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qzil/image/format_row.h"
 #include "qzil/image/image.h"
 #include "qzil/platform/api.h"
 
@@ -31,11 +32,17 @@ public:
     explicit qzILImageHelper(IXFImage* image) { SetImage(image); }
 
     /// Derives every field from the image but the two offsets and the channel offset, which stay. Null empties it.
+    /// The lines stay null for an image whose memory does not hold its format, its sizes and its resolution.
     void SetImage(IXFImage* image);
     bool IsEmpty() const { return m_pImage == nullptr; }
-    /// Address of a colour pixel; null when the helper is empty.
+    /// The image's memory holds its format, its sizes and its resolution, of at least one pixel: the sizes of channels
+    /// and pixels are those of the format, where it has any, and every address of a plane lies in the pixel array.
+    bool HasPixels() const { return m_pLineZero != nullptr; }
+    /// The row of the image's format.
+    qzil::FormatRow const& Format() const { return *m_pFormatRow; }
+    /// Address of a colour pixel; null without pixels.
     unsigned char* GetPixelPtr(int x, int y) const;
-    /// Address of a pixel's alpha, interleaved or in its plane; null when the helper is empty.
+    /// Address of a pixel's alpha, interleaved or in its plane; null without pixels.
     unsigned char* GetAlphaPtr(int x, int y) const;
 
     IXFImage* m_pImage = nullptr;
@@ -59,4 +66,24 @@ public:
     std::int32_t m_iAlphaPixelStep = 0;
     std::ptrdiff_t m_iAlphaLineStep = 0;
     GUID m_oFormat{};
+
+private:
+    bool HoldsPixels() const;
+
+    qzil::FormatRow const* m_pFormatRow = &qzil::kUnknownFormat;
 };
+
+namespace qzil {
+
+/// The image as the library's own class; null for one of a host's.
+CMFImage* OwnImage(IXFImage* image);
+
+/// Pixels may be copied between the two as bytes: the formats are one and, where these leave them open, the sizes.
+inline bool SameLayout(qzILImageHelper const& a, qzILImageHelper const& b) {
+    return a.m_oFormat == b.m_oFormat && a.m_uPixelSize == b.m_uPixelSize && a.m_uChannelSize == b.m_uChannelSize;
+}
+
+/// As qzILImageHelper::HasPixels: what is asked of every image that something is read from or written to.
+bool HasPixels(IXFImage* image);
+
+}  // namespace qzil

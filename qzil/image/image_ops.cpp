@@ -1,6 +1,7 @@
 #include "qzil/image/image_ops.h"
 
 #include "qzil/image/format_relations.h"
+#include "qzil/image/format_row.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -35,11 +36,71 @@ bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height
     return true;
 }
 
+HRESULT CloneWithPixels(IXFImage* image, Ref<IXFImage>& clone) {
+    HRESULT const result = qzILCloneImage(image, IID_IXFImage, clone.Out());
+    return result < 0 || HasPixels(clone.Get()) ? result : kOutOfMemory;
+}
+
+namespace {
+
+void CopyFrame(IXFImage& from, IXFImage& to) {
+    Ref<IXFImageHeaderFooter> source, target;
+    if (from.QueryInterface(IID_IXFImageHeaderFooter, source.Out()) < 0) return;
+    if (to.QueryInterface(IID_IXFImageHeaderFooter, target.Out()) < 0) return;
+    unsigned bytes = 0;
+    source->GetHeaderSize(&bytes);
+    target->SetHeaderSize(bytes);
+    source->GetFooterSize(&bytes);
+    target->SetFooterSize(bytes);
+}
+
+void CopyDescription(IXFImage& from, IXFImage& to) {
+    int width = 0, height = 0;
+    double x = 0, y = 0;
+    unsigned attributes = 0;
+    void* pUserData = nullptr;
+    from.GetOriginalRes(&width, &height);
+    to.SetOriginalRes(width, height);
+    from.GetSize(&x, &y);
+    to.SetSize(x, y);
+    from.GetPos(&x, &y);
+    to.SetPos(x, y);
+    from.GetAllAttributes(&attributes);
+    to.SetAllAttributes(attributes);
+    from.GetUserData(&pUserData);
+    to.SetUserData(pUserData);
+    CopyFrame(from, to);
+}
+
+}  // namespace
+
+HRESULT MakeReplacement(IXFImage* image, GUID const& format, int width, int height, Ref<IXFImage>& made) {
+    if (HRESULT const result = qzILCreateImage(nullptr, IID_IXFImage, made.Out()); result < 0) return result;
+    if (image) CopyDescription(*image, *made.Get());
+    made->SetFormat(format);
+    return made->Allocate(width, height);
+}
+
+HRESULT ReplaceBy(IXFImage* image, IXFImage* made) {
+    CMFImage const* const pOwn = OwnImage(image);
+    if (pOwn && !pOwn->IsExternal()) return qzILSwapImage(image, made);
+    // Memory that stays where it is.
+    qzILImageHelper const helper(made);
+    unsigned present = 0, wanted = 0;
+    image->GetPixelArraySize(&present);
+    made->GetPixelArraySize(&wanted);
+    if (pOwn && present != wanted) return kUnexpected;
+    image->SetFormat(helper.m_oFormat);
+    if (HRESULT const result = image->Allocate(helper.m_iWidth, helper.m_iHeight); result < 0) return result;
+    return qzILCopyImage(made, image, nullptr, nullptr, 0);
+}
+
+void StateLength(IXFImage& image, std::uint64_t bytes) {
+    if (bytes <= UINT32_MAX) image.SetPixelArraySize(static_cast<unsigned>(bytes));
+}
+
 bool IsPairFormat(GUID const& format) {
-    unsigned const channelSize = GetChannelSizeFromFormat(format);
-    bool const video = IsFormatYCC422(format) && (IsFormat601(format) || IsFormat709(format));
-    return video && channelSize != 0 &&
-           GetPixelSizeFromFormat(format) == channelSize * (IsFormatWithAlpha(format) ? 3 : 2);
+    return RowOf(format).IsPair();
 }
 
 bool CoversWholePlanes(GUID const& format, unsigned channels) {
@@ -125,21 +186,19 @@ HRESULT FillRegionLines(IXFImage* image, qzILBbox2l const& region, void const* p
     if (!image || !pixel) return kFalse;
     qzILImageHelper const helper(image);
     qzILBbox2l const box = region.Intersect(WholeOf(image));
-    if (box.IsEmpty() || !helper.m_pLineZero || helper.m_iPixelStep <= 0) return kOk;
+    if (box.IsEmpty()) return kOk;
+    if (!helper.HasPixels()) return kInvalidArgument;
 
     auto const* const pBytes = static_cast<unsigned char const*>(pixel);
-    GUID const& format = helper.m_oFormat;
     std::size_t const step = static_cast<std::size_t>(helper.m_iPixelStep);
     std::size_t const size = helper.m_uChannelSize;
     std::size_t const width = static_cast<std::size_t>(box.Size.x);
     auto const colorLine = [&](int y) { return helper.GetPixelPtr(box.Origin.x, y); };
 
-    // Sizes set by hand may contradict the format; only its own layouts are filled by pairs.
-    bool const beside = step == 3 * size;
-    if (IsPairFormat(format) && size <= sizeof(float) && (beside || step == 2 * size)) {
+    if (helper.Format().IsPair()) {
         bool const fillColor = (mode & kModeColor) != 0;
         bool const fillAlpha = (mode & kModeAlpha) != 0;
-        if (beside) {
+        if (step == 3 * size) {
             // Alpha beside each luma and chroma sample.
             unsigned char unit[2 * 3 * sizeof(float)];
             for (std::size_t i = 0; i < 2; ++i) {
@@ -156,10 +215,10 @@ HRESULT FillRegionLines(IXFImage* image, qzILBbox2l const& region, void const* p
         }
         return kOk;
     }
-    if (CoversWholePlanes(format, mode)) {
+    if (CoversWholePlanes(helper.m_oFormat, mode)) {
         FillPlane(box, mode, pBytes, step, step * width, colorLine);
     } else {
-        FillChannels(helper, box, mode, pBytes, GetNumOfChannelsFromFormat(format));
+        FillChannels(helper, box, mode, pBytes, helper.Format().uChannels);
     }
     return kOk;
 }
@@ -280,9 +339,7 @@ HRESULT qzILCopyImage(IXFImage* source, IXFImage* destination, qzILBbox2l const*
 
     qzILImageHelper sourceHelper(source);
     qzILImageHelper const destinationHelper(destination);
-    if (sourceHelper.m_oFormat != destinationHelper.m_oFormat || !sourceHelper.m_pLineZero ||
-        !destinationHelper.m_pLineZero || sourceHelper.m_iPixelStep != destinationHelper.m_iPixelStep ||
-        sourceHelper.m_uChannelSize != destinationHelper.m_uChannelSize || sourceHelper.m_iPixelStep < 0) {
+    if (!sourceHelper.HasPixels() || !destinationHelper.HasPixels() || !SameLayout(sourceHelper, destinationHelper)) {
         return kInvalidArgument;
     }
     std::int64_t const shiftX = std::int64_t{target.x} - from.Origin.x, shiftY = std::int64_t{target.y} - from.Origin.y;
@@ -336,21 +393,18 @@ HRESULT qzILSplitYCCAImage(IXFImage* image, IXFImage** color, IXFImage** alpha) 
     HRESULT result = qzILSplitYCCAImageFormat(format, &colorFormat, &alphaFormat);
     if (result < 0) return result;
 
-    void* pPixels = nullptr;
-    unsigned pixelSize = 0, channelSize = 0, attributes = 0;
-    int width = 0, height = 0, originalWidth = 0, originalHeight = 0;
+    qzILImageHelper const helper(image);
+    if (!helper.HasPixels()) return kInvalidArgument;
+    unsigned attributes = 0;
+    int const width = helper.m_iWidth, height = helper.m_iHeight;
+    int originalWidth = 0, originalHeight = 0;
     double sizeX = 0, sizeY = 0, posX = 0, posY = 0;
-    image->GetPixelArray(&pPixels);
-    image->GetPixelSize(&pixelSize);
-    image->GetChannelSize(&channelSize);
     image->GetAllAttributes(&attributes);
-    image->GetRes(&width, &height);
     image->GetOriginalRes(&originalWidth, &originalHeight);
     image->GetSize(&sizeX, &sizeY);
     image->GetPos(&posX, &posY);
-    if (width < 0 || height < 0 || pixelSize < channelSize) return kFailure;
     std::size_t const pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    std::size_t const colorBytes = pixels * (pixelSize - channelSize);
+    std::size_t const colorBytes = pixels * (helper.m_uPixelSize - helper.m_uChannelSize);
 
     auto const makeView = [&](GUID const& viewFormat, void* viewPixels, std::size_t bytes, unsigned viewAttributes,
                               Ref<IXFImage>& view) {
@@ -363,15 +417,16 @@ HRESULT qzILSplitYCCAImage(IXFImage* image, IXFImage** color, IXFImage** alpha) 
         view->SetPos(posX, posY);
         view->SetAllAttributes(viewAttributes);
         view->SetPixelArray(viewPixels);
-        view->SetPixelArraySize(static_cast<unsigned>(bytes));
+        StateLength(*view.Get(), bytes);
         return kOk;
     };
-    auto* const pAlphaPixels = pPixels ? static_cast<unsigned char*>(pPixels) + colorBytes : nullptr;
     bool const turned = IsFormatTopDown(format) && !IsFormatTopDown(alphaFormat);
     unsigned const alphaAttributes = attributes | (turned ? kAttributeTopDown : 0);
     Ref<IXFImage> colorView, alphaView;
-    result = makeView(colorFormat, pPixels, colorBytes, attributes, colorView);
-    if (result >= 0) result = makeView(alphaFormat, pAlphaPixels, pixels * channelSize, alphaAttributes, alphaView);
+    result = makeView(colorFormat, helper.m_pPixelArray, colorBytes, attributes, colorView);
+    if (result >= 0)
+        result = makeView(alphaFormat, helper.m_pPixelArray + colorBytes, pixels * helper.m_uChannelSize,
+                          alphaAttributes, alphaView);
     if (result < 0) return result;
     *color = colorView.Detach();
     *alpha = alphaView.Detach();

@@ -10,7 +10,8 @@ QZIL_API HRESULT qzILCreateImage(IUnknown* outer, GUID const& iid, void** out);
 /// Makes an image of a format with pixel memory. `*out` stays null on any failure.
 QZIL_API HRESULT qzILCreateAndAllocImage(IUnknown* outer, GUID const& iid, int width, int height, GUID const& format,
                                          void** out);
-/// Copies of an image; 0x8000FFFF when the object cannot be cloned.
+/// Copies of an image; 0x8000FFFF when the object cannot be cloned. Where there is no memory for the pixels,
+/// qzILCloneImage deliberately answers 0 with an empty image, while the other gives 0x8007000E.
 QZIL_API HRESULT qzILCloneImage(IXFImage* image, GUID const& iid, void** out);
 QZIL_API HRESULT qzILCloneImageNoData(IXFImage* image, GUID const& iid, void** out);
 /// A clone of the source's size that holds the pixels of the rectangle only.
@@ -54,11 +55,30 @@ constexpr bool SkipsLine(unsigned mode, std::int64_t y) {
     return (mode & ((y & 1) == 0 ? kModeSkipEvenLines : kModeSkipOddLines)) != 0;
 }
 
+/// The format of an image.
+inline GUID FormatOf(IXFImage* image) {
+    GUID format{};
+    image->GetFormat(&format);
+    return format;
+}
+
 /// Two images are one when they share their pixel memory: the planes of one image count as that image.
 bool SamePixels(IXFImage* a, IXFImage* b);
 
 /// Makes an image over memory of the caller, laid out as the format and size say; false without memory for it.
 bool ViewMemory(unsigned char* pixels, GUID const& format, int width, int height, Ref<IXFImage>& view);
+
+/// qzILCloneImage for the library's own use: without pixels it fails.
+HRESULT CloneWithPixels(IXFImage* image, Ref<IXFImage>& clone);
+
+/// Makes an image of a format and size that is otherwise like `image`, null for none, but for the pixels.
+HRESULT MakeReplacement(IXFImage* image, GUID const& format, int width, int height, Ref<IXFImage>& made);
+/// Gives an image all of its replacement, which is not to be used any more. On a failure the image is as it was: a lent
+/// pixel array has to be of the size already.
+HRESULT ReplaceBy(IXFImage* image, IXFImage* made);
+
+/// Sets the size of a pixel array, where it has one: what is longer than 32 bits can say stays the caller's to know.
+void StateLength(IXFImage& image, std::uint64_t bytes);
 
 /// True for the formats that hold two pixels as luma, chroma, luma, chroma, with alpha in a plane or none.
 bool IsPairFormat(GUID const& format);

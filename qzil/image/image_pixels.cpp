@@ -26,7 +26,7 @@ HRESULT CMFImage::MoveRegion(void* buffer, qzILBbox2l const& region, bool paste)
     view->SetPixelSize(d.uPixelSize);
     view->SetRes(region.Size.x, region.Size.y);
     view->SetPixelArray(buffer);
-    view->SetPixelArraySize(static_cast<unsigned>(region.Size.x) * static_cast<unsigned>(region.Size.y) * d.uPixelSize);
+    qzil::StateLength(*view.Get(), static_cast<std::uint64_t>(region.Size.x) * region.Size.y * d.uPixelSize);
     qzILVector2l const origin;
     if (paste) {
         qzILBbox2l const whole(0, 0, region.Size.x, region.Size.y);
@@ -70,7 +70,7 @@ HRESULT CMFImage::FillLine(void* pixel, int x0, int y0, int x1, int y1) {
     if (pixelSize == 0) return kOk;
 
     bool const swapped = y1 - y0 > x1 - x0;
-    std::uint64_t const limit = m_oState.iExternal ? UINT64_MAX : d.uPixelArraySize;
+    std::uint64_t const limit = PixelMemory();
     auto const plot = [&](std::int64_t along, std::int64_t across) {
         auto const index = static_cast<std::uint64_t>(swapped ? along * d.iWidth + across : across * d.iWidth + along);
         if ((index + 1) * pixelSize <= limit) std::memcpy(m_oState.pPixels + index * pixelSize, pixel, pixelSize);
@@ -113,9 +113,8 @@ HRESULT CMFImage::FillLine(void* pixel, int x0, int y0, int x1, int y1) {
 
 HRESULT CMFImage::GetPixel(void* pixel, float x, float y) {
     Description const& d = m_oState.oDescription;
-    if (!(x >= 0 && y >= 0 && x < static_cast<float>(d.iWidth) && y < static_cast<float>(d.iHeight))) {
-        return kInvalidArgument;
-    }
+    bool const inside = x >= 0 && y >= 0 && x < static_cast<float>(d.iWidth) && y < static_cast<float>(d.iHeight);
+    if (!inside || !pixel) return kInvalidArgument;
     bool const wide = d.oFormat == MFIF_RGBA_RAW_64 || d.oFormat == MFIF_MONO_RAW_16;
     bool const mono = d.oFormat == MFIF_MONO_RAW_8 || d.oFormat == MFIF_MONO_RAW_16;
     if (!wide && !mono && d.oFormat != MFIF_RGBA_RAW_32 && d.oFormat != MFIF_DIB_RAW_32) return kFailure;
@@ -130,8 +129,8 @@ HRESULT CMFImage::GetPixel(void* pixel, float x, float y) {
     unsigned const channels = mono ? 1 : 4;
     unsigned const touched = std::max(pixelSize, channels * (wide ? 2u : 1u));
     std::uint64_t bytes = static_cast<std::uint64_t>(d.iWidth) * static_cast<std::uint64_t>(d.iHeight) * pixelSize;
-    if (!m_oState.iExternal) bytes = std::min<std::uint64_t>(bytes, d.uPixelArraySize);
-    if (!m_oState.pPixels || !pixel || bytes < touched) return kFailure;
+    bytes = std::min(bytes, PixelMemory());
+    if (!m_oState.pPixels || bytes < touched) return kFailure;
     auto const at = [&](std::int64_t column, std::int64_t row) {
         // Right of the last column lies the next row's first pixel; behind the last pixel, the last one again.
         auto const offset = static_cast<std::uint64_t>(row * d.iWidth + column) * pixelSize;

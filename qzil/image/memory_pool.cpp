@@ -58,8 +58,9 @@ void qzILMemoryPool::FreeMem(int sizeClass, void* block) {
     }
 }
 
-HRESULT qzILMemoryPool::AllocateMemory(std::uint32_t size, void** block) {
+HRESULT qzILMemoryPool::AllocateMemory(std::uint32_t size, void** block, bool* fresh) {
     *block = nullptr;
+    if (fresh) *fresh = true;
     Lock const lock(*this);
     int sizeClass = 0;
     if (size > m_auLimit[0]) {
@@ -84,6 +85,7 @@ HRESULT qzILMemoryPool::AllocateMemory(std::uint32_t size, void** block) {
         if (hit != freeList.end()) {
             used.emplace(hit->pBlock, size);
             *block = hit->pBlock;
+            if (fresh) *fresh = false;
             freeList.erase(hit);
             return kOk;
         }

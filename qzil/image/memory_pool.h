@@ -27,7 +27,9 @@ public:
     qzILMemoryPool& operator=(qzILMemoryPool const&) = delete;
 
     /// 0, or 0x8007000E and a null block.
-    HRESULT AllocateMemory(std::uint32_t size, void** block);
+    HRESULT AllocateMemory(std::uint32_t size, void** block) { return AllocateMemory(size, block, nullptr); }
+    /// `fresh`: the block is all zero; one that was used before is not.
+    HRESULT AllocateMemory(std::uint32_t size, void** block, bool* fresh);
     /// Never fails; null is ignored.
     void ReleaseMemory(void* block);
     /// Frees the free list of a size class; class 3 has none.

@@ -1,5 +1,5 @@
 #include "qzil/kernel/commit.h"
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 
 #if defined(__SSE2__)
 #include <immintrin.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 
 // Values on their way into samples: rounded half away from zero and limited to the sample's range; float as it is.
 

@@ -19,12 +19,14 @@ struct Row {
     void* pOut;
     void* pAlphaOut;
     int iPixels;        ///< of the stretch
+    int iSamples;       ///< of the stretch
+    unsigned uSelected;  ///< channels that the processing mode selects; 15 where it selects none of them
     bool bMaskPerPair;  ///< mask values are widened, one for two samples: integer pixels of four samples
     bool bOddX;         ///< the stretch starts on an odd pixel of its line
 };
 
 /// How a result is mixed into the passed-through pixel by a mask value.
-enum class MixRule {
+enum class MixRule : u8 {
     NormMult,  ///< 8 bits, by the two table products
     Mix257,    ///< 8 bits, by the rounded 257 mix
     UInt16,
@@ -35,7 +37,7 @@ enum class MixRule {
 };
 
 /// How mask values are handed to a row function and to the commit.
-enum class MaskLayout {
+enum class MaskLayout : u8 {
     Pixel,    ///< one per pixel
     Samples,  ///< repeated for the samples of a pixel; see Row::bMaskPerPair
     Pair8,    ///< 4:2:2, 8 bits: byte 0 of a pair by its first pixel, byte 2 by its second, bytes 1 and 3 by their mean
@@ -116,36 +118,33 @@ Walk PartOf(Walk const& walk, int first, int count);
 
 }  // namespace qzil::kernel
 
-// A table of row functions is a plain struct of function pointers. QZIL_ROW_TABLE(Table) behind its definition, in
-// namespace qzil, declares one instance per CPU level and Get<Table>(), the instance of the active level. The row
-// source defines the instance as Table const g_oTable{...} inside QZIL_ROWS_BEGIN and QZIL_ROWS_END.
+// QZIL_PER_LEVEL(Name, Type) in namespace qzil declares one constant per CPU level and Get<Name>(), that of the active
+// level. The row source defines it as Type const g_o<Name>{...} inside QZIL_ROWS_BEGIN and QZIL_ROWS_END.
+#define QZIL_LEVEL_CONSTANT(level, Name, ...) \
+    namespace level {                         \
+    extern __VA_ARGS__ const g_o##Name;       \
+    }
 #ifdef QZIL_HAS_X86_LEVELS
-#define QZIL_ROW_TABLE(Table)                                 \
-    namespace baseline {                                      \
-    extern Table const g_o##Table;                            \
-    }                                                         \
-    namespace v3 {                                            \
-    extern Table const g_o##Table;                            \
-    }                                                         \
-    namespace v4 {                                            \
-    extern Table const g_o##Table;                            \
-    }                                                         \
-    QZIL_INLINE Table const& Get##Table() {                   \
-        switch (kernel::ActiveCpuLevel()) {                   \
-            case kernel::CpuLevel::V4: return v4::g_o##Table; \
-            case kernel::CpuLevel::V3: return v3::g_o##Table; \
-            default: return baseline::g_o##Table;             \
-        }                                                     \
+#define QZIL_PER_LEVEL(Name, ...)                            \
+    QZIL_LEVEL_CONSTANT(baseline, Name, __VA_ARGS__)         \
+    QZIL_LEVEL_CONSTANT(v3, Name, __VA_ARGS__)               \
+    QZIL_LEVEL_CONSTANT(v4, Name, __VA_ARGS__)               \
+    QZIL_INLINE __VA_ARGS__ const& Get##Name() {             \
+        switch (kernel::ActiveCpuLevel()) {                  \
+            case kernel::CpuLevel::V4: return v4::g_o##Name; \
+            case kernel::CpuLevel::V3: return v3::g_o##Name; \
+            default: return baseline::g_o##Name;             \
+        }                                                    \
     }
 #else
-#define QZIL_ROW_TABLE(Table)               \
-    namespace baseline {                    \
-    extern Table const g_o##Table;          \
-    }                                       \
-    QZIL_INLINE Table const& Get##Table() { \
-        return baseline::g_o##Table;        \
+#define QZIL_PER_LEVEL(Name, ...)                    \
+    QZIL_LEVEL_CONSTANT(baseline, Name, __VA_ARGS__) \
+    QZIL_INLINE __VA_ARGS__ const& Get##Name() {     \
+        return baseline::g_o##Name;                  \
     }
 #endif
+// A table of row functions: a plain struct of function pointers.
+#define QZIL_ROW_TABLE(Table) QZIL_PER_LEVEL(Table, Table)
 
 #define QZIL_ROWS_BEGIN \
     namespace qzil {    \

@@ -169,6 +169,8 @@ public:
                 pixels = std::min(StretchFrom(out.At(x)), m_oWalk.iWidth - x);
                 Row row{};
                 row.iPixels = pixels;
+                row.iSamples = pixels * m_oTraits.iSamples;
+                row.uSelected = m_uChannels;
                 row.bOddX = m_oWalk.bOddX;
                 row.bMaskPerPair = m_oMaskReader.IsPerPair();
                 row.pA = a.At(x);

@@ -9,36 +9,16 @@
 /// Alpha: 0.0 to 1.0; not set at first. Verify adds 0x1000D for a format that is not in GetFormats(), 0x10012 for alpha
 /// out of its range.
 class QZIL_API qzILBlendImg : public qzILDyadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILBlendImg)
-public:
-    qzILBlendImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILBlendImg, m_dfAlpha = -1.0)  // an alpha that was never set fails Verify
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    /// An alpha that was never set fails Verify.
-    void Init() { m_dfAlpha = -1.0; }
-    void Trash() {}
     double GetAlpha() const { return m_dfAlpha; }
     void SetAlpha(double alpha) { m_dfAlpha = alpha; }
     /// Takes the first n pixels off every line of the walk; -n puts them back. For routines that share a line.
     void SetStartOffsetX(int n);
 
 protected:
-    qzILStatus BlendRgba8();
-    qzILStatus Blend8_RGB_NoMask();
-    qzILStatus Blend8_RGBA_NoMask();
-    qzILStatus BlendMono8();
-    qzILStatus Blend8_YCC422();
-    qzILStatus Blend8_YCC422_NoMask();
-    qzILStatus Blend16();
-    qzILStatus BlendS2_14();
-    qzILStatus BlendYCC422S2_14();
-    qzILStatus BlendRgbaFloatNoMask();
-    qzILStatus BlendRgbaFloatMask();
-    qzILStatus BlendMonoFloat();
-    qzILStatus BlendYCC422Float();
-
     // Kept as entries only: the word that would select them is always 0.
     int Blend8_SSE2() const { return m_oBoxes.oProcessed.Size.x; }
     int Blend8_NoMask_SSE2() const { return m_oBoxes.oProcessed.Size.x; }
@@ -48,10 +28,6 @@ protected:
     int BlendRgbaS214Mask_SSE2() const { return 0; }
 
 private:
-    struct Dispatch;
-    qzILStatus Blend8(qzil::kernel::RowTraits const& traits);
-    qzILStatus BlendFloat(qzil::kernel::RowTraits const& traits);
-
     double m_dfAlpha;
 };
 
@@ -62,15 +38,10 @@ private:
 /// Alphas: each 0.0 to 1.0, both 0.0 at first. Verify adds 0x1000D for another format, 0x10012 for an alpha out of its
 /// range.
 class QZIL_API qzILGeneralBlendImage : public qzILDyadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILGeneralBlendImage)
-public:
-    qzILGeneralBlendImage() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILGeneralBlendImage)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init() {}
-    void Trash() {}
     void SetAlphas(double alphaA, double alphaB);
     void GetAlphas(double& alphaA, double& alphaB) const;
 

@@ -1,57 +1,69 @@
 #pragma once
 
-#include "qzil/kernel/row.h"
+#include "qzil/kernel/operation.h"
 
 namespace qzil {
 
-/// One weight of B for the selected channels, whose word has all bits set; the others take the passed-through pixel.
+/// A toward B by one weight.
 template <class T>
-struct BlendWeight {
+struct Blend {
     T oWeight;
-    T aWord[4];
-    int iSamples;
+
+    QZIL_INLINE Wide<T> operator()(Wide<T> a, Wide<T> b) const {
+        if constexpr (sizeof(T) == 1) {
+            return WideMixNormMult(a, b, oWeight);
+        } else {
+            return WideMix16(a, b, oWeight);
+        }
+    }
 };
 
-/// Float without a mask: a channel that is not selected has the weight 0 or 1 that stands for the passed-through pixel.
-struct BlendLanesFloat {
-    float aWeights[4];
-    int iSamples;
-};
-
-/// S2.14 with a mask.
-struct BlendMaskS2_14 {
-    s32 iAlpha14;
-    s32 iAlpha16;
+/// The mask is folded into the weight: from the passed-through pixel at 0 to alpha at full.
+template <>
+struct Blend<s16> {
+    s32 iWeight14, iWeight16;
     bool bPassB;
-    bool abSelected[4];
-    int iSamples;
+
+    QZIL_INLINE s32 operator()(s32 a, s32 b) const { return WideMixS2_14(a, b, iWeight14); }
+    QZIL_INLINE s32 Masked(s32 a, s32 b, s32 m) const {
+        // iWeight16 * m stays below 2^30 within the range in which it counts.
+        s32 const inside = Clamp(m, 0, 16384);
+        s32 const folded = ((iWeight16 * inside + 32768) >> 16) + (bPassB ? 16384 - inside : 0);
+        s32 const weight = m > 16383 ? iWeight14 : folded;
+        return WideMixS2_14(a, b, m < 1 ? (bPassB ? 16384 : 0) : weight);
+    }
 };
 
-/// Float with a mask.
-struct BlendMaskFloat {
+/// A channel that is not selected has the weight 0 or 1 that stands for the passed-through pixel, or, with a mask, is
+/// that pixel itself. A mask that is not a number gives a result that is none.
+template <>
+struct Blend<float> {
+    Channels<float> oWeight;
+    Channels<u32> oSelected;
     float fAlpha;
     bool bPassB;
-    bool abSelected[4];
-    int iSamples;
-};
 
-/// (A * weight of A + B * weight of B) >> 16 for 8 bits, >> 15 for 16 bits.
-struct GeneralBlendWeights {
-    u32 uWeightA;
-    u32 uWeightB;
-    int iSamples;
-};
+    QZIL_CHANNELS(oWeight)
+    QZIL_INLINE float operator()(float a, float b, float weight) const { return a + (b - a) * weight; }
 
-struct BlendRows {
-    kernel::TypedRow<BlendWeight<u8>> pBlend8;
-    kernel::TypedRow<BlendWeight<u16>> pBlend16;
-    kernel::TypedRow<BlendWeight<s16>> pBlendS2_14;
-    kernel::TypedRow<BlendLanesFloat> pBlendFloat;
-    kernel::TypedRow<BlendMaskS2_14> pBlendMaskS2_14;
-    kernel::TypedRow<BlendMaskFloat> pBlendMaskFloat;
-    kernel::TypedRow<GeneralBlendWeights> pGeneral8;
-    kernel::TypedRow<GeneralBlendWeights> pGeneral16;
+    QZIL_MASKED_CHANNELS(oSelected)
+    QZIL_INLINE float Masked(float a, float b, u32 selected, float m) const {
+        float const folded = bPassB ? 1.0f - m + m * fAlpha : fAlpha * m;
+        float const mixed = a + (b - a) * (m >= 1.0f ? fAlpha : folded);
+        return m <= 0.0f || selected == 0 ? (bPassB ? b : a) : mixed;
+    }
 };
-QZIL_ROW_TABLE(BlendRows)
+QZIL_OPERATION(Blend)
+
+/// (A * weight of A + B * weight of B) >> 16 for 8 bits, >> 15 for 16 bits. Two products of at most 65535 * 32768, or
+/// 255 * 65536, fit 32 unsigned bits; the low bits are kept unsaturated.
+template <class T>
+struct GeneralBlend {
+    static constexpr int kShift = sizeof(T) == 1 ? 16 : 15;
+    u32 uWeightA, uWeightB;
+
+    QZIL_INLINE T operator()(T a, T b) const { return static_cast<T>((a * uWeightA + b * uWeightB) >> kShift); }
+};
+QZIL_OPERATION(GeneralBlend, u8, u16)
 
 }  // namespace qzil

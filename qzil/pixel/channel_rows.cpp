@@ -57,36 +57,13 @@ QZIL_INLINE Vector LoadPart(u8 const* from, int bytes) {
 }
 
 template <class T>
-void Gray(Row const& row, NoConstants const&) {
+void GrayRow(Row const& row, Grayscale<T> const&) {
     auto* const out = Out<u8>(row.pOut);
     auto const* const in = In<u8>(row.pA);
-    ForVectors(row.iPixels * 4 * static_cast<int>(sizeof(T)), [=](int i, int bytes) {
+    ForVectors(row.iSamples * static_cast<int>(sizeof(T)), [=](int i, int bytes) {
         Vector const pixels = LoadPart(in + i, bytes), alpha = AlphaBits<T>();
         Vector const gray = (Luminance<T>(pixels) & ~alpha) | (pixels & alpha);
         __builtin_memcpy(out + i, &gray, static_cast<unsigned>(bytes));
-    });
-}
-
-void GrayFloat(Row const& row, NoConstants const&) {
-    auto* const out = Out<float>(row.pOut);
-    auto const* const in = In<float>(row.pA);
-    auto const luminance = [=](int i) { return 0.299f * in[4 * i] + 0.587f * in[4 * i + 1] + 0.114f * in[4 * i + 2]; };
-    if (!row.pMask) {
-        ForEach(row.iPixels, [=](int i) {
-            float const y = luminance(i), alpha = in[4 * i + 3];
-            out[4 * i] = out[4 * i + 1] = out[4 * i + 2] = y;
-            out[4 * i + 3] = alpha;
-        });
-        return;
-    }
-    auto const* const mask = In<float>(row.pMask);
-    ForEach(row.iPixels, [=](int i) {
-        float const y = luminance(i), m = mask[i];
-        for (int c = 0; c < 3; ++c) {
-            float const old = in[4 * i + c], mixed = MixFloat(old, y, m);
-            out[4 * i + c] = m <= 0.0f ? old : m >= 1.0f ? y : mixed;
-        }
-        out[4 * i + 3] = in[4 * i + 3];
     });
 }
 
@@ -116,62 +93,14 @@ void ToAlphaMasked(Row const& row) {
 }
 
 template <class T>
-void ToAlpha(Row const& row, NoConstants const&) {
+void ToAlphaRow(Row const& row, LuminanceToAlpha<T> const&) {
     if (row.pMask) return ToAlphaMasked<T>(row);
     auto* const out = Out<u8>(row.pOut);
     auto const* const in = In<u8>(row.pA);
-    ForVectors(row.iPixels * 4 * static_cast<int>(sizeof(T)), [=](int i, int bytes) {
+    ForVectors(row.iSamples * static_cast<int>(sizeof(T)), [=](int i, int bytes) {
         Vector const old = LoadPart(out + i, bytes), alpha = AlphaBits<T>();
         Vector const pixels = (old & ~alpha) | (Luminance<T>(LoadPart(in + i, bytes)) & alpha);
         __builtin_memcpy(out + i, &pixels, static_cast<unsigned>(bytes));
-    });
-}
-
-/// The bytes of a word where they belong; the rest is zero.
-QZIL_INLINE u32 Moved(u32 word, ByteMoves const& moves) {
-    u32 const turned1 = word << 8 | word >> 24, turned2 = word << 16 | word >> 16, turned3 = word << 24 | word >> 8;
-    return (word & moves.aTurned[0]) | (turned1 & moves.aTurned[1]) | (turned2 & moves.aTurned[2]) |
-           (turned3 & moves.aTurned[3]);
-}
-
-/// a / b truncated; 0 for a = 0. Both are below 2^17, where a float quotient is below an integer if the exact one is.
-QZIL_INLINE s32 Quotient(s32 a, s32 b) {
-    return static_cast<s32>(static_cast<float>(a) / static_cast<float>(Max(b, 1)));
-}
-
-/// Hue, lightness and saturation of a pixel, in this order from the low byte. The quotients are the entries of
-/// ilNormDiv and ilHueTable.
-QZIL_INLINE u32 HlsOf(u32 pixel) {
-    s32 const r = static_cast<s32>(pixel & 255), g = static_cast<s32>(pixel >> 8 & 255),
-              b = static_cast<s32>(pixel >> 16 & 255);
-    s32 const high = Max(Max(r, g), b), low = Min(Min(r, g), b), sum = high + low, spread = high - low;
-    s32 const lightness = (sum + 1) >> 1;
-    s32 const most = lightness >= 128 ? 510 - sum : sum;
-    s32 const saturation = Quotient(spread * 255 + (most >> 1), most);
-    // The tests for the largest channel go in this order: red, green, blue.
-    s32 const way = r == high ? g - b : g == high ? b - r : r - g;
-    s32 const start = r == high ? 0 : g == high ? 85 : 170;
-    s32 const part = Quotient(85 * Max(way, -way) + spread, 2 * spread);
-    s32 const hue = start + (way < 0 ? -part : part);
-    return static_cast<u32>((hue & 255) | lightness << 8 | saturation << 16);
-}
-
-void Switch(Row const& row, ChannelSources const& c) {
-    auto* const out = reinterpret_cast<PixelWord*>(row.pOut);
-    auto const* const in = reinterpret_cast<PixelWord const*>(row.pA);
-    ByteMoves const moves = c.oPixel;
-    u32 const flip = c.uFlip;
-    ForEach(row.iPixels, [=](int i) { out[i] = Moved(in[i], moves) ^ flip; });
-}
-
-void SwitchHls(Row const& row, ChannelSources const& c) {
-    auto* const out = reinterpret_cast<PixelWord*>(row.pOut);
-    auto const* const in = reinterpret_cast<PixelWord const*>(row.pA);
-    ByteMoves const moves = c.oPixel, hls = c.oHls;
-    u32 const flip = c.uFlip;
-    ForEach(row.iPixels, [=](int i) {
-        u32 const pixel = in[i];
-        out[i] = (Moved(pixel, moves) | Moved(HlsOf(pixel), hls)) ^ flip;
     });
 }
 
@@ -217,7 +146,29 @@ void Insert16(ConvertRow const& row, ChannelPlace const& c) {
 
 }  // namespace
 
-ChannelRows const g_oChannelRows{Gray<u8>,  Gray<u16>, GrayFloat, ToAlpha<u8>, ToAlpha<u16>, Switch,
-                                 SwitchHls, Extract8,  Extract16, Extract32,   Insert8,      Insert16};
+// The rows copy alpha, which mixes with itself to itself.
+constexpr With kGray{.eMix8 = kernel::MixRule::Mix257, .bHasChannels = false};
+kernel::Operation<Grayscale, u8, u16, float> const g_oGrayscale =
+    kStretch<Grayscale, u8, GrayRow<u8>, kGray> | kStretch<Grayscale, u16, GrayRow<u16>, kGray> |
+    kPixel<Grayscale, kGray, float>;
+
+constexpr With kToAlpha{.eMaskLayout = kernel::MaskLayout::Pixel,
+                        .bTakesMask = true,
+                        .bHasChannels = false,
+                        .bWritesAll = false};
+kernel::Operation<LuminanceToAlpha, u8, u16> const g_oLuminanceToAlpha =
+    kStretch<LuminanceToAlpha, u8, ToAlphaRow<u8>, kToAlpha> |
+    kStretch<LuminanceToAlpha, u16, ToAlphaRow<u16>, kToAlpha>;
+
+// Unselected channels are their own sources, and a mask's mix of a channel with itself keeps it.
+constexpr With kSwitch{.eSelection = Selection::Rule};
+kernel::Operation<ChannelSwitch, u8> const g_oChannelSwitch = kPixel<ChannelSwitch, kSwitch, u8>;
+kernel::Operation<HlsSwitch, u8> const g_oHlsSwitch = kPixel<HlsSwitch, kSwitch, u8>;
+
+ChannelRows const g_oChannelRows{.pExtract8 = Extract8,
+                                 .pExtract16 = Extract16,
+                                 .pExtract32 = Extract32,
+                                 .pInsert8 = Insert8,
+                                 .pInsert16 = Insert16};
 
 QZIL_ROWS_END

@@ -1,6 +1,7 @@
 #include "qzil/pixel/channels.h"
 
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/checks.h"
+#include "qzil/frame/run.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/image/pixel_math.h"
 #include "qzil/pixel/channel_rows.h"
@@ -47,8 +48,6 @@ bool IsOneChannel(XFImageChannel channel) {
            channel == XFImageChannel3;
 }
 
-constexpr NoConstants kNone{};
-
 enum Source { kComplement = 4, kHue = 8, kSaturation = 10, kFull = 12 };
 
 /// Lets byte `from` of a word through to byte `to`.
@@ -56,20 +55,21 @@ void Connect(ByteMoves& moves, int from, int to) {
     moves.aTurned[(to - from) & 3] |= 0xFFu << (8 * to);
 }
 
+bool IsHls(int source) {
+    return source >= kHue && source <= kSaturation;
+}
+
 /// The sources of the selected channels; the others keep their own.
-ChannelSources SourcesOf(std::int32_t const* sources, unsigned mode) {
-    ChannelSources result{};
+HlsSwitch<u8> SwitchOf(std::int32_t const* sources, kernel::Call const& call) {
+    HlsSwitch<u8> rule{};
     for (int i = 0; i < 4; ++i) {
-        int const source = mode >> i & 1 ? sources[i] : i;
-        if (source >= 0 && source < kHue) Connect(result.oPixel, source & 3, i);
-        if (source >= kHue && source <= kSaturation) {
-            Connect(result.oHls, source - kHue, i);
-            result.bHls = true;
-        }
+        int const source = call.Selects(i) ? sources[i] : i;
+        if (source >= 0 && source < kHue) Connect(rule.oPixel, source & 3, i);
+        if (IsHls(source)) Connect(rule.oHls, source - kHue, i);
         bool const flipped = (source >= kComplement && source < kHue) || source == kFull;
-        if (flipped) result.uFlip |= 0xFFu << (8 * i);
+        if (flipped) rule.uFlip |= 0xFFu << (8 * i);
     }
-    return result;
+    return rule;
 }
 
 }  // namespace
@@ -79,26 +79,11 @@ FormatList qzILGrayscaleImg::GetFormats() {
 }
 
 qzILStatus qzILGrayscaleImg::Verify() {
-    if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    if (qzILStatus const status = VerifyFormat(kGrayFormats); status != 1) return status;
-    return (m_uProcessingMode & kModeColor) == kModeColor ? 1 : Fail(0x20002);
+    return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kGrayFormats).Selects(kModeColor);
 }
 
 qzILStatus qzILGrayscaleImg::DoEffect() {
-    kernel::RowTraits traits = PixelTraits(Format(), kernel::MixRule::Mix257);
-    if (traits.iSamples != 4) return Fail(0x1000D);
-    // The row copies alpha, which mixes with itself to itself in integers. Float mixes in the row: infinities do not.
-    traits.bHasChannels = false;
-    ChannelRows const& rows = GetChannelRows();
-    switch (GetChannelTypeFromFormat(Format())) {
-        case XFChannelTypeUInt8: return RunRows(traits, kernel::Bound(rows.pGray8, kNone));
-        case XFChannelTypeUInt16: return RunRows(traits, kernel::Bound(rows.pGray16, kNone));
-        case XFChannelTypeFloat:
-            traits.bTakesMask = true;
-            traits.eMaskLayout = kernel::MaskLayout::Pixel;
-            return RunRows(traits, kernel::Bound(rows.pGrayFloat, kNone));
-        default: return Fail(0x1000D);
-    }
+    return Run(GetGrayscale());
 }
 
 bool qzILExtractChannel::Converts(GUID const& input, GUID const& output) {
@@ -107,7 +92,7 @@ bool qzILExtractChannel::Converts(GUID const& input, GUID const& output) {
 
 qzILStatus qzILExtractChannel::Verify() {
     if (qzILStatus const status = VerifyFormats(HasPartner, Converts); status != 1) return status;
-    return IsOneChannel(m_uChannel) ? 1 : Fail(0x10035);
+    return IsOneChannel(m_uChannel) ? 1 : Fail(Code::Channel);
 }
 
 qzILStatus qzILExtractChannel::DoEffect() {
@@ -139,7 +124,7 @@ bool qzILInsertChannel::Converts(GUID const& input, GUID const& output) {
 qzILStatus qzILInsertChannel::Verify() {
     auto const accepts = [](GUID const& input) { return input == MFIF_MONO_RAW_8 || input == MFIF_MONO_RAW_16; };
     if (qzILStatus const status = VerifyFormats(accepts, Converts); status != 1) return status;
-    return IsOneChannel(m_uChannel) || m_uChannel == kModeAllChannels ? 1 : Fail(0x10035);
+    return IsOneChannel(m_uChannel) || m_uChannel == kModeAllChannels ? 1 : Fail(Code::Channel);
 }
 
 qzILStatus qzILInsertChannel::DoEffect() {
@@ -188,20 +173,18 @@ void qzILChannelSwitch::GetSourceChannels(int* sources) const {
 }
 
 qzILStatus qzILChannelSwitch::Verify() {
-    if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pOutputImg->GetFormat(&format);
-    return Contains(kIntegerFormats, format) ? 1 : Fail(0x10012);
+    return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kIntegerFormats, Code::Alpha);
 }
 
 qzILStatus qzILChannelSwitch::DoEffect() {
-    if (Format() != MFIF_RGBA_RAW_32) return 1;
-    kernel::RowTraits traits = PixelTraits(Format(), kernel::MixRule::NormMult);
-    // Unselected channels are their own sources, and a mask's mix of a channel with itself keeps it.
-    traits.bTakesChannels = true;
-    ChannelSources const sources = SourcesOf(m_aSources, m_uProcessingMode);
-    ChannelRows const& rows = GetChannelRows();
-    return RunRows(traits, kernel::Bound(sources.bHls ? rows.pSwitchHls : rows.pSwitch, sources));
+    if (!Contains({kIntegerFormats.data(), 1}, Format())) return 1;
+    bool hls = false;
+    for (int i = 0; i < 4; ++i) hls |= (m_uProcessingMode >> i & 1) != 0 && IsHls(m_aSources[i]);
+    if (hls) return Run(GetHlsSwitch(), [this]<class T>(As<T> call) { return SwitchOf(m_aSources, call); });
+    return Run(GetChannelSwitch(), [this]<class T>(As<T> call) {
+        HlsSwitch<u8> const rule = SwitchOf(m_aSources, call);
+        return ChannelSwitch<T>{rule.oPixel, rule.uFlip};
+    });
 }
 
 FormatList qzILRGBA2Alpha::GetFormats() {
@@ -209,21 +192,18 @@ FormatList qzILRGBA2Alpha::GetFormats() {
 }
 
 qzILStatus qzILRGBA2Alpha::Verify() {
-    if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    GUID format{};
-    m_pInputImg->GetFormat(&format);
-    if (!Contains(kIntegerFormats, format)) return Fail(0x10034);
-    if (qzILStatus const status = VerifyFormat(kIntegerFormats); status != 1) return status;
-    qzILBbox2l const whole = WholeOf(m_pInputImg);
-    return !m_pMaskImg && m_oRoi.Intersect(whole) == whole ? 1 : Fail(0x20001);
+    auto const readable = [this] { return Contains(kIntegerFormats, FormatOf(m_pInputImg)); };
+    auto const whole = [this] {
+        qzILBbox2l const all = WholeOf(m_pInputImg);
+        return !m_pMaskImg && m_oRoi.Intersect(all) == all;
+    };
+    return Checks(*this, qzILMonadicPixelProc::Verify())
+        .That(readable, Code::InputFormat)
+        .Format(kIntegerFormats)
+        .That(whole, Code::RegionShape);
 }
 
 qzILStatus qzILRGBA2Alpha::DoEffect() {
     if (!Contains(kIntegerFormats, Format())) return -1;
-    kernel::RowTraits traits = PixelTraits(Format(), kernel::MixRule::NormMult);
-    traits.bHasChannels = traits.bWritesAll = false;
-    traits.bTakesMask = true;
-    traits.eMaskLayout = kernel::MaskLayout::Pixel;
-    ChannelRows const& rows = GetChannelRows();
-    return RunRows(traits, kernel::Bound(Format() == MFIF_RGBA_RAW_32 ? rows.pAlpha8 : rows.pAlpha16, kNone));
+    return Run(GetLuminanceToAlpha());
 }

@@ -32,14 +32,6 @@ protected:
     int ColorBlendYCC422_SSE2() const { return 0; }
 
 private:
-    qzILStatus ColorBlend8();
-    qzILStatus ColorBlendYCC422();
-    qzILStatus ColorBlend16();
-    qzILStatus ColorBlendFloat();
-    qzILStatus ColorBlendS2_14();
-    qzILStatus ColorBlendMonoS2_14();
-    bool IsSelected(bool hasChannels, int channel) const;
-
     qzILColor m_oBlendColor;
     double m_dfAlpha;
 };

@@ -1,11 +1,10 @@
 #include "qzil/pixel/composite.h"
 
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/checks.h"
+#include "qzil/frame/run.h"
 #include "qzil/pixel/composite_rows.h"
 
 using namespace qzil;
-using kernel::Bound;
-using kernel::MixRule;
 
 namespace {
 
@@ -22,28 +21,21 @@ FormatList qzILCompositeImg::GetFormats() {
 qzILStatus qzILCompositeImg::Verify() {
     m_uProcessingMode |= kModeAllChannels;
     m_pDominantInput = m_pInputImgA;
-    if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    if (VerifyFormat(kCompositeFormats) != 1) return -1;
-    if (!m_pMaskImg) return Fail(65625);
-    if (m_dfAlpha < 0.0 || m_dfAlpha > 1.0) return Fail(65554);
-    return m_uAlphaMode >= qzILAlphaZero && m_uAlphaMode <= qzILAlphaDerived ? 1 : Fail(65626);
+    return Checks(*this, qzILDyadicPixelProc::Verify())
+        .Format(kCompositeFormats)
+        .That(m_pMaskImg != nullptr, Code::NeedsMask)
+        .Share(m_dfAlpha, Code::Alpha)
+        .That(m_uAlphaMode >= qzILAlphaZero && m_uAlphaMode <= qzILAlphaDerived, Code::AlphaMode);
 }
 
 qzILStatus qzILCompositeImg::DoEffect() {
-    if (!Contains(kCompositeFormats, Format())) return -1;
-    if (!m_oMaskLines.pFirst) return Fail(65625);
-    kernel::RowTraits traits = PixelTraits(Format(), MixRule::NormMult);
-    traits.bTakesMask = true;
-    traits.bHasChannels = false;
-    CompositeRows const& rows = GetCompositeRows();
-    auto const run = [&]<class T>(kernel::TypedRow<CompositeConstants<T>> function) {
-        T const full = static_cast<T>(~T{0});
-        bool const derived = m_uAlphaMode == qzILAlphaDerived;
-        CompositeConstants<T> const constants{qzILFormat<T>::FromReal(m_dfAlpha), derived ? full : T{0},
-                                              m_uAlphaMode == qzILAlphaFull ? full : T{0}};
-        return RunRows(traits, Bound(function, constants));
-    };
-    return traits.iSampleBytes == 1 ? run(rows.pOver32WithMask) : run(rows.pOver64WithMask);
+    if (!Contains(kCompositeFormats, Format())) return Fail(Code::Format);
+    if (!m_oMaskLines.pFirst) return Fail(Code::NeedsMask);
+    return Run(GetComposite(), [this]<class T>(As<T>) {
+        constexpr T kFull = kFullScale<T>;
+        return Composite<T>{Share<T>(m_dfAlpha), m_uAlphaMode == qzILAlphaDerived ? kFull : T{0},
+                            m_uAlphaMode == qzILAlphaFull ? kFull : T{0}, {{kFull, kFull, kFull, 0}}};
+    });
 }
 
 FormatList qzILCopyOverImg::GetFormats() {
@@ -51,13 +43,9 @@ FormatList qzILCopyOverImg::GetFormats() {
 }
 
 qzILStatus qzILCopyOverImg::Verify() {
-    if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kCopyOverFormats);
+    return Checks(*this, qzILDyadicPixelProc::Verify()).Format(kCopyOverFormats);
 }
 
 qzILStatus qzILCopyOverImg::DoEffect() {
-    if (!IsFormatRGB(Format()) && !IsFormatMono(Format())) return Fail(65588);
-    kernel::RowTraits const traits = PixelTraits(Format(), MixRule::Mix257);
-    // The result is input B itself: the commit does all of the work.
-    return traits.iSampleBytes != 0 ? RunRows(traits, kernel::RowCall{}) : -1;
+    return Run(GetCopyOver(), Code::InputFormat);
 }

@@ -34,16 +34,6 @@ public:
     void SetStartOffsetX(int n);
 
 protected:
-    qzILStatus CompositeOverColor8();
-    qzILStatus CompositeOverColorFP8();
-    qzILStatus CompositeOverColorFNP8();
-    qzILStatus CompositeOverColorYCC422();
-    qzILStatus CompositeOverColorYUVA422();
-    qzILStatus CompositeOverColorRGBAFloat();
-    qzILStatus CompositeOverColorRGBAS2_14();
-    qzILStatus CompositeOverColorYCCAFloat();
-    qzILStatus CompositeOverColorYCCAS2_14();
-
     // Kept as entries only: the word that would select them is always 0.
     int CompositeOverColorYCC422_SSE2() const { return 0; }
     int CompositeOverColorYUVA422_SSE2() const { return 0; }
@@ -51,10 +41,11 @@ protected:
     int CompositeOverColorYCCAFloat_SSE2() const { return 0; }
 
 private:
-    struct Dispatch;
     qzILColor Premultiplied() const;
-    bool IsSelected(int channel) const { return (m_uProcessingMode >> channel & 1) != 0; }
-    qzILStatus CompositeReal(bool video);
+    qzILStatus CompositeOverColor8();
+    qzILStatus CompositeOverColorYCC422();
+    qzILStatus CompositeOverColorYUVA422();
+    qzILStatus CompositeReal();
 
     qzILColor m_oBackgroundColor;
     std::int32_t m_iPremultiplied;

@@ -8,13 +8,8 @@
 ///
 /// Verify adds 0x1000D for a format that is not in GetFormats().
 class QZIL_API qzILInvertImg : public qzILMonadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILInvertImg)
-public:
-    qzILInvertImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILInvertImg)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init() {}
-    void Trash() {}
 };

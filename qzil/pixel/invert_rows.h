@@ -1,19 +1,41 @@
 #pragma once
 
-#include "qzil/kernel/row.h"
+#include "qzil/kernel/operation.h"
 
 namespace qzil {
 
-struct InvertClassAttributes {
-    int iSamples;  ///< per pixel
-    int iLuma;     ///< place of luma in a 4:2:2 pixel
-};
+template <class T>
+struct Invert {
+    static constexpr bool kUnsigned = std::is_unsigned_v<T>;
+    using V = std::conditional_t<kUnsigned, T, Wide<T>>;
 
-struct InvertRows {
-    /// RGBA and mono; 4:2:2.
-    kernel::ByType<kernel::TypedRow<InvertClassAttributes>> oProcessRGBA;
-    kernel::ByType<kernel::TypedRow<InvertClassAttributes>> oProcessYCC422;
+    QZIL_INLINE V operator()(V v) const {
+        if constexpr (std::same_as<T, s16>) {
+            return Min(16384 - v, 32767);
+        } else {
+            return static_cast<V>(kFullScale<T> - v);
+        }
+    }
+    /// 16 + 235 of 8-bit video, times 257 in 16 bits.
+    QZIL_INLINE Wide<T> Luma(Wide<T> y) const {
+        constexpr Wide<T> kEnds = sizeof(T) == 1 ? 251 : 64507;
+        if constexpr (kUnsigned) {
+            return static_cast<Wide<T>>(Max(kEnds, y) - y);
+        } else {
+            return operator()(y);
+        }
+    }
+    QZIL_INLINE Wide<T> Chroma(Wide<T> c) const {
+        constexpr Wide<T> kEnds = sizeof(T) == 1 ? 256 : 65792;
+        if constexpr (kUnsigned) {
+            return Min(static_cast<Wide<T>>(kEnds - c), Wide<T>{kFullScale<T>});
+        } else if constexpr (std::same_as<T, s16>) {
+            return Min(-c, 32767);
+        } else {
+            return 0.0f - c;
+        }
+    }
 };
-QZIL_ROW_TABLE(InvertRows)
+QZIL_OPERATION(Invert)
 
 }  // namespace qzil

@@ -3,67 +3,16 @@
 #include "qzil/kernel/shapes.h"
 
 QZIL_ROWS_BEGIN
-namespace {
 
-using kernel::Row;
+/// What is not of 8 bits is taken as words.
+constexpr With kLogic{.bPolls = false, .bWordsServeS2_14 = true};
 
-template <class T, class Rule>
-QZIL_INLINE void Combine(Row const& row, PixelValues const& c, Rule rule) {
-    T* const out = Out<T>(row.pOut);
-    T const* const a = In<T>(row.pA);
-    T const* const b = In<T>(row.pB);
-    ForEach(row.iPixels * c.iValues, [=](int i) { out[i] = static_cast<T>(rule(a[i], b[i])); });
-}
-
-void And(Row const& row, PixelValues const& c) {
-    Combine<u8>(row, c, [](u8 a, u8 b) { return a & b; });
-}
-
-void Or(Row const& row, PixelValues const& c) {
-    Combine<u8>(row, c, [](u8 a, u8 b) { return a | b; });
-}
-
-void XOr(Row const& row, PixelValues const& c) {
-    Combine<u8>(row, c, [](u8 a, u8 b) { return a ^ b; });
-}
-
-template <class T>
-void Distance(Row const& row, PixelValues const& c) {
-    Combine<T>(row, c, [](T a, T b) { return Max(a, b) - Min(a, b); });
-}
-
-template <class T>
-void Larger(Row const& row, PixelValues const& c) {
-    Combine<T>(row, c, [](T a, T b) { return Max(a, b); });
-}
-
-template <class T>
-void Smaller(Row const& row, PixelValues const& c) {
-    Combine<T>(row, c, [](T a, T b) { return Min(a, b); });
-}
-
-template <class Rule>
-QZIL_INLINE void WithOperand(Row const& row, OperandWords const& c, Rule rule) {
-    u8* const out = Out<u8>(row.pOut);
-    u8 const* const in = In<u8>(row.pA);
-    Lanes<u16> const operand(c.aWords);
-    u8 const* const bytes = reinterpret_cast<u8 const*>(operand.aValues);
-    ForLanes(row.iPixels * c.iPixelBytes, [=](int i, int lane) { out[i] = static_cast<u8>(rule(in[i], bytes[lane])); });
-}
-
-void MonadicAnd(Row const& row, OperandWords const& c) {
-    WithOperand(row, c, [](u8 v, u8 operand) { return v & operand; });
-}
-
-void MonadicOr(Row const& row, OperandWords const& c) {
-    WithOperand(row, c, [](u8 v, u8 operand) { return v | operand; });
-}
-
-}  // namespace
-
-LogicRows const g_oLogicRows{
-    And,         Or,          XOr,          Distance<u8>, Distance<u16>, Larger<u8>,
-    Larger<u16>, Smaller<u8>, Smaller<u16>, MonadicAnd,   MonadicOr,
-};
+kernel::Operation<And, u8, u16> const g_oAnd = kCompose<And, kLogic, u8, u16>;
+kernel::Operation<Or, u8, u16> const g_oOr = kCompose<Or, kLogic, u8, u16>;
+kernel::Operation<XOr, u8, u16> const g_oXOr = kCompose<XOr, kLogic, u8, u16>;
+kernel::Operation<Distance, u8, u16> const g_oDistance = kCompose<Distance, kLogic, u8, u16>;
+kernel::Operation<Larger, u8, u16> const g_oLarger = kCompose<Larger, With{}, u8, u16>;
+kernel::Operation<Smaller, u8, u16> const g_oSmaller = kCompose<Smaller, With{}, u8, u16>;
+kernel::Operation<MaskBits, u8, u16> const g_oMaskBits = kPoint<MaskBits, With{.eSelection = Selection::Rule}, u8, u16>;
 
 QZIL_ROWS_END

@@ -1,25 +1,23 @@
 #pragma once
 
-#include "qzil/kernel/row.h"
+#include "qzil/kernel/operation.h"
 
 namespace qzil {
 
-/// Values of a pixel: its bytes for bitwise rows, its samples for the others.
-struct PixelValues {
-    int iValues;
-};
+QZIL_COMPOSE_RULE(And, a & b, u8, u16)
+QZIL_COMPOSE_RULE(Or, a | b, u8, u16)
+QZIL_COMPOSE_RULE(XOr, a ^ b, u8, u16)
+QZIL_COMPOSE_RULE(Distance, Max(a, b) - Min(a, b), u8, u16)
+QZIL_COMPOSE_RULE(Larger, Max(a, b), u8, u16)
+QZIL_COMPOSE_RULE(Smaller, Min(a, b), u8, u16)
 
-/// A colour in the samples of a format, mono and 8 bits repeated.
-struct OperandWords {
-    u16 aWords[4];
-    int iPixelBytes;
-};
+template <class T>
+struct MaskBits {
+    Channels<T> oKept, oSet;
 
-struct LogicRows {
-    kernel::TypedRow<PixelValues> pAnd, pOr, pXOr;
-    kernel::TypedRow<PixelValues> pDistance8, pDistance16, pMax8, pMax16, pMin8, pMin16;
-    kernel::TypedRow<OperandWords> pMonadicAnd, pMonadicOr;
+    QZIL_CHANNELS(oKept, oSet)
+    QZIL_INLINE T operator()(T v, T kept, T set) const { return static_cast<T>((v & kept) | set); }
 };
-QZIL_ROW_TABLE(LogicRows)
+QZIL_OPERATION(MaskBits, u8, u16)
 
 }  // namespace qzil

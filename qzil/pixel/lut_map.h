@@ -3,7 +3,6 @@
 #include "qzil/frame/dyadic.h"
 #include "qzil/frame/monadic.h"
 
-#include <memory>
 
 /// Maps each channel through a look-up table of its own.
 ///
@@ -11,23 +10,15 @@
 /// of 65536 unsigned shorts. Channels that the mode leaves out keep their value.
 /// Verify adds 0x1000D for another format, 0x10018 for a missing table.
 class QZIL_API qzILMonadicLutMapImg : public qzILMonadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILMonadicLutMapImg)
-public:
-    qzILMonadicLutMapImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILMonadicLutMapImg, m_ppLut = nullptr)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
-    qzILStatus PrepareData() override;
-    qzILStatus CleanData() override;
     qzILStatus DoEffect() override;
-    void Init() { m_ppLut = nullptr; }
-    void Trash() {}
     /// `tables`: four pointers, one per channel; a one-channel image uses the first. The caller keeps them alive.
     void SetLut(void** tables) { m_ppLut = tables; }
 
 private:
     void** m_ppLut;
-    std::unique_ptr<unsigned char[]> m_oIdentity;  ///< for channels left out; null when there are none
 };
 
 /// Maps each pair of channel values through a look-up table of 65536 bytes per channel, indexed by b * 256 + a.
@@ -35,21 +26,13 @@ private:
 /// Formats: MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8. Channels that the mode leaves out come from the dominant input.
 /// Verify adds 0x1000D for another format, 0x10018 for a missing table.
 class QZIL_API qzILDyadicLutMapImg : public qzILDyadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILDyadicLutMapImg)
-public:
-    qzILDyadicLutMapImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILDyadicLutMapImg, m_ppLut = nullptr)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
-    qzILStatus PrepareData() override;
-    qzILStatus CleanData() override;
     qzILStatus DoEffect() override;
-    void Init() { m_ppLut = nullptr; }
-    void Trash() {}
     /// `tables`: four pointers, one per channel; a one-channel image uses the first. The caller keeps them alive.
     void SetLut(void** tables) { m_ppLut = tables; }
 
 private:
     void** m_ppLut;
-    std::unique_ptr<unsigned char[]> m_oIdentity;  ///< the dominant input, for channels left out
 };

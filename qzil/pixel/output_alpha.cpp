@@ -1,6 +1,7 @@
 #include "qzil/pixel/output_alpha.h"
 
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/checks.h"
+#include "qzil/frame/run.h"
 #include "qzil/pixel/output_alpha_rows.h"
 
 using namespace qzil;
@@ -23,22 +24,15 @@ qzILStatus qzILOutputAlpha::Execute() {
 }
 
 qzILStatus qzILOutputAlpha::Verify() {
-    if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    if (VerifyFormat(kFormats) != 1) return -1;
-    return m_uAlphaMode >= qzILAlphaZero && m_uAlphaMode <= qzILAlphaDerived ? 1 : Fail(65626);
+    return Checks(*this, qzILMonadicPixelProc::Verify())
+        .Format(kFormats)
+        .That(m_uAlphaMode >= qzILAlphaZero && m_uAlphaMode <= qzILAlphaDerived, Code::AlphaMode);
 }
 
 qzILStatus qzILOutputAlpha::DoEffect() {
-    GUID const& format = Format();
-    bool const rgb = IsFormatRGB(format);
-    if (!rgb && !IsFormatYCCA(format)) return Fail(65588);
-    kernel::RowTraits traits = PixelTraits(format, kernel::MixRule::Mix257);
-    if (rgb ? traits.iSamples != 4 : !m_oInputAlphaLines.pFirst || !m_oOutputAlphaLines.pFirst) return -1;
-    traits.bIgnoresMask = !rgb;
-    OutputAlphaRows const& rows = GetOutputAlphaRows();
-    auto const* const pRow = EntryFor(rgb ? rows.oProcessRGBA : rows.oProcessYUVA422, GetChannelTypeFromFormat(format));
-    if (!pRow) return -1;
-    OutputAlphaAttributes const attributes{m_iShowReverse != 0, m_uAlphaMode == qzILAlphaDerived,
-                                           m_uAlphaMode == qzILAlphaFull, IsFormatAlternateYUV(format) ? 1 : 0};
-    return RunRows(traits, kernel::Bound(*pRow, attributes));
+    auto const build = [this]<class T>(As<T>) {
+        T const fixed = m_uAlphaMode == qzILAlphaFull ? kFullScale<T> : T{0};
+        return OutputAlpha<T>{m_iShowReverse != 0, m_uAlphaMode == qzILAlphaDerived, fixed};
+    };
+    return Run(GetOutputAlpha(), build, Code::InputFormat);
 }

@@ -1,34 +1,15 @@
 #include "qzil/pixel/premult.h"
 
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/checks.h"
+#include "qzil/frame/run.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/pixel/premult_rows.h"
 
 using namespace qzil;
-using kernel::Bound;
-using kernel::MixRule;
 
 namespace {
-
 constexpr std::array kAdjustFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_S2_14, MFIF_RGBA_FLOAT};
 constexpr std::array kUnpremultiplyFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_S2_14, MFIF_RGBA_FLOAT, MFIF_RGBA_RAW_64};
-
-/// The background premultiplied by its alpha; integers are rounded and limited to 0..full.
-template <class T>
-UnpremultiplyClassAttributes<T> Premultiply(qzILColor const& color) {
-    using Format = qzILFormat<T>;
-    auto const convert = [](double value) {
-        if constexpr (std::is_same_v<T, float>) {
-            return static_cast<float>(value);
-        } else {
-            return TruncateTo<T>(value * Format::kScale + 0.5, 0.0, Format::kFull);
-        }
-    };
-    double const alpha = color.GetAlpha();
-    return {{convert(alpha * color.GetRed()), convert(alpha * color.GetGreen()), convert(alpha * color.GetBlue())},
-            convert(alpha)};
-}
-
 }  // namespace
 
 FormatList qzILAdjustPremultImg::GetFormats() {
@@ -36,17 +17,11 @@ FormatList qzILAdjustPremultImg::GetFormats() {
 }
 
 qzILStatus qzILAdjustPremultImg::Verify() {
-    if (qzILStatus const status = qzILDyadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kAdjustFormats);
+    return Checks(*this, qzILDyadicPixelProc::Verify()).Format(kAdjustFormats);
 }
 
 qzILStatus qzILAdjustPremultImg::DoEffect() {
-    if (!IsFormatRGB(Format())) return Fail(0x10034);
-    kernel::RowTraits const traits = PixelTraits(Format(), MixRule::Mix257);
-    auto const* const pRow = EntryFor(GetPremultRows().oAdjust, GetChannelTypeFromFormat(Format()));
-    if (!pRow || traits.iSamples != 4) return -1;
-    AdjustPremulClassAttributes const attributes;
-    return RunRows(traits, Bound(*pRow, attributes));
+    return Run(GetAdjustPremult(), Code::InputFormat);
 }
 
 FormatList qzILUnpremultiplyImg::GetFormats() {
@@ -54,25 +29,24 @@ FormatList qzILUnpremultiplyImg::GetFormats() {
 }
 
 qzILStatus qzILUnpremultiplyImg::Verify() {
-    if (qzILStatus const status = qzILMonadicPixelProc::Verify(); status != 1) return status;
-    return VerifyFormat(kUnpremultiplyFormats);
+    return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kUnpremultiplyFormats);
 }
 
 qzILStatus qzILUnpremultiplyImg::DoEffect() {
-    kernel::RowTraits traits = PixelTraits(Format(), MixRule::Mix257);
-    if (!IsFormatRGB(Format()) || traits.iSamples != 4) return -1;
-    PremultRows const& rows = GetPremultRows();
-    auto const run = [&]<class T>(kernel::TypedRow<UnpremultiplyClassAttributes<T>> function) {
-        auto const attributes = Premultiply<T>(m_oBackgroundColor);
-        return RunRows(traits, Bound(function, attributes));
+    auto const build = [this]<class T>(As<T>) -> Unpremultiply<T> {
+        auto const convert = [](double value) {
+            if constexpr (std::is_same_v<T, float>) {
+                return static_cast<float>(value);
+            } else {
+                return TruncateTo<s32>(value * qzILFormat<T>::kScale + 0.5, 0.0, kFullScale<T>);
+            }
+        };
+        qzILColor const& color = m_oBackgroundColor;
+        double const alpha = color.GetAlpha();
+        return {{convert(alpha * color.GetRed()), convert(alpha * color.GetGreen()), convert(alpha * color.GetBlue())},
+                convert(alpha)};
     };
-    switch (GetChannelTypeFromFormat(Format())) {
-        case XFChannelTypeUInt8: return run(rows.pUnpremultiply8);
-        case XFChannelTypeUInt16: return run(rows.pUnpremultiply16);
-        case XFChannelTypeS2_14: return run(rows.pUnpremultiplyS2_14);
-        case XFChannelTypeFloat: traits.eMix = MixRule::FloatLimited; return run(rows.pUnpremultiplyFloat);
-        default: return -1;
-    }
+    return Run(GetUnpremultiply(), build, Code::None);
 }
 
 HRESULT qzILUnpremultiplyImage(IXFImage* image, IXFImage** result, int mode, qzILBbox2l const& region) {

@@ -18,8 +18,8 @@ inline constexpr std::uint32_t kMemTopDown = 0x100000;
 inline constexpr std::uint32_t kMemRelease = 0x8000;
 inline constexpr std::uint32_t kPageReadWrite = 4;
 
-/// Zero-filled memory that starts on a page, or null. Only a null address, the types commit and top-down, and the
-/// protection read-write are served.
+/// Zero-filled memory that starts on a page, or null. Large blocks take real memory only where they are written to.
+/// Only a null address, the types commit and top-down, and the protection read-write are served.
 QZIL_API void* VirtualAlloc(void* address, std::size_t size, std::uint32_t type, std::uint32_t protection);
 /// Gives a block of VirtualAlloc back; size must be 0 and the type release.
 QZIL_API bool VirtualFree(void* address, std::size_t size, std::uint32_t type);

@@ -1,8 +1,8 @@
 #include "qzil/spatial/convolve.h"
 
 #include "qzil/frame/pixel_traits.h"
+#include "qzil/numeric/matrix.h"
 #include "qzil/spatial/tap_maker.h"
-#include "qzil/transform/numeric/matrix.h"
 
 #include <algorithm>
 #include <cmath>

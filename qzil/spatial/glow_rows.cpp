@@ -1,6 +1,6 @@
 #include "qzil/spatial/glow_rows.h"
 
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 
 QZIL_ROWS_BEGIN
 namespace {

@@ -26,12 +26,6 @@ GUID MonoOf(GUID const& format) {
     return format == MFIF_RGBA_RAW_32 || format == MFIF_MONO_RAW_8 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16;
 }
 
-GUID FormatOf(IXFImage* image) {
-    GUID format{};
-    image->GetFormat(&format);
-    return format;
-}
-
 /// Runs an effect from one image to the whole of another, of the same size as the region.
 template <class Effect>
 qzILStatus RunOn(Effect& effect, IXFImage* from, qzILBbox2l const& region, IXFImage* to) {
@@ -91,7 +85,7 @@ qzILStatus qzILSharpenImg::Execute() {
     // The edges are looked for when parts of the output, and with it of the input, are written already.
     IXFImage* const pInput = m_pInputImg;
     Ref<IXFImage> copy;
-    if (qzILCloneImage(pInput, IID_IXFImage, copy.Out()) < 0) return Fail(0x10001);
+    if (CloneWithPixels(pInput, copy) < 0) return Fail(0x10001);
     m_pInputImg = copy.Get();
     qzILStatus const status = qzILMonadicImgProc::Execute();
     m_pInputImg = pInput;

@@ -1,6 +1,6 @@
 #include "qzil/spatial/tap_rows.h"
 
-#include "qzil/kernel/shapes.h"
+#include "qzil/kernel/loops.h"
 #include "qzil/kernel/vector.h"
 
 QZIL_ROWS_BEGIN

@@ -5,10 +5,12 @@
 #include "qzil/convert/rgba_to_ycca.h"
 #include "qzil/image/formats.h"
 #include "qzil/image/image_ops.h"
+#include "support/allocation_hook.h"
 #include "support/picture.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -49,6 +51,41 @@ TEST(ConvertImage, AnImageIsConvertedInItself) {
     ASSERT_EQ(qzILConvertImage(same.Get(), expected.Typed(), MFIF_CbYCrY_16, 0), 0);
     EXPECT_EQ(FormatOf(image.Get()), MFIF_CbYCrY_16);
     EXPECT_EQ(DescribeDifference(Bytes(expected), Bytes(image)), "");
+}
+
+/// Host memory that is too small for another format, and allocations that fail one after the other: the image stays
+/// what it was, or holds the whole result.
+TEST(ConvertImage, AFailureLeavesTheDestinationAsItWas) {
+    unsigned char lent[8 * 8];
+    Ref<IXFImage> const rgba = MakeRandomImage(MFIF_RGBA_RAW_32, 8, 8, 1), host = MakeImage(MFIF_MONO_RAW_8, 1, 1);
+    std::fill(std::begin(lent), std::end(lent), static_cast<unsigned char>(7));
+    host->SetPixelArray(lent);
+    host->SetPixelArraySize(sizeof lent);
+    host->SetRes(8, 8);
+    EXPECT_EQ(qzILConvertImage(rgba.Get(), host.Get(), MFIF_RGBA_FLOAT, 0, nullptr, nullptr), Code(0x8000FFFF));
+    EXPECT_EQ(FormatOf(host.Get()), MFIF_MONO_RAW_8);
+    EXPECT_EQ(std::ranges::count(lent, 7), 64);
+
+    for (GUID const& target : {MFIF_RGBA_FLOAT, MFIF_CbYCrY_16}) {
+        bool failed = true;
+        for (std::uint64_t nth = 1; failed; ++nth) {
+            Ref<IXFImage> const image = MakeRandomImage(MFIF_RGBA_RAW_32, 200, 100, nth),
+                                before = MakeRandomImage(MFIF_RGBA_RAW_32, 200, 100, nth);
+            image->SetUserData(lent);
+            HRESULT result = 0;
+            {
+                AllocationFailure const failure(nth, AllocationFailure::Extent::AllFrom);
+                result = qzILConvertImage(image.Get(), image.Get(), target, 0, nullptr, nullptr);
+                failed = failure.Happened();
+            }
+            EXPECT_TRUE(result >= 0 || failed) << nth;
+            EXPECT_EQ(FormatOf(image.Get()), result < 0 ? MFIF_RGBA_RAW_32 : target) << nth;
+            EXPECT_EQ(image->IsEqual(before.Get()) == 0, result < 0) << nth;
+            void* user = nullptr;
+            image->GetUserData(&user);
+            EXPECT_EQ(user, lent);
+        }
+    }
 }
 
 TEST(ConvertImage, FlagsRegionAndOffsetReachTheEffect) {

@@ -64,9 +64,14 @@ void ExpectPairs(Conversion kind) {
             auto const effect = MakeEffect(job);
             EXPECT_EQ(effect->Verify(), code ? -1 : 1) << job.Describe();
             EXPECT_EQ(effect->GetLastError().GetErrorCode(), code) << job.Describe();
+            // A host that does not ask Verify gets the same code.
+            effect->SetLastError(0);
+            EXPECT_EQ(effect->Execute(), code ? -1 : 1) << job.Describe();
+            EXPECT_EQ(effect->GetLastError().GetErrorCode(), code) << job.Describe();
         }
     }
 }
+
 TEST(ConvertRefusal, OfEveryConversion) {
     for (Conversion const kind : kConversions) {
         SCOPED_TRACE(static_cast<int>(kind));

@@ -2,6 +2,9 @@
 
 #include "frame/effects_under_test.h"
 
+#include "qzil/frame/bitmap.h"
+#include "qzil/platform/stream.h"
+
 namespace qzil::test {
 namespace {
 
@@ -53,6 +56,112 @@ TEST(BadSetUp, AbsentImages) {
         EXPECT_NE(fresh->Execute(), 0);
         fresh->SetProcessingMode(0x300 | 15);
         EXPECT_TRUE(fresh->Execute() == 1 || effect.oName == qzILOutputAlpha::m_ClassName) << "left out, both fields";
+    }
+}
+
+/// Ways to make an image of 16 x 8 pixels say more than its memory holds.
+struct Lie {
+    char const* pWhat;
+    void (*pTell)(IXFImage& image);
+    std::vector<GUID> oFormats = {};  ///< all, if there are none
+};
+std::vector<Lie> const kLies = {
+    {"resolution", [](IXFImage& image) { image.SetRes(160, 80); }},
+    {"resolution and array size",
+     [](IXFImage& image) {
+         image.SetRes(4096, 4096);
+         image.SetPixelArraySize(0xFFFFFFFF);
+     }},
+    {"no columns", [](IXFImage& image) { image.SetRes(0, 8); }},
+    {"no lines", [](IXFImage& image) { image.SetRes(16, 0); }},
+    {"small pixels",
+     [](IXFImage& image) {
+         image.SetPixelSize(1);
+         image.SetChannelSize(1);
+         image.SetRes(16, 16);
+     },
+     {MFIF_RGBA_RAW_32, MFIF_RGBA_FLOAT, MFIF_CbYCrY_16, MFIF_CbYCrYA_24, MFIF_CbYCrYA_S2_14, MFIF_CbYCrY_16_SF_TFL}},
+    {"small channels", [](IXFImage& image) { image.SetChannelSize(1); }, {MFIF_RGBA_FLOAT, MFIF_CbYCrYA_S2_14}},
+    {"large channels", [](IXFImage& image) { image.SetChannelSize(3); }},
+    {"stated length of lent memory",
+     [](IXFImage& image) {
+         static unsigned char l_auLent[64];
+         image.SetPixelArray(l_auLent);
+         image.SetPixelArraySize(sizeof l_auLent);
+     }},
+    {"wider format", [](IXFImage& image) { image.SetFormat(MFIF_RGBA_FLOAT); }, {MFIF_RGBA_RAW_32, MFIF_CbYCrY_16}}};
+
+TEST(BadSetUp, ImagesWhoseMemoryDoesNotHoldWhatTheySay) {
+    auto const expect = [](Case const& run, std::initializer_list<unsigned> codes, std::string const& what) {
+        std::string const name = std::string(run->GetActualClassName()) + ": " + what;
+        for (bool const executed : {false, true}) {
+            run->SetLastError(0);
+            EXPECT_EQ(executed ? run->Execute() : run->Verify(), -1)
+                << name << (executed ? ", executed" : ", verified");
+            unsigned const code = run->GetLastError().GetErrorCode();
+            EXPECT_TRUE(std::find(codes.begin(), codes.end(), code) != codes.end()) << name << ": " << std::hex << code;
+        }
+    };
+    ForSomeFormats([&](EffectClass const& effect, GUID const& format) {
+        for (Lie const& lie : kLies) {
+            if (!lie.oFormats.empty() && !Contains(lie.oFormats, format)) continue;
+            Case const input(effect, format), output(effect, format), mask(effect, format);
+            lie.pTell(*input.oInput.Get());
+            expect(input, {0x1000C, 0x10015}, NameOf(format) + " input, " + lie.pWhat);
+            lie.pTell(*output.oOutput.Get());
+            expect(output, {0x10003}, NameOf(format) + " output, " + lie.pWhat);
+            if (!Contains(kMaskFormats, format)) continue;
+            for (XFImageChannel const channel : {1u, 2u, 8u, 16u}) {
+                auto const image = MakeRandomImage(format, 16, 8, 3);
+                mask->SetMask(0, 0, 160, 80, image.Get(), channel);
+                lie.pTell(*image.Get());
+                expect(mask, {0x10005}, NameOf(format) + " mask, " + lie.pWhat);
+            }
+        }
+    });
+}
+
+// A head of 100 bytes that claims 4096 x 4096 pixels of one byte each, of a format with three.
+TEST(BadSetUp, AStreamWhoseSizesContradictItsFormat) {
+    auto const described = MakeImage(MFIF_CbYCrYA_24, 1, 1), loaded = MakeImage(MFIF_RGBA_RAW_32, 1, 1);
+    described->SetPixelSize(1);
+    described->SetRes(4096, 4096);
+    described->SetPixelArraySize(0);
+    Ref<IStream> stream;
+    ASSERT_EQ(platform::CreateMemoryStream(nullptr, 0, stream.Typed()), 0);
+    ASSERT_EQ(As<IPersistStream>(described.Get(), IID_IPersistStream)->Save(stream.Get(), 0), 0);
+    stream->Seek({}, 0, nullptr);
+    As<IPersistStream>(loaded.Get(), IID_IPersistStream)->Load(stream.Get());
+    qzILInvertImg effect;
+    effect.SetInputImg(loaded.Get());
+    effect.SetOutputImg(loaded.Get());
+    effect.SetProcessingMode(15);
+    EXPECT_TRUE(Refuses(effect, 0x10003));
+    EXPECT_EQ(effect.Execute(), -1);
+}
+
+TEST(BadSetUp, UtilitiesOnImagesWhoseMemoryDoesNotHoldWhatTheySay) {
+    using platform::kInvalidArgument;
+    for (GUID const& format : {MFIF_RGBA_RAW_32, MFIF_RGBA_FLOAT, MFIF_CbYCrYA_24}) {
+        for (Lie const& lie : kLies) {
+            if (!lie.oFormats.empty() && !Contains(lie.oFormats, format)) continue;
+            SCOPED_TRACE(NameOf(format) + ": " + lie.pWhat);
+            auto const sound = MakeRandomImage(format, 16, 8, 1), image = MakeRandomImage(format, 16, 8, 2);
+            lie.pTell(*image.Get());
+            qzILBbox2l const box(0, 0, 16, 8);
+            unsigned char pixel[32] = {}, region[16 * 8 * 16];
+            HGLOBAL bitmap = nullptr;
+            Ref<IXFImage> color, alpha;
+            EXPECT_EQ(qzILCopyImage(image.Get(), sound.Get(), &box, nullptr, 0), kInvalidArgument);
+            EXPECT_EQ(qzILCopyImage(sound.Get(), image.Get(), &box, nullptr, 0), kInvalidArgument);
+            EXPECT_EQ(qzILFillImageWithColor(image.Get(), {1, 0, 0}, 7, &box, nullptr), kInvalidArgument);
+            for (unsigned channels : {15u, 8u, 4u}) qzILFillRegion(image.Get(), box, pixel, channels);
+            image->CopyRegion(region, 0, 0, 16, 8);
+            image->PasteRegion(region, 0, 0, 16, 8);
+            EXPECT_LT(qzILImg2DIB(image.Get(), bitmap, &box, 24), 0);
+            EXPECT_EQ(qzILCopyAlpha(image.Get(), sound.Get(), 0, &box, nullptr), kInvalidArgument);
+            EXPECT_LT(qzILSplitYCCAImage(image.Get(), color.Typed(), alpha.Typed()), 0);
+        }
     }
 }
 

@@ -143,7 +143,10 @@ TEST(Bitmap, TakesAReferenceOnAGivenImage) {
     u8 lent[4] = {};
     own->SetPixelArray(lent);
     own->SetPixelArraySize(sizeof lent);
+    own->SetFormat(MFIF_MONO_RAW_8);
+    own->SetRes(2, 2);
     EXPECT_LT(qzILDIB2Img(bitmap, image, nullptr), 0) << "the memory of another does not grow";
+    EXPECT_EQ(FormatOf(image), MFIF_MONO_RAW_8) << "as it was";
 }
 
 TEST(Bitmap, HostileHeadsAreRefused) {

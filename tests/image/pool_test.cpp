@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <atomic>
 #include <thread>
 
 namespace {
@@ -281,6 +282,23 @@ TEST(Threads, MakeImagesSideBySide) {
     first.join();
     second.join();
     EXPECT_TRUE(good[0] && good[1]);
+}
+
+TEST(Threads, AskOneImageForItsMarshaler) {
+    auto const live = LiveBlocks();
+    for (int i = 0; i < 200; ++i) {
+        auto const image = MakeImage(MFIF_MONO_RAW_8, 1, 1);
+        std::atomic<int> ready = 0;
+        auto const ask = [&] {
+            for (++ready; ready < 2;) {
+            }
+            As<IMarshal>(image.Get(), IID_IMarshal);
+        };
+        std::thread first(ask), second(ask);
+        first.join();
+        second.join();
+    }
+    EXPECT_LE(LiveBlocks(), live + 4);
 }
 
 }  // namespace

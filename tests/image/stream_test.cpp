@@ -5,6 +5,7 @@
 #include "support/picture.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <cstring>
@@ -182,6 +183,28 @@ TEST(Load, HostileSizesAreOutOfMemoryAndLeaveTheImageEmpty) {
         ExpectEmpty(loaded);
         EXPECT_EQ(loaded->Allocate(2, 2), kOk);
     }
+}
+
+// 100 bytes that claim hundreds of megabytes, in a size class of the pool and above all, take no memory for them.
+TEST(Load, MemoryIsTakenForWhatAStreamHolds) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer touches what it gives out";
+#endif
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    for (std::int32_t const height : {70000, 250000}) {
+        ByteVector bytes = Saved(Described());
+        bytes.resize(100);
+        Put(bytes, 16, std::int32_t{1024});
+        Put(bytes, 20, height);
+        Put(bytes, 72, std::uint32_t{4});
+        auto const loaded = NewImage();
+        ASSERT_EQ(Persist(loaded)->Load(MemoryStream(bytes).Get()), kOk);
+        EXPECT_EQ(SizeOf(loaded), 4096u * static_cast<unsigned>(height));
+        EXPECT_EQ(Bytes(loaded)[4096u * static_cast<unsigned>(height) - 1], 0);
+    }
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 32 * 1024) << "KiB";
 }
 
 TEST(Streams, MemoryGrowsSeeksAndEnds) {

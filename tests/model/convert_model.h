@@ -7,7 +7,7 @@
 
 #include "qzil/image/color.h"
 #include "qzil/image/core_values.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 #include <array>
 #include <cstring>

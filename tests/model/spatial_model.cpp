@@ -1,6 +1,6 @@
 #include "model/spatial_model.h"
 
-#include "qzil/transform/numeric/matrix.h"
+#include "qzil/numeric/matrix.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "qzil/transform/numeric/matrix.h"
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/matrix.h"
+#include "qzil/numeric/random_number.h"
 
 #include <gtest/gtest.h>
 

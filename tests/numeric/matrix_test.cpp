@@ -1,9 +1,9 @@
 #include "numeric/matrices.h"
 #include "support/allocation_hook.h"
 
-#include "qzil/transform/numeric/arrays.h"
-#include "qzil/transform/numeric/bi_polynomial.h"
-#include "qzil/transform/numeric/matrix_3d.h"
+#include "qzil/numeric/arrays.h"
+#include "qzil/numeric/bi_polynomial.h"
+#include "qzil/numeric/matrix_3d.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
-#include "qzil/transform/numeric/polygon.h"
+#include "qzil/numeric/polygon.h"
 
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 #include <gtest/gtest.h>
 

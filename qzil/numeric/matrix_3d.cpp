@@ -1,4 +1,4 @@
-#include "qzil/transform/numeric/matrix_3d.h"
+#include "qzil/numeric/matrix_3d.h"
 
 #include <cmath>
 

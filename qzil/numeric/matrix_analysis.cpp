@@ -1,5 +1,5 @@
-#include "qzil/transform/numeric/elements.h"
-#include "qzil/transform/numeric/matrix.h"
+#include "qzil/numeric/elements.h"
+#include "qzil/numeric/matrix.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "qzil/transform/numeric/arrays.h"
+#include "qzil/numeric/arrays.h"
 
 #include <cstddef>
 #include <new>

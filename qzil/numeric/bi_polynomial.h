@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qzil/transform/numeric/matrix.h"
+#include "qzil/numeric/matrix.h"
 
 /// Fits values at points (x, y) by a polynomial, the sum of coefficients[i][j] * x^i * y^j with i below orderX and j
 /// below orderY, in the least squares. The system solved has (orderX + 1) * (orderY + 1) unknowns, of which the last

@@ -1,4 +1,4 @@
-#include "qzil/transform/numeric/rotation.h"
+#include "qzil/numeric/rotation.h"
 
 #include <algorithm>
 #include <cmath>

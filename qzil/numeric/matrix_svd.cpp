@@ -1,5 +1,5 @@
-#include "qzil/transform/numeric/matrix.h"
-#include "qzil/transform/numeric/unit_offset.h"
+#include "qzil/numeric/matrix.h"
+#include "qzil/numeric/unit_offset.h"
 
 #include <algorithm>
 #include <cmath>

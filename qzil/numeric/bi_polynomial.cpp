@@ -1,4 +1,4 @@
-#include "qzil/transform/numeric/bi_polynomial.h"
+#include "qzil/numeric/bi_polynomial.h"
 
 #include <climits>
 #include <cmath>

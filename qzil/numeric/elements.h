@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qzil/transform/numeric/matrix.h"
+#include "qzil/numeric/matrix.h"
 
 namespace qzil {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "qzil/transform/numeric/arrays.h"
-#include "qzil/transform/numeric/elements.h"
+#include "qzil/numeric/arrays.h"
+#include "qzil/numeric/elements.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qzil/transform/numeric/matrix.h"
+#include "qzil/numeric/matrix.h"
 
 /// A 4 x 4 matrix that transforms points in space, the identity at first.
 ///

@@ -1,4 +1,4 @@
-#include "qzil/transform/numeric/random_number.h"
+#include "qzil/numeric/random_number.h"
 
 #include <cmath>
 #include <ctime>

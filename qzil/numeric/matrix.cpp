@@ -1,7 +1,7 @@
-#include "qzil/transform/numeric/matrix.h"
+#include "qzil/numeric/matrix.h"
 
-#include "qzil/transform/numeric/arrays.h"
-#include "qzil/transform/numeric/elements.h"
+#include "qzil/numeric/arrays.h"
+#include "qzil/numeric/elements.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "qzil/transform/numeric/polygon.h"
+#include "qzil/numeric/polygon.h"
 
 #include <algorithm>
 #include <array>

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "qzil/frame/codes.h"
+#include "qzil/frame/img_proc.h"
+#include "qzil/kernel/operation.h"
+
+// What the sources of effects run their operations with.
+
+namespace qzil {
+
+/// In the place of a code: without a form nothing is written, deliberately, and the effect succeeds.
+inline constexpr unsigned kWritesNothing = 1;
+
+/// The layout and the channel type of a format's samples; those of 10.6 are words.
+kernel::Layout LayoutOf(GUID const& format);
+kernel::SampleType ChannelTypeOf(GUID const& format);
+
+/// A share of 0 to 1 as a weight of samples: times full scale, rounded half away from zero. Outside 0 to 1 the low byte
+/// counts at 8 bits; 16 bits and S2.14 are limited to 0 to full scale. NaN gives 0; float is as it is.
+template <class T>
+T Share(double share) {
+    if constexpr (std::is_same_v<T, float>) {
+        return static_cast<float>(share);
+    } else {
+        constexpr auto kFull = static_cast<s32>(kFullScale<T>);
+        s32 const weight = RoundHalfAway(share * kFull);
+        return static_cast<T>(sizeof(T) == 1 ? weight & 255 : Clamp<s32>(weight, 0, kFull));
+    }
+}
+/// The same with 16 fraction bits, 0 to 65536.
+inline s32 Share16(double share) {
+    return Clamp<s32>(RoundHalfAway(share * 65536.0), 0, 65536);
+}
+
+/// One value for all four channels, or for the selected ones.
+template <class T>
+constexpr Channels<T> AllChannels(T value) {
+    return {{value, value, value, value}};
+}
+template <class T>
+Channels<T> SelectedChannels(kernel::Call const& call, T selected, T others) {
+    auto const of = [&](int channel) { return call.Selects(channel) ? selected : others; };
+    return {{of(0), of(1), of(2), of(3)}};
+}
+
+}  // namespace qzil
+
+/// The lines of a call, and the view of the first input, whose format decides which form runs.
+struct qzILImgProc::Prepared {
+    qzil::kernel::Walk oWalk;
+    qzILBbox2l oBox;
+    qzILImageHelper const* pSource = nullptr;
+};
+
+template <template <class> class Rule, class... T, class Build>
+    requires(!std::is_integral_v<Build>)
+qzILStatus qzILImgProc::Run(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                            unsigned noForm) {
+    if constexpr (sizeof...(T) == 0) {
+        return RunForms<Rule, qzil::u8, qzil::u16, qzil::s16, float>(operation, build, noForm);
+    } else {
+        return RunForms<Rule, T...>(operation, build, noForm);
+    }
+}
+
+template <template <class> class Rule, class... T>
+qzILStatus qzILImgProc::Run(qzil::kernel::Operation<Rule, T...> const& operation, unsigned noForm) {
+    return Run(operation, []<class Sample>(qzil::As<Sample>) { return Rule<Sample>{}; }, noForm);
+}
+
+template <template <class> class Rule, class... T, class Build>
+qzILStatus qzILImgProc::RunForms(qzil::kernel::Forms const& forms, Build const& build, unsigned noForm) {
+    using namespace qzil;
+    Prepared prepared;
+    kernel::Call call;
+    kernel::Form const* const pForm = Prepare(prepared) ? FindForm(forms, prepared, call) : nullptr;
+    if (!pForm) return noForm == kWritesNothing ? 1 : noForm == Code::None ? -1 : Fail(noForm);
+    qzILStatus status = -1;
+    auto const run = [&]<class Sample>(As<Sample> as) {
+        if (pForm->eRule != kernel::SampleTypeOf<Sample>()) return false;
+        Rule<Sample> const rule = build(as);
+        status = RunWalk(prepared.oWalk, prepared.oBox, pForm->oTraits, {pForm->pRow, &rule});
+        return true;
+    };
+    (void)(run(As<T>{call}) || ...);
+    return status;
+}
