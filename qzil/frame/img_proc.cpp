@@ -308,6 +308,15 @@ bool qzILImgProc::Prepare(Prepared&) const {
     return false;
 }
 
+qzILStatus qzILImgProc::RunPrepared(Prepared& prepared, kernel::RowTraits const& traits,
+                                    kernel::RowCall const& call) const {
+    return RunWalk(prepared.oWalk, prepared.oBox, traits, call);
+}
+
+qzILStatus qzILImgProc::WithoutForm(unsigned noForm) {
+    return noForm == kWritesNothing ? 1 : noForm == Code::None ? -1 : Fail(noForm);
+}
+
 bool qzILImgProc::Has(kernel::Forms const& forms) const {
     Prepared prepared;
     kernel::Call call;

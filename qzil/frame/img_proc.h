@@ -136,8 +136,15 @@ protected:
     /// The form for the images' format and what is known of the call, or null.
     qzil::kernel::Form const* FindForm(qzil::kernel::Forms const& forms, Prepared const& prepared,
                                        qzil::kernel::Call& call) const;
+    /// Calls act(form, As<T>) for the form of a prepared call and the channel type T of its rule.
+    template <class... T, class Act>
+    qzILStatus WithForm(Prepared const& prepared, qzil::kernel::Forms const& forms, Act const& act, unsigned noForm);
     template <template <class> class Rule, class... T, class Build>
-    qzILStatus RunForms(qzil::kernel::Forms const& forms, Build const& build, unsigned noForm);
+    qzILStatus RunForms(Prepared& prepared, qzil::kernel::Forms const& forms, Build const& build, unsigned noForm);
+    qzILStatus WithoutForm(unsigned noForm);
+    /// Runs a row function over a prepared call.
+    virtual qzILStatus RunPrepared(Prepared& prepared, qzil::kernel::RowTraits const& traits,
+                                   qzil::kernel::RowCall const& call) const;
     /// Takes the first n pixels off every line of a call.
     static void ShiftStarts(int n, std::initializer_list<qzil::Lines*> lines, qzILBbox2l& box);
 

@@ -18,6 +18,7 @@ struct Row {
     void const* pAlphaIn;  ///< alpha plane of the first input; null for formats without one
     void* pOut;
     void* pAlphaOut;
+    std::ptrdiff_t iLineStep;  ///< bytes from a line around the first input's to the next; 0 where it lies alone
     int iPixels;        ///< of the stretch
     int iSamples;       ///< of the stretch
     unsigned uSelected;  ///< channels that the processing mode selects; 15 where it selects none of them
@@ -99,6 +100,7 @@ private:
 /// One walk over the processed box. The input or output lines of an absent image have a null first pixel.
 struct Walk {
     Lines oA, oB, oOut, oMask, oAlphaIn, oAlphaOut;
+    std::ptrdiff_t iLineStep = 0;  ///< of what lies around the first input, see Row
     bool bPassB = false;  ///< the second input is the one that passes through
     int iWidth = 0;
     int iLines = 0;

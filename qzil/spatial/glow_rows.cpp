@@ -1,6 +1,6 @@
 #include "qzil/spatial/glow_rows.h"
 
-#include "qzil/kernel/loops.h"
+#include "qzil/kernel/shapes.h"
 
 QZIL_ROWS_BEGIN
 namespace {
@@ -36,18 +36,18 @@ QZIL_INLINE void GlowPixels(u8* out, u8 const* blurred, u8 const* source, u32 co
     });
 }
 
-void Glow8(kernel::Row const& row, GlowConstants const& c) {
+void GlowRow(kernel::Row const& row, Glow<u8> const& glow) {
     u8* const out = Out<u8>(row.pOut);
     u8 const *const blurred = In<u8>(row.pA), *const source = In<u8>(row.pB);
     int x = 0;
     for (; x + kPixels <= row.iPixels; x += kPixels) {
-        GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, c.pWeights, std::integral_constant<int, kPixels>());
+        GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, glow.aWeights, std::integral_constant<int, kPixels>());
     }
-    GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, c.pWeights, row.iPixels - x);
+    GlowPixels(out + 4 * x, blurred + 4 * x, source + 4 * x, glow.aWeights, row.iPixels - x);
 }
 
 }  // namespace
 
-GlowRows const g_oGlowRows{Glow8};
+kernel::Operation<Glow, u8> const g_oGlow = kStretch<Glow, u8, GlowRow, With{}>;
 
 QZIL_ROWS_END
