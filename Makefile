@@ -9,7 +9,7 @@ all: configure
 	cmake --build $(BUILD) -j$(JOBS)
 
 install-packages:
-	cmake/install-packages.sh
+	cmake/install-packages.sh all
 
 configure: install-packages
 	cmake --preset release
@@ -19,7 +19,10 @@ test: all
 	ctest --preset release -j$(JOBS)
 
 # Effects on the sample pictures; results go to demo-out/.
-demo: configure
+# It needs neither the tests nor what they are built with; where they are configured they stay.
+demo:
+	cmake/install-packages.sh build
+	[ -e $(BUILD)/build.ninja ] || cmake --preset release -DQZIL_BUILD_TESTS=OFF -DQZIL_BUILD_BENCH=OFF
 	cmake --build $(BUILD) -j$(JOBS) --target qzil_command
 	tools/demo.sh $(BUILD)/tools/qzil/qzil
 

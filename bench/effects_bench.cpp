@@ -82,14 +82,13 @@ public:
         m_oOutput = MakeImage(formats.oTo, width, height, 11);
         m_oCopy = MakeImage(formats.oTo, width, height, 12);
         m_oOriginal = MakeImage(formats.oTo, width, height, 13);
-        qzILImgProc& effect = m_oInstance.Effect();
-        effect.SetOutputImg(m_oOutput.Get());
-        effect.SetProcessingMode(kModeAllChannels);
+        m_oInstance.SetOutput(m_oOutput.Get());
+        m_oInstance.Effect().SetProcessingMode(kModeAllChannels);
     }
 
     void SetMask(GUID const& format, int width, int height) {
         m_oMask = MakeImage(catalog::MaskFormatFor(format), width, height, 14);
-        m_oInstance.Effect().SetMask({0, 0, width, height}, m_oMask.Get(), XFImageChannelMono);
+        m_oInstance.SetMask({0, 0, width, height}, m_oMask.Get(), XFImageChannelMono);
     }
     void Set(char const* parameter, char const* text) {
         m_oInstance.Set(parameter, ParseValue(*m_oInstance.Describes().FindParameter(parameter), text));

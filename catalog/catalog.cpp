@@ -1,7 +1,6 @@
 #include "catalog/catalog.h"
 
 #include "catalog/effect.h"
-#include "qzil/frame/dyadic.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -23,6 +22,10 @@ void Instance::SetInput(std::size_t index, IXFImage* image) {
     if (index == 0 && image) image->GetChannelSize(&m_uChannelSize);
     ApplyTables();
     ApplyDominant();
+}
+
+void Instance::SetOutput(IXFImage* image, std::size_t index) {
+    m_pEntry->oOutputs.at(index).oSet(*m_pEffect, image);
 }
 
 void Instance::Set(std::size_t index, Value const& value) {
@@ -74,12 +77,32 @@ void Instance::SetDominant(bool b) {
 }
 
 void Instance::ApplyDominant() {
-    if (!m_pEntry->bTwoInputs || !m_bDominantSet || m_oInputs.size() < 2) return;
-    static_cast<qzILDyadicImgProc&>(*m_pEffect).SetDominantInput(m_oInputs[m_bDominantB ? 1 : 0]);
+    if (!m_pEntry->HasTwoInputs() || !m_bDominantSet || m_oInputs.size() < 2) return;
+    m_pEntry->oPlacement.oDominant(*m_pEffect, m_oInputs[m_bDominantB ? 1 : 0]);
 }
 
 void Instance::SetInputOffset(qzILVector2l const& offset) {
-    if (m_pEntry->bTwoInputs) static_cast<qzILDyadicImgProc&>(*m_pEffect).SetInputOffset(offset);
+    if (m_pEntry->oPlacement.oInputOffset) m_pEntry->oPlacement.oInputOffset(*m_pEffect, offset);
+}
+
+void Instance::SetRoi(qzILBbox2l const& roi) {
+    if (m_pEntry->oPlacement.oRoi) m_pEntry->oPlacement.oRoi(*m_pEffect, roi);
+}
+
+void Instance::SetOutputOffset(qzILVector2l const& offset) {
+    if (m_pEntry->oPlacement.oOutputOffset) m_pEntry->oPlacement.oOutputOffset(*m_pEffect, offset);
+}
+
+void Instance::SetMask(qzILBbox2l const& rectangle, IXFImage* image, XFImageChannel channel) {
+    if (m_pEntry->oPlacement.oMask) m_pEntry->oPlacement.oMask(*m_pEffect, rectangle, image, channel);
+}
+
+void Instance::SetDefaultColor(qzILColor const& color) {
+    if (m_pEntry->oPlacement.oDefaultColor) m_pEntry->oPlacement.oDefaultColor(*m_pEffect, color);
+}
+
+std::vector<double> Instance::ResultOf(std::size_t index) {
+    return m_pEntry->oResults.at(index).oGet(*m_pEffect);
 }
 
 Parameter const* Entry::FindParameter(std::string_view name) const {

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "qzil/frame/img_proc.h"
+#include "qzil/frame/processor.h"
+#include "qzil/image/color.h"
+#include "qzil/image/image.h"
 
 #include <cstddef>
 #include <functional>
@@ -28,13 +30,30 @@ struct Kernel {
     std::vector<float> oTaps;
 };
 
-/// The value of a parameter: real, integer, choice or set of choices, flag, colour, look-up tables, two numbers,
-/// kernel.
+/// The value of a parameter: real and angle, integer, choice or set of choices, flag, colour, look-up tables, two
+/// numbers, kernel, several numbers and matrix, point, rectangle, text. Further images are inputs.
 using Value = std::variant<double, long, bool, qzILColor, std::shared_ptr<Lut const>, qzILVector2f,
-                           std::shared_ptr<Kernel const>>;
+                           std::shared_ptr<Kernel const>, std::vector<double>, qzILVector2l, qzILBbox2l, std::string>;
 
-/// A Set holds the sum of its choices, a Pair a number for x and one for y.
-enum class Kind { Real, Integer, Flag, Choice, Color, Lut, Set, Pair, Kernel };
+/// A Set holds the sum of its choices, a Pair a number for x and one for y, an Angle degrees, Numbers as many as the
+/// default has, a Matrix rows one after the other.
+enum class Kind {
+    Real,
+    Integer,
+    Flag,
+    Choice,
+    Color,
+    Lut,
+    Set,
+    Pair,
+    Kernel,
+    Angle,
+    Numbers,
+    Matrix,
+    Point,
+    Rectangle,
+    Text
+};
 
 /// Allowed numbers, both ends included.
 struct Range {
@@ -53,7 +72,7 @@ struct Parameter {
     std::string sName;
     Kind eKind = Kind::Real;
     std::string sUnit;  ///< empty for plain numbers
-    Range oRange;       ///< of Real, Integer and both numbers of a Pair
+    Range oRange;       ///< of Real, Integer, Angle and every number of a Pair, Numbers and a Matrix
     std::vector<Choice> oChoices;
     std::string sDefault;  ///< in the form that ParseValue reads
     Value oDefault;
@@ -64,8 +83,8 @@ struct Parameter {
     std::string sLutForms;
 
     /// Puts a value into an effect; tables of Kind::Lut go through the other one.
-    std::function<void(qzILImgProc&, Value const&)> oSet;
-    std::function<void(qzILImgProc&, void** tables)> oSetLut;
+    std::function<void(qzILProcessor&, Value const&)> oSet;
+    std::function<void(qzILProcessor&, void** tables)> oSetLut;
 };
 
 /// What a parameter takes, for sentences: "0 to 1", "one of zero, full, derived".
@@ -81,9 +100,35 @@ std::shared_ptr<Kernel const> ParseKernel(std::string_view text);
 /// Reads a whole text as a finite number. Throws std::invalid_argument.
 double ParseReal(std::string_view text);
 
-struct Input {
+/// An image that an effect reads, or one that it writes.
+struct Port {
     std::string sName;
-    std::function<void(qzILImgProc&, IXFImage*)> oSet;
+    std::function<void(qzILProcessor&, IXFImage*)> oSet;
+    bool bOptional = false;   ///< the effect runs without it
+    std::string sHelp = {};  ///< what it is for, where the name does not tell
+};
+
+/// Numbers that an effect finds: one, or a row such as the bins of a histogram.
+struct Result {
+    std::string sName;
+    std::string sHelp;
+    std::function<std::vector<double>(qzILProcessor&)> oGet;
+};
+
+/// What an effect has of the frame; a function that is empty is not there.
+struct Placement {
+    std::function<void(qzILProcessor&, qzILBbox2l const&)> oRoi;
+    std::function<void(qzILProcessor&, qzILVector2l const&)> oOutputOffset;
+    std::function<void(qzILProcessor&, qzILBbox2l const&, IXFImage*, XFImageChannel)> oMask;
+    std::function<void(qzILProcessor&, qzILColor const&)> oDefaultColor;
+    std::function<void(qzILProcessor&, IXFImage*)> oDominant;
+    std::function<void(qzILProcessor&, qzILVector2l const&)> oInputOffset;
+};
+
+/// How much memory a call may take beside its images.
+enum class Memory {
+    Views,   ///< small objects, such as views of planes
+    Margin,  ///< a neighbourhood's buffer, a scratch image of floats and working lines
 };
 
 /// Formats of input and output.
@@ -99,16 +144,24 @@ public:
     explicit Instance(Entry const& entry);
 
     Entry const& Describes() const { return *m_pEntry; }
-    qzILImgProc& Effect() { return *m_pEffect; }
+    qzILProcessor& Effect() { return *m_pEffect; }
     void SetInput(std::size_t index, IXFImage* image);
+    void SetOutput(IXFImage* image, std::size_t index = 0);
     /// Sets a parameter. A value out of its range is passed on, and Verify refuses it; std::invalid_argument for an
     /// unknown name or a value of another kind.
     void Set(std::size_t index, Value const& value);
     void Set(std::string_view name, Value const& value);
 
-    /// For effects with two inputs; nothing happens for others. By default input a is dominant, at offset (0, 0).
+    /// Where the effect works; nothing happens for effects that have no such thing in their Placement. By default of
+    /// two inputs a is dominant, and b lies at offset (0, 0).
+    void SetRoi(qzILBbox2l const& roi);
+    void SetOutputOffset(qzILVector2l const& offset);
+    void SetMask(qzILBbox2l const& rectangle, IXFImage* image, XFImageChannel channel);
+    void SetDefaultColor(qzILColor const& color);
     void SetDominant(bool b);
     void SetInputOffset(qzILVector2l const& offset);
+    /// What the effect found, in the order of the entry's results.
+    std::vector<double> ResultOf(std::size_t index);
 
 private:
     /// The tables that a look-up effect points to.
@@ -122,7 +175,7 @@ private:
     void ApplyDominant();
 
     Entry const* m_pEntry;
-    std::unique_ptr<qzILImgProc> m_pEffect;
+    std::unique_ptr<qzILProcessor> m_pEffect;
     std::vector<IXFImage*> m_oInputs;
     std::vector<Tables> m_oTables;
     std::vector<Value> m_oValues;  ///< keeps what effects only point to
@@ -135,14 +188,27 @@ struct Entry {
     std::string sName;
     std::string sFamily;
     std::string sSummary;
-    std::vector<Input> oInputs;
+    std::vector<Port> oInputs;
+    std::vector<Port> oOutputs;
+    std::vector<Result> oResults;
+    Placement oPlacement;
     std::span<GUID const> oFormats;  ///< of all images; none for conversions
     std::vector<FormatPair> oPairs;  ///< of conversions
     std::vector<Parameter> oParameters;
     bool bMaskRequired = false;
-    bool bTwoInputs = false;  ///< has a dominant input and an input offset
-    bool bUpdates = false;    ///< leaves parts of the output as they are: hosts copy the input there first
-    std::unique_ptr<qzILImgProc> (*pCreate)() = nullptr;
+    bool bRefusesMask = false;
+    bool bUpdates = false;  ///< leaves parts of the output as they are: hosts copy the input there first
+    /// With these values and this format a pixel depends on where its region begins, so that a part is not the part of
+    /// the whole; never, where there is no function.
+    std::function<bool(std::span<Value const>, GUID const& format)> oRegionMatters;
+    bool bBlackAround = false;  ///< with nothing to do it leaves black where there is no input, whatever the default
+    bool bPollsFirst = false;  ///< the interrupt is asked before any line is written
+    Memory eMemory = Memory::Views;
+    std::unique_ptr<qzILProcessor> (*pCreate)() = nullptr;
+
+    /// It has a dominant input and an input offset.
+    bool HasTwoInputs() const { return static_cast<bool>(oPlacement.oDominant); }
+    bool TakesMask() const { return oPlacement.oMask && !bRefusesMask; }
 
     /// A new effect with every parameter at its default. The entry must outlive it.
     Instance Make() const { return Instance(*this); }

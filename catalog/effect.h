@@ -2,6 +2,7 @@
 
 #include "catalog/catalog.h"
 #include "qzil/frame/dyadic.h"
+#include "qzil/frame/spatial.h"
 #include "qzil/image/formats.h"
 
 #include <type_traits>
@@ -19,16 +20,66 @@ public:
         m_oEntry.sName = name;
         m_oEntry.sFamily = family;
         m_oEntry.sSummary = summary;
-        m_oEntry.bTwoInputs = std::is_base_of_v<qzILDyadicImgProc, E>;
-        m_oEntry.pCreate = []() -> std::unique_ptr<qzILImgProc> { return std::make_unique<E>(); };
+        m_oEntry.pCreate = []() -> std::unique_ptr<qzILProcessor> { return std::make_unique<E>(); };
         if constexpr (requires { E::GetFormats(); }) m_oEntry.oFormats = E::GetFormats();
+        if constexpr (std::is_base_of_v<qzILMonadicSpatialProc, E>) m_oEntry.eMemory = Memory::Margin;
+        if constexpr (requires { &E::SetOutputImg; }) Output("output", &E::SetOutputImg);
+        SetPlacement();
     }
     operator Entry() const { return m_oEntry; }
 
     template <class Setter>
     Effect& Input(char const* name, Setter setter) {
-        auto const set = [setter](qzILImgProc& effect, IXFImage* image) { std::invoke(setter, AsE(effect), image); };
-        m_oEntry.oInputs.push_back({name, set});
+        m_oEntry.oInputs.push_back(PortOf(name, setter));
+        return *this;
+    }
+
+    /// An image that the effect may be given beside its inputs.
+    template <class Setter>
+    Effect& FurtherInput(char const* name, Setter setter, char const* help) {
+        Port port = PortOf(name, setter);
+        port.bOptional = true;
+        port.sHelp = help;
+        m_oEntry.oInputs.push_back(std::move(port));
+        return *this;
+    }
+
+    /// Every effect with SetOutputImg has "output" as its first one by itself.
+    template <class Setter>
+    Effect& Output(char const* name, Setter setter) {
+        Port port = PortOf(name, setter);
+        port.bOptional = !m_oEntry.oOutputs.empty();
+        m_oEntry.oOutputs.push_back(std::move(port));
+        return *this;
+    }
+
+    /// `getter` gives a vector of numbers.
+    template <class Getter>
+    Effect& Result(char const* name, Getter getter, char const* help) {
+        auto const get = [getter](qzILProcessor& effect) -> std::vector<double> {
+            return std::invoke(getter, AsE(effect));
+        };
+        m_oEntry.oResults.push_back({name, help, get});
+        return *this;
+    }
+
+    /// `when` takes the values of the parameters and the format.
+    template <class When>
+    Effect& RegionMatters(When when) {
+        m_oEntry.oRegionMatters = when;
+        return *this;
+    }
+    Effect& BlackAround() {
+        m_oEntry.bBlackAround = true;
+        return *this;
+    }
+    Effect& PollsFirst() {
+        m_oEntry.bPollsFirst = true;
+        return *this;
+    }
+    /// The effect refuses every mask.
+    Effect& NoMask() {
+        m_oEntry.bRefusesMask = true;
         return *this;
     }
 
@@ -45,6 +96,7 @@ public:
                 if (converts(from.oFormat, to.oFormat)) m_oEntry.oPairs.push_back({from.oFormat, to.oFormat});
             }
         }
+        m_oEntry.bRefusesMask = true;
         return *this;
     }
 
@@ -114,11 +166,50 @@ public:
     template <class Setter>
     Effect& Kernel(char const* name, Setter setter, char const* defaultText, char const* help) {
         Parameter parameter = New(name, Kind::Kernel, help);
-        parameter.oSet = [setter](qzILImgProc& effect, Value const& value) {
+        parameter.oSet = [setter](qzILProcessor& effect, Value const& value) {
             std::invoke(setter, AsE(effect), *std::get<std::shared_ptr<catalog::Kernel const>>(value));
         };
         Finish(std::move(parameter), defaultText);
         return *this;
+    }
+
+    template <class Setter>
+    Effect& Angle(char const* name, Setter setter, Range range, char const* defaultText, char const* help) {
+        Parameter parameter = New(name, Kind::Angle, help, "degrees");
+        parameter.oRange = range;
+        return Add<double, double>(std::move(parameter), setter, defaultText);
+    }
+
+    /// The setter takes a std::vector<double> const& of as many numbers as the default has.
+    template <class Setter>
+    Effect& Numbers(char const* name, Setter setter, Range range, char const* defaultText, char const* help,
+                    char const* unit = "") {
+        Parameter parameter = New(name, Kind::Numbers, help, unit);
+        parameter.oRange = range;
+        return Add<std::vector<double>, std::vector<double> const&>(std::move(parameter), setter, defaultText);
+    }
+
+    /// The same with rows of numbers, ';' between them.
+    template <class Setter>
+    Effect& Matrix(char const* name, Setter setter, Range range, char const* defaultText, char const* help) {
+        Parameter parameter = New(name, Kind::Matrix, help);
+        parameter.oRange = range;
+        return Add<std::vector<double>, std::vector<double> const&>(std::move(parameter), setter, defaultText);
+    }
+
+    template <class Setter>
+    Effect& Point(char const* name, Setter setter, char const* defaultText, char const* help) {
+        return Add<qzILVector2l, qzILVector2l const&>(New(name, Kind::Point, help, "pixels"), setter, defaultText);
+    }
+
+    template <class Setter>
+    Effect& Rectangle(char const* name, Setter setter, char const* defaultText, char const* help) {
+        return Add<qzILBbox2l, qzILBbox2l const&>(New(name, Kind::Rectangle, help, "pixels"), setter, defaultText);
+    }
+
+    template <class Setter>
+    Effect& Text(char const* name, Setter setter, char const* defaultText, char const* help) {
+        return Add<std::string, std::string const&>(New(name, Kind::Text, help), setter, defaultText);
     }
 
     template <class Setter>
@@ -133,13 +224,41 @@ public:
         Parameter parameter = New(name, Kind::Lut, help);
         parameter.pParseLut = parse;
         parameter.sLutForms = forms;
-        parameter.oSetLut = [setter](qzILImgProc& effect, void** tables) { std::invoke(setter, AsE(effect), tables); };
+        parameter.oSetLut = [setter](qzILProcessor& effect, void** tables) { std::invoke(setter, AsE(effect), tables); };
         Finish(std::move(parameter), defaultText);
         return *this;
     }
 
 private:
-    static E& AsE(qzILImgProc& effect) { return static_cast<E&>(effect); }
+    static E& AsE(qzILProcessor& effect) { return static_cast<E&>(effect); }
+
+    template <class Setter>
+    static Port PortOf(char const* name, Setter setter) {
+        return {name, [setter](qzILProcessor& effect, IXFImage* image) { std::invoke(setter, AsE(effect), image); }};
+    }
+
+    /// What of the frame the class has.
+    void SetPlacement() {
+        Placement& place = m_oEntry.oPlacement;
+        if constexpr (requires(E& e, qzILBbox2l const& box) { e.SetROI(box); }) {
+            place.oRoi = [](qzILProcessor& e, qzILBbox2l const& box) { AsE(e).SetROI(box); };
+        }
+        if constexpr (requires(E& e, qzILVector2l offset) { e.SetOutputOffset(offset); }) {
+            place.oOutputOffset = [](qzILProcessor& e, qzILVector2l offset) { AsE(e).SetOutputOffset(offset); };
+        }
+        if constexpr (requires(E& e, qzILBbox2l const& box, IXFImage* image) { e.SetMask(box, image, 1u); }) {
+            place.oMask = [](qzILProcessor& e, qzILBbox2l const& box, IXFImage* image, XFImageChannel channel) {
+                AsE(e).SetMask(box, image, channel);
+            };
+        }
+        if constexpr (requires(E& e, qzILColor const& color) { e.SetDefaultColor(color); }) {
+            place.oDefaultColor = [](qzILProcessor& e, qzILColor const& color) { AsE(e).SetDefaultColor(color); };
+        }
+        if constexpr (std::is_base_of_v<qzILDyadicImgProc, E>) {
+            place.oDominant = [](qzILProcessor& e, IXFImage* image) { AsE(e).SetDominantInput(image); };
+            place.oInputOffset = [](qzILProcessor& e, qzILVector2l const& offset) { AsE(e).SetInputOffset(offset); };
+        }
+    }
 
     Parameter New(char const* name, Kind kind, char const* help, char const* unit = "") const {
         Parameter parameter;
@@ -154,7 +273,7 @@ private:
     /// `Stored` is the alternative of Value, `Passed` what the setter takes.
     template <class Stored, class Passed, class Setter>
     Effect& Add(Parameter parameter, Setter setter, char const* defaultText) {
-        parameter.oSet = [setter](qzILImgProc& effect, Value const& value) {
+        parameter.oSet = [setter](qzILProcessor& effect, Value const& value) {
             std::invoke(setter, AsE(effect), static_cast<Passed>(std::get<Stored>(value)));
         };
         Finish(std::move(parameter), defaultText);

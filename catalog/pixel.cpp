@@ -141,6 +141,7 @@ std::vector<Entry> PixelEffects() {
 
         Effect<qzILRGBA2Alpha>("rgba-to-alpha", "pixel", "Writes the luminance of a picture into its alpha")
             .Input("input", &qzILRGBA2Alpha::SetInputImg)
+            .NoMask()
             .Updates(),
 
         Effect<qzILAndImg>("and", "pixel", "Keeps the bits that both images have")

@@ -13,6 +13,8 @@ namespace {
 constexpr Range kShare{0.0, 1.0};
 /// Effects take more, but a neighbourhood of this size is beyond every picture's need.
 constexpr Range kRadius{0.0, 1000.0};
+/// Beyond it the weights of the neighbourhood miss 1 by so much that flat areas change, in 16 bits first.
+constexpr Range kSharpenRadius{0.0, 8.0};
 
 /// An effect with what all neighbourhood effects have.
 template <class E>
@@ -71,6 +73,20 @@ Effect<E>& AddDetection(Effect<E>&& effect) {
                 "strength of the edges, or their direction as a circle of grey");
 }
 
+/// Behind the two parameters of all neighbourhood effects.
+constexpr std::size_t kType = 2;
+
+/// Recursive filters round differently behind another start, as running sums of floats do.
+bool BlurStartCounts(std::span<Value const> values, GUID const& format) {
+    bool const isFloat = GetChannelTypeFromFormat(format) == XFChannelTypeFloat;
+    return std::get<long>(values[kType]) >= (isFloat ? 3 : 4);
+}
+
+/// Edges are looked for in the region alone.
+bool EdgesOfRegion(std::span<Value const> values, GUID const&) {
+    return std::get<long>(values[kType]) != qzILSharpenTypeNormal;
+}
+
 std::vector<Choice> BlurTypes() {
     return {{"ellipse", qzILBlurTypeEllipse},
             {"gauss", qzILBlurTypeGauss},
@@ -99,8 +115,10 @@ std::vector<Entry> SpatialEffects() {
             .Set("direction", &qzILEmbossImg::SetDirection, Directions(), "ne", "where the relief rises to"),
 
         Spatial<qzILConvolveImg>("convolve", "Applies a kernel of weights to the neighbourhood of each pixel")
-            .Kernel("kernel", SetKernel, "0 1 0; 1 2 1; 0 1 0 / 6",
-                    "the weights; kernels that are a product of a row and a column are applied upside down")
+            .Kernel(
+                "kernel", SetKernel, "0 1 0; 1 2 1; 0 1 0 / 6",
+                "the weights; kernels that are a product of a row and a column are applied upside down; sums beyond "
+                "full scale wrap in 8 and 16 bits")
             .Real("bias", &qzILConvolveImg::SetOffset, {-65535.0, 65535.0}, "0",
                   "added to each result, in units of the channel; not to kernels that are a product of a row and a "
                   "column")
@@ -110,19 +128,24 @@ std::vector<Entry> SpatialEffects() {
             .Choice("type", &qzILSharpenImg::SetType,
                     {{"normal", qzILSharpenTypeNormal}, {"edge", qzILSharpenTypeEdge}}, "normal",
                     "everywhere, or along edges only")
-            .Pair("radius", SetRadius<qzILSharpenImg>, kRadius, "1", "size of the neighbourhood", "pixels")
+            .Pair("radius", SetRadius<qzILSharpenImg>, kSharpenRadius, "1",
+                  "size of the neighbourhood; larger ones would change flat areas", "pixels")
+            .Open()
             .Real("degree", &qzILSharpenImg::SetDegree, kShare, "0.3",
                   "strength; results beyond full scale wrap, which strong degrees show")
             .Real("sensitivity", &qzILSharpenImg::SetEdgeSensitivity, kShare, "1",
                   "which edges count, with --type edge")
-            .Open(),
+            .Open()
+            .BlackAround()
+            .RegionMatters(EdgesOfRegion),
 
         Spatial<qzILBlurImg>("blur", "Blurs")
             .Choice("type", &qzILBlurImg::SetType, BlurTypes(), "fast-gauss",
                     "shape of the blur; ellipse and gauss in 8 and 16 bits only")
             .Pair("radius", SetRadius<qzILBlurImg>, kRadius, "3", "reach of the blur", "pixels")
             .Real("degree", &qzILBlurImg::SetDegree, kShare, "0.5",
-                  "standard deviation as a share of the radius; of an ellipse, how much it blurs; not for uniform"),
+                  "standard deviation as a share of the radius; of an ellipse, how much it blurs; not for uniform")
+            .RegionMatters(BlurStartCounts),
 
         Spatial<qzILOpticGlowImg>("glow", "Lets bright parts glow")
             .Pair("radius", SetRadius<qzILOpticGlowImg>, kRadius, "3", "reach of the glow", "pixels")

@@ -83,6 +83,54 @@ qzILVector2f ParsePair(Range const& range, std::string_view text) {
     return {static_cast<float>(x), static_cast<float>(y)};
 }
 
+/// Numbers apart by commas, blanks or, between rows, semicolons.
+std::vector<double> ParseNumbers(Range const& range, std::string_view text) {
+    std::vector<double> numbers;
+    while (!text.empty()) {
+        std::size_t const end = text.find_first_of(", ;");
+        if (end != 0) numbers.push_back(ParseIn(range, text.substr(0, end)));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return numbers;
+}
+
+/// As many numbers as the default has; the default itself says how many.
+std::vector<double> ParseNumbers(Parameter const& parameter, std::string_view text) {
+    std::vector<double> numbers = ParseNumbers(parameter.oRange, text);
+    auto const* const pDefault = std::get_if<std::vector<double>>(&parameter.oDefault);
+    if (numbers.empty() || (pDefault && !pDefault->empty() && numbers.size() != pDefault->size())) {
+        throw std::invalid_argument("not as many numbers");
+    }
+    return numbers;
+}
+
+/// `count` whole numbers apart by commas.
+std::vector<int> ParseWhole(std::size_t count, std::string_view text) {
+    std::vector<int> whole;
+    for (double const number : ParseNumbers({-1e9, 1e9}, text)) {
+        if (number != std::floor(number)) throw std::invalid_argument("not whole");
+        whole.push_back(static_cast<int>(number));
+    }
+    if (whole.size() != count) throw std::invalid_argument("not as many numbers");
+    return whole;
+}
+
+qzILVector2l ParsePoint(std::string_view text) {
+    std::vector<int> const xy = ParseWhole(2, text);
+    return {xy[0], xy[1]};
+}
+
+qzILBbox2l ParseRectangle(std::string_view text) {
+    std::vector<int> const box = ParseWhole(4, text);
+    if (box[2] < 0 || box[3] < 0) throw std::invalid_argument("a negative size");
+    return {box[0], box[1], box[2], box[3]};
+}
+
+std::string CountOf(Parameter const& parameter) {
+    auto const* const pDefault = std::get_if<std::vector<double>>(&parameter.oDefault);
+    return pDefault && !pDefault->empty() ? std::to_string(pDefault->size()) + " numbers" : "numbers";
+}
+
 std::string NamesOf(std::vector<Choice> const& choices) {
     std::string names;
     for (Choice const& choice : choices) names += (names.empty() ? "" : ", ") + choice.sName;
@@ -105,6 +153,12 @@ Value Parse(Parameter const& parameter, std::string_view text) {
         case Kind::Set: return ParseSet(parameter.oChoices, text);
         case Kind::Pair: return ParsePair(parameter.oRange, text);
         case Kind::Kernel: return ParseKernel(text);
+        case Kind::Angle: return ParseIn(parameter.oRange, text);
+        case Kind::Numbers:
+        case Kind::Matrix: return ParseNumbers(parameter, text);
+        case Kind::Point: return ParsePoint(text);
+        case Kind::Rectangle: return ParseRectangle(text);
+        case Kind::Text: return std::string(text);
     }
     throw std::invalid_argument("no such kind");
 }
@@ -146,6 +200,12 @@ std::string Allowed(Parameter const& parameter) {
         case Kind::Kernel: return kKernelForms;
         case Kind::Color: return kColorForms;
         case Kind::Lut: return parameter.sLutForms;
+        case Kind::Angle: return "an angle from " + RangeText(parameter);
+        case Kind::Numbers: return CountOf(parameter) + " with commas between, each from " + RangeText(parameter);
+        case Kind::Matrix: return CountOf(parameter) + ", rows with ';' between, each from " + RangeText(parameter);
+        case Kind::Point: return "a point X,Y in pixels";
+        case Kind::Rectangle: return "a rectangle X,Y,WIDTH,HEIGHT in pixels";
+        case Kind::Text: return "a text";
     }
     return {};
 }

@@ -10,7 +10,10 @@
 
 namespace {
 
-constexpr std::uint64_t kLargest = 64u << 20;
+/// Sizes that a head may claim: memory that is not written to costs nothing. The fuzzer itself stops at 2 GiB.
+constexpr std::uint64_t kLargestClaim = 1u << 30;
+/// Images up to here are saved again, those up to there given to effects.
+constexpr std::uint64_t kLargestSaved = 64u << 20, kLargestWorked = 1u << 20;
 
 template <class T>
 T At(std::uint8_t const* data, std::size_t size, std::size_t offset) {
@@ -19,7 +22,8 @@ T At(std::uint8_t const* data, std::size_t size, std::size_t offset) {
     return value;
 }
 
-// Sizes that are legal but would fill the machine's memory. What does not fit 32 bits must be refused by Load itself.
+// Sizes that are legal but more than the fuzzer lets a program ask for. What does not fit 32 bits must be refused by
+// Load itself.
 bool IsTooLarge(std::uint8_t const* data, std::size_t size) {
     using Wide = unsigned __int128;
     auto const width = At<std::int32_t>(data, size, 16);
@@ -27,11 +31,84 @@ bool IsTooLarge(std::uint8_t const* data, std::size_t size) {
     if (width < 0 || height < 0) return false;
     Wide const total = Wide(width) * Wide(height) * At<std::uint32_t>(data, size, 72) +
                        At<std::uint32_t>(data, size, 92) + At<std::uint32_t>(data, size, 96) + 31;
-    return total > kLargest && total <= 0xFFFFFFFFu;
+    return total > kLargestClaim && total <= 0xFFFFFFFFu;
 }
 
 void Require(bool condition) {
     if (!condition) std::abort();
+}
+
+/// Reads and writes every byte that a view of an image says it has.
+void Touch(IXFImage* view) {
+    void* pixels = nullptr;
+    unsigned size = 0;
+    view->GetPixelArray(&pixels);
+    view->GetPixelArraySize(&size);
+    for (unsigned i = 0; i < size; ++i) static_cast<unsigned char*>(pixels)[i] ^= 0x5A;
+}
+
+template <class Effect>
+void Run(Effect&& effect, IXFImage* output, unsigned mode, IXFImage* mask = nullptr, XFImageChannel channel = 16) {
+    int width = 0, height = 0;
+    output->GetRes(&width, &height);
+    effect.SetOutputImg(output);
+    effect.SetProcessingMode(mode);
+    if (mask) effect.SetMask({0, 0, width, height}, mask, channel);
+    qzILStatus const verified = effect.Verify();
+    qzILStatus const executed = effect.Execute();
+    Require((verified == 1 || verified == -1) && (executed == 1 || executed == -1));
+}
+
+/// The image as input, output and mask of effects of every frame, in place and from a sound image of its format.
+void Work(IXFImage* image) {
+    GUID format{};
+    int width = 0, height = 0;
+    unsigned arraySize = 0;
+    image->GetFormat(&format);
+    image->GetRes(&width, &height);
+    image->GetPixelArraySize(&arraySize);
+    if (arraySize > kLargestWorked) return;
+    qzil::Ref<IXFImage> sound;
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, 8, 8, format, sound.Out()) != 0) return;
+    auto const monadic = [](auto&& effect, IXFImage* input) -> auto& {
+        effect.SetInputImg(input);
+        return effect;
+    };
+    auto const dyadic = [](auto&& effect, IXFImage* a, IXFImage* b) -> auto& {
+        effect.SetInputImgA(a);
+        effect.SetInputImgB(b);
+        return effect;
+    };
+    for (IXFImage* const output : {image, sound.Get()}) {
+        for (IXFImage* const input : {image, sound.Get()}) {
+            for (unsigned const mode : {15u, 7u, 8u, 0x10Fu}) {
+                Run(monadic(qzILInvertImg(), input), output, mode);
+                Run(monadic(qzILCopyImg(), input), output, mode);
+                Run(dyadic(qzILOrImg(), input, image), output, mode);
+                qzILBlendImg blend;
+                blend.SetAlpha(0.5);
+                Run(dyadic(blend, input, image), output, mode);
+            }
+            Run(monadic(qzILUnpremultiplyImg(), input), output, 15);
+            Run(monadic(qzILOutputAlpha(), input), output, 15);
+            qzILBlurImg blur;
+            blur.SetRadius({1.5f, 1.5f});
+            Run(monadic(blur, input), output, 15);
+            for (XFImageChannel const channel : {1u, 8u, 16u})
+                Run(monadic(qzILInvertImg(), input), output, 15, image, channel);
+        }
+    }
+    qzILColor const color(0.25, 0.5, 0.75, 1);
+    for (unsigned const mode : {15u, 8u, 5u}) qzILFillImageWithColor(image, color, mode, nullptr, nullptr);
+    qzILCopyAlpha(image, sound.Get(), 0, nullptr, nullptr);
+    qzILCopyAlpha(sound.Get(), image, 0, nullptr, nullptr);
+    HGLOBAL bitmap = nullptr;
+    if (qzILImg2DIB(image, bitmap, nullptr, 24) == 0) qzil::platform::GlobalFree(bitmap);
+    for (GUID const& target : {MFIF_RGBA_FLOAT, MFIF_CbYCrYA_24, MFIF_RGBA_RAW_32}) {
+        qzil::Ref<IXFImage> converted;
+        qzILConvertImage(image, converted.Typed(), target, 3);
+        qzILConvertImage(image, image, target, 0, nullptr, nullptr);
+    }
 }
 
 void Use(IXFImage* image) {
@@ -65,7 +142,11 @@ void Use(IXFImage* image) {
         qzILCopyImage(clone.Get(), clone.Get(), &whole, &offset, 0);
     }
     qzil::Ref<IXFImage> color, alpha;
-    qzILSplitYCCAImage(image, color.Typed(), alpha.Typed());
+    if (qzILSplitYCCAImage(image, color.Typed(), alpha.Typed()) == 0) {
+        Touch(color.Get());
+        Touch(alpha.Get());
+    }
+    Work(image);
 }
 
 // Saving and loading again gives the same image.
@@ -96,6 +177,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Require(image->QueryInterface(IID_IPersistStream, persist.Out()) == 0);
     Require(qzil::platform::CreateMemoryStream(data, size, stream.Typed()) == 0);
     if (persist->Load(stream.Get()) == 0) {
+        unsigned arraySize = 0;
+        image->GetPixelArraySize(&arraySize);
+        if (arraySize > kLargestSaved) return 0;
         RoundTrip(image.Get(), persist.Get());
         Use(image.Get());
     } else {

@@ -23,6 +23,20 @@ bool WriteSeed(GUID const& format, int width, int height, std::string const& pat
            persist->Save(stream.Get(), 1) == 0;
 }
 
+/// Bare heads whose sizes claim much, or contradict the format.
+bool WriteClaim(GUID const& format, int width, int height, unsigned pixelSize, std::string const& path) {
+    qzil::Ref<IXFImage> image;
+    qzil::Ref<IPersistStream> persist;
+    qzil::Ref<IStream> stream;
+    if (qzILCreateImage(nullptr, IID_IXFImage, image.Out()) != 0) return false;
+    image->SetFormat(format);
+    image->SetPixelSize(pixelSize);
+    image->SetRes(width, height);
+    return image->QueryInterface(IID_IPersistStream, persist.Out()) == 0 &&
+           qzil::platform::CreateFileStream(path.c_str(), qzil::platform::FileMode::Write, stream.Typed()) == 0 &&
+           persist->Save(stream.Get(), 1) == 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -41,4 +55,10 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    bool const claimed = WriteClaim(MFIF_CbYCrYA_24, 4096, 4096, 1, (folder / "seed_claim_0").string()) &&
+                         WriteClaim(MFIF_RGBA_RAW_32, 16384, 16000, 4, (folder / "seed_claim_1").string()) &&
+                         WriteClaim(MFIF_RGBA_FLOAT, 20000, 50000, 1, (folder / "seed_claim_2").string()) &&
+                         WriteClaim(MFIF_CbYCrYA_FLOAT, 16, 16, 4, (folder / "seed_claim_3").string());
+    if (!claimed) std::fprintf(stderr, "a head cannot be written\n");
+    return claimed ? 0 : 1;
 }

@@ -48,7 +48,10 @@ public:
     FileSource(int number, bool owned) : m_oFile(number, owned) {
         struct stat status = {};
         if (fstat(number, &status) != 0) throw SystemFault(errno);
-        if (S_ISREG(status.st_mode)) m_oSize = static_cast<std::uint64_t>(status.st_size);
+        if (!S_ISREG(status.st_mode)) return;
+        // A shell may have read the start of what is now the standard input.
+        m_oStart = std::max<off_t>(lseek(number, 0, SEEK_CUR), 0);
+        m_oSize = static_cast<std::uint64_t>(std::max<off_t>(status.st_size - m_oStart, 0));
     }
     std::size_t Read(std::span<unsigned char> bytes) override {
         auto const got = read(m_oFile.Number(), bytes.data(), bytes.size());
@@ -56,29 +59,50 @@ public:
         return static_cast<std::size_t>(got);
     }
     std::uint64_t Skip(std::uint64_t count) override {
-        off_t const place = m_oSize ? lseek(m_oFile.Number(), 0, SEEK_CUR) : -1;
+        off_t const place = m_oSize ? lseek(m_oFile.Number(), 0, SEEK_CUR) - m_oStart : -1;
         if (place < 0 || static_cast<std::uint64_t>(place) >= *m_oSize) return 0;
         std::uint64_t const step = std::min(count, *m_oSize - static_cast<std::uint64_t>(place));
         return lseek(m_oFile.Number(), static_cast<off_t>(step), SEEK_CUR) < 0 ? 0 : step;
     }
     std::optional<std::uint64_t> Size() const override { return m_oSize; }
+    std::size_t ReadAt(std::uint64_t place, std::span<unsigned char> bytes) override {
+        std::size_t filled = 0;
+        while (filled < bytes.size()) {
+            auto const got = pread(m_oFile.Number(), bytes.data() + filled, bytes.size() - filled,
+                                   m_oStart + static_cast<off_t>(place + filled));
+            if (got < 0) throw SystemFault(errno);
+            if (got == 0) break;
+            filled += static_cast<std::size_t>(got);
+        }
+        return filled;
+    }
 
 private:
     Descriptor m_oFile;
+    off_t m_oStart = 0;
     std::optional<std::uint64_t> m_oSize;
 };
 
 class MemorySource : public ByteSource {
 public:
-    explicit MemorySource(ByteView bytes) : m_oRest(bytes) {}
+    explicit MemorySource(ByteView bytes) : m_oWhole(bytes), m_oRest(bytes) {}
     std::size_t Read(std::span<unsigned char> bytes) override {
         std::size_t const count = std::min(bytes.size(), m_oRest.size());
         std::copy_n(m_oRest.begin(), count, bytes.begin());
         m_oRest = m_oRest.subspan(count);
         return count;
     }
+    std::optional<std::uint64_t> Size() const override { return m_oWhole.size(); }
+    std::size_t ReadAt(std::uint64_t place, std::span<unsigned char> bytes) override {
+        ByteView const rest =
+            m_oWhole.subspan(static_cast<std::size_t>(std::min<std::uint64_t>(place, m_oWhole.size())));
+        std::size_t const count = std::min(bytes.size(), rest.size());
+        std::copy_n(rest.begin(), count, bytes.begin());
+        return count;
+    }
 
 private:
+    ByteView m_oWhole;
     ByteView m_oRest;
 };
 
@@ -101,7 +125,7 @@ private:
 
 class FileOutput : public OutputStream {
 public:
-    explicit FileOutput(std::string const& path) : m_oFile(path) {}
+    FileOutput(std::string const& path, bool keepOld) : m_oFile(path, keepOld) {}
     void Write(ByteView bytes) override { m_oFile.Write(bytes); }
     void Finish() override { m_oFile.Keep(); }
 
@@ -204,12 +228,14 @@ Bytes InputStream::ReadRest() {
     return content;
 }
 
-std::unique_ptr<OutputStream> OutputStream::Open(std::string const& path) {
+std::unique_ptr<OutputStream> OutputStream::Open(std::string const& path, bool keepOld) {
     if (path == "-") return std::make_unique<PipeOutput>(STDOUT_FILENO, false);
+    // A shell may have sent /dev/stdout to a file, which is the shell's to replace.
     struct stat status = {};
-    bool const pipe = stat(path.c_str(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode));
+    bool const pipe = stat(path.c_str(), &status) == 0 &&
+                      (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode) || path.starts_with("/dev/"));
     if (pipe) return std::make_unique<PipeOutput>(open(path.c_str(), O_WRONLY | O_CLOEXEC), true);
-    return std::make_unique<FileOutput>(path);
+    return std::make_unique<FileOutput>(path, keepOld);
 }
 
 }  // namespace qzil::media

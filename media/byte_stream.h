@@ -20,8 +20,10 @@ public:
     virtual std::size_t Read(std::span<unsigned char> bytes) = 0;
     /// Leaves out up to `count` bytes without reading them, and says how many; 0 where that is not possible.
     virtual std::uint64_t Skip(std::uint64_t) { return 0; }
-    /// Bytes of a regular file.
+    /// Bytes of a regular file, counted from where it was opened.
     virtual std::optional<std::uint64_t> Size() const { return {}; }
+    /// Bytes at a place within the size, wherever the reading is. Fewer only at the end.
+    virtual std::size_t ReadAt(std::uint64_t, std::span<unsigned char>) { return 0; }
 };
 
 /// A source with a look ahead. Reads of large blocks go past its buffer.
@@ -45,6 +47,8 @@ public:
     Bytes ReadRest();
     /// Bytes of a regular file from its start; nothing for pipes.
     std::optional<std::uint64_t> FileSize() const { return m_pSource->Size(); }
+    /// Bytes at a place of a stream that has a size. What has been read before makes no difference.
+    std::size_t ReadAt(std::uint64_t place, std::span<unsigned char> bytes) { return m_pSource->ReadAt(place, bytes); }
 
 private:
     explicit InputStream(std::unique_ptr<ByteSource> source);
@@ -66,8 +70,9 @@ public:
     /// Everything was written: a file takes its place now, and vanishes if this is not called.
     virtual void Finish() = 0;
 
-    /// The standard output for "-"; a pipe or device that stands at `path`; else a new file.
-    static std::unique_ptr<OutputStream> Open(std::string const& path);
+    /// The standard output for "-"; a pipe or device that stands at `path`; else a new file, which with `keepOld` must
+    /// not be there yet.
+    static std::unique_ptr<OutputStream> Open(std::string const& path, bool keepOld = false);
 };
 
 }  // namespace qzil::media

@@ -14,18 +14,12 @@ namespace qzil::media {
 /// What the system says about an error number.
 Fault SystemFault(int error);
 
-/// The content of a file. Throws Fault.
-Bytes ReadWholeFile(std::string const& path);
-
-/// Puts a file in place of what stands at `path`, through a temporary file beside it: on failure nothing is left behind
-/// and an old file stays. Throws Fault.
-void ReplaceFile(std::string const& path, ByteView content);
-
-/// A new file beside `path` that vanishes unless it takes the place of what stands there. All throw Fault; so does a
-/// path where something else than a file stands.
+/// A new file beside `path` that vanishes unless it takes the place of what stands there, with its mode and, where the
+/// system allows that, its owner. All throw Fault; so does a path where something else than a file stands, a file that
+/// must not be written, or, with `keepOld`, any file.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(std::string const& path);
+    TemporaryFile(std::string const& path, bool keepOld);
     ~TemporaryFile();
     TemporaryFile(TemporaryFile const&) = delete;
     TemporaryFile& operator=(TemporaryFile const&) = delete;
@@ -42,8 +36,12 @@ private:
     std::filesystem::path m_oTarget;
     std::filesystem::path m_oPath;
     std::unique_ptr<std::FILE, CloseFile> m_pFile;
+    bool m_bKeepOld;
     bool m_bKept = false;
 };
+
+/// The name that a file has while it is written.
+std::string PartOf(std::string const& path);
 
 /// A path for a sentence: in quotes, or what "-" stands for.
 std::string NameOf(std::string const& path, bool input);

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "media/tags.h"
 #include "qzil/image/image.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -20,13 +22,15 @@ inline constexpr int kMaxSide = 32768;
 inline constexpr long long kMaxPixels = 1ll << 28;
 
 /// A decoded picture, independent of file and image formats. Rows run from the top of the picture down, without
-/// padding; a pixel's samples are grey, grey + alpha, RGB or RGBA, in the machine's byte order. Alpha is straight.
+/// padding; a pixel's samples are grey, grey + alpha, RGB or RGBA, in the machine's byte order. Alpha is straight. A
+/// picture of which only the head was read has no bytes.
 struct Picture {
     int iWidth = 0;
     int iHeight = 0;
     int iChannels = 0;  ///< 1 grey, 2 grey + alpha, 3 RGB, 4 RGBA
     int iDepth = 0;     ///< bits of a sample: 8 or 16 unsigned, 32 float with 1.0 as full scale
     std::vector<unsigned char> oBytes;
+    Tags oTags;
 
     Picture() = default;
     /// A black, transparent picture.
@@ -40,14 +44,43 @@ struct Picture {
     unsigned char const* Row(int y) const { return oBytes.data() + RowBytes() * static_cast<unsigned>(y); }
 };
 
-/// Reads a PNG, JPEG or TIFF file, told apart by its content. The samples are taken as they stand: no gamma, profile or
-/// premultiplication is applied. Palettes and depths below 8 bits are expanded, transparent colours become alpha, TIFF
-/// orientations are undone. Throws MediaError.
-Picture ReadPicture(std::string const& path);
+struct ReadOptions {
+    bool bOrient = true;   ///< turn the picture upright as its tags tell
+    int iPage = 1;         ///< which of several pictures in a file
+    bool bSamples = true;  ///< else only the head is read
+};
 
-/// Writes a PNG (.png) or TIFF (.tif, .tiff) file. Float samples become 16 bits in a PNG, limited to 0..1, and stay
-/// float in a TIFF. The file appears complete or not at all: a failure leaves what stood there. Throws MediaError.
-void WritePicture(std::string const& path, Picture const& picture);
+/// Reads a file of one of the kinds of FileKinds(), told apart by its first bytes, or the standard input for "-". The
+/// samples are taken as they stand: no gamma or profile is applied. Palettes and depths below 8 bits are expanded,
+/// transparent colours become alpha, associated alpha is divided out. CMYK becomes RGB by c * k / full, of the stored,
+/// inverted samples. Throws MediaError.
+Picture ReadPicture(std::string const& path, ReadOptions const& options = {});
+
+enum class ChromaSampling { k420, k422, k444 };
+
+struct WriteOptions {
+    std::optional<int> oQuality = {};  ///< 1 to 100, of JPEG (else 90) and WebP (else without loss)
+    ChromaSampling eSampling = ChromaSampling::k420;
+    bool bProgressive = false;
+    std::optional<int> oCompression = {};  ///< 0 to 9, of PNG (else 6)
+    bool bStrip = false;                   ///< leave out the tags
+    bool bKeepOld = false;                 ///< refuse to replace a file
+};
+
+/// Writes a file of the kind that the extension names, or a word in front, as in "png:-" for the standard output.
+/// Samples are narrowed to what the kind holds, limited to 0..1. A file appears complete or not at all: a failure
+/// leaves what stood there. Throws MediaError.
+void WritePicture(std::string const& path, Picture const& picture, WriteOptions const& options = {});
+
+/// The deepest samples that the kind of a path holds: 8, 16 or 32 bits; 0 for a path that names no kind.
+int DepthOf(std::string const& path);
+bool HoldsAlpha(std::string const& path);
+/// Whether a path, without the word of a kind, is the standard output.
+bool IsStandard(std::string const& path);
+/// The names of all kinds with those of their extensions, for help and sentences.
+std::string FileKinds(bool written);
+/// The samples in another depth: value / full scale in double, rounded and limited as qzILFormat<T>::FromReal does.
+Picture AtDepth(Picture const& picture, int depth);
 
 /// The image formats that ToImage and FromImage serve by themselves.
 std::span<GUID const> WorkingFormats();

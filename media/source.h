@@ -20,6 +20,6 @@ struct Source {
 
 /// Opens a file, a pipe, or for "-" the standard input, and reads the picture or the header of the video: the content
 /// tells which. Throws MediaError.
-Source OpenSource(std::string const& path);
+Source OpenSource(std::string const& path, ReadOptions const& options = {});
 
 }  // namespace qzil::media

@@ -1,3 +1,4 @@
+#include "media/byte_stream.h"
 #include "media/tiff_client.h"
 
 #include <cstring>
@@ -7,30 +8,35 @@ namespace qzil::media {
 
 namespace {
 
-/// A file in memory. A sound file is never read past its end, so an attempt is remembered: libtiff fills the gaps of
-/// many damaged files with guesses.
+/// A sound file is never read past its end, so an attempt is remembered: libtiff fills the gaps of many damaged files
+/// with guesses.
 struct Input : TiffErrors {
-    ByteView m_oFile;
+    InputStream* m_pStream = nullptr;
+    std::uint64_t m_uSize = 0;
     std::uint64_t m_uPosition = 0;
     bool m_bPastEnd = false;
 
     static tmsize_t OnRead(thandle_t self, void* out, tmsize_t size) {
         auto& input = *static_cast<Input*>(self);
-        std::uint64_t const start = std::min<std::uint64_t>(input.m_uPosition, input.m_oFile.size());
-        std::uint64_t const count = std::min(input.m_oFile.size() - start, static_cast<std::uint64_t>(size));
-        if (count < static_cast<std::uint64_t>(size)) input.m_bPastEnd = true;
-        if (count != 0) std::memcpy(out, input.m_oFile.data() + start, count);
-        input.m_uPosition = start + count;
+        std::size_t count = 0;
+        try {
+            count = input.m_pStream->ReadAt(input.m_uPosition,
+                                            {static_cast<unsigned char*>(out), static_cast<std::size_t>(size)});
+        } catch (Fault const& fault) {
+            if (input.m_oText.empty()) input.m_oText = fault.what();
+        }
+        if (count < static_cast<std::size_t>(size)) input.m_bPastEnd = true;
+        input.m_uPosition += count;
         return static_cast<tmsize_t>(count);
     }
     static tmsize_t OnWrite(thandle_t, void*, tmsize_t) { return 0; }
     static toff_t OnSeek(thandle_t self, toff_t offset, int origin) {
         auto& input = *static_cast<Input*>(self);
-        input.m_uPosition = SeekPlace(input.m_uPosition, input.m_oFile.size(), offset, origin);
-        if (input.m_uPosition > input.m_oFile.size()) input.m_bPastEnd = true;
+        input.m_uPosition = SeekPlace(input.m_uPosition, input.m_uSize, offset, origin);
+        if (input.m_uPosition > input.m_uSize) input.m_bPastEnd = true;
         return input.m_uPosition;
     }
-    static toff_t OnSize(thandle_t self) { return static_cast<Input*>(self)->m_oFile.size(); }
+    static toff_t OnSize(thandle_t self) { return static_cast<Input*>(self)->m_uSize; }
 
     [[noreturn]] void Throw() const {
         throw Fault(m_bPastEnd ? kEndsEarly : m_oText.empty() ? "its content is damaged" : m_oText.c_str());
@@ -47,6 +53,7 @@ struct Layout {
     std::uint16_t uPlanar = PLANARCONFIG_CONTIG;
     std::uint16_t uOrientation = ORIENTATION_TOPLEFT;
     std::uint16_t uExtraSamples = 0;
+    bool bAssociated = false;  ///< colours are multiplied by alpha
 
     bool IsGrey() const { return uPhotometric == PHOTOMETRIC_MINISBLACK || uPhotometric == PHOTOMETRIC_MINISWHITE; }
     bool IsReal() const { return uBits == 32 && uSampleFormat == SAMPLEFORMAT_IEEEFP; }
@@ -72,10 +79,21 @@ Layout ReadLayout(TIFF* tiff) {
     TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &layout.uOrientation);
     std::uint16_t* pKinds = nullptr;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_EXTRASAMPLES, &layout.uExtraSamples, &pKinds);
+    layout.bAssociated = layout.uExtraSamples != 0 && pKinds && pKinds[0] == EXTRASAMPLE_ASSOCALPHA;
     if (!TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &layout.uPhotometric)) {
         layout.uPhotometric = layout.uSamples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
     }
     return layout;
+}
+
+/// A picture without bytes.
+Picture DescribePicture(Layout const& layout, int channels, int depth) {
+    Picture picture;
+    picture.iWidth = static_cast<int>(layout.uWidth);
+    picture.iHeight = static_cast<int>(layout.uHeight);
+    picture.iChannels = channels;
+    picture.iDepth = depth;
+    return picture;
 }
 
 /// Reads files of plain samples, in strips or tiles, samples together or in planes.
@@ -84,6 +102,7 @@ public:
     PlainReader(TIFF* tiff, Layout const& layout, Picture& picture)
         : m_pTiff(tiff),
           m_oPicture(picture),
+          m_oRows(picture),
           m_bPlanes(layout.uPlanar == PLANARCONFIG_SEPARATE && layout.uSamples > 1),
           m_uSampleBytes(layout.uBits / 8u),
           m_uBlockPixelBytes(m_bPlanes ? m_uSampleBytes : m_uSampleBytes * layout.uSamples) {}
@@ -104,6 +123,7 @@ private:
         for (int y = 0; y < m_oPicture.iHeight; ++y) {
             std::uint32_t const row = static_cast<std::uint32_t>(y);
             if (TIFFReadScanline(m_pTiff, line.data(), row, static_cast<std::uint16_t>(plane)) < 0) return false;
+            m_oRows.Row(y);
             Put(line.data(), plane, 0, y, m_oPicture.iWidth);
         }
         return true;
@@ -127,6 +147,7 @@ private:
                 }
                 int const rows = std::min(stepY, m_oPicture.iHeight - y);
                 int const columns = std::min(stepX, m_oPicture.iWidth - x);
+                m_oRows.Row(y + rows - 1);
                 for (int row = 0; row < rows; ++row) {
                     Put(tile.data() + rowBytes * static_cast<unsigned>(row), plane, x, y + row, columns);
                 }
@@ -149,6 +170,7 @@ private:
 
     TIFF* m_pTiff;
     Picture& m_oPicture;
+    GrowingRows m_oRows;
     bool m_bPlanes;
     std::size_t m_uSampleBytes;
     std::size_t m_uBlockPixelBytes;
@@ -166,7 +188,7 @@ void Negate(Picture& picture) {
 }
 
 /// Palettes, YCbCr, depths below 8 bits and other rare kinds, as libtiff sees them, in 8 bits.
-Picture ReadAsRgb(Input const& input, TIFF* tiff, Layout const& layout) {
+Picture ReadAsRgb(Input const& input, TIFF* tiff, Layout const& layout, bool samples) {
     if (layout.uPhotometric == PHOTOMETRIC_SEPARATED) {
         throw Fault("it is a CMYK picture, and only grey and RGB ones are read");
     }
@@ -176,6 +198,7 @@ Picture ReadAsRgb(Input const& input, TIFF* tiff, Layout const& layout) {
                     std::to_string(layout.uBits) + " bits, sample format " + std::to_string(layout.uSampleFormat) +
                     ", photometric interpretation " + std::to_string(layout.uPhotometric) + ")");
     }
+    if (!samples) return DescribePicture(layout, 3, 8);
     std::vector<std::uint32_t> raster(std::size_t{layout.uWidth} * layout.uHeight);
     // Asked for in its own orientation, the picture comes as it is stored.
     if (!TIFFReadRGBAImageOriented(tiff, layout.uWidth, layout.uHeight, raster.data(), layout.uOrientation, 1)) {
@@ -191,49 +214,62 @@ Picture ReadAsRgb(Input const& input, TIFF* tiff, Layout const& layout) {
     return picture;
 }
 
-/// Turns a stored picture so that its first row is the top and its first column the left side.
-Picture Upright(Picture stored, unsigned orientation) {
-    if (orientation <= ORIENTATION_TOPLEFT || orientation > ORIENTATION_LEFTBOT) return stored;
-    bool const transposed = orientation >= ORIENTATION_LEFTTOP;
-    bool const fromRight = orientation == ORIENTATION_TOPRIGHT || orientation == ORIENTATION_BOTRIGHT ||
-                           orientation == ORIENTATION_RIGHTTOP || orientation == ORIENTATION_RIGHTBOT;
-    bool const fromBottom = orientation == ORIENTATION_BOTLEFT || orientation == ORIENTATION_BOTRIGHT ||
-                            orientation == ORIENTATION_LEFTBOT || orientation == ORIENTATION_RIGHTBOT;
-    Picture upright(transposed ? stored.iHeight : stored.iWidth, transposed ? stored.iWidth : stored.iHeight,
-                    stored.iChannels, stored.iDepth);
-    std::size_t const step = stored.PixelBytes();
-    for (int y = 0; y < upright.iHeight; ++y) {
-        int const fromY = fromBottom ? upright.iHeight - 1 - y : y;
-        for (int x = 0; x < upright.iWidth; ++x) {
-            int const fromX = fromRight ? upright.iWidth - 1 - x : x;
-            unsigned char const* const pFrom = transposed ? stored.Row(fromX) + step * static_cast<unsigned>(fromY)
-                                                          : stored.Row(fromY) + step * static_cast<unsigned>(fromX);
-            std::memcpy(upright.Row(y) + step * static_cast<unsigned>(x), pFrom, step);
-        }
+void ReadTags(TIFF* tiff, Tags& tags) {
+    std::uint32_t size = 0;
+    void* pProfile = nullptr;
+    if (TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &size, &pProfile) && pProfile) {
+        auto const* const pBytes = static_cast<unsigned char const*>(pProfile);
+        tags.oProfile.assign(pBytes, pBytes + size);
     }
-    return upright;
+    float x = 0.0f, y = 0.0f;
+    std::uint16_t unit = RESUNIT_INCH;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
+    double const perMetre = unit == RESUNIT_INCH ? 1.0 / 0.0254 : unit == RESUNIT_CENTIMETER ? 100.0 : 0.0;
+    if (TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &x) && TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &y) && x > 0 && y > 0) {
+        tags.dfDotsX = perMetre * x;
+        tags.dfDotsY = perMetre * y;
+    }
+    tags.iPages = std::max<int>(TIFFNumberOfDirectories(tiff), 1);
+}
+
+Picture ReadFile(Input& input, TIFF* tiff, ReadOptions const& options) {
+    Tags tags;
+    ReadTags(tiff, tags);
+    CheckPage(options, tags.iPages);
+    if (options.iPage > 1) {
+        if (!TIFFSetDirectory(tiff, static_cast<tdir_t>(options.iPage - 1))) input.Throw();
+        int const pages = tags.iPages;
+        tags = {};
+        ReadTags(tiff, tags);
+        tags.iPages = pages;
+    }
+    Layout const layout = ReadLayout(tiff);
+    CheckSize(layout.uWidth, layout.uHeight);
+    Picture picture;
+    if (layout.IsPlain()) {
+        picture = DescribePicture(layout, layout.uSamples, layout.uBits);
+        if (options.bSamples && !PlainReader(tiff, layout, picture).Read()) input.Throw();
+        if (layout.uPhotometric == PHOTOMETRIC_MINISWHITE) Negate(picture);
+        if (layout.bAssociated) DivideByAlpha(picture);
+    } else {
+        picture = ReadAsRgb(input, tiff, layout, options.bSamples);
+    }
+    tags.iOrientation = layout.uOrientation >= 1 && layout.uOrientation <= 8 ? layout.uOrientation : 1;
+    picture.oTags = std::move(tags);
+    return picture;
 }
 
 }  // namespace
 
-Picture DecodeTiff(ByteView file) {
+Picture DecodeTiff(InputStream& stream, ReadOptions const& options) {
     Input input;
-    input.m_oFile = file;
+    input.m_pStream = &stream;
+    input.m_uSize = *stream.FileSize();
     TiffHandle const tiff = OpenTiff(input, "rm");
     if (!tiff) input.Throw();
-    Layout const layout = ReadLayout(tiff.get());
-    CheckSize(layout.uWidth, layout.uHeight);
-    Picture picture;
-    if (layout.IsPlain()) {
-        picture =
-            Picture(static_cast<int>(layout.uWidth), static_cast<int>(layout.uHeight), layout.uSamples, layout.uBits);
-        if (!PlainReader(tiff.get(), layout, picture).Read()) input.Throw();
-        if (layout.uPhotometric == PHOTOMETRIC_MINISWHITE) Negate(picture);
-    } else {
-        picture = ReadAsRgb(input, tiff.get(), layout);
-    }
+    Picture picture = ReadFile(input, tiff.get(), options);
     if (input.m_bPastEnd) input.Throw();
-    return Upright(std::move(picture), layout.uOrientation);
+    return picture;
 }
 
 }  // namespace qzil::media

@@ -49,12 +49,21 @@ void Describe(TIFF* tiff, Picture const& picture) {
     TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, real ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, picture.iChannels < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, picture.oTags.iOrientation);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
     TIFFSetField(tiff, TIFFTAG_PREDICTOR, real ? PREDICTOR_FLOATINGPOINT : PREDICTOR_HORIZONTAL);
     if (alpha) {
         std::uint16_t const kind = EXTRASAMPLE_UNASSALPHA;
         TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
+    }
+    Tags const& tags = picture.oTags;
+    if (!tags.oProfile.empty()) {
+        TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(tags.oProfile.size()), tags.oProfile.data());
+    }
+    if (tags.dfDotsX > 0.0 && tags.dfDotsY > 0.0) {
+        TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+        TIFFSetField(tiff, TIFFTAG_XRESOLUTION, tags.dfDotsX * 0.0254);
+        TIFFSetField(tiff, TIFFTAG_YRESOLUTION, tags.dfDotsY * 0.0254);
     }
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tiff, 0));
 }
@@ -71,7 +80,7 @@ bool WriteRows(TIFF* tiff, Picture const& picture) {
 
 }  // namespace
 
-Bytes EncodeTiff(Picture const& picture) {
+Bytes EncodeTiff(Picture const& picture, WriteOptions const&) {
     Output output;
     {
         TiffHandle const tiff = OpenTiff(output, "wl");

@@ -84,9 +84,10 @@ long long CountFrames(std::string const& path) {
     return reader.Frames();
 }
 
-Y4mWriter::Y4mWriter(std::string path, Y4mHeader const& header) : m_sPath(std::move(path)), m_oHeader(header) {
+Y4mWriter::Y4mWriter(std::string path, Y4mHeader const& header, bool keepOld)
+    : m_sPath(std::move(path)), m_oHeader(header) {
     NamingFile("write", m_sPath, [&] {
-        m_pStream = OutputStream::Open(m_sPath);
+        m_pStream = OutputStream::Open(m_sPath, keepOld);
         m_pStream->Write(BytesOf(header.Line() + "\n"));
     });
 }

@@ -53,7 +53,7 @@ long long CountFrames(std::string const& path);
 /// MediaError, which names the file.
 class Y4mWriter {
 public:
-    Y4mWriter(std::string path, Y4mHeader const& header);
+    Y4mWriter(std::string path, Y4mHeader const& header, bool keepOld = false);
 
     Y4mHeader const& Header() const { return m_oHeader; }
     void Write(Y4mFrame const& frame);

@@ -223,8 +223,10 @@ struct ChromaMix {
 /// `lines` chroma lines serve line `y` of a progressive picture, or of a field when `field` is 0 (top) or 1.
 ChromaMix MixOf(int y, int lines, int field) {
     bool const second = y % 2 != 0;
-    int const near = std::clamp(y / 2, 0, lines - 1);
-    int const far = std::clamp(second ? near + 1 : near - 1, 0, lines - 1);
+    // The last line of an odd field has its place behind the last chroma line: both then are that one.
+    int const place = y / 2;
+    int const near = std::clamp(place, 0, lines - 1);
+    int const far = std::clamp(second ? place + 1 : place - 1, 0, lines - 1);
     if (field < 0) return {near, far, 6, 2};
     return second == (field == 1) ? ChromaMix{near, far, 7, 1} : ChromaMix{near, far, 5, 3};
 }

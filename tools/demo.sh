@@ -99,7 +99,7 @@ if command -v ffmpeg >/dev/null; then
         printf '%s\n' "$out/dissolve-$name.mp4"
     done
 else
-    echo 'no ffmpeg here: the videos stay y4m'
+    echo 'no ffmpeg here (Debian: apt-get install ffmpeg): the videos stay y4m, and no mp4 is made of them'
 fi
 
 set --

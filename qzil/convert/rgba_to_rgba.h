@@ -27,6 +27,8 @@ public:
     void SetDoDithering(int dithering) { m_iDithering = dithering; }
     int GetDoDithering() const { return m_iDithering; }
 
+    void Convert8_RGBA2BGRA_SSE2() const {}
+
 private:
     qzILStatus ConvertVideoToGraphicsOrGraphicsToVideo();
     qzILStatus ConvertToOrFromFloatOrS2_14();

@@ -31,6 +31,10 @@ public:
     void SetDoDithering(int dithering) { m_iDithering = dithering; }
     int GetDoDithering() const { return m_iDithering; }
 
+    void Convert8_RGBA2YCC422_SSE2() const {}
+    void Convert8_RGBA2YCC422_SF_SSE2() const {}
+    void Convert8_RGBA2YCCA422_Line_SSE2() const {}
+
 private:
     qzILStatus Convert8_RGBA2YCC422();
     qzILStatus ConvertRGBAToYCCA422();

@@ -30,6 +30,11 @@ public:
     void SetDoDithering(int dithering) { m_iDithering = dithering; }
     int GetDoDithering() const { return m_iDithering; }
 
+    void Convert8_YCC4222RGBA_SSE2() const {}
+    void Convert8_YCC422_SF2RGBA_SSE2() const {}
+    void Convert8_YCCA4222RGBA_Line_Interpolating_SSE2() const {}
+    void Convert8_YCCA4222RGBA_Line_Duplicating_SSE2() const {}
+
 private:
     qzILStatus Convert8_YCC4222RGBA();
     qzILStatus ConvertYCCA422ToRGBA();

@@ -1,6 +1,6 @@
 #include "qzil/frame/color_samples.h"
 
-#include "qzil/image/formats.h"
+#include "qzil/image/format_row.h"
 
 namespace qzil {
 
@@ -16,8 +16,8 @@ Channels<T> PairSamples(T const* ycc, kernel::Layout layout) {
 
 }  // namespace
 
-XFColorModel YccModelOf(GUID const& format) {
-    return IsFormat601(format) ? XFColorModelYCC601 : XFColorModelYCC709;
+XFColorModel YccModelOf(FormatRow const& format) {
+    return format.Is601() ? XFColorModelYCC601 : XFColorModelYCC709;
 }
 
 template <>

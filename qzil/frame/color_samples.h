@@ -6,7 +6,7 @@
 namespace qzil {
 
 /// The YCC model of a format: Rec. 601 or, for all others, Rec. 709.
-XFColorModel YccModelOf(GUID const& format);
+XFColorModel YccModelOf(FormatRow const& format);
 
 /// A colour in the samples of a call's pixels: the four channels of RGBA, its mono value four times, or the samples of
 /// a pair of 4:2:2. Float samples have full scale 1.0.

@@ -53,8 +53,7 @@ qzILStatus qzILMonadicConvertProc::PrepareData() {
     if (!m_pInputImg) return Fail(0x1000B);
     m_oInputHelper.SetImage(m_pInputImg);
     if (!m_oInputHelper.HasPixels()) return Fail(0x1000C);
-    qzILVector2l const delta = Distance(m_oRoi.Origin, m_oOutputOffset),
-                       back = Distance(m_oOutputOffset, m_oRoi.Origin);
+    qzILVector2l const delta = Way(m_oRoi.Origin, m_oOutputOffset), back = Way(m_oOutputOffset, m_oRoi.Origin);
     // Verify refuses a region that leaves the output; a host that went on gets what lies inside it.
     qzILBbox2l const region(m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y);
     m_oOutputBox = region.Intersect(WholeOf(m_pOutputImg));

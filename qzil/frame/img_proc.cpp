@@ -132,8 +132,8 @@ unsigned qzILImgProc::FindPlaneFault(std::span<Source const> sources) const {
 
 qzILImgProc::Region qzILImgProc::FormRegion(std::span<Source const> sources, unsigned primary) const {
     Region region;
-    region.oDelta = Distance(m_oRoi.Origin, m_oOutputOffset);
-    region.oBack = Distance(m_oOutputOffset, m_oRoi.Origin);
+    region.oDelta = Way(m_oRoi.Origin, m_oOutputOffset);
+    region.oBack = Way(m_oOutputOffset, m_oRoi.Origin);
     // Verify refuses a region that leaves the output, and a mask image smaller than its rectangle; a host that went on
     // gets what lies inside both.
     region.oWanted = {m_oOutputOffset.x, m_oOutputOffset.y, m_oRoi.Size.x, m_oRoi.Size.y};
@@ -155,18 +155,19 @@ qzILImgProc::Region qzILImgProc::FormRegion(std::span<Source const> sources, uns
 
 bool qzILImgProc::ViewSource(Source const& source, qzILBbox2l const& rectangle, Region const& region,
                              qzILImageHelper& helper) const {
-    qzILVector2l const origin = Distance(source.oPlace, m_oRoi.Origin);
-    qzILVector2l offset = Distance(source.oPlace, region.oBack);
+    qzILVector2l const origin = Way(source.oPlace, m_oRoi.Origin);
+    qzILVector2l offset = Way(source.oPlace, region.oBack);
     bool const overlaps =
         SamePixels(source.pImage, m_pOutputImg) && !(origin == m_oOutputOffset) &&
         !qzILBbox2l(origin.x, origin.y, m_oRoi.Size.x, m_oRoi.Size.y).Intersect(region.oWanted).IsEmpty();
     if (overlaps) {
-        qzILBbox2l const place = Moved(rectangle, Distance(source.oPlace, {}));
+        qzILBbox2l const place = Moved(rectangle, Way(source.oPlace, {}));
         ReleaseBuffer(source.ppBuffer);
         if (BufferImage(source.pImage, source.ppBuffer, place) != 1) return false;
-        offset = Distance(rectangle.Origin, region.oBack);
+        offset = Way(rectangle.Origin, region.oBack);
     }
-    helper.SetImage(overlaps ? *source.ppBuffer : source.pImage);
+    IXFImage* const pImage = overlaps ? *source.ppBuffer : source.pImage;
+    if (helper.m_pImage != pImage) helper.SetImage(pImage);
     helper.m_iOffsetX = offset.x;
     helper.m_iOffsetY = offset.y;
     return true;
@@ -197,7 +198,7 @@ qzILStatus qzILImgProc::PrepareRegion(std::span<Source const> sources, unsigned 
         if (!ViewSource(source, copied ? region.oInput : region.oMasked, region, helper)) return Fail(0x10001);
         if (copied) copy = helper;
     }
-    qzILVector2l const maskOffset = Distance(region.oMaskRect.Origin, region.oBack);
+    qzILVector2l const maskOffset = Way(region.oMaskRect.Origin, region.oBack);
     mask.m_iOffsetX = maskOffset.x;
     mask.m_iOffsetY = maskOffset.y;
     if (!FieldIsWhole(sources, region, output)) return Fail(0x10060);
@@ -325,7 +326,7 @@ bool qzILImgProc::Has(kernel::Forms const& forms) const {
 
 kernel::Form const* qzILImgProc::FindForm(kernel::Forms const& forms, Prepared const& prepared,
                                           kernel::Call& call) const {
-    call.pFormat = &prepared.pSource->m_oFormat;
+    call.pFormat = &prepared.pSource->Format();
     call.eLayout = LayoutOf(*call.pFormat);
     call.bMasked = prepared.oWalk.oMask.pFirst != nullptr;
     call.bPassB = prepared.oWalk.bPassB;

@@ -1,22 +1,19 @@
 #include "qzil/frame/run.h"
 
-#include "qzil/image/formats.h"
-#include "qzil/image/image_ops.h"
-
 namespace qzil {
 
-kernel::Layout LayoutOf(GUID const& format) {
+kernel::Layout LayoutOf(FormatRow const& format) {
     using kernel::Layout;
-    if (IsFormatRGB(format) && GetNumOfChannelsFromFormat(format) == 4) return Layout::Rgba;
-    if (IsFormatMono(format)) return Layout::Mono;
-    if (!IsPairFormat(format)) return Layout::None;
-    bool const chromaFirst = IsFormatAlternateYUV(format);
-    if (IsFormatWithSeparateAlpha(format)) return chromaFirst ? Layout::ChromaFirstAlpha : Layout::LumaFirstAlpha;
-    return chromaFirst ? Layout::ChromaFirst : Layout::LumaFirst;
+    if (format.IsRgb() && format.uChannels == 4) return Layout::Rgba;
+    if (format.IsMono()) return Layout::Mono;
+    if (!format.IsPair()) return Layout::None;
+    if (format.HasAlphaPlane()) return format.IsChromaFirst() ? Layout::ChromaFirstAlpha : Layout::LumaFirstAlpha;
+    if (format.HasAlpha()) return Layout::None;
+    return format.IsChromaFirst() ? Layout::ChromaFirst : Layout::LumaFirst;
 }
 
-kernel::SampleType ChannelTypeOf(GUID const& format) {
-    switch (GetChannelTypeFromFormat(format)) {
+kernel::SampleType ChannelTypeOf(FormatRow const& format) {
+    switch (format.uChannelType) {
         case XFChannelTypeUInt8: return kernel::SampleType::U8;
         case XFChannelTypeUInt16: return kernel::SampleType::U16;
         case XFChannelTypeS2_14: return kernel::SampleType::S2_14;

@@ -2,6 +2,7 @@
 
 #include "qzil/frame/codes.h"
 #include "qzil/frame/img_proc.h"
+#include "qzil/image/format_row.h"
 #include "qzil/kernel/operation.h"
 
 // What the sources of effects run their operations with.
@@ -12,8 +13,8 @@ namespace qzil {
 inline constexpr unsigned kWritesNothing = 1;
 
 /// The layout and the channel type of a format's samples; those of 10.6 are words.
-kernel::Layout LayoutOf(GUID const& format);
-kernel::SampleType ChannelTypeOf(GUID const& format);
+kernel::Layout LayoutOf(FormatRow const& format);
+kernel::SampleType ChannelTypeOf(FormatRow const& format);
 
 /// A share of 0 to 1 as a weight of samples: times full scale, rounded half away from zero. Outside 0 to 1 the low byte
 /// counts at 8 bits; 16 bits and S2.14 are limited to 0 to full scale. NaN gives 0; float is as it is.

@@ -11,10 +11,15 @@
 /// Set: the present colour is converted into the model, the given components replaced, and the result converted back.
 class QZIL_API qzILColor {
 public:
+    QZIL_CLASS_NAME(qzILColor)
+    char const* GetActualClassName() const { return m_ClassName; }
+
     constexpr qzILColor() = default;
     constexpr qzILColor(double red, double green, double blue, double alpha = 1.0)
         : m_dfRed(red), m_dfGreen(green), m_dfBlue(blue), m_dfAlpha(alpha) {}
     bool operator==(qzILColor const&) const = default;
+    void Init() { *this = qzILColor(); }
+    void Trash() {}
 
     void GetColorAsRGBA(double* red, double* green, double* blue, double* alpha = nullptr) const;
     void SetColorAsRGBA(double const* red, double const* green, double const* blue, double const* alpha = nullptr);

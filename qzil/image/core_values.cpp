@@ -185,7 +185,7 @@ qzILBbox2l Moved(qzILBbox2l const& box, qzILVector2l const& distance) {
             box.Size.y};
 }
 
-qzILVector2l Distance(qzILVector2l const& from, qzILVector2l const& to) {
+qzILVector2l Way(qzILVector2l const& from, qzILVector2l const& to) {
     return {Limit(std::int64_t{to.x} - from.x), Limit(std::int64_t{to.y} - from.y)};
 }
 

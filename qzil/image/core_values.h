@@ -230,6 +230,6 @@ namespace qzil {
 /// The rectangle moved by a distance; a coordinate that leaves 32 bits stops at its end.
 qzILBbox2l Moved(qzILBbox2l const& box, qzILVector2l const& distance);
 /// The way from one place to another, with the same stop: what lies further apart never meets in an image.
-qzILVector2l Distance(qzILVector2l const& from, qzILVector2l const& to);
+qzILVector2l Way(qzILVector2l const& from, qzILVector2l const& to);
 
 }  // namespace qzil

@@ -23,6 +23,48 @@ struct FormatPredicates {
     }
 };
 
+/// How a colour is written: the channel forms of qzILColor, and one of 32 bits; open where there is none.
+enum class ColorForm : std::uint8_t {
+    Open,
+    Mono8,
+    Mono16,
+    MonoS2_14,
+    MonoFloat,
+    Mono32,
+    Bytes,
+    Words,
+    S2_14,
+    Float,
+    W10_6
+};
+
+/// The forms of a colour in a format, a letter each: that of qzILGetColorAsType, then, for formats that are not filled
+/// from it, that of a fill, then the order of a fill's channels: as they come, reversed (<) or the first two exchanged
+/// (~).
+struct ColorForms {
+    ColorForm eColor = ColorForm::Open;
+    ColorForm eFill = ColorForm::Open;
+    std::uint8_t auOrder[3] = {0, 1, 2};
+
+    consteval ColorForms(char const* letters) {
+        if (*letters) eColor = FormOf(*letters++);
+        if (*letters) eFill = FormOf(*letters++);
+        if (!*letters) return;
+        bool const reversed = *letters == '<';
+        auOrder[0] = reversed ? 2 : 1;
+        auOrder[1] = reversed ? 1 : 0;
+        auOrder[2] = reversed ? 0 : 2;
+    }
+    static consteval ColorForm FormOf(char letter) {
+        constexpr char kLetters[] = ".12354bwsft";
+        int form = 0;
+        while (kLetters[form] != letter) {
+            if (!kLetters[++form]) throw "no such form letter";
+        }
+        return static_cast<ColorForm>(form);
+    }
+};
+
 /// All that is known of a format. Found once per image: whoever holds an image's row asks it, not the functions that
 /// look a format up.
 struct FormatRow {
@@ -34,6 +76,7 @@ struct FormatRow {
     unsigned uPixelSize;
     XFColorModel uColorModel;
     FormatPredicates oTrue;
+    ColorForms oForms;
     StoredAttributes oStored;
 
     constexpr bool IsRgb() const { return Has(FormatPredicates::BitOf('R')); }
@@ -73,7 +116,7 @@ private:
 };
 
 /// What an unlisted format answers: the negative tests are true, all else is false and 0.
-inline constexpr FormatRow kUnknownFormat{GUID_NULL, nullptr, 0, 0, 0, 0, 0, "Y2UT", {0, 0, 0, 0, -1}};
+inline constexpr FormatRow kUnknownFormat{GUID_NULL, nullptr, 0, 0, 0, 0, 0, "Y2UT", "", {0, 0, 0, 0, -1}};
 
 /// The row of a format; kUnknownFormat for one that is not listed.
 FormatRow const& RowOf(GUID const& format);

@@ -135,6 +135,9 @@ public:
     static qzILMemoryPool* s_pImageMemoryPool;
     static void ClearImagePool();
 
+    QZIL_CLASS_NAME(CMFImage)
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+
     CMFImage();
     virtual ~CMFImage();
     CMFImage(CMFImage const&) = delete;
@@ -218,6 +221,7 @@ public:
 
     /// Gives the pixel memory back and every field, but reference count and marshaler, its first value.
     void Trash();
+    void Init() { Trash(); }
     /// A block of `size` bytes from the pool; a block of exactly that size is kept.
     HRESULT ResizeAllocatedMemory(unsigned size);
     /// Bytes that the image owns: 0 for an external pixel array.

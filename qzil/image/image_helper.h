@@ -28,6 +28,9 @@ struct LineOrder {
 /// Cached view of one image, used by all line walking. An empty helper has no image and all fields zero.
 class QZIL_API qzILImageHelper {
 public:
+    QZIL_CLASS_NAME(qzILImageHelper)
+    char const* GetActualClassName() const { return m_ClassName; }
+
     qzILImageHelper() = default;
     explicit qzILImageHelper(IXFImage* image) { SetImage(image); }
 
@@ -35,6 +38,9 @@ public:
     /// The lines stay null for an image whose memory does not hold its format, its sizes and its resolution.
     void SetImage(IXFImage* image);
     bool IsEmpty() const { return m_pImage == nullptr; }
+    /// Empties the view, the offsets included.
+    void Init() { *this = qzILImageHelper(); }
+    void Trash() {}
     /// The image's memory holds its format, its sizes and its resolution, of at least one pixel: the sizes of channels
     /// and pixels are those of the format, where it has any, and every address of a plane lies in the pixel array.
     bool HasPixels() const { return m_pLineZero != nullptr; }

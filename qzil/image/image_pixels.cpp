@@ -127,14 +127,15 @@ HRESULT CMFImage::GetPixel(void* pixel, float x, float y) {
     float const fx = x - static_cast<float>(ix), fy = y - static_cast<float>(iy);
 
     unsigned const channels = mono ? 1 : 4;
-    unsigned const touched = std::max(pixelSize, channels * (wide ? 2u : 1u));
+    // A size set by hand is not the caller's room.
+    if (pixelSize != channels * (wide ? 2 : 1)) return kFailure;
     std::uint64_t bytes = static_cast<std::uint64_t>(d.iWidth) * static_cast<std::uint64_t>(d.iHeight) * pixelSize;
     bytes = std::min(bytes, PixelMemory());
-    if (!m_oState.pPixels || bytes < touched) return kFailure;
+    if (!m_oState.pPixels || bytes < pixelSize) return kFailure;
     auto const at = [&](std::int64_t column, std::int64_t row) {
         // Right of the last column lies the next row's first pixel; behind the last pixel, the last one again.
         auto const offset = static_cast<std::uint64_t>(row * d.iWidth + column) * pixelSize;
-        return m_oState.pPixels + std::min<std::uint64_t>(offset, bytes - touched);
+        return m_oState.pPixels + std::min<std::uint64_t>(offset, bytes - pixelSize);
     };
     if (fx == 0 && fy == 0) {
         std::memcpy(pixel, at(ix, iy), pixelSize);

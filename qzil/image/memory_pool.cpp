@@ -36,6 +36,10 @@ qzILMemoryPool::qzILMemoryPool(std::uint32_t keep0, std::uint32_t limit0, std::u
 }
 
 qzILMemoryPool::~qzILMemoryPool() {
+    Trash();
+}
+
+void qzILMemoryPool::Trash() {
     for (int c = 0; c < kClasses; ++c) ClearPool(c);
 }
 

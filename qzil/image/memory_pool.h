@@ -12,6 +12,9 @@
 /// All public operations hold its lock throughout.
 class QZIL_API qzILMemoryPool {
 public:
+    QZIL_CLASS_NAME(qzILMemoryPool)
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+
     struct qzILMemoryPoolEntry {
         void* pBlock;
         std::uint32_t uSize;
@@ -22,7 +25,7 @@ public:
     /// rounded up to whole pages.
     qzILMemoryPool(std::uint32_t keep0, std::uint32_t limit0, std::uint32_t keep1, std::uint32_t limit1,
                    std::uint32_t keep2, std::uint32_t limit2);
-    ~qzILMemoryPool();
+    virtual ~qzILMemoryPool();
     qzILMemoryPool(qzILMemoryPool const&) = delete;
     qzILMemoryPool& operator=(qzILMemoryPool const&) = delete;
 
@@ -40,6 +43,9 @@ public:
     void* AllocMem(int sizeClass, std::uint32_t size);
     void FreeMem(int sizeClass, void* block);
     void PrintImagePoolStatus(int detail);
+    void Init() {}
+    /// Frees all free lists.
+    void Trash();
 
 private:
     class Lock;

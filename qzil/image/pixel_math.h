@@ -117,9 +117,13 @@ QZIL_INLINE constexpr s32 RoundHalfAway(double value) {
     return TruncateTo<s32>(value + (value < 0 ? -0.5 : 0.5), -2147483648.0, 2147483647.0);
 }
 
+/// The float below 0.5. Added to a float and truncated, it rounds every half up as 0.5 would, and nothing below a half:
+/// 0.5 itself makes a 1 of 0.49999997, whose sum is rounded up.
+inline constexpr float kBelowHalf = 0x1.fffffep-2f;
+
 /// The same in float, for values already known to fit. Without a branch: loops over it become vectors.
 QZIL_INLINE constexpr s32 RoundHalfAwayFloat(float value) {
-    return static_cast<s32>(value + __builtin_copysignf(0.5f, value));
+    return static_cast<s32>(value + __builtin_copysignf(kBelowHalf, value));
 }
 
 /// The nearest integer in low..high, halves away from zero. NaN gives the lower limit.
@@ -129,7 +133,7 @@ QZIL_INLINE constexpr s32 RoundToRange(float value, float low, float high) {
 }
 /// The same for 0..high, with fewer steps.
 QZIL_INLINE constexpr s32 RoundToLevel(float value, float high) {
-    float const above = value > 0.0f ? value + 0.5f : 0.0f;
+    float const above = value > 0.0f ? value + kBelowHalf : 0.0f;
     return static_cast<s32>(above < high + 0.5f ? above : high + 0.5f);
 }
 QZIL_INLINE constexpr s16 RoundToS2_14(float value) {

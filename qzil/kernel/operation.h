@@ -1,7 +1,6 @@
 #pragma once
 
 #include "qzil/kernel/row.h"
-#include "qzil/platform/guid.h"
 
 #include <concepts>
 #include <type_traits>
@@ -14,6 +13,8 @@
 // it over the rule that the effect builds.
 
 namespace qzil {
+
+struct FormatRow;
 
 /// The type that integer rules compute in: twice as wide as a sample.
 template <class T>
@@ -134,7 +135,7 @@ struct Operation : Forms {
 
 /// What an effect can know of a call when it builds a rule.
 struct Call {
-    GUID const* pFormat;
+    FormatRow const* pFormat;
     Layout eLayout;
     unsigned uSelected;  ///< the selected channels; 15 where channels cannot be selected
     bool bMasked;

@@ -66,7 +66,7 @@ QZIL_INLINE void PutFour(T* out, Four v) {
 QZIL_INLINE void Diffuse(float* values, int first, int end, float& error) {
     for (int i = first; i < end; ++i) {
         float const value = values[i] + error;
-        error = value - __builtin_truncf(value + __builtin_copysignf(0.5f, value));
+        error = value - __builtin_truncf(value + __builtin_copysignf(kBelowHalf, value));
         values[i] = value;
     }
 }

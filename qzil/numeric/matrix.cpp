@@ -38,6 +38,11 @@ qzILMatrix& qzILMatrix::operator=(qzILMatrix const& other) {
     return *this;
 }
 
+void qzILMatrix::Init() {
+    Resize(0, 0);
+    m_dfEpsilon = qzILMatrix().m_dfEpsilon;
+}
+
 void qzILMatrix::Resize(int rows, int columns) {
     if (!m_bValid || rows != m_iRows || columns != m_iColumns) {
         Delete2DArray(m_ppElements, m_iRows);

@@ -29,6 +29,9 @@ enum qzILMatrixCondition : std::int32_t {
 /// return have the tolerance of the left operand, copies that of the original; assignment leaves it alone.
 class QZIL_API qzILMatrix {
 public:
+    QZIL_CLASS_NAME(qzILMatrix)
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+
     qzILMatrix() = default;
     /// All elements 0.
     qzILMatrix(int rows, int columns) { Resize(rows, columns); }
@@ -43,6 +46,9 @@ public:
 
     /// Makes all elements 0, also when the size stays. Empty for a size that is not positive or out of memory.
     void Resize(int rows, int columns);
+    /// Empty, with the first tolerance.
+    void Init();
+    void Trash() { Resize(0, 0); }
     void SetSize(int rows, int columns) { Resize(rows, columns); }
     /// The tolerance of `IsVerySmall` and of all tests, 1e-6 at first.
     void SetEpsilon(double epsilon) { m_dfEpsilon = epsilon; }

@@ -15,6 +15,12 @@ qzILMatrix3D& qzILMatrix3D::operator=(qzILMatrix const& other) {
     return *this;
 }
 
+void qzILMatrix3D::Init() {
+    qzILMatrix::Init();
+    Resize(4, 4);
+    SetToIdentity();
+}
+
 /// Calls f(row), a pointer to at least four elements.
 template <class F>
 qzILStatus qzILMatrix3D::ForEachRow(F&& f) {

@@ -9,7 +9,12 @@
 /// and nothing with less than four.
 class QZIL_API qzILMatrix3D : public qzILMatrix {
 public:
+    QZIL_CLASS_NAME(qzILMatrix3D)
+    char const* GetActualClassName() const override { return m_ClassName; }
+
     qzILMatrix3D();
+    /// The identity, with the first tolerance.
+    void Init();
     /// Empty when the other is not 4 x 4.
     qzILMatrix3D(qzILMatrix const& other);
     qzILMatrix3D(qzILMatrix3D const&) = default;
@@ -17,12 +22,12 @@ public:
     /// Takes over any size.
     qzILMatrix3D& operator=(qzILMatrix const& other);
 
-    qzILStatus Translate(double x, double y, double z);
-    qzILStatus Scale(double x, double y, double z);
+    [[nodiscard]] qzILStatus Translate(double x, double y, double z);
+    [[nodiscard]] qzILStatus Scale(double x, double y, double z);
     /// By angles in radians.
-    qzILStatus RotateZAxis(double angle);
-    qzILStatus RotateYAxis(double angle);
-    qzILStatus RotateXAxis(double angle);
+    [[nodiscard]] qzILStatus RotateZAxis(double angle);
+    [[nodiscard]] qzILStatus RotateYAxis(double angle);
+    [[nodiscard]] qzILStatus RotateXAxis(double angle);
 
 private:
     template <class F>

@@ -10,11 +10,17 @@
 /// pass through the logarithm and the power of the C library. Not for secrets.
 class QZIL_API qzILRandomNumber {
 public:
+    QZIL_CLASS_NAME(qzILRandomNumber)
+    virtual char const* GetActualClassName() const { return m_ClassName; }
+
     qzILRandomNumber() = default;
     qzILRandomNumber(qzILRandomNumber const&) = default;
     virtual ~qzILRandomNumber() = default;
     qzILRandomNumber& operator=(qzILRandomNumber const&) = default;
 
+    /// As made.
+    void Init() { *this = qzILRandomNumber(); }
+    void Trash() {}
     /// Starts the sequence of a seed of 0 or more; 0 and 1 start the same one. A negative seed replaces the state of a
     /// running sequence without starting a new one.
     void SetFixedSeed(int seed);

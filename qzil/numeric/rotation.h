@@ -5,9 +5,14 @@
 /// A rotation as a quaternion.
 class QZIL_API qzILQuaternion {
 public:
+    QZIL_CLASS_NAME(qzILQuaternion)
+    char const* GetActualClassName() const { return m_ClassName; }
+
     qzILQuaternion() = default;
     qzILQuaternion(double w_, double x_, double y_, double z_) : w(w_), x(x_), y(y_), z(z_) {}
 
+    void Init() { *this = qzILQuaternion(); }
+    void Trash() {}
     /// Makes the length 1; a quaternion of no length becomes the rotation by nothing.
     void Normalize();
     /// Becomes the rotation at `t` on the shorter arc from `a`, at 0, to `b`, at 1; `t` may lie outside.

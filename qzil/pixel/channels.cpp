@@ -38,6 +38,11 @@ bool ArePartners(GUID const& rgba, GUID const& mono) {
     return false;
 }
 
+bool IsInsertable(GUID const& mono) {
+    constexpr std::array kInsertable{MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
+    return Contains(kInsertable, mono);
+}
+
 /// The place that a channel names in a pixel; the first for what names none.
 int PlaceOf(XFImageChannel channel) {
     return channel == XFImageChannel1 ? 1 : channel == XFImageChannel2 ? 2 : channel == XFImageChannel3 ? 3 : 0;
@@ -118,12 +123,11 @@ void* qzILExtractChannel::GetConvertedColor(qzILColor const& color) {
 }
 
 bool qzILInsertChannel::Converts(GUID const& input, GUID const& output) {
-    return ArePartners(output, input) && (input == MFIF_MONO_RAW_8 || input == MFIF_MONO_RAW_16);
+    return ArePartners(output, input) && IsInsertable(input);
 }
 
 qzILStatus qzILInsertChannel::Verify() {
-    auto const accepts = [](GUID const& input) { return input == MFIF_MONO_RAW_8 || input == MFIF_MONO_RAW_16; };
-    if (qzILStatus const status = VerifyFormats(accepts, Converts); status != 1) return status;
+    if (qzILStatus const status = VerifyFormats(IsInsertable, Converts); status != 1) return status;
     return IsOneChannel(m_uChannel) || m_uChannel == kModeAllChannels ? 1 : Fail(Code::Channel);
 }
 
@@ -135,7 +139,7 @@ qzILStatus qzILInsertChannel::DoEffect() {
     kernel::ConvertTraits const traits{
         .iInBytes = PixelBytesOf(input), .iOutBytes = PixelBytesOf(output), .bUpdates = !all};
     ChannelRows const& rows = GetChannelRows();
-    auto const row = input == MFIF_MONO_RAW_8 ? rows.pInsert8 : rows.pInsert16;
+    auto const row = GetChannelSizeFromFormat(input) == 1 ? rows.pInsert8 : rows.pInsert16;
     return RunRows(traits, kernel::BoundConversion(row, place));
 }
 

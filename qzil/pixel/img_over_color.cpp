@@ -97,7 +97,7 @@ qzILStatus qzILImgOverColor::CompositeReal() {
                               alpha * kFull,
                               static_cast<float>(m_dfOpacity),
                               m_iPremultiplied != 0,
-                              IsFormatWithAlpha(*call.pFormat),
+                              call.pFormat->HasAlpha(),
                               m_uProcessingMode & kModeAllChannels};
         for (int i = 0; i < 4; ++i) rule.aBackground[i] = samples.aValues[i] * (video ? alpha : 1.0f) * kFull;
         return rule;

@@ -22,7 +22,7 @@ qzILStatus DyadicLogic::DoEffect() {
         case LogicRule::And: return Run(GetAnd(), kWritesNothing);
         case LogicRule::Or: return Run(GetOr(), kWritesNothing);
         case LogicRule::XOr: return Run(GetXOr(), kWritesNothing);
-        case LogicRule::Distance: return Run(GetDistance(), kWritesNothing);
+        case LogicRule::Difference: return Run(GetDifference(), kWritesNothing);
         default: break;
     }
     // Extrema work in their own formats alone.

@@ -11,7 +11,7 @@
 // types are worked on as unsigned numbers, and others are not written.
 
 namespace qzil {
-enum class LogicRule { And, Or, XOr, Distance, Larger, Smaller };
+enum class LogicRule { And, Or, XOr, Difference, Larger, Smaller };
 
 class QZIL_API DyadicLogic : public qzILDyadicPixelProc {
 public:
@@ -51,7 +51,7 @@ class QZIL_API qzILOrImg : public qzil::DyadicLogic {
 /// Where two images differ: A ^ B for operation 1, the default, else |A - B|. Not interrupted within a frame.
 class QZIL_API qzILXOrImg : public qzil::DyadicLogic {
     QZIL_PLAIN_EFFECT_CLASS(qzILXOrImg, m_uOperation = 1)
-    qzil::LogicRule Rule() const override { return m_uOperation == 1 ? qzil::LogicRule::XOr : qzil::LogicRule::Distance; }
+    qzil::LogicRule Rule() const override { return m_uOperation == 1 ? qzil::LogicRule::XOr : qzil::LogicRule::Difference; }
     void SetOperation(std::uint32_t operation) { m_uOperation = operation; }
     std::uint32_t GetOperation() const { return m_uOperation; }
 

@@ -7,7 +7,7 @@ namespace qzil {
 QZIL_COMPOSE_RULE(And, a & b, u8, u16)
 QZIL_COMPOSE_RULE(Or, a | b, u8, u16)
 QZIL_COMPOSE_RULE(XOr, a ^ b, u8, u16)
-QZIL_COMPOSE_RULE(Distance, Max(a, b) - Min(a, b), u8, u16)
+QZIL_COMPOSE_RULE(Difference, Max(a, b) - Min(a, b), u8, u16)
 QZIL_COMPOSE_RULE(Larger, Max(a, b), u8, u16)
 QZIL_COMPOSE_RULE(Smaller, Min(a, b), u8, u16)
 

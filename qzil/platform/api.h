@@ -10,3 +10,11 @@
 #else
 #define QZIL_API __attribute__((visibility("default")))
 #endif
+
+/// The name that every class of the library has; its GetActualClassName, virtual where the class has virtual functions,
+/// tells that of the most derived class.
+#define QZIL_CLASS_NAME(Class)                    \
+    static constexpr char m_ClassName[] = #Class; \
+    static char const* GetClassNameA() {          \
+        return m_ClassName;                       \
+    }

@@ -50,10 +50,10 @@ TEST(Catalog, DefaultsRunOnEveryFormat) {
             }
             Ref<IXFImage> const output = MakeImage(format, 0);
             Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 0x30);
-            instance.Effect().SetOutputImg(output.Get());
+            instance.SetOutput(output.Get());
             if (entry.bMaskRequired) {
                 EXPECT_NE(instance.Effect().Verify(), 1);
-                instance.Effect().SetMask(0, 0, kSide, kSide, mask.Get(), XFImageChannelMono);
+                instance.SetMask({0, 0, kSide, kSide}, mask.Get(), XFImageChannelMono);
             }
             ASSERT_EQ(instance.Effect().Verify(), 1) << ErrorSentence(entry, instance.Effect().GetLastError());
             ASSERT_EQ(instance.Effect().Execute(), 1) << ErrorSentence(entry, instance.Effect().GetLastError());
@@ -89,8 +89,8 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
                 Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 1);
                 Instance instance = entry.Make();
                 for (std::size_t k = 0; k < entry.oInputs.size(); ++k) instance.SetInput(k, image.Get());
-                instance.Effect().SetOutputImg(output.Get());
-                instance.Effect().SetMask(0, 0, kSide, kSide, mask.Get(), XFImageChannelMono);
+                instance.SetOutput(output.Get());
+                instance.SetMask({0, 0, kSide, kSide}, mask.Get(), XFImageChannelMono);
                 instance.Set(i, value);
                 return instance.Effect().Verify() == 1;
             };
@@ -181,7 +181,7 @@ TEST(Catalog, LookUpTablesSuitTheDepthOfTheInput) {
             if (tablesFirst) instance.Set("curve", invert);
             instance.SetInput(0, image.Get());
             if (!tablesFirst) instance.Set("curve", invert);
-            instance.Effect().SetOutputImg(output.Get());
+            instance.SetOutput(output.Get());
             ASSERT_EQ(instance.Effect().Verify(), 1);
             ASSERT_EQ(instance.Effect().Execute(), 1);
             void* pPixels = nullptr;
@@ -204,7 +204,7 @@ TEST(Catalog, DominantInputAndOffset) {
             instance.SetInput(1, imageB.Get());
             if (!dominantFirst) instance.SetDominant(b);
             instance.SetInputOffset({4, 0});
-            instance.Effect().SetOutputImg(output.Get());
+            instance.SetOutput(output.Get());
             ASSERT_EQ(instance.Effect().Verify(), 1);
             ASSERT_EQ(instance.Effect().Execute(), 1);
             qzILImageHelper const helper(output.Get());

@@ -39,6 +39,8 @@ void ExpectOrder(Conversion kind) {
     expect(0x1000C, image.Get(), whole);
     job.oInput = image;
     expect(0x10033, image.Get(), whole);
+    job.oInput = ImageOver(MFIF_BGR_RAW_24, memory);  // another image of the same memory
+    expect(0x10033, image.Get(), whole);
     job.oInput = ImageOver(MFIF_BGR_RAW_24, other);  // refused last
     expect(0x20002, image.Get(), whole);
     job.uMode = 15;

@@ -166,18 +166,37 @@ TEST(BadSetUp, UtilitiesOnImagesWhoseMemoryDoesNotHoldWhatTheySay) {
 }
 
 TEST(BadSetUp, Regions) {
-    constexpr int kMax = 0x7FFFFFFF;
-    int const cases[][6] = {
-        {0, 0, 32, 32, 0, 0},     {0, 0, 16, 8, 5, 3},          {0, 0, 16, 8, -5, -3},
-        {-4, -4, 30, 30, -2, -2}, {100, 100, 16, 8, 0, 0},      {0, 0, 16, 8, 1000, 1000},
-        {0, 0, kMax, kMax, 0, 0}, {0, 0, -5, -5, 0, 0},         {3, 1, 5, 5, 1, 1},
-        {0, 0, 0, 8, 0, 0},       {kMax, kMax, 16, 8, kMax, 0}, {-kMax, -kMax, kMax, kMax, -kMax, -kMax}};
+    constexpr int kMax = 0x7FFFFFFF, kMin = -kMax - 1;
+    int const cases[][6] = {{0, 0, 32, 32, 0, 0},
+                            {0, 0, 16, 8, 5, 3},
+                            {0, 0, 16, 8, -5, -3},
+                            {-4, -4, 30, 30, -2, -2},
+                            {100, 100, 16, 8, 0, 0},
+                            {0, 0, 16, 8, 1000, 1000},
+                            {0, 0, kMax, kMax, 0, 0},
+                            {0, 0, -5, -5, 0, 0},
+                            {3, 1, 5, 5, 1, 1},
+                            {0, 0, 0, 8, 0, 0},
+                            {kMax, kMax, 16, 8, kMax, 0},
+                            {-kMax, -kMax, kMax, kMax, -kMax, -kMax},
+                            {kMin, kMin, kMax, kMax, kMax, kMax},
+                            {kMax, kMax, kMax, kMax, kMin, kMin},
+                            {kMin, 0, 16, 8, 0, 0}};
     ForSomeFormats([&](EffectClass const& effect, GUID const& format) {
         for (auto const& [x, y, width, height, offsetX, offsetY] : cases) {
             Case const run(effect, format);
             run->SetROI({x, y, width, height});
             run->SetOutputOffset({offsetX, offsetY});
             run.Run("region");
+            if (auto* const dyadic = dynamic_cast<qzILDyadicImgProc*>(run.pEffect.get())) {
+                for (int const place : {kMin, kMax, -1}) {
+                    dyadic->SetInputOffset({place, place});
+                    run.Run("region and place");
+                }
+                dyadic->SetInputOffset({});
+            }
+            run->SetMask(kMin, kMax, kMax, kMax, nullptr, 16);
+            run.Run("region and mask rectangle");
             run->SetOutputImg(run.oInput.Get());
             run.Run("region in place");
         }

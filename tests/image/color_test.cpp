@@ -305,6 +305,22 @@ TEST(ColorForms, SetFormsAreTheAccessorsOverScaledValues) {
     }
 }
 
+TEST(Color, HuesBeyondTheCircleGoRoundIt) {
+    for (auto const set : {&qzILColor::SetColorAsHSVA, &qzILColor::SetColorAsHLSA}) {
+        for (int i = 0; i < 24; ++i) {
+            double const inside = i / 24.0 + 0.01, half = 0.5;
+            qzILColor expected(0, 0, 0, 1);
+            (expected.*set)(&inside, &half, &half, nullptr);
+            for (int turns : {-3, -1, 1, 2}) {
+                double const hue = inside + turns;
+                qzILColor actual(0, 0, 0, 1);
+                (actual.*set)(&hue, &half, &half, nullptr);
+                EXPECT_TRUE(IsNear(actual, expected, 1e-9)) << hue << ": " << DescribeColor(actual);
+            }
+        }
+    }
+}
+
 // Which form a format gets; none where it is not served. Formats whose family the rows leave open are left out.
 struct FormatForm {
     char const* pForm;
@@ -321,15 +337,18 @@ FormatForm const kFormatForms[] = {
     {"8", {MFIF_MONO_RAW_8, MFIF_MONO_RAW_8_TD}},
     {"64", {MFIF_RGBA_RAW_64, MFIF_YCCA_RAW_64}},
     {"16", {MFIF_MONO_RAW_16, MFIF_MONO_RAW_16_TD}},
-    {"S2_14", {MFIF_RGBA_S2_14, MFIF_CbYCrY_S2_14, MFIF_CbYCrYA_S2_14, MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709A_S2_14}},
+    {"S2_14",
+     {MFIF_RGBA_S2_14, MFIF_CbYCrY_S2_14, MFIF_CbYCrYA_S2_14, MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709A_S2_14,
+      MFIF_CbYCrA_S2_14_4444, MFIF_CbYCr709A_S2_14_4444}},
     {"MonoS2_14", {MFIF_MONO_S2_14}},
     {"Float",
      {MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT_BU, MFIF_CbYCrY_FLOAT, MFIF_CbYCrYA_FLOAT, MFIF_CbYCrY709_FLOAT,
-      MFIF_CbYCrY709A_FLOAT}},
+      MFIF_CbYCrY709A_FLOAT, MFIF_CbYCrA_FLOAT_4444, MFIF_CbYCr709A_FLOAT_4444}},
     {"MonoFloat", {MFIF_MONO_FLOAT, MFIF_MONO_FLOAT_BU}},
     {"10_6",
      {MFIF_CbYCrY_10_6, MFIF_CbYCrY709_10_6, MFIF_CbYCrY_10_6_FR, MFIF_CbYCrY709_10_6_FR, MFIF_CbYCrYA_10_6,
-      MFIF_CbYCrY709A_10_6, MFIF_CbYCrYA_10_6_FR, MFIF_CbYCrY709A_10_6_FR}},
+      MFIF_CbYCrY709A_10_6, MFIF_CbYCrYA_10_6_FR, MFIF_CbYCrY709A_10_6_FR, MFIF_CbYCrA_10_6_4444,
+      MFIF_CbYCr709A_10_6_4444}},
     {"none",
      {MFIF_RGB_RAW_24, MFIF_BGR_RAW_24, MFIF_DIB_RAW_24, MFIF_RGB_S2_14, MFIF_RGB_FLOAT, MFIF_RGB_FLOAT_BU,
       MFIF_HLSA_RAW_32, MFIF_HLSA_RAW_64, MFIF_MONO_RAW_32, MFIF_GENERIC, MFIF_RGB_RAW_48, MFIF_RGB_HF_BU,

@@ -1,6 +1,11 @@
 #include "qzil/image/core_values.h"
 
+#include "qzil/image/color.h"
+#include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
+#include "qzil/numeric/matrix_3d.h"
+#include "qzil/numeric/random_number.h"
+#include "qzil/numeric/rotation.h"
 #include "qzil/platform/host.h"
 
 #include <gtest/gtest.h>
@@ -41,10 +46,15 @@ TEST(Error, ClassOfACodeFollowsFromItsHighHalf) {
     }
 }
 
+/// Classes of values and numbers are known by name, and go back to their first values.
 template <class T>
 void ExpectClass(char const* name) {
     EXPECT_STREQ(T::GetClassNameA(), name);
-    static_assert(std::has_virtual_destructor_v<T>);
+    EXPECT_STREQ(T::m_ClassName, name);
+    T object;
+    EXPECT_STREQ(object.GetActualClassName(), name);
+    object.Trash();
+    object.Init();
 }
 
 TEST(CoreValues, ClassNames) {
@@ -53,6 +63,26 @@ TEST(CoreValues, ClassNames) {
     ExpectClass<qzILVector2l>("qzILVector2l");
     ExpectClass<qzILVector2f>("qzILVector2f");
     ExpectClass<qzILVector2d>("qzILVector2d");
+    ExpectClass<qzILColor>("qzILColor");
+    ExpectClass<qzILImageHelper>("qzILImageHelper");
+    ExpectClass<qzILMatrix>("qzILMatrix");
+    ExpectClass<qzILMatrix3D>("qzILMatrix3D");
+    ExpectClass<qzILQuaternion>("qzILQuaternion");
+    ExpectClass<qzILRandomNumber>("qzILRandomNumber");
+    ExpectClass<CMFImage>("CMFImage");
+    qzILMemoryPool pool(1, 1, 1, 1, 1, 1);
+    EXPECT_STREQ(pool.GetActualClassName(), qzILMemoryPool::GetClassNameA());
+    qzILMatrix3D matrix;
+    matrix.SetToZero();
+    matrix.SetEpsilon(1);
+    matrix.Init();
+    EXPECT_TRUE(matrix == qzILMatrix3D() && !matrix.IsVerySmall(0.5)) << "the identity, told by the first tolerance";
+}
+
+TEST(Vectors, SumsWithDoublesAreDoubles) {
+    qzILVector2d const exact(1.0 / 3, 1e-12);
+    EXPECT_EQ((qzILVector2l(1, 1) + exact), qzILVector2d(1 + exact.x, 1 + exact.y));
+    EXPECT_EQ((qzILVector2l(1, 1) - exact), qzILVector2d(1 - exact.x, 1 - exact.y));
 }
 
 TEST(Flags, MasksSetClearAndTestTheWord) {

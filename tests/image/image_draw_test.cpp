@@ -256,6 +256,7 @@ TEST(GetPixel, RefusesPlacesOutsideAndOtherFormats) {
         EXPECT_EQ(image->GetPixel(pixel, x, y), kInvalidArgument) << x << ' ' << y;
     }
     EXPECT_EQ(image->GetPixel(pixel, 4, 3), kOk);
+    EXPECT_EQ(image->GetPixel(nullptr, 4, 3), kInvalidArgument);
     EXPECT_EQ(pixel[0], Bytes(image)[19]);
     for (GUID const& format : DescribedFormats()) {
         bool const isRead = format == MFIF_RGBA_RAW_32 || format == MFIF_DIB_RAW_32 || format == MFIF_RGBA_RAW_64 ||

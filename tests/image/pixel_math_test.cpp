@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -180,6 +181,15 @@ TEST(PixelMath, RoundingGoesHalfAwayFromZero) {
         EXPECT_EQ(qzil::RoundHalfAway(value), expected) << value;
         EXPECT_EQ(qzil::RoundHalfAwayFloat(static_cast<float>(value)), expected) << value;
         EXPECT_EQ(qzil::RoundToS2_14(static_cast<float>(value)), expected) << value;
+    }
+    // The float below each half of a level, the half, and whole numbers to where floats have no halves any more.
+    for (int level = 0; level < 1 << 23; level += level < 70000 ? 1 : 997) {
+        float const half = static_cast<float>(level) + 0.5f, below = std::nextafter(half, 0.0f);
+        ASSERT_EQ(qzil::RoundHalfAwayFloat(below), level);
+        ASSERT_EQ(qzil::RoundHalfAwayFloat(-below), -level);
+        ASSERT_EQ(qzil::RoundHalfAwayFloat(half), level + 1);
+        ASSERT_EQ(qzil::RoundToLevel(below, 65535.0f), std::min(level, 65535));
+        ASSERT_EQ(qzil::RoundToLevel(half, 65535.0f), std::min(level + 1, 65535));
     }
     EXPECT_EQ(qzil::RoundToS2_14(40000.0f), 32767);
     EXPECT_EQ(qzil::RoundToS2_14(-40000.0f), -32768);

@@ -49,25 +49,25 @@ Bytes TiffOfSize(std::uint32_t width, std::uint32_t height) {
     return tiff;
 }
 
-/// A progressive one, whose frame is a marker 0xC2.
-Bytes SmallJpeg() {
-    return JpegOf(RandomPicture(20, 15, 3, 8, 5), JCS_RGB, true);
-}
-
 class Hostile : public FolderTest {
 protected:
+    Bytes FileOf(std::string const& name, Picture const& picture, WriteOptions const& options = {}) {
+        WritePicture(Path(name), picture, options);
+        return LoadBytes(Path(name));
+    }
     /// One small file of each kind.
     std::vector<Bytes> Files() {
         Picture const picture = RandomPicture(20, 15, 4, 16, 5);
-        WritePicture(Path("a.png"), picture);
-        WritePicture(Path("a.tif"), picture);
-        // Ends with the directory's link to the next, which libtiff does not miss.
-        WritePicture(Path("grey.tif"), RandomPicture(20, 15, 1, 8, 5));
         Bytes early = TiffOfSize(8, 8);
         early[10 + 5 * 12 + 11] = 110;
         early.resize(110 + 64);
-        return {LoadBytes(Path("a.png")), LoadBytes(Path("a.tif")), LoadBytes(Path("grey.tif")), early, SmallJpeg()};
+        return {FileOf("a.png", picture), FileOf("a.tif", picture), early, SmallJpeg(), FileOf("a.exr", picture),
+                FileOf("a.webp", picture), FileOf("a.pam", picture), FileOf("a.ppm", picture),
+                // Ends with the directory's link to the next, which libtiff does not miss.
+                FileOf("grey.tif", RandomPicture(20, 15, 1, 8, 5))};
     }
+    /// A progressive one, whose frame is a marker 0xC2.
+    Bytes SmallJpeg() { return FileOf("a.jpg", RandomPicture(20, 15, 3, 8, 5), {.bProgressive = true}); }
 };
 
 TEST_F(Hostile, EveryShorterFileIsRefused) {
@@ -92,7 +92,7 @@ TEST_F(Hostile, DamagedBytesNeverCrashAndPrintNothing) {
     ::testing::internal::CaptureStdout();
     std::mt19937 random(11);
     for (Bytes const& whole : Files()) {
-        for (int round = 0; round < 1800; ++round) {
+        for (int round = 0; round < 1000; ++round) {
             Bytes damaged = whole;
             int const count = 1 + static_cast<int>(random() % 4);
             for (int i = 0; i < count; ++i) damaged[random() % damaged.size()] = static_cast<unsigned char>(random());
@@ -149,7 +149,7 @@ TEST_F(Hostile, WhatIsNoPictureIsNamed) {
     std::filesystem::create_directory(Path("dir"));
     for (auto const& [name, fault] : {std::pair{"none.png", "No such file or directory"},
                                       {"empty.png", "the file is empty"},
-                                      {"text.png", "it is not a PNG, JPEG or TIFF file"},
+                                      {"text.png", "it is not a PNG, JPEG, TIFF, OpenEXR, WebP, PNM or PAM file"},
                                       {"dir", "Is a directory"}}) {
         EXPECT_EQ(ErrorOf([&, name = name] { ReadPicture(Path(name)); }), CannotRead(Path(name), fault));
     }

@@ -47,7 +47,7 @@ inline Bytes LoadBytes(std::string const& path) {
 }
 
 /// A JPEG file of a picture's samples, which are those of the colour space.
-inline Bytes JpegOf(Picture const& picture, J_COLOR_SPACE colors, bool progressive) {
+inline Bytes JpegOf(Picture const& picture, J_COLOR_SPACE colors) {
     unsigned char* pFile = nullptr;
     unsigned long size = 0;
     jpeg_compress_struct jpeg{};
@@ -61,7 +61,6 @@ inline Bytes JpegOf(Picture const& picture, J_COLOR_SPACE colors, bool progressi
     jpeg.in_color_space = colors;
     jpeg_set_defaults(&jpeg);
     jpeg_set_quality(&jpeg, 95, TRUE);
-    if (progressive) jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
     for (int y = 0; y < picture.iHeight; ++y) {
         JSAMPROW pRow = const_cast<JSAMPROW>(picture.Row(y));

@@ -13,12 +13,44 @@ protected:
     }
 };
 
-TEST_F(Write, EveryLayoutReturnsFromPngAndTiff) {
+/// As much of a colour profile as all readers ask for: a head and one tag.
+Bytes Profile(std::string const& space) {
+    // Readers take chunks of fewer bytes for damaged, so what follows must not shrink.
+    Bytes profile = RandomPicture(400, 1, 1, 8, 3).oBytes;
+    std::fill_n(profile.begin(), 144, static_cast<unsigned char>(0));
+    profile[2] = 1;
+    profile[3] = 400 - 256;
+    profile[8] = 4;
+    std::string const words[] = {"mntr", space, "XYZ "};
+    for (std::size_t i = 0; i < 3; ++i)
+        std::copy(words[i].begin(), words[i].end(), profile.begin() + 12 + 4 * static_cast<int>(i));
+    std::string const mark = "acsp";
+    std::copy(mark.begin(), mark.end(), profile.begin() + 36);
+    Bytes const tag{0, 0, 0, 1, 'c', 'p', 'r', 't', 0, 0, 0, 144, 0, 0, 1, 0};
+    std::copy(tag.begin(), tag.end(), profile.begin() + 128);
+    // The white of the connection space.
+    Bytes const white{0, 0, 0xf6, 0xd6, 0, 1, 0, 0, 0, 0, 0xd3, 0x2d};
+    std::copy(white.begin(), white.end(), profile.begin() + 68);
+    return profile;
+}
+
+TEST_F(Write, EveryLayoutReturns) {
     std::pair<int, int> const sizes[] = {{37, 23}, {1, 1}, {1, 300}, {3000, 2}};
-    for (std::string const name : {"a.png", "a.tif", "A.TIFF"}) {
-        for (int const depth : {8, 16, 32}) {
-            if (depth == 32 && name == "a.png") continue;
-            for (int channels = 1; channels <= 4; ++channels) {
+    struct {
+        std::string sName;
+        std::vector<int> oDepths, oChannels;
+    } const cases[] = {
+        {"a.png", {8, 16}, {1, 2, 3, 4}},
+        {"a.tif", {8, 16, 32}, {1, 2, 3, 4}},
+        {"A.TIFF", {8}, {4}},
+        {"a.exr", {32}, {1, 3}},
+        {"a.webp", {8}, {3, 4}},
+        {"a.pam", {8, 16}, {1, 2, 3, 4}},
+        {"a.pnm", {8, 16}, {1, 3}},
+    };
+    for (auto const& [name, depths, layouts] : cases) {
+        for (int const depth : depths) {
+            for (int const channels : layouts) {
                 for (auto const& [width, height] : sizes) {
                     std::string const what = name + " " + std::to_string(width) + "x" + std::to_string(height) +
                                              " of " + std::to_string(channels) + " x " + std::to_string(depth) +
@@ -34,6 +66,46 @@ TEST_F(Write, EveryLayoutReturnsFromPngAndTiff) {
     }
 }
 
+TEST_F(Write, TagsAreCarriedWhereTheKindsHoldThem) {
+    Picture picture = RandomPicture(4, 3, 3, 8, 1);
+    picture.oTags.oProfile = Profile("RGB ");
+    picture.oTags.oExif = {'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 18, 1, 3, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
+    picture.oTags.dfDotsX = picture.oTags.dfDotsY = 11811;  // 300 an inch
+    picture.oTags.oGamma = 0.5;
+    struct {
+        char const* pName;
+        bool bProfile, bExif, bDots, bGamma;
+    } const cases[] = {{"a.png", true, true, true, true},
+                       {"a.jpg", true, true, true, false},
+                       {"a.tif", true, false, true, false},
+                       {"a.webp", true, true, false, false}};
+    for (auto const& test : cases) {
+        WritePicture(Path(test.pName), picture);
+        Tags const tags = ReadPicture(Path(test.pName)).oTags;
+        EXPECT_EQ(tags.oProfile == picture.oTags.oProfile, test.bProfile) << test.pName;
+        EXPECT_EQ(ExifOrientation(tags.oExif) == 1 && !tags.oExif.empty(), test.bExif) << test.pName;
+        EXPECT_NEAR(tags.dfDotsX, test.bDots ? 11811 : 0, 1) << test.pName;
+        EXPECT_EQ(tags.oGamma.value_or(0.0), test.bGamma ? 0.5 : 0.0) << test.pName;
+        WritePicture(Path(test.pName), picture, {.bStrip = true});
+        Tags const none = ReadPicture(Path(test.pName)).oTags;
+        EXPECT_TRUE(none.oProfile.empty() && none.oExif.empty() && none.dfDotsX == 0.0) << test.pName;
+    }
+    // A profile of another colour model would be wrong.
+    picture.oTags.oProfile = Profile("GRAY");
+    WritePicture(Path("a.png"), picture);
+    EXPECT_TRUE(ReadPicture(Path("a.png")).oTags.oProfile.empty());
+}
+
+TEST_F(Write, AnOldFileTellsTheRightsOfTheNew) {
+    WritePicture(Path("a.png"), Picture(1, 1, 1, 8));
+    std::filesystem::permissions(Path("a.png"), std::filesystem::perms(0640));
+    WritePicture(Path("a.png"), Picture(2, 1, 1, 8));
+    EXPECT_EQ(std::filesystem::status(Path("a.png")).permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(ErrorOf([&] { WritePicture(Path("a.png"), Picture(3, 1, 1, 8), {.bKeepOld = true}); }),
+              "cannot write '" + Path("a.png") + "': it is there already");
+    EXPECT_EQ(ReadPicture(Path("a.png")).iWidth, 2);
+}
+
 TEST_F(Write, FloatIsLimitedToSixteenBitsInPng) {
     WritePicture(Path("f.png"), MakePicture<float>(5, 1, 1, {-1.0f, 0.0f, 0.5f, 1.0f, 2.0f}));
     EXPECT_EQ(Samples<std::uint16_t>(ReadPicture(Path("f.png"))),
@@ -41,9 +113,10 @@ TEST_F(Write, FloatIsLimitedToSixteenBitsInPng) {
 }
 
 TEST_F(Write, UnknownExtensionsAreRefused) {
-    for (std::string const name : {"a.jpg", "a.gif", "png", "a.png.bak", "a."}) {
-        EXPECT_EQ(ErrorOf([&] { WritePicture(Path(name), Picture(1, 1, 1, 8)); }),
-                  "cannot write '" + Path(name) + "': the name must end in .png, .tif or .tiff");
+    for (std::string const name : {"a.gif", "png", "a.png.bak", "a."}) {
+        EXPECT_EQ(
+            ErrorOf([&] { WritePicture(Path(name), Picture(1, 1, 1, 8)); }),
+            "cannot write '" + Path(name) + "': the name must end in .png, .jpg, .tif, .exr, .webp, .pnm or .pam");
     }
     EXPECT_EQ(FilesInFolder(), 0u);
 }

@@ -288,7 +288,7 @@ TEST(Y4mImage, ChromaOf420Rises) {
     Bytes scratch;
     for (char const* const tag :
          {"Ip C420jpeg", "Ip C420mpeg2", "It C420jpeg", "Ib C420mpeg2", "It C420paldv", "Ip C420p16", "It C420p16"}) {
-        for (int const height : {8, 11, 4}) {
+        for (int const height : {8, 11, 4, 6}) {
             Y4mHeader const stream = ParseY4mHeader("YUV4MPEG2 W7 H" + std::to_string(height) + " " + tag);
             SCOPED_TRACE(stream.Line());
             std::vector<int> samples(stream.FrameBytes() / stream.SampleBytes());

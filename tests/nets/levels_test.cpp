@@ -96,15 +96,15 @@ void ExpectStripsOf(GUID const& format) {
             auto const run = [&](Ref<IXFImage> const& output, qzILBbox2l const& roi) {
                 catalog::Instance instance = entry.Make();
                 instance.SetInput(0, a.Get());
-                if (entry.bTwoInputs) instance.SetInput(1, b.Get());
+                if (entry.HasTwoInputs()) instance.SetInput(1, b.Get());
                 for (std::size_t i = 0; i < scene.oValues.size(); ++i) instance.Set(i, scene.oValues[i]);
-                qzILImgProc& effect = instance.Effect();
-                effect.SetOutputImg(output.Get());
-                effect.SetROI(roi);
-                effect.SetOutputOffset(roi.Origin);
+                qzILProcessor& effect = instance.Effect();
+                instance.SetOutput(output.Get());
+                instance.SetRoi(roi);
+                instance.SetOutputOffset(roi.Origin);
                 effect.SetProcessingMode(mode);
                 if (!IsVideo(format) && (mode == 7 || entry.bMaskRequired)) {
-                    effect.SetMask({0, 0, kWidth, kHeight}, mask.Get(), XFImageChannelMono);
+                    instance.SetMask({0, 0, kWidth, kHeight}, mask.Get(), XFImageChannelMono);
                 }
                 ASSERT_EQ(effect.Verify(), 1) << scene.Describe();
                 ASSERT_EQ(effect.Execute(), 1) << scene.Describe();

@@ -60,13 +60,13 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
                 }
                 // A margin buffer that cannot be made records nothing.
                 unsigned const code = instance.Effect().GetLastError().GetErrorCode();
-                ASSERT_TRUE(code == 0x10001u || (code == 0 && entry.sFamily == "spatial"))
+                ASSERT_TRUE(code == 0x10001u || (code == 0 && entry.eMemory == catalog::Memory::Margin))
                     << scene.Describe() << " allocation " << n << " code " << code;
                 // The same object works again afterwards.
                 Images const fresh(scene);
                 instance.SetInput(0, fresh.oA.Get());
                 if (scene.HasB()) instance.SetInput(1, fresh.oB.Get());
-                instance.Effect().SetOutputImg(fresh.oOutput.Get());
+                instance.SetOutput(fresh.oOutput.Get());
                 ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
                 ASSERT_EQ(DescribeDifference(Bytes(reference.oOutput), Bytes(fresh.oOutput)), "") << scene.Describe();
             }
@@ -76,7 +76,7 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
 
 TEST(RobustnessNet, APlainFrameNeedsNoMemoryAndASecondBufferedOneAsksTheSystemForNothing) {
     for (catalog::Entry const& entry : NetEffects()) {
-        if (entry.sFamily == "spatial") continue;
+        if (entry.eMemory == catalog::Memory::Margin) continue;
         for (GUID const& format : entry.oFormats) {
             Scene const plain = PlainScene(entry, format, 640, 48);
             Images const images(plain);
@@ -105,7 +105,7 @@ TEST(RobustnessNet, NeighbourhoodsTakeAMarginAScratchImageAndAFewLines) {
     constexpr std::uint64_t kWidth = 960, kHeight = 540;
     Random random(3);
     for (catalog::Entry const& entry : NetEffects()) {
-        if (entry.sFamily != "spatial") continue;
+        if (entry.eMemory != catalog::Memory::Margin) continue;
         for (int variant = 0; variant < 12; ++variant) {
             GUID const& format = entry.oFormats[static_cast<std::size_t>(variant) % entry.oFormats.size()];
             Scene scene = PlainScene(entry, format, kWidth, kHeight);
@@ -140,7 +140,7 @@ int CountPolls() {
 TEST(RobustnessNet, AnInterruptLeavesWholeLinesAndSucceeds) {
     constexpr int kHeight = 9;
     for (catalog::Entry const& entry : NetEffects()) {
-        if (entry.sFamily == "spatial") continue;
+        if (entry.eMemory == catalog::Memory::Margin) continue;
         for (GUID const& format : entry.oFormats) {
             if (IsFormatSplitField(format) || IsFormatYCCA(format)) continue;
             Scene const scene = PlainScene(entry, format, 21, kHeight);

@@ -67,7 +67,8 @@ catalog::Value RandomValue(catalog::Parameter const& parameter, Random& random) 
             auto const number = [&random] {
                 return static_cast<float>(random.OneIn(2) ? random.Below(8) : random.Below(80) / 10.0);
             };
-            return qzILVector2f(number(), number());
+            float const y = number(), x = number();
+            return qzILVector2f(x, y);
         }
         case Kind::Kernel: return RandomKernel(random);
         default: return parameter.oDefault;
@@ -147,18 +148,17 @@ Images::Images(Scene const& scene) {
 
 catalog::Instance Prepare(Scene const& scene, Images const& images) {
     catalog::Instance instance = scene.pEntry->Make();
-    qzILImgProc& effect = instance.Effect();
     for (std::size_t i = 0; i < scene.pEntry->oInputs.size(); ++i)
         instance.SetInput(i, (i ? images.oB : images.oA).Get());
     instance.SetInputOffset(scene.oInputOffset);
     instance.SetDominant(scene.bDominantB);
     for (std::size_t i = 0; i < scene.oValues.size(); ++i) instance.Set(i, scene.oValues[i]);
-    effect.SetOutputImg(images.oOutput.Get());
-    effect.SetROI(scene.oRoi);
-    effect.SetOutputOffset(scene.oOutputOffset);
-    effect.SetMask(scene.oMaskRect, images.oMask.Get(), scene.uMaskChannel);
-    effect.SetDefaultColor(scene.oDefaultColor);
-    effect.SetProcessingMode(scene.uMode);
+    instance.SetOutput(images.oOutput.Get());
+    instance.SetRoi(scene.oRoi);
+    instance.SetOutputOffset(scene.oOutputOffset);
+    instance.SetMask(scene.oMaskRect, images.oMask.Get(), scene.uMaskChannel);
+    instance.SetDefaultColor(scene.oDefaultColor);
+    instance.Effect().SetProcessingMode(scene.uMode);
     return instance;
 }
 
@@ -213,18 +213,7 @@ std::span<catalog::Entry const> NetEffects() {
 }
 
 bool Scene::EqualsPartOfWhole() const {
-    auto const number = [this](char const* name) {
-        auto const& parameters = pEntry->oParameters;
-        for (std::size_t i = 0; i < parameters.size(); ++i) {
-            if (parameters[i].sName == name) return std::get<long>(oValues[i]);
-        }
-        return 0l;
-    };
-    if (pEntry->sName == "blur") {
-        bool const isFloat = GetChannelTypeFromFormat(oFormat) == XFChannelTypeFloat;
-        return number("type") < (isFloat ? 3 : 4);
-    }
-    return pEntry->sName != "sharpen" || number("type") == 1;
+    return !pEntry->oRegionMatters || !pEntry->oRegionMatters(oValues, oFormat);
 }
 
 Scene RandomScene(Random& random) {
@@ -286,8 +275,7 @@ Scene RandomScene(Random& random) {
         catalog::Instance instance = Prepare(scene, images);
         if (instance.Effect().Verify() != 1) continue;
         if (!scene.EqualsPartOfWhole()) continue;
-        // Sharpening that has nothing to do copies, with black where there is no input.
-        if (scene.pEntry->sName == "sharpen") scene.oDefaultColor = qzILColor();
+        if (scene.pEntry->bBlackAround) scene.oDefaultColor = qzILColor();
         // Verify may change the mode, and some effects have no dominant input but A.
         scene.uMode = instance.Effect().GetProcessingMode();
         if (scene.pEntry->bMaskRequired) scene.bDominantB = false;

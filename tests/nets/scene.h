@@ -40,7 +40,7 @@ struct Scene {
     /// A pixel does not depend on where its region begins. Recursive filters round differently behind another start, as
     /// running sums of floats do, and edges are looked for in the region alone.
     bool EqualsPartOfWhole() const;
-    bool HasB() const { return pEntry->bTwoInputs; }
+    bool HasB() const { return pEntry->HasTwoInputs(); }
     /// Rectangle of the input that decides which pixels exist, and of the other one, in region coordinates.
     qzILBbox2l Dominant() const;
     qzILBbox2l Other() const;

@@ -262,10 +262,10 @@ TEST(Matrix3D, OperationsAreRightFactors) {
         }
     }
     qzILMatrix3D turned;
-    turned.RotateXAxis(1);
-    turned.RotateYAxis(2);
+    EXPECT_EQ(turned.RotateXAxis(1), 1);
+    EXPECT_EQ(turned.RotateYAxis(2), 1);
     EXPECT_TRUE(turned.IsOrthogonal());
-    turned.Translate(1, 0, 0);
+    EXPECT_EQ(turned.Translate(1, 0, 0), 1);
     EXPECT_FALSE(turned.IsOrthogonal());
     EXPECT_EQ(Difference(qzILMatrix3D(random), random), 0);
     EXPECT_TRUE(qzILMatrix3D(qzILMatrix(4, 5)).IsNotValid());

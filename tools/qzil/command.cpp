@@ -1,7 +1,12 @@
 #include "command.h"
 
+#include "settings.h"
+
+#include <atomic>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
+#include <regex>
 
 namespace qzil::command {
 
@@ -17,12 +22,50 @@ std::optional<GUID> FormatNamed(std::string const& text) {
     return {};
 }
 
-media::Picture ReadInput(std::string const& path) {
-    return WithCode(kUnreadable, [&] { return media::ReadPicture(path); });
+namespace {
+
+std::atomic<bool> s_bSilent = false;
+
+}  // namespace
+
+void SilenceNotes() {
+    s_bSilent = true;
 }
 
-void WriteOutput(std::string const& path, media::Picture const& picture) {
-    WithCode(kUnwritable, [&] { media::WritePicture(path, picture); });
+void Note(std::string const& sentence) {
+    if (!s_bSilent) std::fprintf(stderr, "qzil: %s\n", sentence.c_str());
+}
+
+media::Picture ReadInput(std::string const& path, FileSettings const& files) {
+    media::Picture picture = WithCode(kUnreadable, [&] { return media::ReadPicture(path, files.oRead); });
+    NotePages(path, picture, files);
+    return picture;
+}
+
+void NotePages(std::string const& path, media::Picture const& picture, FileSettings const& files) {
+    if (picture.oTags.iPages < 2 || files.bPageGiven) return;
+    Note("'" + path + "' holds " + std::to_string(picture.oTags.iPages) +
+         " pictures; the first is taken (see --page).");
+}
+
+void WriteOutput(std::string const& path, media::Picture const& picture, FileSettings const& files) {
+    WithCode(kUnwritable, [&] {
+        int const depth = files.oDepth.value_or(picture.iDepth);
+        media::WritePicture(path, depth == picture.iDepth ? picture : media::AtDepth(picture, depth), files.oWrite);
+    });
+}
+
+void CheckPicturePath(std::string const& path, std::string const& command) {
+    if (media::DepthOf(path) != 0) return;
+    bool const standard = path == "-";
+    throw Failure(kWrongUsage, command + ": --output is '" + path + "', but takes " +
+                                   (standard ? "a kind in front for a picture, as in png:-."
+                                             : "a name that ends in " + media::FileKinds(true) + "."));
+}
+
+bool IsPattern(std::string const& path) {
+    static std::regex const l_oPlace("%0?[0-9]*d|\\{(name|ext|n)\\}");
+    return std::regex_search(path, l_oPlace);
 }
 
 double SampleOf(media::Picture const& picture, int x, int y, int channel) {

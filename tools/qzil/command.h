@@ -40,8 +40,19 @@ auto WithCode(ExitCode code, Step step, std::string const& prefix = "") {
 /// The format of a name in capital or small letters, with or without MFIF_ in front; nothing for other texts.
 std::optional<GUID> FormatNamed(std::string const& text);
 
-media::Picture ReadInput(std::string const& path);
-void WriteOutput(std::string const& path, media::Picture const& picture);
+/// A line on the error output about what a user may not expect, unless that is silenced.
+void Note(std::string const& sentence);
+void SilenceNotes();
+
+struct FileSettings;
+/// All throw Failure. Reading notes pictures that are left out.
+media::Picture ReadInput(std::string const& path, FileSettings const& files);
+void WriteOutput(std::string const& path, media::Picture const& picture, FileSettings const& files);
+void NotePages(std::string const& path, media::Picture const& picture, FileSettings const& files);
+/// Refuses a path that names no kind of pictures.
+void CheckPicturePath(std::string const& path, std::string const& command);
+/// Whether an output stands for one of each input.
+bool IsPattern(std::string const& path);
 /// A sample with 1.0 as full scale.
 double SampleOf(media::Picture const& picture, int x, int y, int channel);
 std::string SizeText(int width, int height);
@@ -56,5 +67,6 @@ void AddHash(CLI::App& app, int& result);
 void AddSheet(CLI::App& app, int& result);
 void AddConvert(CLI::App& app, int& result);
 void AddPan(CLI::App& app, int& result);
+void AddPreview(CLI::App& app, int& result);
 
 }  // namespace qzil::command

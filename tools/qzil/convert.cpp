@@ -1,10 +1,12 @@
 #include "media/convert.h"
 #include "command.h"
+#include "encoder.h"
 #include "interrupt.h"
 #include "media/source.h"
 #include "media/y4m_image.h"
+#include "options.h"
 #include "qzil/image/image_ops.h"
-#include "sequence.h"
+#include "sources.h"
 #include "video_options.h"
 
 #include <algorithm>
@@ -24,6 +26,7 @@ struct Arguments {
     bool bNoFilter = false;
     bool bDither = false;
     VideoOptions oVideo;
+    FileSettings oFiles;
 
     unsigned Flags() const { return (bNoFilter ? 0u : media::kFilterChroma) | (bDither ? kConvertDither : 0u); }
 };
@@ -31,6 +34,10 @@ struct Arguments {
 GUID ParseFormat(std::string const& name) {
     if (auto const format = FormatNamed(name)) return *format;
     throw Failure(kWrongUsage, "convert: --format is '" + name + "', but takes the name of a format.");
+}
+
+bool IsStream(std::string const& path) {
+    return path == "-" || path.ends_with(".y4m");
 }
 
 template <class Step>
@@ -47,17 +54,25 @@ public:
     }
 
     void Run() {
-        bool const video = IsVideoPath(m_oArguments.sOutput);
+        if (!IsStream(m_oArguments.sOutput)) {
+            CheckPicturePath(m_oArguments.sOutput, "convert");
+        }
+        bool const video = IsStream(m_oArguments.sOutput);
         if (video && m_oSource.pVideo) return VideoToVideo();
         Ref<IXFImage> const image = Refusing([&] { return Through(FirstImage()); });
         if (video) return ImageToVideo(*image.Get());
-        WriteOutput(m_oArguments.sOutput,
-                    Refusing([&] { return Cropped(media::FromImage(*image.Get()), m_oSource.Width()); }));
+        media::Picture picture = Refusing([&] { return Cropped(media::FromImage(*image.Get()), m_oSource.Width()); });
+        picture.oTags = m_oSource.oPicture.oTags;
+        WriteOutput(m_oArguments.sOutput, picture, m_oArguments.oFiles);
     }
 
 private:
     media::Source Open() const {
-        return WithCode(kUnreadable, [&] { return media::OpenSource(m_oArguments.sInput); });
+        if (IsForeignVideo(m_oArguments.sInput)) return OpenForeignVideo(m_oArguments.sInput);
+        media::Source source =
+            WithCode(kUnreadable, [&] { return media::OpenSource(m_oArguments.sInput, m_oArguments.oFiles.oRead); });
+        if (!source.pVideo) NotePages(m_oArguments.sInput, source.oPicture, m_oArguments.oFiles);
+        return source;
     }
 
     Ref<IXFImage> Through(Ref<IXFImage> image) const {
@@ -116,7 +131,7 @@ private:
     /// Whether a picture that starts in a format takes one, or a stream, of shared chroma.
     bool MakesPairs(GUID const& format) const {
         GUID const last = m_oFormats.empty() ? format : m_oFormats.back();
-        if (IsVideoPath(m_oArguments.sOutput)) return HeaderFor(last, 1, 1).eLayout == media::Y4mLayout::k422;
+        if (IsStream(m_oArguments.sOutput)) return HeaderFor(last, 1, 1).eLayout == media::Y4mLayout::k422;
         return std::any_of(m_oFormats.begin(), m_oFormats.end(), media::HoldsPairs);
     }
 
@@ -171,8 +186,7 @@ void AddConvert(CLI::App& app, int&) {
     CLI::App* const pCommand = app.add_subcommand("convert", "Converts pictures and videos between formats");
     auto const arguments = std::make_shared<Arguments>();
     pCommand->add_option("INPUT", arguments->sInput, "Picture or y4m video, - for the standard input")->required();
-    pCommand->add_option("-o,--output", arguments->sOutput, "Picture (.png, .tif, .tiff) or video (.y4m, -)")
-        ->required();
+    pCommand->add_option("-o,--output", arguments->sOutput, "Picture, or video (.y4m, -)")->required();
     pCommand->add_option("--format", arguments->oFormats, "Formats to take one after the other, such as CbYCrY_16")
         ->delimiter(',');
     pCommand->add_option("--frame", arguments->iFrame, "Frame of a video for a picture, from 1 (the default)")
@@ -180,6 +194,8 @@ void AddConvert(CLI::App& app, int&) {
     pCommand->add_flag("--no-filter", arguments->bNoFilter, "Repeats and drops chroma instead of filtering it");
     pCommand->add_flag("--dither", arguments->bDither, "Carries rounding errors along the line to 8 bits");
     AddVideoOptions(*pCommand, arguments->oVideo);
+    AddRows(*pCommand, InputRows(), arguments->oFiles, "convert");
+    AddRows(*pCommand, OutputRows(), arguments->oFiles, "convert");
     pCommand->callback([arguments] { Conversion(*arguments).Run(); });
 }
 

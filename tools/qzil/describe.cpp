@@ -10,6 +10,11 @@ namespace qzil::command {
 
 namespace {
 
+char const* MaskUse(catalog::Entry const& entry) {
+    if (entry.bMaskRequired) return "required";
+    return entry.TakesMask() ? "optional" : "none: the effect works on whole images";
+}
+
 void DescribeFormats(catalog::Entry const& entry) {
     // The others are for hosts that hold such images.
     std::printf("\nformats (* = for --format of qzil run):\n");
@@ -19,7 +24,7 @@ void DescribeFormats(catalog::Entry const& entry) {
 }
 
 void DescribePairs(catalog::Entry const& entry) {
-    std::printf("\nformats, for qzil convert:\n");
+    std::printf("\nformats, for qzil run and qzil convert:\n");
     GUID from{};
     for (catalog::FormatPair const& pair : entry.oPairs) {
         if (!(pair.oFrom == from)) std::printf("  %s ->\n", FormatName(pair.oFrom));
@@ -33,8 +38,8 @@ void Describe(std::string const& name) {
     if (!pEntry) throw Failure(kWrongUsage, "there is no effect '" + name + "'; qzil list names all effects.");
     std::printf("%s - %s\n\n", pEntry->sName.c_str(), pEntry->sSummary.c_str());
     std::printf("inputs:");
-    for (catalog::Input const& input : pEntry->oInputs) std::printf(" %s", input.sName.c_str());
-    std::printf("\nmask:   %s\n\nparameters:\n", pEntry->bMaskRequired ? "required" : "optional");
+    for (catalog::Port const& input : pEntry->oInputs) std::printf(" %s", input.sName.c_str());
+    std::printf("\nmask:   %s\n\nparameters:\n", MaskUse(*pEntry));
     if (pEntry->oParameters.empty()) std::printf("  none\n");
     for (catalog::Parameter const& parameter : pEntry->oParameters) {
         std::printf("  --%s  %s\n      %s; default %s\n", parameter.sName.c_str(), parameter.sHelp.c_str(),

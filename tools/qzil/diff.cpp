@@ -1,4 +1,5 @@
 #include "command.h"
+#include "options.h"
 
 #include <algorithm>
 #include <array>
@@ -56,8 +57,8 @@ Differences Compare(media::Picture const& a, media::Picture const& b, double ful
     return found;
 }
 
-int Diff(std::string const& pathA, std::string const& pathB, double tolerance) {
-    media::Picture const a = ReadInput(pathA), b = ReadInput(pathB);
+int Diff(std::string const& pathA, std::string const& pathB, double tolerance, FileSettings const& files) {
+    media::Picture const a = ReadInput(pathA, files), b = ReadInput(pathB, files);
     if (a.iWidth != b.iWidth || a.iHeight != b.iHeight) {
         std::printf("the sizes differ: %s and %s\n", SizeText(a.iWidth, a.iHeight).c_str(),
                     SizeText(b.iWidth, b.iHeight).c_str());
@@ -81,6 +82,7 @@ void AddDiff(CLI::App& app, int& result) {
     struct Arguments {
         std::string sA, sB;
         double dfTolerance = 0.0;
+        FileSettings oFiles;
     };
     CLI::App* const pCommand = app.add_subcommand("diff", "Compares two pictures; exit code 1 when they differ");
     auto const arguments = std::make_shared<Arguments>();
@@ -88,7 +90,10 @@ void AddDiff(CLI::App& app, int& result) {
     pCommand->add_option("B", arguments->sB, "Second picture")->required();
     pCommand->add_option("--max", arguments->dfTolerance, "Largest difference that counts as equal, in printed steps")
         ->check(CLI::NonNegativeNumber);
-    pCommand->callback([arguments, &result] { result = Diff(arguments->sA, arguments->sB, arguments->dfTolerance); });
+    AddRows(*pCommand, InputRows(), arguments->oFiles, "diff");
+    pCommand->callback([arguments, &result] {
+        result = Diff(arguments->sA, arguments->sB, arguments->dfTolerance, arguments->oFiles);
+    });
 }
 
 }  // namespace qzil::command

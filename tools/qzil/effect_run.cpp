@@ -24,24 +24,45 @@ Ref<IXFImage> MakeImage(catalog::Entry const& entry, media::Picture const& pictu
     return NamingEffect(entry, [&] { return media::ToImage(picture, format); });
 }
 
-EffectRun::EffectRun(Settings const& settings, GUID const& format, std::vector<qzILVector2l> const& sizes,
-                     media::Picture const& mask)
+EffectRun::EffectRun(Settings const& settings, StageFormats const& formats, std::vector<qzILVector2l> const& sizes,
+                     std::optional<qzILVector2l> const& maskSize)
     : m_oSettings(settings),
       m_oInstance(settings.pEntry->Make()),
-      m_oFormat(format),
-      m_oInputSize(sizes[0]),
+      m_oFormats(formats),
+      m_oSizes(sizes),
+      m_oInputSize(!sizes.empty() ? sizes[0] : settings.oSize.value_or(qzILVector2l(1, 1))),
       m_oOutputSize(settings.oSize.value_or(m_oInputSize)) {
     for (std::size_t i = 0; i < settings.oValues.size(); ++i) m_oInstance.Set(i, settings.oValues[i]);
-    SetRegion(sizes);
-    SetMask(mask);
+    SetRegion();
+    CheckMask(maskSize);
+    SetMaskPlace();
     SetMode();
-    Effect().SetDefaultColor(settings.oDefaultColor);
+    m_oInstance.SetDefaultColor(settings.oDefaultColor);
     Effect().SetInterruptFct(nullptr, InterruptFlag());
+}
+
+void EffectRun::MoveTo(long long frame, long long frames, bool smooth) {
+    for (Track const& track : m_oSettings.oTracks) {
+        m_oInstance.Set(track.uParameter, track.At(Entry().oParameters[track.uParameter], frame, frames, smooth));
+    }
+    for (PlaceTrack const& track : m_oSettings.oPlaces) {
+        auto const at = track.At(frame, frames, smooth);
+        switch (track.ePlace) {
+            case PlaceTrack::Place::kRoi: m_oSettings.oRoi = qzILBbox2l(at[0], at[1], at[2], at[3]); break;
+            case PlaceTrack::Place::kMaskRect: m_oSettings.oMaskRect = qzILBbox2l(at[0], at[1], at[2], at[3]); break;
+            case PlaceTrack::Place::kOffset: m_oSettings.oOffset = qzILVector2l(at[0], at[1]); break;
+            case PlaceTrack::Place::kInputOffset: m_oSettings.oInputOffset = qzILVector2l(at[0], at[1]); break;
+        }
+    }
+    if (m_oSettings.oPlaces.empty()) return;
+    SetRegion();
+    SetMaskPlace();
 }
 
 Ref<IXFImage> EffectRun::MakeOutput() const {
     Ref<IXFImage> output;
-    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_oOutputSize.x, m_oOutputSize.y, m_oFormat, output.Out()) < 0) {
+    if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, m_oOutputSize.x, m_oOutputSize.y, m_oFormats.oOut,
+                                output.Out()) < 0) {
         throw Failure(kRefused, Entry().sName + ": there is not enough memory for an output of " +
                                     SizeText(m_oOutputSize.x, m_oOutputSize.y) + " pixels.");
     }
@@ -50,13 +71,17 @@ Ref<IXFImage> EffectRun::MakeOutput() const {
 
 /// Without an offset, a region stays in its place when the output is as large as the input, and goes to the top left
 /// otherwise. Without a region, all is processed that finds room.
-void EffectRun::SetRegion(std::vector<qzILVector2l> const& sizes) {
+void EffectRun::SetRegion() {
     bool const inPlace = m_oSettings.oRoi && m_oOutputSize == m_oInputSize;
     qzILVector2l const offset = m_oSettings.oOffset.value_or(inPlace ? m_oSettings.oRoi->Origin : qzILVector2l());
     qzILVector2l const room = m_oOutputSize - offset;
     qzILBbox2l const roi = m_oSettings.oRoi.value_or(qzILBbox2l(0, 0, room.x, room.y));
     std::string const output = "the output of " + SizeText(m_oOutputSize.x, m_oOutputSize.y) + " pixels.";
     std::string const place = std::to_string(offset.x) + "," + std::to_string(offset.y);
+    if (inPlace && !m_oSettings.oOffset && (offset.x < 0 || offset.y < 0 || room.x < 1 || room.y < 1)) {
+        throw Failure(kRefused,
+                      Entry().sName + ": --roi is '" + BoxText(roi) + "', but takes a region inside " + output);
+    }
     if (offset.x < 0 || offset.y < 0 || room.x < 1 || room.y < 1) {
         throw Failure(kRefused, Entry().sName + ": --offset is '" + place + "', but takes a place inside " + output);
     }
@@ -64,36 +89,44 @@ void EffectRun::SetRegion(std::vector<qzILVector2l> const& sizes) {
         throw Failure(kRefused, Entry().sName + ": --roi is '" + BoxText(roi) + "', but takes a region that fits at " +
                                     place + " into " + output);
     }
-    Effect().SetROI(Flipped(roi, m_oInputSize.y));
+    m_oInstance.SetRoi(Flipped(roi, m_oInputSize.y));
     m_bCoversOutput = roi.Size == m_oOutputSize && !m_oSettings.oEvenField;
-    Effect().SetOutputOffset(Flipped({offset.x, offset.y, roi.Size.x, roi.Size.y}, m_oOutputSize.y).Origin);
-    if (!Entry().bTwoInputs) return;
+    m_oInstance.SetOutputOffset(Flipped({offset.x, offset.y, roi.Size.x, roi.Size.y}, m_oOutputSize.y).Origin);
+    if (!Entry().HasTwoInputs()) return;
     qzILVector2l const& placeB = m_oSettings.oInputOffset;
-    m_oInstance.SetInputOffset(Flipped({placeB.x, placeB.y, sizes[1].x, sizes[1].y}, m_oInputSize.y).Origin);
+    m_oInstance.SetInputOffset(Flipped({placeB.x, placeB.y, m_oSizes[1].x, m_oSizes[1].y}, m_oInputSize.y).Origin);
     if (m_oSettings.oDominantB) m_oInstance.SetDominant(*m_oSettings.oDominantB);
 }
 
-void EffectRun::SetMask(media::Picture const& picture) {
-    bool const hasMask = !m_oSettings.sMask.empty();
-    if (!hasMask && !m_oSettings.oMaskRect) return;
-    qzILVector2l const size = hasMask ? qzILVector2l(picture.iWidth, picture.iHeight) : m_oInputSize;
-    qzILBbox2l const rectangle = m_oSettings.oMaskRect.value_or(qzILBbox2l(0, 0, size.x, size.y));
-    if (hasMask && !(rectangle.Size == size)) {
-        throw Failure(kRefused, Entry().sName + ": --mask-rect is '" + BoxText(rectangle) +
-                                    "', but takes the size of the mask, " + SizeText(size.x, size.y) + " pixels.");
+void EffectRun::CheckMask(std::optional<qzILVector2l> const& maskSize) {
+    m_oMaskSize = maskSize.value_or(m_oInputSize);
+    std::string const text = SizeText(m_oMaskSize.x, m_oMaskSize.y) + " pixels";
+    if (maskSize && m_oSettings.oMaskRect && !(m_oMaskSize == m_oSettings.oMaskRect->Size)) {
+        throw Failure(kRefused, Entry().sName + ": --mask-rect is '" + BoxText(*m_oSettings.oMaskRect) +
+                                    "', but takes the size of the mask, " + text + ".");
     }
-    if (!m_oSettings.oMaskRect && !(size == m_oInputSize)) {
-        throw Failure(kRefused, Entry().sName + ": --mask is a picture of " + SizeText(size.x, size.y) +
-                                    " pixels, but takes the size of the first input, " +
-                                    SizeText(m_oInputSize.x, m_oInputSize.y) +
-                                    ", unless --mask-rect says where it lies.");
+    if (!m_oSettings.oMaskRect && !(m_oMaskSize == m_oInputSize)) {
+        throw Failure(kRefused,
+                      Entry().sName + ": --mask is a picture of " + text + ", but takes the size of the first input, " +
+                          SizeText(m_oInputSize.x, m_oInputSize.y) + ", unless --mask-rect says where it lies.");
     }
-    if (hasMask) m_oMask = MakeImage(Entry(), picture, catalog::MaskFormatFor(m_oFormat));
-    Effect().SetMask(Flipped(rectangle, m_oInputSize.y), m_oMask.Get(), XFImageChannelMono);
+}
+
+void EffectRun::SetMaskPlace() {
+    if (!m_oMask && !m_oSettings.oMaskRect) return;
+    qzILBbox2l const place = m_oSettings.oMaskRect.value_or(qzILBbox2l(0, 0, m_oMaskSize.x, m_oMaskSize.y));
+    m_oInstance.SetMask(Flipped(place, m_oInputSize.y), m_oMask.Get(), XFImageChannelMono);
+}
+
+void EffectRun::SetMask(Ref<IXFImage> mask) {
+    m_oMask = std::move(mask);
+    SetMaskPlace();
 }
 
 void EffectRun::SetMode() {
-    unsigned mode = *ChannelBits(m_oSettings.sChannels, m_oFormat);
+    // A conversion makes whole pixels unless it is told otherwise.
+    bool const whole = !Entry().oPairs.empty() && m_oSettings.sChannels == "7";
+    unsigned mode = whole ? kModeAllChannels : *ChannelBits(m_oSettings.sChannels, m_oFormats.oOut);
     if (m_oSettings.oEvenField) {
         // The library counts lines from the bottom: the top line is even when the height is odd.
         bool const even = *m_oSettings.oEvenField == (m_oOutputSize.y % 2 == 1);
@@ -102,10 +135,12 @@ void EffectRun::SetMode() {
     Effect().SetProcessingMode(mode);
 }
 
-void EffectRun::FillSurroundings(IXFImage& input, IXFImage& output) const {
-    if (m_bCoversOutput && !Entry().bUpdates) return;
-    if (m_oOutputSize == m_oInputSize) {
-        qzILCopyImage(&input, &output, nullptr, nullptr, 0);
+void EffectRun::FillSurroundings(std::span<Ref<IXFImage> const> inputs, IXFImage& output) const {
+    if (m_bCoversOutput && !Entry().bUpdates && !m_oOnto) return;
+    IXFImage* const pBelow = m_oOnto ? m_oOnto.Get() : inputs.empty() ? nullptr : inputs[0].Get();
+    bool const suits = m_oOnto || (m_oOutputSize == m_oInputSize && m_oFormats.oIn == m_oFormats.oOut);
+    if (pBelow && suits) {
+        qzILCopyImage(pBelow, &output, nullptr, nullptr, 0);
     } else {
         qzILFillImageWithColor(&output, {0.0, 0.0, 0.0, 0.0}, kModeAllChannels, nullptr, nullptr);
     }
@@ -115,8 +150,8 @@ std::chrono::duration<double> EffectRun::Execute(std::span<Ref<IXFImage> const> 
     using Clock = std::chrono::steady_clock;
     auto const refuse = [this] { return Failure(kRefused, catalog::ErrorSentence(Entry(), Effect().GetLastError())); };
     for (std::size_t i = 0; i < inputs.size(); ++i) m_oInstance.SetInput(i, inputs[i].Get());
-    FillSurroundings(*inputs[0].Get(), output);
-    Effect().SetOutputImg(&output);
+    FillSurroundings(inputs, output);
+    m_oInstance.SetOutput(&output);
     if (Effect().Verify() != 1) throw refuse();
     auto const start = Clock::now();
     if (Effect().Execute() != 1) throw refuse();

@@ -4,6 +4,7 @@
 #include "command.h"
 #include "media/picture.h"
 #include "settings.h"
+#include "working_format.h"
 
 #include <chrono>
 #include <span>
@@ -14,32 +15,41 @@ namespace qzil::command {
 /// An effect with all that it is told, ready for frames of one size and format. All throw Failure.
 class EffectRun {
 public:
-    /// `sizes` are those of the inputs. An empty `mask` is none.
-    EffectRun(Settings const& settings, GUID const& format, std::vector<qzILVector2l> const& sizes,
-              media::Picture const& mask);
+    /// `sizes` are those of the inputs. A mask that is not given yet has its size.
+    EffectRun(Settings const& settings, StageFormats const& formats, std::vector<qzILVector2l> const& sizes,
+              std::optional<qzILVector2l> const& maskSize);
 
     qzILVector2l const& OutputSize() const { return m_oOutputSize; }
     /// An image for the output, of undefined content.
     Ref<IXFImage> MakeOutput() const;
-    void SetParameter(std::size_t index, catalog::Value const& value) { m_oInstance.Set(index, value); }
+    /// The mask, in catalog::MaskFormatFor the inputs, which lives until the next one.
+    void SetMask(Ref<IXFImage> mask);
+    /// What the output shows where the effect leaves it alone, instead of the first input.
+    void SetOnto(Ref<IXFImage> image) { m_oOnto = std::move(image); }
+    /// Moves all that changes to its value at a frame.
+    void MoveTo(long long frame, long long frames, bool smooth);
     /// Runs the effect. Outside its region the output becomes a copy of the first input, or transparent black where the
     /// sizes differ. Returns the effect's own time.
     std::chrono::duration<double> Execute(std::span<Ref<IXFImage> const> inputs, IXFImage& output);
 
 private:
     catalog::Entry const& Entry() const { return *m_oSettings.pEntry; }
-    qzILImgProc& Effect() { return m_oInstance.Effect(); }
-    void SetRegion(std::vector<qzILVector2l> const& sizes);
-    void SetMask(media::Picture const& picture);
+    qzILProcessor& Effect() { return m_oInstance.Effect(); }
+    void SetRegion();
+    void CheckMask(std::optional<qzILVector2l> const& size);
+    void SetMaskPlace();
     void SetMode();
-    void FillSurroundings(IXFImage& input, IXFImage& output) const;
+    void FillSurroundings(std::span<Ref<IXFImage> const> inputs, IXFImage& output) const;
 
-    Settings const& m_oSettings;
+    Settings m_oSettings;  ///< at the present frame
     catalog::Instance m_oInstance;
-    GUID m_oFormat;
+    StageFormats m_oFormats;
+    std::vector<qzILVector2l> m_oSizes;
     qzILVector2l m_oInputSize;
     qzILVector2l m_oOutputSize;
     Ref<IXFImage> m_oMask;
+    Ref<IXFImage> m_oOnto;
+    qzILVector2l m_oMaskSize;
     bool m_bCoversOutput = false;  ///< the region is the whole output
 };
 

@@ -2,6 +2,7 @@
 
 #include <signal.h>
 #include <csignal>
+#include <initializer_list>
 #include <type_traits>
 
 namespace qzil::command {
@@ -14,9 +15,13 @@ int volatile s_iInterrupted = 0;
 }  // namespace
 
 void CatchInterrupts() {
-    struct sigaction action = {};
+    struct sigaction action = {}, before = {};
     action.sa_handler = [](int) { s_iInterrupted = 1; };
-    sigaction(SIGINT, &action, nullptr);
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
+        // What whoever started the command has chosen to ignore, as nohup does, stays ignored.
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN || signal == SIGINT) sigaction(signal, &action, nullptr);
+    }
     // A broken pipe is an error of the write, which has a sentence and an exit code.
     std::signal(SIGPIPE, SIG_IGN);
 }

@@ -1,12 +1,28 @@
+#include "catalog/catalog.h"
 #include "command.h"
 #include "interrupt.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <iostream>
 #include <new>
 
 using namespace qzil::command;
 
 namespace {
+
+/// Help, man page and completion are long; a lost line of them is a failure like any other.
+int Finished(int result) {
+    std::cout.flush();
+    bool const written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
+    if (written || IsInterrupted()) return result;
+    int const error = errno;
+    std::fprintf(stderr, "qzil: cannot write the standard output: %s\n",
+                 error == EPIPE ? "its reader has closed the pipe" : std::strerror(error != 0 ? error : EIO));
+    return kUnwritable;
+}
 
 constexpr char kFooter[] =
     "Exit codes:\n"
@@ -23,8 +39,17 @@ int Fail(ExitCode code, char const* sentence) {
         std::fputs("qzil: interrupted; nothing was written.\n", stderr);
         return kInterrupted;
     }
-    std::fprintf(stderr, "qzil: %s\n", sentence);
+    // The parser's sentences may have several lines.
+    std::string line = sentence;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    std::fprintf(stderr, "qzil: %s\n", line.c_str());
     return code;
+}
+
+/// An effect in the place of a command is meant to be run.
+std::string Advice(int argc, char** argv) {
+    if (argc < 2 || !qzil::catalog::Find(argv[1])) return "";
+    return std::string("there is no command '") + argv[1] + "'; did you mean qzil run " + argv[1] + "?";
 }
 
 }  // namespace
@@ -34,15 +59,18 @@ int main(int argc, char** argv) {
     int result = kOk;
     app.require_subcommand(1);
     app.footer(kFooter);
-    for (auto const add : {AddList, AddDescribe, AddInfo, AddRun, AddDiff, AddHash, AddSheet, AddConvert, AddPan})
+    app.set_version_flag("--version", std::string("qzil " QZIL_VERSION));
+    for (auto const add :
+         {AddList, AddDescribe, AddInfo, AddRun, AddDiff, AddHash, AddSheet, AddConvert, AddPan, AddPreview})
         add(app, result);
     CatchInterrupts();
     try {
         app.parse(argc, argv);
-        return result;
+        return Finished(result);
     } catch (CLI::Success const& help) {
-        return app.exit(help);
+        return Finished(app.exit(help));
     } catch (CLI::ParseError const& error) {
+        if (std::string const advice = Advice(argc, argv); !advice.empty()) return Fail(kWrongUsage, advice.c_str());
         return Fail(kWrongUsage, (std::string(error.what()) + " (qzil --help tells more)").c_str());
     } catch (Failure const& failure) {
         return Fail(failure.eCode, failure.what());

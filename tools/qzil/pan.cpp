@@ -1,7 +1,7 @@
 #include "command.h"
 #include "interrupt.h"
 #include "media/y4m_image.h"
-#include "sequence.h"
+#include "options.h"
 #include "video_options.h"
 
 #include <algorithm>
@@ -21,6 +21,7 @@ struct Arguments {
     std::string sFields;
     std::string sAspect = "1:1";
     VideoOptions oVideo{"", "25", 25};
+    FileSettings oFiles;
 };
 
 /// The part of the picture that a frame shows, in its pixels.
@@ -33,7 +34,7 @@ class Pan {
 public:
     explicit Pan(Arguments const& arguments)
         : m_oArguments(arguments),
-          m_oPicture(ReadInput(arguments.sInput)),
+          m_oPicture(ReadInput(arguments.sInput, arguments.oFiles)),
           m_iWidth(arguments.oSize[0]),
           m_iHeight(arguments.oSize[1]),
           m_b709(IsRec709(arguments.oVideo.sMatrix, m_iWidth, m_iHeight)) {
@@ -144,7 +145,8 @@ void AddPan(CLI::App& app, int&) {
     pCommand->add_option("-o,--output", arguments->sOutput, "Video to write: .y4m or -")
         ->required()
         ->check([](std::string const& path) {
-            return IsVideoPath(path) ? std::string() : "'" + path + "' does not end in .y4m and is not -";
+            return path == "-" || path.ends_with(".y4m") ? std::string()
+                                                         : "'" + path + "' does not end in .y4m and is not -";
         });
     pCommand->add_option("--size", arguments->oSize, "W,H of the video (default 1920,1080)")
         ->delimiter(',')
@@ -158,6 +160,7 @@ void AddPan(CLI::App& app, int&) {
         ->check(CLI::IsMember({"top", "bottom"}));
     pCommand->add_option("--aspect", arguments->sAspect, "Width and height of a pixel (default 1:1)")->check(ratio);
     AddVideoOptions(*pCommand, arguments->oVideo);
+    AddRows(*pCommand, InputRows(), arguments->oFiles, "pan");
     pCommand->callback([arguments] { Pan(*arguments).Run(); });
 }
 

@@ -46,6 +46,10 @@ void Progress::Finish(long long frames) {
     Tell(frames, true);
 }
 
+void Progress::GiveUp(long long frames) {
+    if (m_eMode == Mode::kBar || m_eMode == Mode::kJson) Tell(frames, true);
+}
+
 void Progress::Tell(long long frames, bool done) {
     m_oTold = Clock::now();
     double const seconds = std::chrono::duration<double>(m_oTold - m_oStart).count();

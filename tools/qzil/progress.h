@@ -17,8 +17,10 @@ public:
     Progress(Mode mode, std::string effect, std::optional<long long> total);
     /// Frames done so far. Tells them when it is time to.
     void Update(long long frames);
-    /// Tells the end, also one that a failure brought.
+    /// Tells the end.
     void Finish(long long frames);
+    /// After a failure: its sentence is to stand on a line of its own, and alone.
+    void GiveUp(long long frames);
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -1,8 +1,8 @@
 #include "sequence_plan.h"
 
 #include "command.h"
+#include "media/convert.h"
 #include "media/y4m_image.h"
-#include "qzil/image/image_ops.h"
 #include "video_options.h"
 
 #include <algorithm>
@@ -11,139 +11,154 @@ namespace qzil::command {
 
 namespace {
 
-bool UsesRec709(Settings const& settings, int width, int height) {
-    return IsRec709(settings.oSequence.sMatrix, width, height);
+media::Y4mReader const* FirstVideo(std::vector<StageSources> const& sources) {
+    media::Y4mReader const* pFirst = nullptr;
+    ForEachSource(sources, [&](media::Source const& source) {
+        if (!pFirst && source.pVideo) pFirst = source.pVideo.get();
+    });
+    return pFirst;
 }
 
-media::Source const* FirstVideo(std::vector<media::Source> const& sources) {
-    auto const found = std::find_if(sources.begin(), sources.end(), [](auto const& s) { return s.pVideo != nullptr; });
-    return found != sources.end() ? &*found : nullptr;
-}
-
-/// Masks and single channels are not for formats of shared chroma.
-bool NeedsRgba(Settings const& settings) {
-    return !settings.sMask.empty() || settings.oMaskRect || ChannelBits(settings.sChannels, MFIF_RGBA_RAW_32) != 7u;
-}
-
-/// The effect works in the format with these values: some of them are for some of its formats only.
-bool Works(Settings const& settings, GUID const& format) {
-    if (!Contains(settings.pEntry->oFormats, format)) return false;
-    catalog::Instance instance = settings.pEntry->Make();
-    std::vector<Ref<IXFImage>> images(settings.oInputs.size() + 1);
-    for (auto& image : images) {
-        if (qzILCreateAndAllocImage(nullptr, IID_IXFImage, 2, 2, format, image.Out()) < 0) return false;
-    }
-    for (std::size_t i = 0; i < settings.oInputs.size(); ++i) instance.SetInput(i, images[i].Get());
-    for (std::size_t i = 0; i < settings.oValues.size(); ++i) instance.Set(i, settings.oValues[i]);
-    instance.Effect().SetOutputImg(images.back().Get());
-    return instance.Effect().Verify() == 1 || !(instance.Effect().GetLastError() == 0x1000Du);
-}
-
-/// A video's own format when the effect works in it, else the one that keeps the most of those that conversions lead to
-/// and back from.
-GUID WorkingFormat(Settings const& settings, std::vector<GUID> const& own) {
-    catalog::Entry const& entry = *settings.pEntry;
-    for (GUID const& format : own) {
-        bool const suits = IsFormatMono(format) || !NeedsRgba(settings);
-        if (suits && Works(settings, format)) return format;
-    }
-    for (GUID const& format : {MFIF_RGBA_FLOAT, MFIF_RGBA_RAW_64, MFIF_RGBA_RAW_32}) {
-        if (Works(settings, format) && FirstConvertible(own, format, true) && FirstConvertible(own, format, false))
-            return format;
-    }
-    throw Failure(kRefused, entry.sName + ": the video's frames are " + FormatName(own[0]) +
-                                ", and the effect works in no format that they can be converted to.");
-}
-
-GUID PictureFormat(Settings const& settings, std::vector<media::Source> const& sources) {
+/// The format of a video made of pictures.
+StageFormats PictureFormats(Settings const& settings, std::vector<media::Source> const& sources, bool rec709) {
     auto const& formats = settings.pEntry->oFormats;
     bool const grey =
         std::all_of(sources.begin(), sources.end(), [](auto const& s) { return s.oPicture.iChannels == 1; });
-    bool const rec709 = UsesRec709(settings, sources[0].Width(), sources[0].Height());
     for (GUID const& wanted :
          {grey ? MFIF_MONO_RAW_8 : MFIF_RGBA_RAW_32, rec709 ? MFIF_CbYCrY709_16 : MFIF_CbYCrY_16}) {
-        if (Contains(formats, wanted)) return wanted;
+        if (!settings.oFormat && Contains(formats, wanted)) return {wanted, wanted};
     }
-    return formats.front();
+    return FormatsForPictures(settings, 8, grey);
 }
 
-void PlanFormats(Settings const& settings, std::vector<media::Source> const& sources, SequencePlan& plan) {
-    catalog::Entry const& entry = *settings.pEntry;
-    bool const rec709 = UsesRec709(settings, sources[0].Width(), sources[0].Height());
-    if (media::Source const* const pVideo = FirstVideo(sources)) {
-        plan.oOutput = media::ImageHeader(pVideo->pVideo->Header());
-        std::vector<GUID> const own = media::VideoFormats(plan.oOutput, rec709);
-        plan.oWorking = settings.oFormat ? *settings.oFormat : WorkingFormat(settings, own);
-    } else {
-        plan.oWorking = settings.oFormat ? *settings.oFormat : PictureFormat(settings, sources);
-        plan.oOutput = HeaderFor(plan.oWorking, sources[0].Width(), sources[0].Height());
+Failure NoWay(Settings const& settings, GUID const& own, GUID const& working) {
+    return Failure(kRefused, settings.pEntry->sName + ": no conversion leads from " + FormatName(own) + " to " +
+                                 FormatName(working) + " and back.");
+}
+
+GUID StreamFormat(Settings const& settings, media::Source const& source, GUID const& working, bool rec709) {
+    if (!source.pVideo) return working;
+    auto const own = media::VideoFormats(source.pVideo->Header(), rec709);
+    auto const found = FirstConvertible(own, working, false);
+    if (!found) throw NoWay(settings, own[0], working);
+    return *found;
+}
+
+class Planner {
+public:
+    Planner(RunSettings const& run, std::vector<StageSources> const& sources)
+        : m_oRun(run), m_oSources(sources), m_pVideo(FirstVideo(sources)) {}
+
+    SequencePlan Plan() {
+        PlanFormats();
+        PlanFrames();
+        m_oPlan.bPairs = m_oPlan.oOutput.eLayout == media::Y4mLayout::k422;
+        for (std::size_t i = 0; i < m_oSources.size(); ++i) PlanSizes(i);
+        if (m_oRun.oSequence.oRate) m_oPlan.oOutput.oRate = *m_oRun.oSequence.oRate;
+        return m_oPlan;
     }
-    auto const noWay = [&](GUID const& own) {
-        return Failure(kRefused, entry.sName + ": no conversion leads from " + FormatName(own) + " to " +
-                                     FormatName(plan.oWorking) + " and back.");
-    };
-    for (media::Source const& source : sources) {
-        GUID format = plan.oWorking;
-        if (source.pVideo) {
-            auto const own = media::VideoFormats(source.pVideo->Header(), rec709);
-            auto const found = FirstConvertible(own, plan.oWorking, false);
-            if (!found) throw noWay(own[0]);
-            format = *found;
+
+private:
+    void PlanFormats() {
+        media::Source const& first = m_oSources[0].oInputs.at(0);
+        bool const rec709 = IsRec709(m_oRun.oSequence.sMatrix, first.Width(), first.Height());
+        std::vector<GUID> own;
+        if (m_pVideo) {
+            m_oPlan.oOutput = media::ImageHeader(m_pVideo->Header());
+            own = media::VideoFormats(m_oPlan.oOutput, rec709);
         }
-        plan.oStreamFormats.push_back(format);
+        for (std::size_t i = 0; i < m_oSources.size(); ++i) {
+            Settings const& settings = m_oRun.oStages[i];
+            StageSources const& sources = m_oSources[i];
+            StagePlan stage;
+            stage.oWorking =
+                own.empty() ? PictureFormats(settings, sources.oInputs, rec709) : FormatsForFrames(settings, own);
+            for (media::Source const& source : sources.oInputs) {
+                stage.oStreamFormats.push_back(StreamFormat(settings, source, stage.oWorking.oIn, rec709));
+            }
+            if (sources.oMask) {
+                GUID const mask = catalog::MaskFormatFor(stage.oWorking.oIn);
+                stage.oMaskFormat = StreamFormat(settings, *sources.oMask, mask, rec709);
+            }
+            // What an effect has worked in comes first for the next.
+            std::erase(own, stage.oWorking.oOut);
+            own.insert(own.begin(), stage.oWorking.oOut);
+            m_oPlan.oStages.push_back(stage);
+        }
+        GUID const last = m_oPlan.oStages.back().oWorking.oOut;
+        if (!m_pVideo) m_oPlan.oOutput = HeaderFor(last, first.Width(), first.Height());
+        auto const formats = media::VideoFormats(m_oPlan.oOutput, rec709);
+        auto const found = FirstConvertible(formats, last, true);
+        if (!found) throw NoWay(m_oRun.oStages.back(), formats[0], last);
+        m_oPlan.oOutputFormat = *found;
     }
-    auto const own = media::VideoFormats(plan.oOutput, rec709);
-    auto const found = FirstConvertible(own, plan.oWorking, true);
-    if (!found) throw noWay(own[0]);
-    plan.oOutputFormat = *found;
-}
 
-/// Counts what can be counted: for ramps and for the progress.
-void PlanFrames(Settings const& settings, std::vector<media::Source> const& sources, SequencePlan& plan) {
-    catalog::Entry const& entry = *settings.pEntry;
-    plan.oFrames = settings.oSequence.oFrames;
-    plan.oTotal = plan.oFrames;
-    if (plan.oFrames) return;
-    bool const needed = !settings.oRamps.empty();
-    for (media::Source const& source : sources) {
-        // The standard input cannot be read twice, even when it is a file.
-        if (!source.pVideo || !source.pVideo->IsFile() || source.sPath == "-") continue;
-        long long const frames = media::CountFrames(source.sPath);
-        plan.oTotal = std::min(frames, plan.oTotal.value_or(frames));
+    /// Counts what can be counted: for values that change and for the progress.
+    void PlanFrames() {
+        m_oPlan.oFrames = m_oRun.oSequence.oFrames;
+        m_oPlan.oTotal = m_oPlan.oFrames;
+        if (m_oPlan.oFrames) return;
+        ForEachSource(m_oSources, [this](media::Source const& source) {
+            // The standard input cannot be read twice, even when it is a file.
+            if (!source.pVideo || !source.pVideo->IsFile() || source.sPath == "-") return;
+            long long const frames = media::CountFrames(source.sPath);
+            m_oPlan.oTotal = std::min(frames, m_oPlan.oTotal.value_or(frames));
+        });
+        if (!m_pVideo) {
+            throw Failure(kWrongUsage,
+                          m_oRun.Name() + ": --frames is missing, but a video of pictures needs their number.");
+        }
+        bool needed = false;
+        for (Settings const& stage : m_oRun.oStages) {
+            for (Track const& track : stage.oTracks) needed = needed || track.oKeys.NeedsEnd();
+            for (PlaceTrack const& track : stage.oPlaces) needed = needed || track.oKeys.NeedsEnd();
+        }
+        if (needed && !m_oPlan.oTotal) {
+            throw Failure(kWrongUsage, m_oRun.Name() +
+                                           ": --frames is missing, but a ramp needs the number of frames, and a "
+                                           "pipe does not tell it.");
+        }
     }
-    if (!FirstVideo(sources)) {
-        throw Failure(kWrongUsage, entry.sName + ": --frames is missing, but a video of pictures needs their number.");
+
+    qzILVector2l SizeOf(media::Source const& source) const {
+        int const width = source.pVideo ? media::ImageWidth(source.pVideo->Header())
+                                        : source.Width() + (m_oPlan.bPairs ? source.Width() % 2 : 0);
+        return {width, source.Height()};
     }
-    if (needed && !plan.oTotal) {
-        throw Failure(kWrongUsage, entry.sName +
-                                       ": --frames is missing, but a ramp needs the number of frames, and a "
-                                       "pipe does not tell it.");
+
+    void PlanSizes(std::size_t index) {
+        Settings const& settings = m_oRun.oStages[index];
+        StagePlan& stage = m_oPlan.oStages[index];
+        if (settings.oSize) {
+            if (m_oPlan.bPairs && settings.oSize->x % 2 != 0) {
+                throw Failure(kWrongUsage,
+                              settings.pEntry->sName + ": --size is '" + std::to_string(settings.oSize->x) + "," +
+                                  std::to_string(settings.oSize->y) + "', but takes an even width for a 4:2:2 video.");
+            }
+            m_oPlan.oOutput.iWidth = settings.oSize->x;
+            m_oPlan.oOutput.iHeight = settings.oSize->y;
+        }
+        for (media::Source const& source : m_oSources[index].oInputs) {
+            stage.oSizes.push_back(source.sPath.empty() ? m_oBefore : SizeOf(source));
+        }
+        if (m_oSources[index].oMask) stage.oMask = SizeOf(*m_oSources[index].oMask);
+        m_oBefore = settings.oSize.value_or(stage.oSizes.at(0));
     }
-}
+
+    RunSettings const& m_oRun;
+    std::vector<StageSources> const& m_oSources;
+    media::Y4mReader const* m_pVideo;
+    SequencePlan m_oPlan;
+    qzILVector2l m_oBefore;
+};
 
 }  // namespace
 
-SequencePlan PlanSequence(Settings const& settings, std::vector<media::Source> const& sources) {
-    SequencePlan plan;
-    PlanFormats(settings, sources, plan);
-    PlanFrames(settings, sources, plan);
-    plan.bPairs = plan.oOutput.eLayout == media::Y4mLayout::k422;
-    if (settings.oSize) {
-        if (plan.bPairs && settings.oSize->x % 2 != 0) {
-            throw Failure(kWrongUsage, settings.pEntry->sName + ": --size is '" + std::to_string(settings.oSize->x) +
-                                           "," + std::to_string(settings.oSize->y) +
-                                           "', but takes an even width for a 4:2:2 video.");
-        }
-        plan.oOutput.iWidth = settings.oSize->x;
-        plan.oOutput.iHeight = settings.oSize->y;
+SequencePlan PlanSequence(RunSettings const& run, std::vector<StageSources> const& sources) {
+    if (sources[0].oInputs.empty()) {
+        throw Failure(kWrongUsage, run.Name() + ": a video takes an effect with an input at the start of the chain.");
     }
-    if (settings.oSequence.oRate) plan.oOutput.oRate = *settings.oSequence.oRate;
-    for (media::Source const& source : sources) {
-        int const width = source.pVideo ? media::ImageWidth(source.pVideo->Header())
-                                        : source.Width() + (plan.bPairs ? source.Width() % 2 : 0);
-        plan.oSizes.emplace_back(width, source.Height());
-    }
-    return plan;
+    return Planner(run, sources).Plan();
 }
 
 }  // namespace qzil::command

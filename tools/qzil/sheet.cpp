@@ -1,4 +1,5 @@
 #include "command.h"
+#include "options.h"
 
 #include <algorithm>
 #include <memory>
@@ -14,6 +15,7 @@ struct Arguments {
     int iColumns = 4;
     int iShrink = 2;
     int iMargin = 8;
+    FileSettings oFiles;
 };
 
 constexpr unsigned char kMarginGrey = 32;
@@ -53,10 +55,11 @@ void PutTile(media::Picture& sheet, media::Picture const& picture, int shrink, i
 }
 
 void Sheet(Arguments const& arguments) {
+    CheckPicturePath(arguments.sOutput, "sheet");
     std::vector<media::Picture> pictures;
     int width = 0, height = 0;
     for (std::string const& path : arguments.oInputs) {
-        pictures.push_back(ReadInput(path));
+        pictures.push_back(ReadInput(path, arguments.oFiles));
         width = std::max(width, Shrunk(pictures.back().iWidth, arguments.iShrink));
         height = std::max(height, Shrunk(pictures.back().iHeight, arguments.iShrink));
     }
@@ -77,7 +80,7 @@ void Sheet(Arguments const& arguments) {
         int const top = arguments.iMargin + i / columns * (height + arguments.iMargin);
         PutTile(sheet, pictures[static_cast<std::size_t>(i)], arguments.iShrink, left, top);
     }
-    WriteOutput(arguments.sOutput, sheet);
+    WriteOutput(arguments.sOutput, sheet, arguments.oFiles);
 }
 
 }  // namespace
@@ -86,12 +89,14 @@ void AddSheet(CLI::App& app, int&) {
     CLI::App* const pCommand = app.add_subcommand("sheet", "Puts pictures on one contact sheet, row by row");
     auto const arguments = std::make_shared<Arguments>();
     pCommand->add_option("INPUT", arguments->oInputs, "Pictures")->required();
-    pCommand->add_option("-o,--output", arguments->sOutput, "Picture to write: .png, .tif or .tiff")->required();
+    pCommand->add_option("-o,--output", arguments->sOutput, "Picture to write")->required();
     pCommand->add_option("--columns", arguments->iColumns, "Pictures in a row (default 4)")->check(CLI::Range(1, 100));
     pCommand->add_option("--shrink", arguments->iShrink, "Whole factor by which each is made smaller (default 2)")
         ->check(CLI::Range(1, 64));
     pCommand->add_option("--margin", arguments->iMargin, "Pixels between pictures (default 8)")
         ->check(CLI::Range(0, 256));
+    AddRows(*pCommand, InputRows(), arguments->oFiles, "sheet");
+    AddRows(*pCommand, OutputRows(), arguments->oFiles, "sheet");
     pCommand->callback([arguments] { Sheet(*arguments); });
 }
 

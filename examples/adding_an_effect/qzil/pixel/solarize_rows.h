@@ -1,19 +1,15 @@
 #pragma once
 
-#include "qzil/kernel/row.h"
+#include "qzil/kernel/operation.h"
 
 namespace qzil {
 
 template <class T>
 struct Solarize {
-    T uThreshold;
-    int iSamples;  ///< per pixel
-};
+    T oThreshold;
 
-struct SolarizeRows {
-    kernel::TypedRow<Solarize<u8>> pSolarize8;
-    kernel::TypedRow<Solarize<u16>> pSolarize16;
+    QZIL_INLINE T operator()(T v) const { return v > oThreshold ? static_cast<T>(kFullScale<T> - v) : v; }
 };
-QZIL_ROW_TABLE(SolarizeRows)
+QZIL_OPERATION(Solarize, u8, u16)
 
 }  // namespace qzil
