@@ -265,7 +265,7 @@ inline constexpr auto kPoint = SampleForms<Rule, 1, kWith, T...>();
 template <template <class> class Rule, With kWith, class... T>
 inline constexpr auto kCompose = SampleForms<Rule, 2, kWith, T...>();
 
-/// No function: the second input is the result, and the commit does all of the work.
+/// No function: the second input is the result, or lines that a maker finishes, and the commit does all of the work.
 template <template <class> class Rule, With kWith, class... T>
 inline constexpr auto kSecondInput =
     MakeForms<Rule, kWith, kGraphics, T...>([]<kernel::Layout kLayout, class Sample>() {
@@ -497,12 +497,6 @@ void AreaRow(kernel::Row const& row, void const* constants) {
 template <template <class> class Rule, With kWith, class... T>
 inline constexpr auto kArea = RowForms<Rule, kWith, kGraphics, T...>([]<kernel::Layout kLayout, class Sample>() {
     return AreaRow<Rule<Sample>, Sample, kernel::SamplesOf(kLayout)>;
-});
-
-/// Lines that a maker finishes: no function, the commit does the rest.
-template <template <class> class Rule, With kWith, class... T>
-inline constexpr auto kLines = MakeForms<Rule, kWith, kGraphics, T...>([]<kernel::Layout kLayout, class Sample>() {
-    return kernel::Form{nullptr, TraitsOf<Sample>(kLayout, kWith, false), kernel::SampleTypeOf<Sample>()};
 });
 
 /// A loop of its own over a stretch, for one channel type and the layouts of the options.

@@ -34,8 +34,8 @@ protected:
 
 /// What the detectors share: edge sensitivity, 0 to 1, 1.0 at first, and bias, 0 to 1, 0.0 at first, in units of full
 /// scale F. With v the response of the kernels, the result is 0 for v <= round((1 - sensitivity) * F), otherwise
-/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes: as sensitivity
-/// every response is above it, as bias it makes all results 0).
+/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes; the threshold
+/// or the bias is then 0).
 class QZIL_API EdgeDetector : public Effect3x3 {
 public:
     void SetEdgeSensitivity(double sensitivity) { m_dfEdgeSensitivity = sensitivity; }

@@ -4,9 +4,9 @@
 
 QZIL_ROWS_BEGIN
 
-kernel::Operation<KernelLines, u8, u16> const g_oKernelLines = kLines<KernelLines, With{}, u8, u16>;
-kernel::Operation<FixedLines, u8> const g_oFixedLines = kLines<FixedLines, With{}, u8>;
+kernel::Operation<KernelLines, u8, u16> const g_oKernelLines = kSecondInput<KernelLines, With{}, u8, u16>;
+kernel::Operation<FixedLines, u8> const g_oFixedLines = kSecondInput<FixedLines, With{}, u8>;
 kernel::Operation<MeanLines> const g_oMeanLines =
-    kLines<MeanLines, With{.eMix8 = kernel::MixRule::Mix257, .eMixFloat = kernel::MixRule::FloatOrFull}>;
+    kSecondInput<MeanLines, With{.eMix8 = kernel::MixRule::Mix257, .eMixFloat = kernel::MixRule::FloatOrFull}>;
 
 QZIL_ROWS_END
