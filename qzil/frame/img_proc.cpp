@@ -147,6 +147,7 @@ qzILImgProc::Region qzILImgProc::FormRegion(std::span<Source const> sources, uns
     region.oInput = Moved(WholeOf(sources[primary].pImage), sources[primary].oPlace).Intersect(roi);
     region.oMasked = region.oInput;
     for (Source const& source : sources) {
+        if (&source == &sources[primary]) continue;
         region.oMasked = region.oMasked.Intersect(Moved(WholeOf(source.pImage), source.oPlace));
     }
     region.oMasked = region.oMasked.Intersect(region.oMaskRect);
@@ -178,7 +179,7 @@ bool qzILImgProc::FieldIsWhole(std::span<Source const> sources, Region const& re
     // A field of a split-field image is walked as a whole, from its own start: Verify lets nothing else through.
     bool const oneField = output.m_iSplitField && (m_uProcessingMode & kModeNoLines) != 0;
     if (!oneField || region.oMasked.IsEmpty()) return true;
-    qzILBbox2l const whole = WholeOf(m_pOutputImg);
+    qzILBbox2l const whole(0, 0, output.m_iWidth, output.m_iHeight);
     return region.oDelta == qzILVector2l() && region.oMasked == whole &&
            std::all_of(sources.begin(), sources.end(), [&](Source const& source) {
                return WholeOf(source.pImage).Size == whole.Size && source.oPlace == qzILVector2l();

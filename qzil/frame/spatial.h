@@ -77,16 +77,16 @@ protected:
                            qzil::kernel::RowCall const& call) const override;
     /// Run with two inputs: first the output itself, then, passing through, the centre pixel without neighbours.
     template <template <class> class Rule, class... T, class Build>
-    qzILStatus RunOverOutput(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
-                             unsigned noForm = 0x1000D);
+    QZIL_HIDDEN qzILStatus RunOverOutput(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                                         unsigned noForm = 0x1000D);
     /// Has the lines of the active rectangle made by what `build(As<T>, MarginLines)` gives, a pointer to a maker; null
     /// where there is nothing left to do. -1 with 0x10001 without memory.
     template <template <class> class Rule, class... T, class Build>
-    qzILStatus RunMaker(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
-                        unsigned noForm = 0x1000D);
+    QZIL_HIDDEN qzILStatus RunMaker(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                                    unsigned noForm = 0x1000D);
     /// Runs what takes memory: 0x10001 where there is none.
     template <class Work>
-    qzILStatus Guarded(Work work) {
+    QZIL_HIDDEN qzILStatus Guarded(Work work) {
         try {
             return work();
         } catch (std::exception const&) {  // no memory, or a length that none has

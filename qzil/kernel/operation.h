@@ -2,7 +2,6 @@
 
 #include "qzil/kernel/row.h"
 
-#include <concepts>
 #include <type_traits>
 
 // Operations: how an effect's arithmetic becomes row functions.
@@ -18,9 +17,9 @@ struct FormatRow;
 
 /// The type that integer rules compute in: twice as wide as a sample.
 template <class T>
-using Wide =
-    std::conditional_t<std::same_as<T, u8>, u16,
-                       std::conditional_t<std::same_as<T, u16>, u32, std::conditional_t<std::same_as<T, s16>, s32, T>>>;
+using Wide = std::conditional_t<
+    std::is_same_v<T, u8>, u16,
+    std::conditional_t<std::is_same_v<T, u16>, u32, std::conditional_t<std::is_same_v<T, s16>, s32, T>>>;
 
 /// Full scale of a channel type.
 template <class T>
@@ -41,7 +40,7 @@ struct Quad {
 
 /// Values of sums of a few samples: 16 bits hold those of 8-bit samples, 32 bits those of 16-bit samples.
 template <class T>
-using AreaSum = std::conditional_t<std::same_as<T, u8>, s16, s32>;
+using AreaSum = std::conditional_t<std::is_same_v<T, u8>, s16, s32>;
 
 /// The samples around m1, a line each: t of the lowest y, 0 on the left.
 template <class V>
@@ -78,9 +77,9 @@ constexpr int SamplesOf(Layout layout) {
 
 template <class T>
 constexpr SampleType SampleTypeOf() {
-    if constexpr (std::same_as<T, u8>) return SampleType::U8;
-    if constexpr (std::same_as<T, u16>) return SampleType::U16;
-    if constexpr (std::same_as<T, s16>) return SampleType::S2_14;
+    if constexpr (std::is_same_v<T, u8>) return SampleType::U8;
+    if constexpr (std::is_same_v<T, u16>) return SampleType::U16;
+    if constexpr (std::is_same_v<T, s16>) return SampleType::S2_14;
     return SampleType::Float;
 }
 

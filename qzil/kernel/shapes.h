@@ -1,9 +1,8 @@
 #pragma once
 
+#include "qzil/kernel/indices.h"
 #include "qzil/kernel/loops.h"
 #include "qzil/kernel/operation.h"
-
-#include <utility>
 
 // Shapes: they make forms of rules. Included by row sources only.
 //
@@ -97,7 +96,7 @@ QZIL_INLINE void WithLanes(Rule const& rule, F f) {
 template <class Which, class C>
 QZIL_INLINE auto LoadLane(Which which, Lanes<C> const& lanes, int lane) {
     if constexpr (sizeof(C) == 4) {
-        return Two<C>{lanes[lane], lanes[lane + 1]};
+        return SamplePair<C>{lanes[lane], lanes[lane + 1]};
     } else {
         return Load(which, lanes.At(lane));
     }
@@ -115,11 +114,11 @@ template <class T, Selection kSelection, class Result>
 QZIL_INLINE void StorePairs(kernel::Row const& row, Result result) {
     T* const out = Out<T>(row.pOut);
     if (kSelection != Selection::Row || row.uSelected == 15) {
-        ForPairs(row.iSamples, [=](Place at, auto which) { Store(which, out + at.i, result(at, which)); });
+        ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) { Store(which, out + at.i, result(at, which)); });
     } else {
         T const* const pass = In<T>(row.pPass);
         Lanes<T> const selected = SelectedLanes<T>(row.uSelected);
-        ForPairs(row.iSamples, [=, &selected](Place at, auto which) {
+        ForSamplePairs(row.iSamples, [=, &selected](PairPlace at, auto which) {
             StoreSelected(which, out + at.i, result(at, which), pass + at.i, selected.At(at.iLane));
         });
     }
@@ -139,15 +138,15 @@ QZIL_INLINE void SampleLoop(kernel::Row const& row, Rule const& constants) {
             return rule(v...);
         }
     };
-    if constexpr (!std::same_as<ValueOf<Rule, kMasked>, T>) {
+    if constexpr (!std::is_same_v<ValueOf<Rule, kMasked>, T>) {
         WithLanes<kMasked>(rule, [=, &row](auto const&... lanes) {
-            StorePairs<T, kSelection>(row, [=, &lanes...](Place at, auto which) {
+            StorePairs<T, kSelection>(row, [=, &lanes...](PairPlace at, auto which) {
                 auto const load = [=, &lanes...](auto... more) {
                     if constexpr (kMasked) {
-                        return Each(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...,
-                                    LoadMask<T>(which, MaskForm{}, mask, at));
+                        return ApplyToPair(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...,
+                                           LoadMask<T>(which, MaskForm{}, mask, at));
                     } else {
-                        return Each(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...);
+                        return ApplyToPair(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...);
                     }
                 };
                 if constexpr (kInputs == 2) {
@@ -237,10 +236,10 @@ constexpr kernel::FormsOf<Rule> MakeForms(Make make) {
             }
         };
         auto const addAll = [&]<int kLayout>() { (add.template operator()<kLayout, T>(), ...); };
-        [&]<int... kLayout>(std::integer_sequence<int, kLayout...>) {
+        [&]<int... kLayout>(Indices<kLayout...>) {
             (addAll.template operator()<kLayout>(), ...);
         }
-        (std::make_integer_sequence<int, kernel::kLayouts>{});
+        (IndicesTo<kernel::kLayouts>{});
         return forms;
     }
 }
@@ -291,15 +290,15 @@ void VideoRow(kernel::Row const& row, void const* constants) {
     T* const out = Out<T>(row.pOut);
     T const* const in = In<T>(row.pA);
     if constexpr (sizeof(T) < 4) {
-        ForPairs(row.iSamples, [=](Place at, auto which) {
+        ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) {
             auto const v = Load(which, in + at.i);
             using V = decltype(v.oEven);
             if constexpr (kChromaFirst) {
                 Store(which, out + at.i,
-                      Two<V>{static_cast<V>(rule.Chroma(v.oEven)), static_cast<V>(rule.Luma(v.oOdd))});
+                      SamplePair<V>{static_cast<V>(rule.Chroma(v.oEven)), static_cast<V>(rule.Luma(v.oOdd))});
             } else {
                 Store(which, out + at.i,
-                      Two<V>{static_cast<V>(rule.Luma(v.oEven)), static_cast<V>(rule.Chroma(v.oOdd))});
+                      SamplePair<V>{static_cast<V>(rule.Luma(v.oEven)), static_cast<V>(rule.Chroma(v.oOdd))});
             }
         });
     } else {
@@ -356,7 +355,7 @@ QZIL_INLINE void StoreQuad(T* out, Quad<V> v) {
 /// A pixel as a rule sees it, a word or four values.
 template <class P, class T>
 QZIL_INLINE P LoadPixel(T const* in) {
-    if constexpr (std::same_as<P, u32>) {
+    if constexpr (std::is_same_v<P, u32>) {
         return *reinterpret_cast<PixelWord const*>(in);
     } else {
         return LoadQuad<decltype(P::c0)>(in);
@@ -364,7 +363,7 @@ QZIL_INLINE P LoadPixel(T const* in) {
 }
 template <class T, class P>
 QZIL_INLINE void StorePixel(T* out, P pixel) {
-    if constexpr (std::same_as<P, u32>) {
+    if constexpr (std::is_same_v<P, u32>) {
         *reinterpret_cast<PixelWord*>(out) = pixel;
     } else {
         StoreQuad(out, pixel);
@@ -471,7 +470,7 @@ QZIL_INLINE void ForNeighbourhoods(kernel::Row const& row, Rule rule, Put put) {
         return reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) + step);
     };
     T const *const top = line(-row.iLineStep), *const middle = line(0), *const bottom = line(row.iLineStep);
-    ForPairs(row.iSamples, [=](Place at, auto which) {
+    ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) {
         auto const t0 = Load(which, top + at.i - kStep), t1 = Load(which, top + at.i),
                    t2 = Load(which, top + at.i + kStep), m0 = Load(which, middle + at.i - kStep),
                    m1 = Load(which, middle + at.i), m2 = Load(which, middle + at.i + kStep),
@@ -482,7 +481,7 @@ QZIL_INLINE void ForNeighbourhoods(kernel::Row const& row, Rule rule, Put put) {
                                     value(m2.oEven), value(b0.oEven), value(b1.oEven), value(b2.oEven)};
         Neighbourhood<V> const odd{value(t0.oOdd), value(t1.oOdd), value(t2.oOdd), value(m0.oOdd), value(m1.oOdd),
                                    value(m2.oOdd), value(b0.oOdd), value(b1.oOdd), value(b2.oOdd)};
-        put(at, which, Two<V>{rule(even), rule(odd)});
+        put(at, which, SamplePair<V>{rule(even), rule(odd)});
     });
 }
 
@@ -490,7 +489,7 @@ template <class Rule, class T, int kStep>
 void AreaRow(kernel::Row const& row, void const* constants) {
     Rule const rule = *static_cast<Rule const*>(constants);
     T* const out = Out<T>(row.pOut);
-    ForNeighbourhoods<T, kStep>(row, rule, [=](Place at, auto which, auto v) { Store(which, out + at.i, v); });
+    ForNeighbourhoods<T, kStep>(row, rule, [=](PairPlace at, auto which, auto v) { Store(which, out + at.i, v); });
 }
 
 /// Rules of a sample and the eight around it, `AreaSum<T> operator()(Neighbourhood<AreaSum<T>> const&) const`.

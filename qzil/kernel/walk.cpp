@@ -154,7 +154,7 @@ public:
         bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
         std::int64_t const images = walk.oB.pFirst ? 3 : 2;
         m_bStreams =
-            !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= kStreamBytes;
+            !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= StreamBytes();
     }
 
     void Run() {

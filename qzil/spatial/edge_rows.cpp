@@ -83,19 +83,20 @@ void DirectionsRow(Row const& row, void const* constants) {
         if ((rule.uDirections >> kDirection & 1) == 0) return;
         auto const in = [=](Neighbourhood<AreaSum<T>> const& n) { return rule.template In<kDirection>(n); };
         if (first) {
-            ForNeighbourhoods<T, kStep>(row, in, [=](Place at, auto which, auto v) { Store(which, out + at.i, v); });
+            ForNeighbourhoods<T, kStep>(row, in,
+                                        [=](PairPlace at, auto which, auto v) { Store(which, out + at.i, v); });
         } else {
-            ForNeighbourhoods<T, kStep>(row, in, [=](Place at, auto which, auto v) {
+            ForNeighbourhoods<T, kStep>(row, in, [=](PairPlace at, auto which, auto v) {
                 auto const larger = [](AreaSum<T> a, auto b) { return Max(a, static_cast<AreaSum<T>>(b)); };
-                Store(which, out + at.i, Each(larger, v, Load(which, out + at.i)));
+                Store(which, out + at.i, ApplyToPair(larger, v, Load(which, out + at.i)));
             });
         }
         first = false;
     };
-    [&]<int... kDirection>(std::integer_sequence<int, kDirection...>) {
+    [&]<int... kDirection>(Indices<kDirection...>) {
         (add.template operator()<kDirection>(), ...);
     }
-    (std::make_integer_sequence<int, kDirections>{});
+    (IndicesTo<kDirections>{});
 }
 
 template <template <class> class Rule>

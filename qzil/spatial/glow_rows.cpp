@@ -22,17 +22,17 @@ QZIL_INLINE void GlowPixels(u8* out, u8 const* blurred, u8 const* source, u32 co
     });
     for (int i = 0; i < pixels; ++i) weights[i] = table[lumas[i]];
     u8 const* const weight = reinterpret_cast<u8 const*>(weights);
-    ForPairs(4 * pixels, [=](Place at, auto which) {
-        auto const glow = Each([](u16 b, u16 w) { return WideNormMult(b, w); }, Load(which, blurred + at.i),
-                               Load(which, weight + at.i));
+    ForSamplePairs(4 * pixels, [=](PairPlace at, auto which) {
+        auto const glow = ApplyToPair([](u16 b, u16 w) { return WideNormMult(b, w); }, Load(which, blurred + at.i),
+                                      Load(which, weight + at.i));
         auto const below = Load(which, source + at.i);
         // The screen of two values never passes 255: what is added is a share of what is left.
-        auto const screened = Each(
+        auto const screened = ApplyToPair(
             [](u16 g, u16 s) { return static_cast<u16>(g + WideNormMult(s, static_cast<u16>(255 - g))); }, glow, below);
         // The odd one of every other pair is alpha.
         u16 const alpha = (at.i & 2) != 0 ? 0xFFFF : 0;
         u16 const odd = static_cast<u16>((below.oOdd & alpha) | (screened.oOdd & ~alpha));
-        Store(which, out + at.i, Two<u16>{screened.oEven, odd});
+        Store(which, out + at.i, SamplePair<u16>{screened.oEven, odd});
     });
 }
 
