@@ -104,7 +104,7 @@ double ParseReal(std::string_view text);
 struct Port {
     std::string sName;
     std::function<void(qzILProcessor&, IXFImage*)> oSet;
-    bool bOptional = false;   ///< the effect runs without it
+    bool bOptional = false;  ///< the effect runs without it
     std::string sHelp = {};  ///< what it is for, where the name does not tell
 };
 
@@ -202,7 +202,7 @@ struct Entry {
     /// the whole; never, where there is no function.
     std::function<bool(std::span<Value const>, GUID const& format)> oRegionMatters;
     bool bBlackAround = false;  ///< with nothing to do it leaves black where there is no input, whatever the default
-    bool bPollsFirst = false;  ///< the interrupt is asked before any line is written
+    bool bPollsFirst = false;   ///< the interrupt is asked before any line is written
     Memory eMemory = Memory::Views;
     std::unique_ptr<qzILProcessor> (*pCreate)() = nullptr;
 

@@ -224,7 +224,9 @@ public:
         Parameter parameter = New(name, Kind::Lut, help);
         parameter.pParseLut = parse;
         parameter.sLutForms = forms;
-        parameter.oSetLut = [setter](qzILProcessor& effect, void** tables) { std::invoke(setter, AsE(effect), tables); };
+        parameter.oSetLut = [setter](qzILProcessor& effect, void** tables) {
+            std::invoke(setter, AsE(effect), tables);
+        };
         Finish(std::move(parameter), defaultText);
         return *this;
     }
@@ -240,18 +242,18 @@ private:
     /// What of the frame the class has.
     void SetPlacement() {
         Placement& place = m_oEntry.oPlacement;
-        if constexpr (requires(E& e, qzILBbox2l const& box) { e.SetROI(box); }) {
+        if constexpr (requires(E & e, qzILBbox2l const& box) { e.SetROI(box); }) {
             place.oRoi = [](qzILProcessor& e, qzILBbox2l const& box) { AsE(e).SetROI(box); };
         }
-        if constexpr (requires(E& e, qzILVector2l offset) { e.SetOutputOffset(offset); }) {
+        if constexpr (requires(E & e, qzILVector2l offset) { e.SetOutputOffset(offset); }) {
             place.oOutputOffset = [](qzILProcessor& e, qzILVector2l offset) { AsE(e).SetOutputOffset(offset); };
         }
-        if constexpr (requires(E& e, qzILBbox2l const& box, IXFImage* image) { e.SetMask(box, image, 1u); }) {
+        if constexpr (requires(E & e, qzILBbox2l const& box, IXFImage* image) { e.SetMask(box, image, 1u); }) {
             place.oMask = [](qzILProcessor& e, qzILBbox2l const& box, IXFImage* image, XFImageChannel channel) {
                 AsE(e).SetMask(box, image, channel);
             };
         }
-        if constexpr (requires(E& e, qzILColor const& color) { e.SetDefaultColor(color); }) {
+        if constexpr (requires(E & e, qzILColor const& color) { e.SetDefaultColor(color); }) {
             place.oDefaultColor = [](qzILProcessor& e, qzILColor const& color) { AsE(e).SetDefaultColor(color); };
         }
         if constexpr (std::is_base_of_v<qzILDyadicImgProc, E>) {

@@ -104,22 +104,24 @@ void CheckPicture(Picture const& picture) {
 }
 
 /// The picture as a kind holds it: its depth, and tags that are true of it.
-Picture Prepared(Picture const& source, Kind const& kind, WriteOptions const& options) {
-    int const depth = std::string_view(kind.pName) == "OpenEXR" ? 32 : std::min(source.iDepth, kind.iDepth);
-    Picture picture = depth == source.iDepth ? source : AtDepth(source, depth);
-    picture.oTags = options.bStrip ? Tags() : source.oTags;
+Picture Prepared(Picture picture, Kind const& kind, WriteOptions const& options) {
+    int const had = picture.iDepth;
+    int const depth = std::string_view(kind.pName) == "OpenEXR" ? 32 : std::min(had, kind.iDepth);
+    if (depth != had) picture = AtDepth(picture, depth);
     Tags& tags = picture.oTags;
     // Half holds all that 8 bits hold, and not 16.
-    tags.bHalf = source.iDepth == 8 || (source.iDepth == 32 && source.oTags.bHalf);
+    bool const half = had == 8 || (had == 32 && tags.bHalf);
+    if (options.bStrip) tags = {};
+    tags.bHalf = half;
     if (!ProfileSuits(tags.oProfile, picture.iChannels < 3)) tags.oProfile.clear();
     if (!tags.oExif.empty()) tags.oExif = WithOrientation(tags.oExif, tags.iOrientation);
     return picture;
 }
 
-Bytes Encode(Kind const* kind, Picture const& picture, WriteOptions const& options) {
+Bytes Encode(Kind const* kind, Picture picture, WriteOptions const& options) {
     if (!kind) throw Fault("the name must end in " + FileKinds(true));
     CheckPicture(picture);
-    return kind->pEncode(Prepared(picture, *kind, options), options);
+    return kind->pEncode(Prepared(std::move(picture), *kind, options), options);
 }
 
 }  // namespace
@@ -221,10 +223,10 @@ Picture ReadPicture(std::string const& path, ReadOptions const& options) {
     });
 }
 
-void WritePicture(std::string const& path, Picture const& picture, WriteOptions const& options) {
+void WritePicture(std::string const& path, Picture picture, WriteOptions const& options) {
     Target const target = TargetOf(path);
     NamingFile("write", target.sPath, [&] {
-        Bytes const file = Encode(target.pKind, picture, options);
+        Bytes const file = Encode(target.pKind, std::move(picture), options);
         auto const stream = OutputStream::Open(target.sPath, options.bKeepOld);
         stream->Write(file);
         stream->Finish();

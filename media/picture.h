@@ -70,7 +70,7 @@ struct WriteOptions {
 /// Writes a file of the kind that the extension names, or a word in front, as in "png:-" for the standard output.
 /// Samples are narrowed to what the kind holds, limited to 0..1. A file appears complete or not at all: a failure
 /// leaves what stood there. Throws MediaError.
-void WritePicture(std::string const& path, Picture const& picture, WriteOptions const& options = {});
+void WritePicture(std::string const& path, Picture picture, WriteOptions const& options = {});
 
 /// The deepest samples that the kind of a path holds: 8, 16 or 32 bits; 0 for a path that names no kind.
 int DepthOf(std::string const& path);
@@ -94,6 +94,7 @@ Ref<IXFImage> ToImage(Picture const& picture, GUID const& format);
 /// The picture that an image of a working format shows: 8 and 16-bit channels keep their depth, S2.14 and float become
 /// float, values outside 0..1 included. Mono gives grey, RGB_RAW_24 gives RGB, all others RGBA. Images of other formats
 /// are converted to RGBA_RAW_32 or, with larger channels, RGBA_FLOAT first. Throws MediaError.
-Picture FromImage(IXFImage& image);
+/// Full alpha everywhere can be left out.
+Picture FromImage(IXFImage& image, bool dropFullAlpha = false);
 
 }  // namespace qzil::media

@@ -85,9 +85,35 @@ constexpr double Luma(typename From::Channel const (&rgb)[4]) {
     return 0.299 * ToReal<From>(rgb[0]) + 0.587 * ToReal<From>(rgb[1]) + 0.114 * ToReal<From>(rgb[2]);
 }
 
+/// Pixels of the same samples in the same order, with alpha put behind or left out; false when they are not.
+template <class Sample>
+bool CopyRow(unsigned char const* in, int inChannels, unsigned char* out, int outChannels, int width, Sample full) {
+    auto const* pIn = reinterpret_cast<Sample const*>(in);
+    auto* pOut = reinterpret_cast<Sample*>(out);
+    if (inChannels == outChannels) {
+        std::memcpy(out, in, static_cast<unsigned>(width * inChannels) * sizeof(Sample));
+        return true;
+    }
+    if (inChannels < 3 || outChannels < 3) return false;
+    auto const copy = [=]<int kIn, int kOut>(std::integral_constant<int, kIn>, std::integral_constant<int, kOut>) {
+        for (std::ptrdiff_t x = 0; x < width; ++x) {
+            for (int i = 0; i < 3; ++i) pOut[kOut * x + i] = pIn[kIn * x + i];
+            if (kOut == 4) pOut[kOut * x + 3] = full;
+        }
+    };
+    using Three = std::integral_constant<int, 3>;
+    using Four = std::integral_constant<int, 4>;
+    inChannels == 3 ? copy(Three(), Four()) : copy(Four(), Three());
+    return true;
+}
+
 /// A row of a picture into a line of an image.
 template <class To, class From>
 void StoreRow(Picture const& picture, unsigned char const* in, WorkingFormat const& format, unsigned char* out) {
+    if constexpr (std::is_same_v<To, From>) {
+        bool const plain = !format.bBlueFirst && picture.iChannels != 2;
+        if (plain && CopyRow(in, picture.iChannels, out, format.iChannels, picture.iWidth, To::kFull)) return;
+    }
     bool const grey = picture.iChannels < 3;
     bool const alpha = picture.iChannels % 2 == 0;
     std::size_t const inBytes = picture.PixelBytes();
@@ -111,13 +137,17 @@ void StoreRow(Picture const& picture, unsigned char const* in, WorkingFormat con
 /// A line of an image into a row of a picture that has the format's channels.
 template <class To, class From>
 void LoadRow(Picture const& picture, unsigned char const* in, WorkingFormat const& format, unsigned char* out) {
+    if constexpr (std::is_same_v<To, From>) {
+        if (!format.bBlueFirst && CopyRow(in, format.iChannels, out, picture.iChannels, picture.iWidth, To::kFull))
+            return;
+    }
     std::size_t const inBytes = static_cast<unsigned>(format.iChannels) * sizeof(typename From::Channel);
     std::size_t const outBytes = picture.PixelBytes();
     for (int x = 0; x < picture.iWidth; ++x, in += inBytes, out += outBytes) {
         typename From::Channel pixel[4] = {};
         typename To::Channel result[4] = {};
         std::memcpy(pixel, in, inBytes);
-        for (int i = 0; i < format.iChannels; ++i) {
+        for (int i = 0; i < picture.iChannels; ++i) {
             result[i] = Convert<To, From>(pixel[format.bBlueFirst && i < 3 ? 2 - i : i]);
         }
         std::memcpy(out, result, outBytes);
@@ -153,15 +183,32 @@ Ref<IXFImage> ToImage(Picture const& picture, GUID const& format) {
     return image;
 }
 
-Picture FromImage(IXFImage& image) {
+/// Whether every pixel of four channels has full alpha.
+template <class From>
+bool IsOpaque(qzILImageHelper const& image) {
+    for (int y = 0; y < image.m_iHeight; ++y) {
+        auto const* const pLine = reinterpret_cast<typename From::Channel const*>(image.GetPixelPtr(0, y));
+        for (std::ptrdiff_t x = 0; x < image.m_iWidth; ++x) {
+            if (pLine[4 * x + 3] != From::kFull) return false;
+        }
+    }
+    return true;
+}
+
+Picture FromImage(IXFImage& image, bool dropFullAlpha) {
     qzILImageHelper const helper(&image);
     if (!helper.m_pLineZero) throw MediaError("the image has no pixels to make a picture of");
     if (!Contains(kWorkingIds, helper.m_oFormat)) {
-        return FromImage(*Convert(image, helper.m_uChannelSize == 1 ? MFIF_RGBA_RAW_32 : MFIF_RGBA_FLOAT).Get());
+        return FromImage(*Convert(image, helper.m_uChannelSize == 1 ? MFIF_RGBA_RAW_32 : MFIF_RGBA_FLOAT).Get(),
+                         dropFullAlpha);
     }
     WorkingFormat const& working = FindFormat(helper.m_oFormat);
     int const depth = working.eChannel == Channel::kByte ? 8 : working.eChannel == Channel::kWord ? 16 : 32;
-    Picture picture(helper.m_iWidth, helper.m_iHeight, working.iChannels, depth);
+    int channels = working.iChannels;
+    WithChannels(working.eChannel, [&]<class From>(From) {
+        if (dropFullAlpha && channels == 4 && IsOpaque<From>(helper)) channels = 3;
+    });
+    Picture picture(helper.m_iWidth, helper.m_iHeight, channels, depth);
     WithSamples(depth, [&]<class To>(To) {
         WithChannels(working.eChannel, [&]<class From>(From) {
             for (int y = 0; y < picture.iHeight; ++y) {

@@ -1,7 +1,7 @@
 #include "qzil/convert/depth_rows.h"
 
-#include "qzil/kernel/put.h"
 #include "qzil/kernel/loops.h"
+#include "qzil/kernel/put.h"
 #include "qzil/kernel/vector.h"
 
 QZIL_ROWS_BEGIN

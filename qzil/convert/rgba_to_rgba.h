@@ -13,17 +13,12 @@
 ///
 /// Verify adds 0x10034 for a pair of formats that is not served.
 class QZIL_API qzILRGBA2RGBA : public qzILMonadicConvertProc {
-    QZIL_EFFECT_CLASS(qzILRGBA2RGBA)
-public:
-    qzILRGBA2RGBA() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILRGBA2RGBA, m_iDithering = 0)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     void* GetConvertedColor(qzILColor const& color) override;
 
-    void Init() { m_iDithering = 0; }
-    void Trash() {}
     void SetDoDithering(int dithering) { m_iDithering = dithering; }
     int GetDoDithering() const { return m_iDithering; }
 

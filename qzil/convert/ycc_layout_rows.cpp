@@ -1,7 +1,7 @@
 #include "qzil/convert/ycc_layout_rows.h"
 
-#include "qzil/kernel/put.h"
 #include "qzil/kernel/loops.h"
+#include "qzil/kernel/put.h"
 
 QZIL_ROWS_BEGIN
 namespace {

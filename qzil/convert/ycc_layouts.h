@@ -15,17 +15,12 @@
 /// Verify adds 0x10034 for an input format that is none of these layouts, 0x1000D for an output format that is none or
 /// the input's own.
 class QZIL_API qzILYCCA2YCCA : public qzILMonadicConvertProc {
-    QZIL_EFFECT_CLASS(qzILYCCA2YCCA)
-public:
-    qzILYCCA2YCCA() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILYCCA2YCCA, m_iFiltering = m_iDithering = 0)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     void* GetConvertedColor(qzILColor const& color) override;
 
-    void Init() { m_iFiltering = m_iDithering = 0; }
-    void Trash() {}
     void SetDoFiltering(int filtering) { m_iFiltering = filtering; }
     int GetDoFiltering() const { return m_iFiltering; }
     void SetDoDithering(int dithering) { m_iDithering = dithering; }
@@ -44,16 +39,11 @@ protected:
 /// Verify adds 0x1000D for formats that do not fit: the input needs an alpha plane, both outputs must be 4:2:2 without
 /// alpha; 0x10003 and 0x1000A for an output B without pixels or of another size than output A.
 class QZIL_API qzILYCCA2YCCYCC : public qzILYCCA2YCCA {
-    QZIL_EFFECT_CLASS(qzILYCCA2YCCYCC)
-public:
-    qzILYCCA2YCCYCC() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILYCCA2YCCYCC, m_pOutputImgB = nullptr)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
 
-    void Init() { m_pOutputImgB = nullptr; }
-    void Trash() {}
     void SetOutputImgA(IXFImage* image) { SetOutputImg(image); }
     IXFImage* GetOutputImgA() const { return GetOutputImg(); }
     void SetOutputImgB(IXFImage* image) { m_pOutputImgB = image; }
@@ -70,19 +60,11 @@ private:
 /// pixels or of another size than input A; 0x1000D for formats that do not fit: both inputs must be 4:2:2 without
 /// alpha, the output needs an alpha plane.
 class QZIL_API qzILYCCYCC2YCCA : public qzILYCCA2YCCA {
-    QZIL_EFFECT_CLASS(qzILYCCYCC2YCCA)
-public:
-    qzILYCCYCC2YCCA() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILYCCYCC2YCCA, m_pInputImgB = nullptr; m_iFillMissingInput = 0)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
 
-    void Init() {
-        m_pInputImgB = nullptr;
-        m_iFillMissingInput = 0;
-    }
-    void Trash() {}
     void SetInputImgA(IXFImage* image) { SetInputImg(image); }
     IXFImage* GetInputImgA() const { return GetInputImg(); }
     void SetInputImgB(IXFImage* image) { m_pInputImgB = image; }

@@ -13,17 +13,12 @@
 ///
 /// Verify adds 0x10034 for another input format, 0x1000D for an output format that the input does not go to.
 class QZIL_API qzILYCCA2RGBA : public qzILMonadicConvertProc {
-    QZIL_EFFECT_CLASS(qzILYCCA2RGBA)
-public:
-    qzILYCCA2RGBA() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILYCCA2RGBA, m_iFiltering = m_iDithering = 0)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     void* GetConvertedColor(qzILColor const& color) override;
 
-    void Init() { m_iFiltering = m_iDithering = 0; }
-    void Trash() {}
     /// Off at first, unlike that of the opposite conversion.
     void SetDoFiltering(int filtering) { m_iFiltering = filtering; }
     int GetDoFiltering() const { return m_iFiltering; }

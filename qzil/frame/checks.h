@@ -24,10 +24,8 @@ public:
     }
     /// For conditions that can be asked only when all before hold.
     template <class Condition>
-        requires requires(Condition condition) { bool{condition()}; }
-    Checks& That(Condition condition, unsigned code) {
-        return m_iStatus == 1 ? That(condition(), code) : *this;
-    }
+    requires requires(Condition condition) { bool{condition()}; }
+    Checks& That(Condition condition, unsigned code) { return m_iStatus == 1 ? That(condition(), code) : *this; }
     /// The output's format is in a list.
     Checks& Format(FormatList formats, unsigned code = Code::Format) {
         return That([&] { return Contains(formats, FormatOf(m_oEffect.GetOutputImg())); }, code);

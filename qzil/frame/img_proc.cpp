@@ -147,6 +147,7 @@ qzILImgProc::Region qzILImgProc::FormRegion(std::span<Source const> sources, uns
     region.oInput = Moved(WholeOf(sources[primary].pImage), sources[primary].oPlace).Intersect(roi);
     region.oMasked = region.oInput;
     for (Source const& source : sources) {
+        if (&source == &sources[primary]) continue;
         region.oMasked = region.oMasked.Intersect(Moved(WholeOf(source.pImage), source.oPlace));
     }
     region.oMasked = region.oMasked.Intersect(region.oMaskRect);
@@ -178,7 +179,7 @@ bool qzILImgProc::FieldIsWhole(std::span<Source const> sources, Region const& re
     // A field of a split-field image is walked as a whole, from its own start: Verify lets nothing else through.
     bool const oneField = output.m_iSplitField && (m_uProcessingMode & kModeNoLines) != 0;
     if (!oneField || region.oMasked.IsEmpty()) return true;
-    qzILBbox2l const whole = WholeOf(m_pOutputImg);
+    qzILBbox2l const whole(0, 0, output.m_iWidth, output.m_iHeight);
     return region.oDelta == qzILVector2l() && region.oMasked == whole &&
            std::all_of(sources.begin(), sources.end(), [&](Source const& source) {
                return WholeOf(source.pImage).Size == whole.Size && source.oPlace == qzILVector2l();
@@ -307,6 +308,15 @@ qzILStatus qzILImgProc::RunWalk(kernel::Walk& walk, qzILBbox2l const& box, kerne
 
 bool qzILImgProc::Prepare(Prepared&) const {
     return false;
+}
+
+qzILStatus qzILImgProc::RunPrepared(Prepared& prepared, kernel::RowTraits const& traits,
+                                    kernel::RowCall const& call) const {
+    return RunWalk(prepared.oWalk, prepared.oBox, traits, call);
+}
+
+qzILStatus qzILImgProc::WithoutForm(unsigned noForm) {
+    return noForm == kWritesNothing ? 1 : noForm == Code::None ? -1 : Fail(noForm);
 }
 
 bool qzILImgProc::Has(kernel::Forms const& forms) const {

@@ -119,12 +119,11 @@ protected:
     /// Runs the form that an operation has for the images' format over the rule of the channel type T that
     /// `build(As<T>)` makes. Without a form it fails with a code.
     template <template <class> class Rule, class... T, class Build>
-        requires(!std::is_integral_v<Build>)
-    qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
-                   unsigned noForm = 0x1000D);
+    requires(!std::is_integral_v<Build>) QZIL_HIDDEN qzILStatus
+        Run(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build, unsigned noForm = 0x1000D);
     /// The same for a rule without constants.
     template <template <class> class Rule, class... T>
-    qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, unsigned noForm = 0x1000D);
+    QZIL_HIDDEN qzILStatus Run(qzil::kernel::Operation<Rule, T...> const& operation, unsigned noForm = 0x1000D);
     /// Whether an operation has a form for the images' format.
     bool Has(qzil::kernel::Forms const& forms) const;
     /// The mask image is the output: allowed only when the input is too, at the same place, and the mask's channel is
@@ -136,8 +135,17 @@ protected:
     /// The form for the images' format and what is known of the call, or null.
     qzil::kernel::Form const* FindForm(qzil::kernel::Forms const& forms, Prepared const& prepared,
                                        qzil::kernel::Call& call) const;
+    /// Calls act(form, As<T>) for the form of a prepared call and the channel type T of its rule.
+    template <class... T, class Act>
+    QZIL_HIDDEN qzILStatus WithForm(Prepared const& prepared, qzil::kernel::Forms const& forms, Act const& act,
+                                    unsigned noForm);
     template <template <class> class Rule, class... T, class Build>
-    qzILStatus RunForms(qzil::kernel::Forms const& forms, Build const& build, unsigned noForm);
+    QZIL_HIDDEN qzILStatus RunForms(Prepared& prepared, qzil::kernel::Forms const& forms, Build const& build,
+                                    unsigned noForm);
+    qzILStatus WithoutForm(unsigned noForm);
+    /// Runs a row function over a prepared call.
+    virtual qzILStatus RunPrepared(Prepared& prepared, qzil::kernel::RowTraits const& traits,
+                                   qzil::kernel::RowCall const& call) const;
     /// Takes the first n pixels off every line of a call.
     static void ShiftStarts(int n, std::initializer_list<qzil::Lines*> lines, qzILBbox2l& box);
 

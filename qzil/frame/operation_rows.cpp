@@ -32,7 +32,7 @@ void LutRow(Row const& row, Lut<T> const& rule) {
     T* const out = Out<T>(row.pOut);
     int const samples = row.iSamples;
     T const *const t0 = rule.apTables[0], *const t1 = rule.apTables[1], *const t2 = rule.apTables[2],
-            *const t3 = rule.apTables[3];
+                   *const t3 = rule.apTables[3];
     for (int i = 0; i < samples; i += 4) {
         T const r0 = t0[a[i]], r1 = t1[a[i + 1]], r2 = t2[a[i + 2]], r3 = t3[a[i + 3]];
         out[i] = r0;

@@ -53,36 +53,46 @@ struct qzILImgProc::Prepared {
     qzILImageHelper const* pSource = nullptr;
 };
 
-template <template <class> class Rule, class... T, class Build>
-    requires(!std::is_integral_v<Build>)
-qzILStatus qzILImgProc::Run(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
-                            unsigned noForm) {
+template <class... T, class Act>
+qzILStatus qzILImgProc::WithForm(Prepared const& prepared, qzil::kernel::Forms const& forms, Act const& act,
+                                 unsigned noForm) {
+    using namespace qzil;
     if constexpr (sizeof...(T) == 0) {
-        return RunForms<Rule, qzil::u8, qzil::u16, qzil::s16, float>(operation, build, noForm);
+        return WithForm<u8, u16, s16, float>(prepared, forms, act, noForm);
     } else {
-        return RunForms<Rule, T...>(operation, build, noForm);
+        kernel::Call call;
+        kernel::Form const* const pForm = FindForm(forms, prepared, call);
+        if (!pForm) return WithoutForm(noForm);
+        qzILStatus status = -1;
+        auto const run = [&]<class Sample>(As<Sample> as) {
+            if (pForm->eRule != kernel::SampleTypeOf<Sample>()) return false;
+            status = act(*pForm, as);
+            return true;
+        };
+        (void)(run(As<T>{call}) || ...);
+        return status;
     }
+}
+
+template <template <class> class Rule, class... T, class Build>
+qzILStatus qzILImgProc::RunForms(Prepared& prepared, qzil::kernel::Forms const& forms, Build const& build,
+                                 unsigned noForm) {
+    auto const act = [&]<class Sample>(qzil::kernel::Form const& form, qzil::As<Sample> as) {
+        Rule<Sample> const rule = build(as);
+        return RunPrepared(prepared, form.oTraits, {form.pRow, &rule});
+    };
+    return WithForm<T...>(prepared, forms, act, noForm);
+}
+
+template <template <class> class Rule, class... T, class Build>
+requires(!std::is_integral_v<Build>) qzILStatus qzILImgProc::Run(qzil::kernel::Operation<Rule, T...> const& operation,
+                                                                 Build const& build, unsigned noForm) {
+    Prepared prepared;
+    return Prepare(prepared) ? RunForms<Rule, T...>(prepared, operation, build, noForm) : WithoutForm(noForm);
 }
 
 template <template <class> class Rule, class... T>
 qzILStatus qzILImgProc::Run(qzil::kernel::Operation<Rule, T...> const& operation, unsigned noForm) {
-    return Run(operation, []<class Sample>(qzil::As<Sample>) { return Rule<Sample>{}; }, noForm);
-}
-
-template <template <class> class Rule, class... T, class Build>
-qzILStatus qzILImgProc::RunForms(qzil::kernel::Forms const& forms, Build const& build, unsigned noForm) {
-    using namespace qzil;
-    Prepared prepared;
-    kernel::Call call;
-    kernel::Form const* const pForm = Prepare(prepared) ? FindForm(forms, prepared, call) : nullptr;
-    if (!pForm) return noForm == kWritesNothing ? 1 : noForm == Code::None ? -1 : Fail(noForm);
-    qzILStatus status = -1;
-    auto const run = [&]<class Sample>(As<Sample> as) {
-        if (pForm->eRule != kernel::SampleTypeOf<Sample>()) return false;
-        Rule<Sample> const rule = build(as);
-        status = RunWalk(prepared.oWalk, prepared.oBox, pForm->oTraits, {pForm->pRow, &rule});
-        return true;
-    };
-    (void)(run(As<T>{call}) || ...);
-    return status;
+    return Run(
+        operation, []<class Sample>(qzil::As<Sample>) { return Rule<Sample>{}; }, noForm);
 }

@@ -1,11 +1,10 @@
 #include "qzil/frame/spatial.h"
 
+#include "qzil/frame/checks.h"
 #include "qzil/frame/copy.h"
 #include "qzil/frame/image_utils.h"
-#include "qzil/frame/margin.h"
+#include "qzil/frame/spatial_run.h"
 #include "qzil/image/image_ops.h"
-#include "qzil/kernel/line_walk.h"
-#include "qzil/kernel/row.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -81,16 +80,16 @@ bool qzILMonadicSpatialProc::HasGoodRadius() const {
 }
 
 qzILStatus qzILMonadicSpatialProc::Verify() {
-    if (qzILStatus const status = VerifyOneFormat(); status != 1) return status;
-    // Deliberately not HasGoodRadius: a radius that is not a number is not below and not above the range.
-    auto const outside = [](double radius) { return radius < 0.0 || radius > kHighestRadius; };
-    if (outside(m_oRadius.x) || outside(m_oRadius.y)) return Fail(0x10023);
-    return m_uEdgeMode >= qzILEdgeModeColor && m_uEdgeMode <= qzILEdgeModeMirror ? 1 : Fail(0x10020);
+    // Deliberately not HasGoodRadius: a radius that is not a number passes.
+    return Checks(*this, VerifyOneFormat())
+        .Range(m_oRadius.x, 0.0, kHighestRadius, Code::Radius)
+        .Range(m_oRadius.y, 0.0, kHighestRadius, Code::Radius)
+        .Range(m_uEdgeMode, qzILEdgeModeColor, qzILEdgeModeMirror, Code::EdgeMode);
 }
 
 qzILStatus qzILMonadicSpatialProc::PrepareData() {
     m_pSource.reset();
-    Source const source{m_pInputImg, {}, nullptr, &m_pCopiedImg, 0x1000B, 0x1000C};
+    Source const source{m_pInputImg, {}, nullptr, &m_pCopiedImg, Code::NoInput, Code::InputPixels};
     qzILStatus const status = PrepareRegion({&source, 1}, 0, m_oOutputHelper, m_oMaskHelper, m_oCopyHelper, m_oBoxes);
     return status != 1 || m_oBoxes.oProcessed.IsEmpty() ? status : PrepareBuffer();
 }
@@ -111,7 +110,7 @@ qzILStatus qzILMonadicSpatialProc::PrepareBuffer() {
     qzILBbox2l const box(origin.x, origin.y, static_cast<int>(width), static_cast<int>(height));
     m_pSource.reset(new (std::nothrow)
                         MarginSource(Margin(m_pInputImg, box, m_uEdgeMode, m_oEdgeColor), buffer, reach));
-    if (!m_pSource) return Fail(0x10001);
+    if (!m_pSource) return Fail(Code::OutOfMemory);
     // Lines are read when they are asked for, but a host that interrupts sees the buffer filled, and what is written
     // over the input has to be read before.
     if (HasInterrupt() || !CanFill(box) || Overlap(qzILImageHelper(m_pInputImg), m_oOutputHelper)) CompleteBuffer();
@@ -211,11 +210,13 @@ qzILMonadicSpatialProc::KeptLines qzILMonadicSpatialProc::LinesToProcess() const
     return {SkipsLine(fields, m_oBoxes.oProcessed.Origin.y) ? 1 : 0, fields != 0 ? 2 : 1, KeptBox().Size.y};
 }
 
-kernel::Walk qzILMonadicSpatialProc::MakeWalk() const {
-    kernel::Walk walk;
-    walk.oOut = LinesOf(m_oOutputHelper, m_oBoxes.oProcessed);
-    walk.oMask = MaskLinesOf(m_oMaskHelper, m_oBoxes.oProcessed);
-    return walk;
+bool qzILMonadicSpatialProc::Prepare(Prepared& prepared) const {
+    if (!m_pSource) return false;
+    prepared.oWalk.oOut = LinesOf(m_oOutputHelper, m_oBoxes.oProcessed);
+    prepared.oWalk.oMask = MaskLinesOf(m_oMaskHelper, m_oBoxes.oProcessed);
+    prepared.oBox = KeptBox();
+    prepared.pSource = &m_oOutputHelper;
+    return true;
 }
 
 Lines qzILMonadicSpatialProc::LinesFrom(unsigned char* first, std::ptrdiff_t step) const {
@@ -246,14 +247,17 @@ MarginLines qzILMonadicSpatialProc::GetMarginLines(int samples) const {
             question};
 }
 
-qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    if (!m_pSource) return -1;
-    kernel::Walk walk = MakeWalk();
+qzILStatus qzILMonadicSpatialProc::RunPrepared(Prepared& prepared, kernel::RowTraits const& traits,
+                                               kernel::RowCall const& call) const {
+    kernel::Walk& walk = prepared.oWalk;
+    if (walk.oA.pFirst) return RunWalk(walk, prepared.oBox, traits, call);
     walk.oA = CentreLines();
-    if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
+    if (!CompleteWalk(walk, prepared.oBox, traits)) return -1;
+    walk.iLineStep = LineStep();
     KeptLines const kept = LinesToProcess();
     int const around = 2 * Reach().y + kept.iFirst;
-    std::ptrdiff_t const step = LineStep(), centre = Reach().y * step + std::ptrdiff_t{walk.oA.iPixelStep} * Reach().x;
+    std::ptrdiff_t const step = walk.iLineStep,
+                         centre = Reach().y * step + std::ptrdiff_t{walk.oA.iPixelStep} * Reach().x;
     // A far reach makes bands higher, so that no line is read more than twice.
     int const bandLines =
         m_pSource->IsComplete() ? walk.iLines : std::max(static_cast<int>(kBandBytes / std::abs(step)) + 1, around);
@@ -267,21 +271,11 @@ qzILStatus qzILMonadicSpatialProc::RunRows(kernel::RowTraits const& traits, kern
     return 1;
 }
 
-qzILStatus qzILMonadicSpatialProc::RunOverOutput(kernel::RowTraits const& traits, kernel::RowCall const& call) const {
-    if (!m_pSource) return -1;
-    kernel::Walk walk = MakeWalk();
-    walk.oA = walk.oOut;
-    walk.oB = CentreLines();
-    walk.bPassB = true;
-    return RunWalk(walk, KeptBox(), traits, call);
-}
-
-qzILStatus qzILMonadicSpatialProc::RunLines(kernel::RowTraits const& traits, kernel::LineMaker& maker, int blockLines) {
-    if (!m_pSource) return -1;
-    kernel::Walk walk = MakeWalk();
-    walk.oA = CentreLines();
-    if (!CompleteWalk(walk, KeptBox(), traits)) return -1;
-    return kernel::RunLines(walk, traits, maker, blockLines) ? 1 : Fail(0x10001);
+qzILStatus qzILMonadicSpatialProc::RunLines(Prepared& prepared, kernel::RowTraits const& traits,
+                                            kernel::LineMaker& maker) {
+    prepared.oWalk.oA = CentreLines();
+    if (!CompleteWalk(prepared.oWalk, prepared.oBox, traits)) return -1;
+    return kernel::RunLines(prepared.oWalk, traits, maker) ? 1 : Fail(Code::OutOfMemory);
 }
 
 qzILStatus qzILMonadicSpatialProc::CopyInstead(qzILCopyImg& copy) {

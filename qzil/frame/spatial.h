@@ -70,16 +70,23 @@ public:
     int SkipLine(int& parity, void** out, void** source, void** mask) const;
 
 protected:
-    /// Runs a row function over the active rectangle. Its input is the pixel under the kernel's centre; the
-    /// neighbourhood lies around it, LineStep() bytes from line to line.
-    qzILStatus RunRows(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
-    /// First input: the output itself. Second input, which passes through: the centre pixel, without neighbours.
-    qzILStatus RunOverOutput(qzil::kernel::RowTraits const& traits, qzil::kernel::RowCall const& call) const;
-    /// Has the lines of the active rectangle made in blocks; -1 with 0x10001 without memory.
-    qzILStatus RunLines(qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker, int blockLines);
+    /// Runs row functions over the active rectangle. Their input is the pixel under the kernel's centre; the
+    /// neighbourhood lies around it.
+    bool Prepare(Prepared& prepared) const override;
+    qzILStatus RunPrepared(Prepared& prepared, qzil::kernel::RowTraits const& traits,
+                           qzil::kernel::RowCall const& call) const override;
+    /// Run with two inputs: first the output itself, then, passing through, the centre pixel without neighbours.
+    template <template <class> class Rule, class... T, class Build>
+    QZIL_HIDDEN qzILStatus RunOverOutput(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                                         unsigned noForm = 0x1000D);
+    /// Has the lines of the active rectangle made by what `build(As<T>, MarginLines)` gives, a pointer to a maker; null
+    /// where there is nothing left to do. -1 with 0x10001 without memory.
+    template <template <class> class Rule, class... T, class Build>
+    QZIL_HIDDEN qzILStatus RunMaker(qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                                    unsigned noForm = 0x1000D);
     /// Runs what takes memory: 0x10001 where there is none.
     template <class Work>
-    qzILStatus Guarded(Work work) {
+    QZIL_HIDDEN qzILStatus Guarded(Work work) {
         try {
             return work();
         } catch (std::exception const&) {  // no memory, or a length that none has
@@ -112,8 +119,6 @@ protected:
     qzILVector2l ActiveOrigin() const { return m_oBoxes.oProcessed.Origin + m_oRoi.Origin - m_oOutputOffset; }
     /// Copies the region instead of processing it.
     qzILStatus CopyInstead(qzILCopyImg& copy);
-    /// Outside 0 to 1, as Verify judges shares: NaN is not.
-    static bool IsNoShare(double value) { return value < 0.0 || value > 1.0; }
     /// Both radii are numbers that Verify accepts.
     bool HasGoodRadius() const;
     /// Of effects whose neighbourhood does not depend on the radius.
@@ -130,8 +135,7 @@ protected:
 
 private:
     qzILStatus PrepareBuffer();
-    /// All but the input.
-    qzil::kernel::Walk MakeWalk() const;
+    qzILStatus RunLines(Prepared& prepared, qzil::kernel::RowTraits const& traits, qzil::kernel::LineMaker& maker);
     /// The input of a walk: the pixels under the centres, where they lie alone.
     qzil::Lines CentreLines() const;
     qzil::Lines LinesFrom(unsigned char* first, std::ptrdiff_t step) const;

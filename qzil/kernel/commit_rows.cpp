@@ -119,14 +119,14 @@ QZIL_INLINE void Commit(kernel::CommitArgs const& args, Word const* word, Mix mi
     }
     bool const all = (word[0] & word[1] & word[2] & word[3]) == static_cast<Word>(~Word{0});
     auto const run = [&](auto layout) {
-        auto const mixed = [=](Place at, auto which) {
-            return Each(mix, Load(which, p + at.i), Load(which, r + at.i), LoadMask<T>(which, layout, mask, at));
+        auto const mixed = [=](PairPlace at, auto which) {
+            return ApplyToPair(mix, Load(which, p + at.i), Load(which, r + at.i), LoadMask<T>(which, layout, mask, at));
         };
         if (all) {
-            ForPairs(samples, [=](Place at, auto which) { Store(which, o + at.i, mixed(at, which)); });
+            ForSamplePairs(samples, [=](PairPlace at, auto which) { Store(which, o + at.i, mixed(at, which)); });
         } else {
             Lanes<Word> const select(word);
-            ForPairs(samples, [=, &select](Place at, auto which) {
+            ForSamplePairs(samples, [=, &select](PairPlace at, auto which) {
                 auto const* const bits = reinterpret_cast<T const*>(select.At(at.iLane));
                 StoreSelected(which, o + at.i, mixed(at, which), p + at.i, bits);
             });

@@ -47,7 +47,7 @@ public:
         if (m_iLead == 1 && m_iPixels >= walk.pIn->m_iWidth - column) m_iPixels = std::max(0, m_iPixels - 1);
         std::int64_t const bytes =
             std::int64_t{box.Size.x} * box.Size.y * (std::int64_t{traits.iInBytes} + traits.iOutBytes);
-        m_bStreams = m_iLead == 0 && !traits.bUpdates && !traits.bAlphaOnly && bytes >= kStreamBytes;
+        m_bStreams = m_iLead == 0 && !traits.bUpdates && !traits.bAlphaOnly && bytes >= StreamBytes();
         m_bPolls = traits.bPolls && walk.pStop;
     }
 

@@ -1,5 +1,7 @@
 #include "qzil/kernel/levels.h"
 
+#include "qzil/kernel/streaming.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -20,6 +22,32 @@ bool HasRest() {
     return __get_cpuid(0x80000001, &a, &b, &c, &d) && (c & bit_LZCNT) != 0;
 }
 #endif
+
+/// The size of the highest cache that a processor describes in a leaf of CPUID; 0 where it describes none.
+std::int64_t LargestCache() {
+    std::int64_t size = 0;
+#ifdef QZIL_HAS_X86_LEVELS
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    constexpr unsigned kExtended = 0x8000001D;
+    bool const extended = __get_cpuid(0x80000001, &a, &b, &c, &d) && (c & 1u << 22) != 0;
+    for (unsigned index = 0; index < 8; ++index) {
+        if (!__get_cpuid_count(extended ? kExtended : 4, index, &a, &b, &c, &d) || (a & 31) == 0) break;
+        std::int64_t const ways = (b >> 22) + 1, parts = (b >> 12 & 0x3FF) + 1, line = (b & 0xFFF) + 1;
+        size = std::max(size, ways * parts * line * (std::int64_t{c} + 1));
+    }
+#endif
+    return size;
+}
+
+std::int64_t OwnStreamBytes() {
+    std::int64_t const cache = LargestCache();
+    return cache > 0 ? cache : 20 << 20;
+}
+
+std::atomic<std::int64_t>& Streaming() {
+    static std::atomic<std::int64_t> l_iBytes{OwnStreamBytes()};
+    return l_iBytes;
+}
 
 CpuLevel Detect() {
 #ifdef QZIL_HAS_X86_LEVELS
@@ -48,6 +76,14 @@ std::atomic<CpuLevel>& Active() {
 }
 
 }  // namespace
+
+std::int64_t StreamBytes() {
+    return Streaming().load(std::memory_order_relaxed);
+}
+
+void ForceStreamBytes(std::int64_t bytes) {
+    Streaming().store(bytes > 0 ? bytes : OwnStreamBytes(), std::memory_order_relaxed);
+}
 
 CpuLevel HighestCpuLevel() {
     static CpuLevel const l_eHighest = Detect();

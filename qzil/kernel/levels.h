@@ -2,6 +2,8 @@
 
 #include "qzil/platform/api.h"
 
+#include <cstdint>
+
 namespace qzil::kernel {
 
 /// Instruction sets that the row functions are compiled for. Every level gives the same bytes.
@@ -19,5 +21,8 @@ QZIL_API CpuLevel HighestCpuLevel();
 QZIL_API CpuLevel ActiveCpuLevel();
 /// Makes a level the one in use, for tests and measurements; false when it is not there.
 QZIL_API bool ForceCpuLevel(CpuLevel level);
+/// Makes a size of frames the one from which their output is written past the caches, for tests and measurements; 0 for
+/// the processor's own.
+QZIL_API void ForceStreamBytes(std::int64_t bytes);
 
 }  // namespace qzil::kernel

@@ -14,10 +14,12 @@ public:
     virtual ~LineMaker() = default;
     /// Writes the lines `first` to `first + count - 1` of the walk, `step` bytes apart.
     virtual void Make(int first, int count, unsigned char* out, std::ptrdiff_t step) = 0;
+    /// How many it is asked for at a time, at most.
+    virtual int BlockLines() const { return kBlockLines; }
 };
 
-/// Has the lines of a walk made in blocks of up to `blockLines`, directly into the output or through the commit. With
-/// an interrupt set a block is one line, and the interrupt is asked after each. False without memory for a block.
-bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker, int blockLines);
+/// Has the lines of a walk made in blocks, directly into the output or through the commit. With an interrupt set a
+/// block is one line, and the interrupt is asked after each. False without memory for a block.
+bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker);
 
 }  // namespace qzil::kernel

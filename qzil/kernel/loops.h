@@ -39,7 +39,7 @@ QZIL_INLINE void ForLanes(int samples, Op op) {
 /// Two neighbouring samples of 8 or 16 bits in the halves of one word, each widened to the width of the word. Integer
 /// rules work on such pairs: no vector has to be unpacked, widened or packed again.
 template <class Value>
-struct Two {
+struct SamplePair {
     Value oEven;
     Value oOdd;
 };
@@ -63,11 +63,11 @@ struct Widened<s16> {
 };
 
 /// How many samples of a pair exist: both, or the first only, at the end of an odd count.
-struct Both {};
-struct First {};
+struct WholePair {};
+struct LastSample {};
 
 template <class T>
-QZIL_INLINE auto Load(Both, T const* p) -> Two<typename Widened<T>::Value> {
+QZIL_INLINE auto Load(WholePair, T const* p) -> SamplePair<typename Widened<T>::Value> {
     auto const word = *reinterpret_cast<typename Widened<T>::Word const*>(p);
     if constexpr (T(-1) < T(0)) {
         return {static_cast<s32>(word << 16) >> 16, static_cast<s32>(word) >> 16};
@@ -78,42 +78,42 @@ QZIL_INLINE auto Load(Both, T const* p) -> Two<typename Widened<T>::Value> {
     }
 }
 template <class T>
-QZIL_INLINE auto Load(First, T const* p) -> Two<typename Widened<T>::Value> {
+QZIL_INLINE auto Load(LastSample, T const* p) -> SamplePair<typename Widened<T>::Value> {
     return {static_cast<typename Widened<T>::Value>(*p), 0};
 }
 
 /// Stores values that fit their samples.
 template <class T, class Value>
-QZIL_INLINE void Store(Both, T* p, Two<Value> v) {
+QZIL_INLINE void Store(WholePair, T* p, SamplePair<Value> v) {
     using Word = typename Widened<T>::Word;
     constexpr int kBits = 8 * sizeof(T);
     u32 const low = static_cast<u32>(v.oEven) & static_cast<std::make_unsigned_t<T>>(~T{0});
     *reinterpret_cast<Word*>(p) = static_cast<Word>(low | static_cast<u32>(v.oOdd) << kBits);
 }
 template <class T, class Value>
-QZIL_INLINE void Store(First, T* p, Two<Value> v) {
+QZIL_INLINE void Store(LastSample, T* p, SamplePair<Value> v) {
     *p = static_cast<T>(v.oEven);
 }
 
 /// Applies a rule to both halves of pairs.
 template <class Rule, class Value, class... Values>
-QZIL_INLINE auto Each(Rule rule, Two<Value> first, Two<Values>... more) {
+QZIL_INLINE auto ApplyToPair(Rule rule, SamplePair<Value> first, SamplePair<Values>... more) {
     using Result = decltype(rule(first.oEven, more.oEven...));
-    return Two<Result>{rule(first.oEven, more.oEven...), rule(first.oOdd, more.oOdd...)};
+    return SamplePair<Result>{rule(first.oEven, more.oEven...), rule(first.oOdd, more.oOdd...)};
 }
 
 /// Stores the bits that `select` names from values, the others from `pass`; all lie at the same lanes.
 template <class T, class Value>
-QZIL_INLINE void StoreSelected(Both, T* p, Two<Value> v, T const* pass, T const* select) {
+QZIL_INLINE void StoreSelected(WholePair, T* p, SamplePair<Value> v, T const* pass, T const* select) {
     using Word = typename Widened<T>::Word;
     T packed[2];
-    Store(Both{}, packed, v);
+    Store(WholePair{}, packed, v);
     u32 const taken = *reinterpret_cast<Word const*>(packed), passed = *reinterpret_cast<Word const*>(pass);
     u32 const bits = *reinterpret_cast<Word const*>(select);
     *reinterpret_cast<Word*>(p) = static_cast<Word>((taken & bits) | (passed & ~bits));
 }
 template <class T, class Value>
-QZIL_INLINE void StoreSelected(First, T* p, Two<Value> v, T const* pass, T const* select) {
+QZIL_INLINE void StoreSelected(LastSample, T* p, SamplePair<Value> v, T const* pass, T const* select) {
     *p = static_cast<T>((static_cast<T>(v.oEven) & *select) | (*pass & ~*select));
 }
 
@@ -123,21 +123,21 @@ struct PerSample {};
 struct PerPair {};
 
 /// Where a pair stands: its first sample, the place of that in a block, and the number of the pair.
-struct Place {
+struct PairPlace {
     int i;
     int iLane;
     int iPair;
 };
 
 template <class T, class Which>
-QZIL_INLINE auto LoadMask(Which which, PerSample, void const* mask, Place at) {
+QZIL_INLINE auto LoadMask(Which which, PerSample, void const* mask, PairPlace at) {
     return Load(which, static_cast<T const*>(mask) + at.i);
 }
 template <class T, class Which>
-QZIL_INLINE auto LoadMask(Which, PerPair, void const* mask, Place at) {
+QZIL_INLINE auto LoadMask(Which, PerPair, void const* mask, PairPlace at) {
     using Value = typename Widened<T>::Value;
     Value const value = static_cast<Value const*>(mask)[at.iPair];
-    return Two<Value>{value, value};
+    return SamplePair<Value>{value, value};
 }
 
 /// Calls f with the layout of a row's mask.
@@ -152,18 +152,18 @@ QZIL_INLINE void WithMaskLayout(kernel::Row const& row, F f) {
 
 /// Calls op(place, which) for every two samples.
 template <class Op>
-QZIL_INLINE void ForPairs(int samples, Op op) {
+QZIL_INLINE void ForSamplePairs(int samples, Op op) {
     constexpr int kPairs = kBlock / 2;
     int const pairs = samples / 2;
     int pair = 0;
     for (; pair + kPairs <= pairs; pair += kPairs) {
 #pragma GCC ivdep
-        for (int k = 0; k < kPairs; ++k) op(Place{2 * (pair + k), 2 * k, pair + k}, Both{});
+        for (int k = 0; k < kPairs; ++k) op(PairPlace{2 * (pair + k), 2 * k, pair + k}, WholePair{});
     }
     int const rest = pairs - pair;
 #pragma GCC ivdep
-    for (int k = 0; k < rest; ++k) op(Place{2 * (pair + k), 2 * k, pair + k}, Both{});
-    if (samples & 1) op(Place{samples - 1, 2 * rest, pairs}, First{});
+    for (int k = 0; k < rest; ++k) op(PairPlace{2 * (pair + k), 2 * k, pair + k}, WholePair{});
+    if (samples & 1) op(PairPlace{samples - 1, 2 * rest, pairs}, LastSample{});
 }
 
 /// Four values, one for each channel of a pixel, repeated over a block.

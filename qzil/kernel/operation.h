@@ -2,7 +2,6 @@
 
 #include "qzil/kernel/row.h"
 
-#include <concepts>
 #include <type_traits>
 
 // Operations: how an effect's arithmetic becomes row functions.
@@ -18,8 +17,9 @@ struct FormatRow;
 
 /// The type that integer rules compute in: twice as wide as a sample.
 template <class T>
-using Wide = std::conditional_t<std::same_as<T, u8>, u16,
-                                std::conditional_t<std::same_as<T, u16>, u32, std::conditional_t<std::same_as<T, s16>, s32, T>>>;
+using Wide = std::conditional_t<
+    std::is_same_v<T, u8>, u16,
+    std::conditional_t<std::is_same_v<T, u16>, u32, std::conditional_t<std::is_same_v<T, s16>, s32, T>>>;
 
 /// Full scale of a channel type.
 template <class T>
@@ -36,6 +36,16 @@ struct Channels {
 template <class V>
 struct Quad {
     V c0, c1, c2, c3;
+};
+
+/// Values of sums of a few samples: 16 bits hold those of 8-bit samples, 32 bits those of 16-bit samples.
+template <class T>
+using AreaSum = std::conditional_t<std::is_same_v<T, u8>, s16, s32>;
+
+/// The samples around m1, a line each: t of the lowest y, 0 on the left.
+template <class V>
+struct Neighbourhood {
+    V t0, t1, t2, m0, m1, m2, b0, b1, b2;
 };
 
 /// A pair of 4:2:2 pixels taken apart.
@@ -67,9 +77,9 @@ constexpr int SamplesOf(Layout layout) {
 
 template <class T>
 constexpr SampleType SampleTypeOf() {
-    if constexpr (std::same_as<T, u8>) return SampleType::U8;
-    if constexpr (std::same_as<T, u16>) return SampleType::U16;
-    if constexpr (std::same_as<T, s16>) return SampleType::S2_14;
+    if constexpr (std::is_same_v<T, u8>) return SampleType::U8;
+    if constexpr (std::is_same_v<T, u16>) return SampleType::U16;
+    if constexpr (std::is_same_v<T, s16>) return SampleType::S2_14;
     return SampleType::Float;
 }
 
@@ -115,7 +125,8 @@ struct Operation : Forms {
         for (auto const& row : aoForms) {
             for (Form const& form : row) {
                 bool const listed = sizeof...(T) == 0 || ((form.eRule == SampleTypeOf<T>()) || ...);
-                if (form.eRule != SampleType::None && !listed) throw "a form of a type that the operation does not list";
+                if (form.eRule != SampleType::None && !listed)
+                    throw "a form of a type that the operation does not list";
             }
         }
     }
@@ -149,11 +160,11 @@ using kernel::As;
 #define QZIL_OPERATION(Rule, ...) QZIL_PER_LEVEL(Rule, kernel::Operation<Rule __VA_OPT__(, ) __VA_ARGS__>)
 
 // A rule without constants of the values a and b of two inputs, and its operation.
-#define QZIL_COMPOSE_RULE(Rule, expression, ...)                                                 \
-    template <class T>                                                                           \
-    struct Rule {                                                                                \
-        QZIL_INLINE T operator()(T a, T b) const { return static_cast<T>(expression); }          \
-    };                                                                                           \
+#define QZIL_COMPOSE_RULE(Rule, expression, ...)                                        \
+    template <class T>                                                                  \
+    struct Rule {                                                                       \
+        QZIL_INLINE T operator()(T a, T b) const { return static_cast<T>(expression); } \
+    };                                                                                  \
     QZIL_OPERATION(Rule, __VA_ARGS__)
 
 // Inside a rule: its channel constants, whose values the rule's function takes in this order.

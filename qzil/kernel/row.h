@@ -18,11 +18,12 @@ struct Row {
     void const* pAlphaIn;  ///< alpha plane of the first input; null for formats without one
     void* pOut;
     void* pAlphaOut;
-    int iPixels;        ///< of the stretch
-    int iSamples;       ///< of the stretch
-    unsigned uSelected;  ///< channels that the processing mode selects; 15 where it selects none of them
-    bool bMaskPerPair;  ///< mask values are widened, one for two samples: integer pixels of four samples
-    bool bOddX;         ///< the stretch starts on an odd pixel of its line
+    std::ptrdiff_t iLineStep;  ///< bytes from a line around the first input's to the next; 0 where it lies alone
+    int iPixels;               ///< of the stretch
+    int iSamples;              ///< of the stretch
+    unsigned uSelected;        ///< channels that the processing mode selects; 15 where it selects none of them
+    bool bMaskPerPair;         ///< mask values are widened, one for two samples: integer pixels of four samples
+    bool bOddX;                ///< the stretch starts on an odd pixel of its line
 };
 
 /// How a result is mixed into the passed-through pixel by a mask value.
@@ -99,7 +100,8 @@ private:
 /// One walk over the processed box. The input or output lines of an absent image have a null first pixel.
 struct Walk {
     Lines oA, oB, oOut, oMask, oAlphaIn, oAlphaOut;
-    bool bPassB = false;  ///< the second input is the one that passes through
+    std::ptrdiff_t iLineStep = 0;  ///< of what lies around the first input, see Row
+    bool bPassB = false;           ///< the second input is the one that passes through
     int iWidth = 0;
     int iLines = 0;
     bool bOddX = false;  ///< the box starts on an odd column as 4:2:2 parity counts it

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "qzil/kernel/indices.h"
 #include "qzil/kernel/loops.h"
 #include "qzil/kernel/operation.h"
-
-#include <utility>
 
 // Shapes: they make forms of rules. Included by row sources only.
 //
@@ -27,8 +26,8 @@ inline constexpr unsigned kGraphics = kRgba | kMono;
 inline constexpr unsigned kLumaFirst = 1u << static_cast<int>(kernel::Layout::LumaFirst);
 inline constexpr unsigned kChromaFirst = 1u << static_cast<int>(kernel::Layout::ChromaFirst);
 inline constexpr unsigned kVideo = kLumaFirst | kChromaFirst;
-inline constexpr unsigned kVideoAlpha = 1u << static_cast<int>(kernel::Layout::LumaFirstAlpha) |
-                                        1u << static_cast<int>(kernel::Layout::ChromaFirstAlpha);
+inline constexpr unsigned kVideoAlpha =
+    1u << static_cast<int>(kernel::Layout::LumaFirstAlpha) | 1u << static_cast<int>(kernel::Layout::ChromaFirstAlpha);
 
 struct With {
     unsigned uLayouts = 0;  ///< 0: the shape's own
@@ -36,8 +35,8 @@ struct With {
     kernel::MixRule eMixFloat = kernel::MixRule::Float;
     kernel::MaskLayout eMaskLayout = kernel::MaskLayout::Samples;
     Selection eSelection = Selection::Commit;
-    bool bFoldsMask = true;  ///< the rule's Masked is used, where it has one
-    bool bTakesMask = false;    ///< of a stretch: it looks at the mask itself
+    bool bFoldsMask = true;    ///< the rule's Masked is used, where it has one
+    bool bTakesMask = false;   ///< of a stretch: it looks at the mask itself
     bool bHasChannels = true;  ///< channels can be selected, in RGBA
     bool bIgnoresMask = false;
     bool bPolls = true;
@@ -54,13 +53,21 @@ struct FirstParameter<R (C::*)(A, More...) const> {
 };
 
 template <class Rule>
-inline constexpr bool kHasPlain = requires { &Rule::operator(); };
+inline constexpr bool kHasPlain = requires {
+    &Rule::operator();
+};
 template <class Rule>
-inline constexpr bool kHasMasked = requires { &Rule::Masked; };
+inline constexpr bool kHasMasked = requires {
+    &Rule::Masked;
+};
 template <class Rule>
-inline constexpr bool kHasChannels = requires(Rule rule) { rule.PerChannel([](auto const&...) {}); };
+inline constexpr bool kHasChannels = requires(Rule rule) {
+    rule.PerChannel([](auto const&...) {});
+};
 template <class Rule>
-inline constexpr bool kHasMaskedChannels = requires(Rule rule) { rule.PerChannelMasked([](auto const&...) {}); };
+inline constexpr bool kHasMaskedChannels = requires(Rule rule) {
+    rule.PerChannelMasked([](auto const&...) {});
+};
 
 template <class Rule, bool kMasked>
 constexpr auto RuleFunction() {
@@ -89,7 +96,7 @@ QZIL_INLINE void WithLanes(Rule const& rule, F f) {
 template <class Which, class C>
 QZIL_INLINE auto LoadLane(Which which, Lanes<C> const& lanes, int lane) {
     if constexpr (sizeof(C) == 4) {
-        return Two<C>{lanes[lane], lanes[lane + 1]};
+        return SamplePair<C>{lanes[lane], lanes[lane + 1]};
     } else {
         return Load(which, lanes.At(lane));
     }
@@ -107,11 +114,11 @@ template <class T, Selection kSelection, class Result>
 QZIL_INLINE void StorePairs(kernel::Row const& row, Result result) {
     T* const out = Out<T>(row.pOut);
     if (kSelection != Selection::Row || row.uSelected == 15) {
-        ForPairs(row.iSamples, [=](Place at, auto which) { Store(which, out + at.i, result(at, which)); });
+        ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) { Store(which, out + at.i, result(at, which)); });
     } else {
         T const* const pass = In<T>(row.pPass);
         Lanes<T> const selected = SelectedLanes<T>(row.uSelected);
-        ForPairs(row.iSamples, [=, &selected](Place at, auto which) {
+        ForSamplePairs(row.iSamples, [=, &selected](PairPlace at, auto which) {
             StoreSelected(which, out + at.i, result(at, which), pass + at.i, selected.At(at.iLane));
         });
     }
@@ -131,15 +138,15 @@ QZIL_INLINE void SampleLoop(kernel::Row const& row, Rule const& constants) {
             return rule(v...);
         }
     };
-    if constexpr (!std::same_as<ValueOf<Rule, kMasked>, T>) {
+    if constexpr (!std::is_same_v<ValueOf<Rule, kMasked>, T>) {
         WithLanes<kMasked>(rule, [=, &row](auto const&... lanes) {
-            StorePairs<T, kSelection>(row, [=, &lanes...](Place at, auto which) {
+            StorePairs<T, kSelection>(row, [=, &lanes...](PairPlace at, auto which) {
                 auto const load = [=, &lanes...](auto... more) {
                     if constexpr (kMasked) {
-                        return Each(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...,
-                                    LoadMask<T>(which, MaskForm{}, mask, at));
+                        return ApplyToPair(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...,
+                                           LoadMask<T>(which, MaskForm{}, mask, at));
                     } else {
-                        return Each(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...);
+                        return ApplyToPair(apply, Load(which, a + at.i), more..., LoadLane(which, lanes, at.iLane)...);
                     }
                 };
                 if constexpr (kInputs == 2) {
@@ -197,10 +204,10 @@ constexpr kernel::RowTraits TraitsOf(kernel::Layout layout, With const& options,
     kernel::RowTraits traits;
     traits.iSampleBytes = sizeof(T);
     traits.iSamples = kernel::SamplesOf(layout);
-    traits.eMix = sizeof(T) == 1    ? options.eMix8
-                  : sizeof(T) == 4  ? options.eMixFloat
-                  : T(-1) < T(0) ? kernel::MixRule::S2_14
-                                    : kernel::MixRule::UInt16;
+    traits.eMix = sizeof(T) == 1   ? options.eMix8
+                  : sizeof(T) == 4 ? options.eMixFloat
+                  : T(-1) < T(0)   ? kernel::MixRule::S2_14
+                                   : kernel::MixRule::UInt16;
     traits.eMaskLayout = options.eMaskLayout;
     traits.bTakesMask = takesMask;
     traits.bTakesChannels = options.eSelection != Selection::Commit;
@@ -229,9 +236,10 @@ constexpr kernel::FormsOf<Rule> MakeForms(Make make) {
             }
         };
         auto const addAll = [&]<int kLayout>() { (add.template operator()<kLayout, T>(), ...); };
-        [&]<int... kLayout>(std::integer_sequence<int, kLayout...>) {
+        [&]<int... kLayout>(Indices<kLayout...>) {
             (addAll.template operator()<kLayout>(), ...);
-        }(std::make_integer_sequence<int, kernel::kLayouts>{});
+        }
+        (IndicesTo<kernel::kLayouts>{});
         return forms;
     }
 }
@@ -256,18 +264,19 @@ inline constexpr auto kPoint = SampleForms<Rule, 1, kWith, T...>();
 template <template <class> class Rule, With kWith, class... T>
 inline constexpr auto kCompose = SampleForms<Rule, 2, kWith, T...>();
 
-/// No function: the second input is the result, and the commit does all of the work.
+/// No function: the second input is the result, or lines that a maker finishes, and the commit does all of the work.
 template <template <class> class Rule, With kWith, class... T>
-inline constexpr auto kSecondInput = MakeForms<Rule, kWith, kGraphics, T...>([]<kernel::Layout kLayout, class Sample>() {
-    return kernel::Form{nullptr, TraitsOf<Sample>(kLayout, kWith, false), kernel::SampleTypeOf<Sample>()};
-});
+inline constexpr auto kSecondInput =
+    MakeForms<Rule, kWith, kGraphics, T...>([]<kernel::Layout kLayout, class Sample>() {
+        return kernel::Form{nullptr, TraitsOf<Sample>(kLayout, kWith, false), kernel::SampleTypeOf<Sample>()};
+    });
 
 /// One function per layout and type, given as a template that takes both.
 template <template <class> class Rule, With kWith, unsigned kLayouts, class... T, class RowOf>
 constexpr kernel::FormsOf<Rule> RowForms(RowOf rowOf) {
     return MakeForms<Rule, kWith, kLayouts, T...>([=]<kernel::Layout kLayout, class Sample>() {
-        return kernel::Form{rowOf.template operator()<kLayout, Sample>(), TraitsOf<Sample>(kLayout, kWith, kWith.bTakesMask),
-                            kernel::SampleTypeOf<Sample>()};
+        return kernel::Form{rowOf.template operator()<kLayout, Sample>(),
+                            TraitsOf<Sample>(kLayout, kWith, kWith.bTakesMask), kernel::SampleTypeOf<Sample>()};
     });
 }
 
@@ -281,13 +290,15 @@ void VideoRow(kernel::Row const& row, void const* constants) {
     T* const out = Out<T>(row.pOut);
     T const* const in = In<T>(row.pA);
     if constexpr (sizeof(T) < 4) {
-        ForPairs(row.iSamples, [=](Place at, auto which) {
+        ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) {
             auto const v = Load(which, in + at.i);
             using V = decltype(v.oEven);
             if constexpr (kChromaFirst) {
-                Store(which, out + at.i, Two<V>{static_cast<V>(rule.Chroma(v.oEven)), static_cast<V>(rule.Luma(v.oOdd))});
+                Store(which, out + at.i,
+                      SamplePair<V>{static_cast<V>(rule.Chroma(v.oEven)), static_cast<V>(rule.Luma(v.oOdd))});
             } else {
-                Store(which, out + at.i, Two<V>{static_cast<V>(rule.Luma(v.oEven)), static_cast<V>(rule.Chroma(v.oOdd))});
+                Store(which, out + at.i,
+                      SamplePair<V>{static_cast<V>(rule.Luma(v.oEven)), static_cast<V>(rule.Chroma(v.oOdd))});
             }
         });
     } else {
@@ -302,10 +313,9 @@ void VideoRow(kernel::Row const& row, void const* constants) {
 
 /// Rules with a `Luma` and a `Chroma` of wide values, for 4:2:2.
 template <template <class> class Rule, With kWith, class... T>
-inline constexpr auto kVideoSamples =
-    RowForms<Rule, kWith, kVideo, T...>([]<kernel::Layout kLayout, class Sample>() {
-        return VideoRow<Rule<Sample>, Sample, IsChromaFirst(kLayout)>;
-    });
+inline constexpr auto kVideoSamples = RowForms<Rule, kWith, kVideo, T...>([]<kernel::Layout kLayout, class Sample>() {
+    return VideoRow<Rule<Sample>, Sample, IsChromaFirst(kLayout)>;
+});
 
 /// Four samples as V: integers are moved as words, so that a loop over pixels needs no vector that takes them apart.
 template <class V, class T>
@@ -345,7 +355,7 @@ QZIL_INLINE void StoreQuad(T* out, Quad<V> v) {
 /// A pixel as a rule sees it, a word or four values.
 template <class P, class T>
 QZIL_INLINE P LoadPixel(T const* in) {
-    if constexpr (std::same_as<P, u32>) {
+    if constexpr (std::is_same_v<P, u32>) {
         return *reinterpret_cast<PixelWord const*>(in);
     } else {
         return LoadQuad<decltype(P::c0)>(in);
@@ -353,7 +363,7 @@ QZIL_INLINE P LoadPixel(T const* in) {
 }
 template <class T, class P>
 QZIL_INLINE void StorePixel(T* out, P pixel) {
-    if constexpr (std::same_as<P, u32>) {
+    if constexpr (std::is_same_v<P, u32>) {
         *reinterpret_cast<PixelWord*>(out) = pixel;
     } else {
         StoreQuad(out, pixel);
@@ -447,16 +457,51 @@ void PairRow(kernel::Row const& row, void const* constants) {
 
 /// Rules of a 4:2:2 pair taken apart, of each input where there are two.
 template <template <class> class Rule, int kInputs, With kWith, class... T>
-inline constexpr auto kYccPairs =
-    RowForms<Rule, kWith, kVideo, T...>([]<kernel::Layout kLayout, class Sample>() {
-        return PairRow<Rule<Sample>, Sample, kInputs, IsChromaFirst(kLayout)>;
+inline constexpr auto kYccPairs = RowForms<Rule, kWith, kVideo, T...>([]<kernel::Layout kLayout, class Sample>() {
+    return PairRow<Rule<Sample>, Sample, kInputs, IsChromaFirst(kLayout)>;
+});
+
+/// Calls put(at, which, values) for every two samples with what rule(neighbourhood) gives for them, a pixel being kStep
+/// samples.
+template <class T, int kStep, class Rule, class Put>
+QZIL_INLINE void ForNeighbourhoods(kernel::Row const& row, Rule rule, Put put) {
+    using V = AreaSum<T>;
+    auto const line = [&](std::ptrdiff_t step) {
+        return reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) + step);
+    };
+    T const *const top = line(-row.iLineStep), *const middle = line(0), *const bottom = line(row.iLineStep);
+    ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) {
+        auto const t0 = Load(which, top + at.i - kStep), t1 = Load(which, top + at.i),
+                   t2 = Load(which, top + at.i + kStep), m0 = Load(which, middle + at.i - kStep),
+                   m1 = Load(which, middle + at.i), m2 = Load(which, middle + at.i + kStep),
+                   b0 = Load(which, bottom + at.i - kStep), b1 = Load(which, bottom + at.i),
+                   b2 = Load(which, bottom + at.i + kStep);
+        auto const value = [](auto v) { return static_cast<V>(v); };
+        Neighbourhood<V> const even{value(t0.oEven), value(t1.oEven), value(t2.oEven), value(m0.oEven), value(m1.oEven),
+                                    value(m2.oEven), value(b0.oEven), value(b1.oEven), value(b2.oEven)};
+        Neighbourhood<V> const odd{value(t0.oOdd), value(t1.oOdd), value(t2.oOdd), value(m0.oOdd), value(m1.oOdd),
+                                   value(m2.oOdd), value(b0.oOdd), value(b1.oOdd), value(b2.oOdd)};
+        put(at, which, SamplePair<V>{rule(even), rule(odd)});
     });
+}
+
+template <class Rule, class T, int kStep>
+void AreaRow(kernel::Row const& row, void const* constants) {
+    Rule const rule = *static_cast<Rule const*>(constants);
+    T* const out = Out<T>(row.pOut);
+    ForNeighbourhoods<T, kStep>(row, rule, [=](PairPlace at, auto which, auto v) { Store(which, out + at.i, v); });
+}
+
+/// Rules of a sample and the eight around it, `AreaSum<T> operator()(Neighbourhood<AreaSum<T>> const&) const`.
+template <template <class> class Rule, With kWith, class... T>
+inline constexpr auto kArea = RowForms<Rule, kWith, kGraphics, T...>([]<kernel::Layout kLayout, class Sample>() {
+    return AreaRow<Rule<Sample>, Sample, kernel::SamplesOf(kLayout)>;
+});
 
 /// A loop of its own over a stretch, for one channel type and the layouts of the options.
 template <template <class> class Rule, class T, void (*kRow)(kernel::Row const&, Rule<T> const&), With kWith>
-inline constexpr auto kStretch =
-    RowForms<Rule, kWith, kRgba, T>([]<kernel::Layout kLayout, class Sample>() {
-        return +[](kernel::Row const& row, void const* rule) { kRow(row, *static_cast<Rule<T> const*>(rule)); };
-    });
+inline constexpr auto kStretch = RowForms<Rule, kWith, kRgba, T>([]<kernel::Layout kLayout, class Sample>() {
+    return +[](kernel::Row const& row, void const* rule) { kRow(row, *static_cast<Rule<T> const*>(rule)); };
+});
 
 QZIL_ROWS_END

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qzil/kernel/indices.h"
 #include "qzil/kernel/row.h"
 
 #if defined(__SSE2__)
@@ -38,18 +39,6 @@ template <class V>
 QZIL_INLINE void StoreVector(void* to, V v) {
     __builtin_memcpy(to, &v, sizeof v);
 }
-
-/// The numbers 0 to kCount - 1, for shuffles whose places follow a rule.
-template <int... kPlaces>
-struct Places {};
-template <int kCount, int... kPlaces>
-struct CountTo : CountTo<kCount - 1, kCount - 1, kPlaces...> {};
-template <int... kPlaces>
-struct CountTo<0, kPlaces...> {
-    using Type = Places<kPlaces...>;
-};
-template <int kCount>
-using PlacesTo = typename CountTo<kCount>::Type;
 
 /// The same value in every lane.
 QZIL_INLINE Vector AllLanes(s32 value) {

@@ -154,7 +154,7 @@ public:
         bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
         std::int64_t const images = walk.oB.pFirst ? 3 : 2;
         m_bStreams =
-            !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= kStreamBytes;
+            !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= StreamBytes();
     }
 
     void Run() {
@@ -171,6 +171,7 @@ public:
                 row.iPixels = pixels;
                 row.iSamples = pixels * m_oTraits.iSamples;
                 row.uSelected = m_uChannels;
+                row.iLineStep = m_oWalk.iLineStep;
                 row.bOddX = m_oWalk.bOddX;
                 row.bMaskPerPair = m_oMaskReader.IsPerPair();
                 row.pA = a.At(x);
@@ -257,10 +258,10 @@ Walk PartOf(Walk const& walk, int first, int count) {
     return part;
 }
 
-bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker, int blockLines) {
+bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker) {
     if (walk.iWidth <= 0 || walk.iLines <= 0) return true;
     bool const polls = traits.bPolls && walk.pStop;
-    if (polls) blockLines = 1;
+    int const blockLines = polls ? 1 : maker.BlockLines();
     std::ptrdiff_t const outStep = LineStep(walk.oOut, walk.iWidth);
     std::ptrdiff_t const scratchStep = std::ptrdiff_t{walk.oOut.iPixelStep} * walk.iWidth;
     bool const direct = !walk.oMask.pFirst && (!traits.bHasChannels || (walk.uMode & 15u) == 15u);

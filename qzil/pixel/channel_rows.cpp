@@ -148,14 +148,12 @@ void Insert16(ConvertRow const& row, ChannelPlace const& c) {
 
 // The rows copy alpha, which mixes with itself to itself.
 constexpr With kGray{.eMix8 = kernel::MixRule::Mix257, .bHasChannels = false};
-kernel::Operation<Grayscale, u8, u16, float> const g_oGrayscale =
-    kStretch<Grayscale, u8, GrayRow<u8>, kGray> | kStretch<Grayscale, u16, GrayRow<u16>, kGray> |
-    kPixel<Grayscale, kGray, float>;
+kernel::Operation<Grayscale, u8, u16, float> const g_oGrayscale = kStretch<Grayscale, u8, GrayRow<u8>, kGray> |
+                                                                  kStretch<Grayscale, u16, GrayRow<u16>, kGray> |
+                                                                  kPixel<Grayscale, kGray, float>;
 
-constexpr With kToAlpha{.eMaskLayout = kernel::MaskLayout::Pixel,
-                        .bTakesMask = true,
-                        .bHasChannels = false,
-                        .bWritesAll = false};
+constexpr With kToAlpha{
+    .eMaskLayout = kernel::MaskLayout::Pixel, .bTakesMask = true, .bHasChannels = false, .bWritesAll = false};
 kernel::Operation<LuminanceToAlpha, u8, u16> const g_oLuminanceToAlpha =
     kStretch<LuminanceToAlpha, u8, ToAlphaRow<u8>, kToAlpha> |
     kStretch<LuminanceToAlpha, u16, ToAlphaRow<u16>, kToAlpha>;

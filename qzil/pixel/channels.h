@@ -28,17 +28,12 @@ public:
 /// MFIF_RGBA_RAW_64, MFIF_RGBA_S2_14 and MFIF_RGBA_FLOAT, 0x1000D for an output that is not its mono partner, 0x10035
 /// for another channel.
 class QZIL_API qzILExtractChannel : public qzILMonadicConvertProc {
-    QZIL_EFFECT_CLASS(qzILExtractChannel)
-public:
-    qzILExtractChannel() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILExtractChannel, m_uChannel = XFImageChannel0)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     /// The component that the channel names, as a pixel of the output.
     void* GetConvertedColor(qzILColor const& color) override;
-    void Init() { m_uChannel = XFImageChannel0; }
-    void Trash() {}
     void SetChannel(XFImageChannel channel) { m_uChannel = channel; }
     XFImageChannel GetChannel() const { return m_uChannel; }
 
@@ -53,17 +48,12 @@ private:
 /// MFIF_MONO_RAW_8 and MFIF_MONO_RAW_16, 0x1000D for an output that is not RGBA of its depth, 0x10035 for another
 /// channel.
 class QZIL_API qzILInsertChannel : public qzILMonadicConvertProc {
-    QZIL_EFFECT_CLASS(qzILInsertChannel)
-public:
-    qzILInsertChannel() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILInsertChannel, m_uChannel = XFImageChannel0)
     static bool Converts(GUID const& input, GUID const& output);
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     /// The selected components as a pixel of the output, the others 0.
     void* GetConvertedColor(qzILColor const& color) override;
-    void Init() { m_uChannel = XFImageChannel0; }
-    void Trash() {}
     void SetChannel(XFImageChannel channel) { m_uChannel = channel; }
     XFImageChannel GetChannel() const { return m_uChannel; }
 

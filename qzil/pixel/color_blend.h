@@ -8,19 +8,11 @@
 /// Colour: default the default colour as it is at construction, all zero. Alpha: 0.0 to 1.0, not set at first.
 /// Verify adds 0x1000D for a format that is not in GetFormats(), 65554 for alpha out of its range.
 class QZIL_API qzILColorBlendImg : public qzILMonadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILColorBlendImg)
-public:
-    qzILColorBlendImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILColorBlendImg, m_oBlendColor = m_oDefaultColor; m_dfAlpha = -1.0)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     qzILStatus ExecuteAlphaPart(IXFImage* input, IXFImage* output) override;
-    void Init() {
-        m_oBlendColor = m_oDefaultColor;
-        m_dfAlpha = -1.0;
-    }
-    void Trash() {}
     qzILColor const& GetBlendColor() const { return m_oBlendColor; }
     void SetBlendColor(qzILColor const& color) { m_oBlendColor = color; }
     double GetAlpha() const { return m_dfAlpha; }

@@ -33,8 +33,10 @@ qzILStatus qzILCompositeImg::DoEffect() {
     if (!m_oMaskLines.pFirst) return Fail(Code::NeedsMask);
     return Run(GetComposite(), [this]<class T>(As<T>) {
         constexpr T kFull = kFullScale<T>;
-        return Composite<T>{Share<T>(m_dfAlpha), m_uAlphaMode == qzILAlphaDerived ? kFull : T{0},
-                            m_uAlphaMode == qzILAlphaFull ? kFull : T{0}, {{kFull, kFull, kFull, 0}}};
+        return Composite<T>{Share<T>(m_dfAlpha),
+                            m_uAlphaMode == qzILAlphaDerived ? kFull : T{0},
+                            m_uAlphaMode == qzILAlphaFull ? kFull : T{0},
+                            {{kFull, kFull, kFull, 0}}};
     });
 }
 

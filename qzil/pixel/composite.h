@@ -17,18 +17,10 @@ enum : qzILAlphaMode {
 /// Verify first selects all four channels and makes A the dominant input. It adds 0x1000D for another format, 65625 for
 /// no mask, 65554 for alpha out of its range, 65626 for another alpha mode.
 class QZIL_API qzILCompositeImg : public qzILDyadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILCompositeImg)
-public:
-    qzILCompositeImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILCompositeImg, m_dfAlpha = 1.0; m_uAlphaMode = qzILAlphaDerived)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init() {
-        m_dfAlpha = 1.0;
-        m_uAlphaMode = qzILAlphaDerived;
-    }
-    void Trash() {}
     double GetAlpha() const { return m_dfAlpha; }
     void SetAlpha(double alpha) { m_dfAlpha = alpha; }
     qzILAlphaMode GetAlphaMode() const { return m_uAlphaMode; }

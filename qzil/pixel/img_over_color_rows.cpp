@@ -33,7 +33,7 @@ void AlphaRow(Row const& row, Rule const& constants) {
         u8 const* const in = In<u8>(row.pA) + 4 * first;
         SpreadAlpha(alpha, in, pixels);
         auto const run = [&](auto result) {
-            ForPairs(4 * pixels, [=, &background, &selected, &isAlpha, &alpha](Place at, auto which) {
+            ForSamplePairs(4 * pixels, [=, &background, &selected, &isAlpha, &alpha](PairPlace at, auto which) {
                 auto const behind = Load(which, background.At(at.iLane)), last = Load(which, isAlpha.At(at.iLane));
                 auto const a = LoadMask<u8>(which, PerPair{}, alpha, at);
                 StoreSelected(which, out + at.i, result(Load(which, in + at.i), a, behind, last, at, which), in + at.i,
@@ -42,17 +42,17 @@ void AlphaRow(Row const& row, Rule const& constants) {
         };
         if (row.pMask) {
             u16 const* const mask = In<u16>(row.pMask) + 2 * first;
-            run([=](auto v, auto a, auto behind, auto last, Place at, auto which) {
+            run([=](auto v, auto a, auto behind, auto last, PairPlace at, auto which) {
                 auto const masked = [=](auto... values) { return rule.Masked(values...); };
-                return Each(masked, v, a, behind, last, LoadMask<u8>(which, PerPair{}, mask, at));
+                return ApplyToPair(masked, v, a, behind, last, LoadMask<u8>(which, PerPair{}, mask, at));
             });
         } else if (rule.uOpacity == 255) {
-            run([=](auto v, auto a, auto behind, auto last, Place, auto) {
-                return Each([=](auto... x) { return rule.Opaque(x...); }, v, a, behind, last);
+            run([=](auto v, auto a, auto behind, auto last, PairPlace, auto) {
+                return ApplyToPair([=](auto... x) { return rule.Opaque(x...); }, v, a, behind, last);
             });
         } else {
-            run([=](auto v, auto a, auto behind, auto last, Place, auto) {
-                return Each([=](auto... x) { return rule.Plain(x...); }, v, a, behind, last);
+            run([=](auto v, auto a, auto behind, auto last, PairPlace, auto) {
+                return ApplyToPair([=](auto... x) { return rule.Plain(x...); }, v, a, behind, last);
             });
         }
     }
@@ -111,9 +111,8 @@ void PairRow(Row const& row, RealOverColor<T> const& constants) {
 
 constexpr With kPixels8{.eSelection = Selection::Rule, .bTakesMask = true};
 constexpr unsigned kChromaFirstAlpha = 1u << static_cast<int>(kernel::Layout::ChromaFirstAlpha);
-constexpr With kPairs{.uLayouts = kChromaFirst | kChromaFirstAlpha,
-                      .eMaskLayout = kernel::MaskLayout::Pixel,
-                      .bTakesMask = true};
+constexpr With kPairs{
+    .uLayouts = kChromaFirst | kChromaFirstAlpha, .eMaskLayout = kernel::MaskLayout::Pixel, .bTakesMask = true};
 
 }  // namespace
 

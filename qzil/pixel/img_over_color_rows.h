@@ -110,7 +110,7 @@ struct RealOverColor {
     }
     QZIL_INLINE static T Mixed(T in, float front, float back, float background) {
         float const value = front * static_cast<float>(in) + back * background;
-        if constexpr (std::same_as<T, s16>) {
+        if constexpr (std::is_same_v<T, s16>) {
             return RoundToS2_14(value);
         } else {
             return value;

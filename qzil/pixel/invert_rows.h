@@ -10,7 +10,7 @@ struct Invert {
     using V = std::conditional_t<kUnsigned, T, Wide<T>>;
 
     QZIL_INLINE V operator()(V v) const {
-        if constexpr (std::same_as<T, s16>) {
+        if constexpr (std::is_same_v<T, s16>) {
             return Min(16384 - v, 32767);
         } else {
             return static_cast<V>(kFullScale<T> - v);
@@ -29,7 +29,7 @@ struct Invert {
         constexpr Wide<T> kEnds = sizeof(T) == 1 ? 256 : 65792;
         if constexpr (kUnsigned) {
             return Min(static_cast<Wide<T>>(kEnds - c), Wide<T>{kFullScale<T>});
-        } else if constexpr (std::same_as<T, s16>) {
+        } else if constexpr (std::is_same_v<T, s16>) {
             return Min(-c, 32767);
         } else {
             return 0.0f - c;

@@ -18,6 +18,9 @@ qzILStatus DyadicLogic::Verify() {
 }
 
 qzILStatus DyadicLogic::DoEffect() {
+    // Of 8 bits only these are worked on; all that is wider counts as words, where extrema do not go.
+    bool const raw = Contains(kRawFormats, Format());
+    if (!raw && GetChannelSizeFromFormat(Format()) == 1) return 1;
     switch (Rule()) {
         case LogicRule::And: return Run(GetAnd(), kWritesNothing);
         case LogicRule::Or: return Run(GetOr(), kWritesNothing);
@@ -25,8 +28,7 @@ qzILStatus DyadicLogic::DoEffect() {
         case LogicRule::Difference: return Run(GetDifference(), kWritesNothing);
         default: break;
     }
-    // Extrema work in their own formats alone.
-    if (!Contains(kRawFormats, Format())) return 1;
+    if (!raw) return 1;
     if (typeid(*this) == typeid(qzILMaxImg)) return Run(GetLarger());
     if (typeid(*this) == typeid(qzILMinImg)) return Run(GetSmaller());
     return qzILDyadicPixelProc::DoEffect();

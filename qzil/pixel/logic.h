@@ -7,8 +7,8 @@
 
 // Channel-wise logic and extrema on MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8 and MFIF_MONO_RAW_16; Verify
 // adds 0x1000D for another format of the output. A mask mixes toward the result by the table of products at 8 bits, by
-// the 16-bit mix otherwise. Mono ignores the channel bits. Executed without Verify, RGBA and mono of other 8- and 16-bit
-// types are worked on as unsigned numbers, and others are not written.
+// the 16-bit mix otherwise. Mono ignores the channel bits. Executed without Verify, AND, OR and XOR
+// take other RGBA and mono formats of 16-bit samples as unsigned words; all others are not written.
 
 namespace qzil {
 enum class LogicRule { And, Or, XOr, Difference, Larger, Smaller };
@@ -51,7 +51,9 @@ class QZIL_API qzILOrImg : public qzil::DyadicLogic {
 /// Where two images differ: A ^ B for operation 1, the default, else |A - B|. Not interrupted within a frame.
 class QZIL_API qzILXOrImg : public qzil::DyadicLogic {
     QZIL_PLAIN_EFFECT_CLASS(qzILXOrImg, m_uOperation = 1)
-    qzil::LogicRule Rule() const override { return m_uOperation == 1 ? qzil::LogicRule::XOr : qzil::LogicRule::Difference; }
+    qzil::LogicRule Rule() const override {
+        return m_uOperation == 1 ? qzil::LogicRule::XOr : qzil::LogicRule::Difference;
+    }
     void SetOperation(std::uint32_t operation) { m_uOperation = operation; }
     std::uint32_t GetOperation() const { return m_uOperation; }
 

@@ -4,7 +4,7 @@
 
 namespace qzil {
 
-QZIL_COMPOSE_RULE(And, a & b, u8, u16)
+QZIL_COMPOSE_RULE(And, a& b, u8, u16)
 QZIL_COMPOSE_RULE(Or, a | b, u8, u16)
 QZIL_COMPOSE_RULE(XOr, a ^ b, u8, u16)
 QZIL_COMPOSE_RULE(Difference, Max(a, b) - Min(a, b), u8, u16)

@@ -3,7 +3,6 @@
 #include "qzil/frame/dyadic.h"
 #include "qzil/frame/monadic.h"
 
-
 /// Maps each channel through a look-up table of its own.
 ///
 /// Formats: MFIF_RGBA_RAW_32, MFIF_MONO_RAW_8 with tables of 256 bytes, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16 with tables

@@ -15,16 +15,13 @@ FormatList qzILMinMaskImg::GetFormats() {
 }
 
 qzILStatus qzILMinMaskImg::Verify() {
-    return Checks(*this, qzILMonadicPixelProc::Verify())
-        .Format(kFormats)
-        .That(m_pMaskImg != nullptr, Code::MaskPixels);
+    return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kFormats).That(m_pMaskImg != nullptr, Code::MaskPixels);
 }
 
 qzILStatus qzILMinMaskImg::DoEffect() {
     if (!Contains(kFormats, Format())) return Fail(Code::Format);
     if (!m_oMaskLines.pFirst) return Fail(Code::MaskPixels);
-    qzILStatus const status =
-        Run(GetMinMask(), []<class T>(As<T>) { return MinMask<T>{{{T{0}, T{0}, T{0}, T{1}}}}; });
+    qzILStatus const status = Run(GetMinMask(), []<class T>(As<T>) { return MinMask<T>{{{T{0}, T{0}, T{0}, T{1}}}}; });
     if (status != 1) return status;
     // A mode of exactly 15 leaves attribute 2, deliberately, though alpha changes then too.
     if ((m_uProcessingMode & kModeAlpha) != 0 && m_uProcessingMode != kModeAllChannels) {

@@ -10,19 +10,11 @@
 /// value; default 2. Execute runs Verify itself. Verify adds 0x1000D for a format that is not in GetFormats(), 65626
 /// for another alpha mode.
 class QZIL_API qzILOutputAlpha : public qzILMonadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILOutputAlpha)
-public:
-    qzILOutputAlpha() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILOutputAlpha, m_iShowReverse = 0; m_uAlphaMode = qzILAlphaFull)
     static std::span<GUID const> GetFormats();
     qzILStatus Execute() override;
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init() {
-        m_iShowReverse = 0;
-        m_uAlphaMode = qzILAlphaFull;
-    }
-    void Trash() {}
     void SetShowReverseFlag(int reverse) { m_iShowReverse = reverse; }
     qzILAlphaMode GetAlphaMode() const { return m_uAlphaMode; }
     void SetAlphaMode(qzILAlphaMode mode) { m_uAlphaMode = mode; }

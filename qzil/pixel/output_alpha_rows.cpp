@@ -24,8 +24,7 @@ void PlaneRow(kernel::Row const& row, void const* constants) {
 
 kernel::Operation<OutputAlpha> const g_oOutputAlpha =
     kPixel<OutputAlpha, With{.eMix8 = kernel::MixRule::Mix257}> |
-    RowForms<OutputAlpha, With{.bIgnoresMask = true}, kVideoAlpha>([]<kernel::Layout kLayout, class T>() {
-        return PlaneRow<T, IsChromaFirst(kLayout)>;
-    });
+    RowForms<OutputAlpha, With{.bIgnoresMask = true}, kVideoAlpha>(
+        []<kernel::Layout kLayout, class T>() { return PlaneRow<T, IsChromaFirst(kLayout)>; });
 
 QZIL_ROWS_END

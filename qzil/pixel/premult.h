@@ -26,15 +26,10 @@ public:
 /// Formats: MFIF_RGBA_RAW_32, MFIF_RGBA_S2_14, MFIF_RGBA_FLOAT, MFIF_RGBA_RAW_64. Verify adds 0x1000D for another
 /// format.
 class QZIL_API qzILUnpremultiplyImg : public qzILMonadicPixelProc {
-    QZIL_EFFECT_CLASS(qzILUnpremultiplyImg)
-public:
-    qzILUnpremultiplyImg() { Init(); }
-
+    QZIL_PLAIN_EFFECT_CLASS(qzILUnpremultiplyImg, m_oBackgroundColor = m_oDefaultColor)
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
-    void Init() { m_oBackgroundColor = m_oDefaultColor; }
-    void Trash() {}
     /// Straight colour and alpha; default: the default colour as it is at construction, all zero.
     void SetBackgroundColor(qzILColor const& color) { m_oBackgroundColor = color; }
     qzILColor const& GetBackgroundColor() const { return m_oBackgroundColor; }

@@ -4,8 +4,8 @@
 
 namespace qzil {
 
-/// B's colour times B's alpha / A's alpha. 16-bit types: a 64-bit product with 31 fraction bits, of which a negative one
-/// is deliberately pulled down by one unit.
+/// B's colour times B's alpha / A's alpha. 16-bit types: a 64-bit product with 31 fraction bits, of which a negative
+/// one is deliberately pulled down by one unit.
 template <class T>
 struct AdjustPremult {
     QZIL_INLINE Quad<s32> operator()(Quad<s32> a, Quad<s32> b) const {

@@ -1,12 +1,12 @@
 #include "qzil/spatial/blur.h"
 
+#include "qzil/frame/checks.h"
 #include "qzil/frame/copy.h"
-#include "qzil/frame/margin.h"
-#include "qzil/frame/pixel_traits.h"
-#include "qzil/image/image_ops.h"
+#include "qzil/frame/spatial_run.h"
 #include "qzil/spatial/blur_makers.h"
 #include "qzil/spatial/ellipse.h"
 #include "qzil/spatial/filter_passes.h"
+#include "qzil/spatial/line_rows.h"
 
 #include <cmath>
 
@@ -21,16 +21,9 @@ bool IsExponential(qzILBlurType type) {
     return type == qzILBlurTypeExponential || type == qzILBlurTypeExponentialFloat;
 }
 
-/// How the box and the filters in double mix by a mask.
-kernel::RowTraits TraitsOf(GUID const& format) {
-    kernel::RowTraits traits = PixelTraits(format, kernel::MixRule::Mix257);
-    if (traits.eMix == kernel::MixRule::Float) traits.eMix = kernel::MixRule::FloatOrFull;
-    return traits;
-}
-
 /// A filter along an axis, in the arithmetic of the sample type.
 template <class Sample, class Filter>
-AxisFilter<Sample> Bind(Filter const& filter, GUID const& format) {
+AxisFilter<Sample> Bind(Filter const& filter, bool mono8, bool finite) {
     FilterRows const& rows = GetFilterRows();
     FilterFunction<Sample> function{};
     if constexpr (std::is_same_v<Sample, s16>) {
@@ -38,15 +31,8 @@ AxisFilter<Sample> Bind(Filter const& filter, GUID const& format) {
     } else {
         function = FunctionFor(filter, rows.oDouble);
     }
-    return {function, RowFilterOf<Sample>(filter, format == MFIF_MONO_RAW_8, !IsFormatFloat(format)),
-            static_cast<int>(filter.GetReach()), filter.IsActive()};
-}
-
-template <class Sample>
-AxisFilter<Sample> FilterFor(qzILBlurType type, double spread, int reach, GUID const& format) {
-    unsigned const n = static_cast<unsigned>(reach);
-    return IsExponential(type) ? Bind<Sample>(qzILBlurIIR1D(spread, n), format)
-                               : Bind<Sample>(qzILBlurUniformIIR1D(spread, n), format);
+    return {function, RowFilterOf<Sample>(filter, mono8, finite), static_cast<int>(filter.GetReach()),
+            filter.IsActive()};
 }
 
 }  // namespace
@@ -71,16 +57,18 @@ qzILStatus qzILBlurImg::Execute() {
 }
 
 qzILStatus qzILBlurImg::Verify() {
-    bool const good = HasGoodRadius();
-    if (good) {
+    if (HasGoodRadius()) {
         if (qzILStatus const status = BuildKernel(); status != 1) return status;
     }
     qzILStatus status = qzILConvolveImg::Verify();
     bool const notANumber = std::isnan(m_oRadius.x) || std::isnan(m_oRadius.y);
-    if (notANumber && GetLastError() == 0x10021) status = Fail(0x10023);
+    if (notANumber && GetLastError() == Code::Kernel) status = Fail(Code::Radius);
     FreeKernel();
-    if (m_uType < qzILBlurTypeEllipse || m_uType > qzILBlurTypeFastGaussFloat) return Fail(0x10024);
-    return IsNoShare(m_fDegree) ? Fail(0x10026) : status;
+    // Told whatever else is wrong.
+    qzILStatus const own = Checks(*this, 1)
+                               .Range(m_uType, qzILBlurTypeEllipse, qzILBlurTypeFastGaussFloat, Code::BlurType)
+                               .Share(m_fDegree, Code::Degree);
+    return own == 1 ? status : own;
 }
 
 qzILStatus qzILBlurImg::PrepareData() {
@@ -111,7 +99,7 @@ bool qzILBlurImg::IsKernelSeparable() {
 
 qzILStatus qzILBlurImg::SeparateKernel(float* x, float* y) {
     if (m_uType == qzILBlurTypeEllipse) return qzILConvolveImg::SeparateKernel(x, y);
-    if (!HasKernel()) return Fail(0x10021);
+    if (!HasKernel()) return Fail(Code::Kernel);
     qzILVector2l const size = KernelSize();
     auto const normalize = [](float* factor, int count) {
         float sum = 0.0f;
@@ -180,37 +168,31 @@ qzILStatus qzILBlurImg::DoEffect() {
     if (!OutputHasFormatOf(kAllFormats)) return 1;
     if (m_uType == qzILBlurTypeUniform) return RunBox();
     bool const inFixedPoint = m_uType == qzILBlurTypeExponential || m_uType == qzILBlurTypeFastGauss;
-    if (inFixedPoint && Format() == MFIF_RGBA_RAW_32) return Convolve2PassRGBA(m_uType);
-    if (inFixedPoint && Format() == MFIF_MONO_RAW_8) return Convolve2PassMONO8(m_uType);
-    return RunRecursive<float>(m_uType, TraitsOf(Format()));
+    return inFixedPoint && Has(GetFixedLines()) ? RunFixed(m_uType) : RunRecursive<float>(GetMeanLines(), m_uType);
 }
 
 qzILStatus qzILBlurImg::RunBox() {
-    return Guarded([&] {
-        if (!HasBuffer()) return -1;
-        kernel::RowTraits const traits = TraitsOf(Format());
-        auto const maker = MakeBoxMaker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
-                                        KernelSize().x, KernelSize().y);
-        return maker ? RunLines(traits, *maker, kernel::kBlockLines) : 1;
-    });
+    auto const build = [this]<class T>(As<T>, MarginLines const& lines) {
+        return MakeBoxMaker<T>(lines, KernelSize().x, KernelSize().y);
+    };
+    return RunMaker(GetMeanLines(), build, Code::None);
 }
 
-qzILStatus qzILBlurImg::Convolve2PassRGBA(qzILBlurType type) {
-    return Format() == MFIF_RGBA_RAW_32 ? RunRecursive<s16>(type, OperationTraits(Format())) : -1;
+qzILStatus qzILBlurImg::RunFixed(qzILBlurType type) {
+    return RunRecursive<s16>(GetFixedLines(), type);
 }
 
-qzILStatus qzILBlurImg::Convolve2PassMONO8(qzILBlurType type) {
-    return Format() == MFIF_MONO_RAW_8 ? RunRecursive<s16>(type, OperationTraits(Format())) : -1;
-}
-
-template <class Sample>
-qzILStatus qzILBlurImg::RunRecursive(qzILBlurType type, kernel::RowTraits const& traits) {
-    return Guarded([&] {
-        if (!HasBuffer()) return -1;
-        double const degree = m_fDegree;
-        RecursiveMaker<Sample> maker(GetChannelTypeFromFormat(Format()), GetMarginLines(traits.iSamples),
-                                     FilterFor<Sample>(type, m_oRadius.y * degree, Reach().y, Format()),
-                                     FilterFor<Sample>(type, m_oRadius.x * degree, Reach().x, Format()));
-        return maker.FilterColumns() ? RunLines(traits, maker, maker.BlockLines()) : 1;
-    });
+template <class Sample, class Operation>
+qzILStatus qzILBlurImg::RunRecursive(Operation const& operation, qzILBlurType type) {
+    auto const build = [&]<class T>(As<T> call, MarginLines const& lines) {
+        auto const along = [&](float radius, int reach) {
+            bool const mono8 = call.eLayout == kernel::Layout::Mono, finite = !std::is_same_v<T, float>;
+            double const spread = radius * double{m_fDegree};
+            unsigned const n = static_cast<unsigned>(reach);
+            return IsExponential(type) ? Bind<Sample>(qzILBlurIIR1D(spread, n), mono8, finite)
+                                       : Bind<Sample>(qzILBlurUniformIIR1D(spread, n), mono8, finite);
+        };
+        return MakeRecursiveMaker<Sample, T>(lines, along(m_oRadius.y, Reach().y), along(m_oRadius.x, Reach().x));
+    };
+    return RunMaker(operation, build, Code::None);
 }

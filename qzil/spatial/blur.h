@@ -55,8 +55,8 @@ public:
     qzILStatus BuildKernel();
     void FreeKernel();
 
-    qzILStatus Convolve2PassRGBA(qzILBlurType type);
-    qzILStatus Convolve2PassMONO8(qzILBlurType type);
+    qzILStatus Convolve2PassRGBA(qzILBlurType type) { return RunFixed(type); }
+    qzILStatus Convolve2PassMONO8(qzILBlurType type) { return RunFixed(type); }
     qzILStatus UConvolve_SSE2() const { return 1; }
     qzILStatus UConvolveMMX() const { return 1; }
 
@@ -69,6 +69,7 @@ private:
     void BuildEllipse(float* taps) const;
     void BuildGauss(float* taps) const;
     qzILStatus RunBox();
-    template <class Sample>
-    qzILStatus RunRecursive(qzILBlurType type, qzil::kernel::RowTraits const& traits);
+    qzILStatus RunFixed(qzILBlurType type);
+    template <class Sample, class Operation>
+    qzILStatus RunRecursive(Operation const& operation, qzILBlurType type);
 };

@@ -2,6 +2,7 @@
 #include "qzil/spatial/box_rows.h"
 
 #include <cmath>
+#include <vector>
 
 namespace qzil {
 namespace {
@@ -140,17 +141,19 @@ std::unique_ptr<kernel::LineMaker> MakeIntegerMaker(BoxRows const& rows, MarginL
 
 }  // namespace
 
-std::unique_ptr<kernel::LineMaker> MakeBoxMaker(XFChannelType type, MarginLines const& lines, int width, int height) {
-    BoxRows const& rows = GetBoxRows();
-    switch (type) {
-        case XFChannelTypeUInt8: return MakeIntegerMaker<u8>(rows, lines, width, height);
-        case XFChannelTypeUInt16: return MakeIntegerMaker<u16>(rows, lines, width, height);
-        case XFChannelTypeS2_14: return MakeIntegerMaker<s16>(rows, lines, width, height);
-        case XFChannelTypeFloat: break;
-        default: return nullptr;
+template <class T>
+std::unique_ptr<kernel::LineMaker> MakeBoxMaker(MarginLines const& lines, int width, int height) {
+    if constexpr (std::is_same_v<T, float>) {
+        FloatSums const sums{static_cast<float>(1.0 / (static_cast<double>(width) * height))};
+        return std::make_unique<BoxMaker<float, FloatSums>>(lines, width, height, sums);
+    } else {
+        return MakeIntegerMaker<T>(GetBoxRows(), lines, width, height);
     }
-    FloatSums const sums{static_cast<float>(1.0 / (static_cast<double>(width) * height))};
-    return std::make_unique<BoxMaker<float, FloatSums>>(lines, width, height, sums);
 }
+
+template std::unique_ptr<kernel::LineMaker> MakeBoxMaker<u8>(MarginLines const&, int, int);
+template std::unique_ptr<kernel::LineMaker> MakeBoxMaker<u16>(MarginLines const&, int, int);
+template std::unique_ptr<kernel::LineMaker> MakeBoxMaker<s16>(MarginLines const&, int, int);
+template std::unique_ptr<kernel::LineMaker> MakeBoxMaker<float>(MarginLines const&, int, int);
 
 }  // namespace qzil

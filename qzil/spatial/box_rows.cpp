@@ -19,16 +19,16 @@ void Down(Sum* sums, Sum* before, Sample const* entering, Sample const* leaving,
 constexpr int kHeld = 256;
 
 using Sums = u32 __attribute__((vector_size(kVectorBytes)));
-constexpr auto kLanes = PlacesTo<kLanes32>();
+constexpr auto kLanes = IndicesTo<kLanes32>();
 
 /// The lanes moved up by kBy places, with zeros below.
 template <int kBy, int... kLane>
-QZIL_INLINE Sums MovedUp(Sums v, Places<kLane...>) {
+QZIL_INLINE Sums MovedUp(Sums v, Indices<kLane...>) {
     return __builtin_shufflevector(v, Sums{}, (kLane < kBy ? kLanes32 + kLane : kLane - kBy)...);
 }
 /// The last pixel of kStep lanes everywhere.
 template <int kStep, int... kLane>
-QZIL_INLINE Sums LastPixel(Sums v, Places<kLane...>) {
+QZIL_INLINE Sums LastPixel(Sums v, Indices<kLane...>) {
     return __builtin_shufflevector(v, v, (kLanes32 - kStep + kLane % kStep)...);
 }
 

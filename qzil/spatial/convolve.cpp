@@ -1,7 +1,9 @@
 #include "qzil/spatial/convolve.h"
 
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/checks.h"
+#include "qzil/frame/spatial_run.h"
 #include "qzil/numeric/matrix.h"
+#include "qzil/spatial/line_rows.h"
 #include "qzil/spatial/tap_maker.h"
 
 #include <algorithm>
@@ -82,7 +84,7 @@ float* qzILConvolveImg::MakeKernel(qzILVector2l size) {
     DropKernel();
     std::int64_t const taps = std::int64_t{size.x} * size.y;
     if (taps <= kMostTaps) m_pOwnKernel.reset(new (std::nothrow) float[static_cast<std::size_t>(taps)]());
-    if (!m_pOwnKernel) Fail(0x10001);
+    if (!m_pOwnKernel) Fail(Code::OutOfMemory);
     m_oOwnSize = size;
     return m_pKernel = m_pOwnKernel.get();
 }
@@ -101,9 +103,9 @@ bool qzILConvolveImg::IsFormatSupported() const {
 }
 
 qzILStatus qzILConvolveImg::Verify() {
-    if (qzILStatus const status = qzILMonadicSpatialProc::Verify(); status != 1) return status;
-    if (!IsFormatSupported()) return Fail(0x1000D);
-    return m_pKernel ? 1 : Fail(0x10021);
+    return Checks(*this, qzILMonadicSpatialProc::Verify())
+        .That([this] { return IsFormatSupported(); }, Code::Format)
+        .That(m_pKernel != nullptr, Code::Kernel);
 }
 
 bool qzILConvolveImg::IsKernelSeparable() {
@@ -113,7 +115,7 @@ bool qzILConvolveImg::IsKernelSeparable() {
     qzILMatrix u, singular, v;
     // The taps are finite here: a decomposition lacks nothing but memory.
     if (matrix.IsNotValid() || matrix.ThinSVD(u, singular, v) != 1) {
-        Fail(0x10001);
+        Fail(Code::OutOfMemory);
         return false;
     }
     int rank = 0;
@@ -122,10 +124,10 @@ bool qzILConvolveImg::IsKernelSeparable() {
 }
 
 qzILStatus qzILConvolveImg::SeparateKernel(float* x, float* y) {
-    if (!HasKernel()) return Fail(0x10021);
+    if (!HasKernel()) return Fail(Code::Kernel);
     qzILVector2l const size = KernelSize();
     qzILMatrix left, right;
-    if (MatrixOf(m_pKernel, size.x, size.y).SeparateIntoTensorProduct(left, right) != 1) return Fail(0x10001);
+    if (MatrixOf(m_pKernel, size.x, size.y).SeparateIntoTensorProduct(left, right) != 1) return Fail(Code::OutOfMemory);
     bool const transposed = size.x > size.y;
     qzILMatrix const &columns = transposed ? left : right, &rows = transposed ? right : left;
     for (int i = 0; i < columns.GetNumRows(); ++i) x[i] = static_cast<float>(columns(i, 0));
@@ -142,11 +144,11 @@ int qzILConvolveImg::NextRow() const {
 }
 
 qzILStatus qzILConvolveImg::DoEffect() {
-    if (!HasKernel()) return Fail(0x10021);
+    if (!HasKernel()) return Fail(Code::Kernel);
     qzILVector2l const size = KernelSize();
     if (size.x == 1 || size.y == 1 || !IsKernelSeparable()) return SinglePassConvolve();
     std::unique_ptr<float[]> const factors(new (std::nothrow) float[std::size_t(size.x) + std::size_t(size.y)]());
-    if (!factors) return Fail(0x10001);
+    if (!factors) return Fail(Code::OutOfMemory);
     if (qzILStatus const status = SeparateKernel(factors.get(), factors.get() + size.x); status != 1) return status;
     return DualPassConvolve(factors.get(), factors.get() + size.x);
 }
@@ -159,61 +161,51 @@ qzILStatus qzILConvolveImg::DualPassConvolve(float* x, float* y) {
     return RunDualPass(x, y);
 }
 
-template <class Sample, class Rounding>
-qzILStatus qzILConvolveImg::RunTaps(TapKernel<Sample> const& kernel, Rounding const& rounding) {
-    kernel::RowTraits const traits = OperationTraits(Format());
-    auto const maker = MakeTapMaker(GetMarginLines(traits.iSamples), kernel, rounding);
-    return RunLines(traits, *maker, kernel::kBlockLines);
-}
-
 qzILStatus qzILConvolveImg::RunSinglePass() {
-    return Guarded([&] {
-        kernel::RowTraits const traits = OperationTraits(Format());
-        if (!HasKernel() || traits.iSampleBytes == 0 || !HasBuffer()) return -1;
+    if (!HasBuffer() || !HasKernel()) return -1;
+    bool const fits = Fits(MagnitudeOf(m_pKernel, std::ptrdiff_t{KernelSize().x} * KernelSize().y), m_fOffset);
+    auto const build = [&]<class T>(As<T> call, MarginLines const& lines) {
         // Deliberately a float sum at 8 bits and four channels, a double one everywhere else.
-        bool const inFloat = traits.iSampleBytes == 1 && traits.iSamples == 4;
-        TapKernel<float> const kernel(m_pKernel, KernelSize());
-        TapRounding const rounding{
-            traits.iSampleBytes, inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat,
-            Fits(MagnitudeOf(m_pKernel, std::ptrdiff_t{KernelSize().x} * KernelSize().y), m_fOffset)};
-        return RunTaps(kernel, rounding);
-    });
+        bool const inFloat = sizeof(T) == 1 && call.eLayout == kernel::Layout::Rgba;
+        return MakeTapMaker(lines, TapKernel<float>(m_pKernel, KernelSize()),
+                            {sizeof(T), inFloat ? 0.5f + m_fOffset : m_fOffset, inFloat, fits});
+    };
+    return RunMaker(GetKernelLines(), build, Code::None);
 }
 
 qzILStatus qzILConvolveImg::RunDualPass(float const* x, float const* y) {
-    return Guarded([&] {
-        kernel::RowTraits const traits = OperationTraits(Format());
-        if (traits.iSampleBytes == 0 || !HasBuffer()) return -1;
-        TapKernel<float> const kernel(x, y, KernelSize());
-        bool const fits = Fits(MagnitudeOf(x, KernelSize().x) * MagnitudeOf(y, KernelSize().y), 0.0f);
-        return RunTaps(kernel, TapRounding{traits.iSampleBytes, 0.5f, true, fits});
-    });
+    if (!HasBuffer()) return -1;
+    bool const fits = Fits(MagnitudeOf(x, KernelSize().x) * MagnitudeOf(y, KernelSize().y), 0.0f);
+    auto const build = [&]<class T>(As<T>, MarginLines const& lines) {
+        return MakeTapMaker(lines, TapKernel<float>(x, y, KernelSize()), {sizeof(T), 0.5f, true, fits});
+    };
+    return RunMaker(GetKernelLines(), build, Code::None);
 }
 
 qzILStatus qzILConvolveImg::SinglePassConvolve8_Fixed() {
-    return Guarded([&] {
-        kernel::RowTraits const traits = OperationTraits(Format());
-        if (!HasKernel() || traits.iSampleBytes != 1 || !HasBuffer()) return -1;
-        std::vector<s32> taps(static_cast<std::size_t>(KernelSize().x) * static_cast<std::size_t>(KernelSize().y));
+    if (!HasBuffer() || !HasKernel()) return -1;
+    std::vector<s32> taps;
+    u32 const offset = static_cast<u32>(Truncated(m_fOffset * 65536.0));
+    auto const build = [&](As<u8>, MarginLines const& lines) {
+        taps.resize(static_cast<std::size_t>(KernelSize().x) * static_cast<std::size_t>(KernelSize().y));
         std::transform(m_pKernel, m_pKernel + taps.size(), taps.begin(),
                        [](float tap) { return Truncated(tap * 65536.0f); });
-        TapKernel<s32> const kernel(taps.data(), KernelSize());
-        u32 const offset = static_cast<u32>(Truncated(m_fOffset * 65536.0));
-        return RunTaps(kernel, FixedRounding{static_cast<s32>(offset + 32768u)});
-    });
+        return MakeTapMaker(lines, TapKernel<s32>(taps.data(), KernelSize()), {static_cast<s32>(offset + 32768u)});
+    };
+    return RunMaker(GetFixedLines(), build, Code::None);
 }
 
 qzILStatus qzILConvolveImg::DualPassConvolve_RGBA32_Fixed(float* x, float* y) {
-    return Guarded([&] {
-        kernel::RowTraits const traits = OperationTraits(Format());
-        if (traits.iSampleBytes != 1 || !HasBuffer()) return -1;
-        auto const fixed = [](float const* taps, int count) {
-            std::vector<s32> values(static_cast<std::size_t>(count));
+    if (!HasBuffer()) return -1;
+    std::vector<s32> across, down;
+    auto const build = [&](As<u8>, MarginLines const& lines) {
+        auto const fixed = [](std::vector<s32>& values, float const* taps, int count) {
+            values.resize(static_cast<std::size_t>(count));
             std::transform(taps, taps + count, values.begin(), [](float tap) { return RoundHalfAway(tap * 65536.0); });
-            return values;
         };
-        std::vector<s32> const across = fixed(x, KernelSize().x), down = fixed(y, KernelSize().y);
-        TapKernel<s32> const kernel(across.data(), down.data(), KernelSize());
-        return RunTaps(kernel, FixedRounding{32768});
-    });
+        fixed(across, x, KernelSize().x);
+        fixed(down, y, KernelSize().y);
+        return MakeTapMaker(lines, TapKernel<s32>(across.data(), down.data(), KernelSize()), {32768});
+    };
+    return RunMaker(GetFixedLines(), build, Code::None);
 }

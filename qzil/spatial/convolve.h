@@ -4,11 +4,6 @@
 
 #include <memory>
 
-namespace qzil {
-template <class Sample>
-struct TapKernel;
-}  // namespace qzil
-
 /// Applies a kernel of float taps: each channel becomes the sum of tap x sample over the neighbourhood, by correlation,
 /// never flipped horizontally, plus an offset.
 ///
@@ -88,8 +83,6 @@ protected:
     float m_fOffset;
 
 private:
-    template <class Sample, class Rounding>
-    qzILStatus RunTaps(qzil::TapKernel<Sample> const& kernel, Rounding const& rounding);
     qzILStatus RunSinglePass();
     qzILStatus RunDualPass(float const* x, float const* y);
 

@@ -2,6 +2,8 @@
 
 #include "qzil/frame/spatial.h"
 
+#include <functional>
+
 // Effects on the 3 x 3 pixels around each pixel. All take MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8 and
 // MFIF_MONO_RAW_16, channel by channel; the neighbourhood is 3 x 3 whatever the radius. A mask mixes toward the result
 // by the table of products at 8 bits, by the 16-bit mix otherwise. Mono ignores the channel bits.
@@ -18,24 +20,22 @@ class QZIL_API Effect3x3 : public qzILMonadicSpatialProc {
 public:
     static std::span<GUID const> GetFormats();
     qzILStatus Verify() override;
-    void Init();
+    void Init() { SetRadius(1.0f); }
 
 protected:
     Effect3x3() { Init(); }
     int LeastReach() const override { return 1; }
 
-    /// Runs a set of operators; where there are several, the largest result counts.
-    qzILStatus RunOperators(unsigned first, unsigned set, double sensitivity, double bias);
-    /// The same over what the output holds: of every sample the larger one stays.
-    qzILStatus AddOperators(unsigned first, unsigned set, double sensitivity, double bias);
+    /// Runs what writes the output; of every sample the larger one stays, of that and what the output held before.
+    qzILStatus AddToOutput(std::function<qzILStatus()> const& run);
     /// Writes 0 to the selected channels; the centre pixel to the others, and where the mask is 0.
     qzILStatus ClearOutput();
 };
 
 /// What the detectors share: edge sensitivity, 0 to 1, 1.0 at first, and bias, 0 to 1, 0.0 at first, in units of full
 /// scale F. With v the response of the kernels, the result is 0 for v <= round((1 - sensitivity) * F), otherwise
-/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes: as sensitivity
-/// every response is above it, as bias it makes all results 0).
+/// v + round(bias * F), limited to 0..F. Verify: 0x1002A and 0x10029 for values outside (NaN passes; the threshold
+/// or the bias is then 0).
 class QZIL_API EdgeDetector : public Effect3x3 {
 public:
     void SetEdgeSensitivity(double sensitivity) { m_dfEdgeSensitivity = sensitivity; }
@@ -47,11 +47,9 @@ public:
 protected:
     EdgeDetector() { Init(); }
 
-    qzILStatus VerifyLevels();
-    qzILStatus Detect(unsigned first, unsigned set) { return RunOperators(first, set, m_dfEdgeSensitivity, m_dfBias); }
-    qzILStatus AddDetected(unsigned first, unsigned set) {
-        return AddOperators(first, set, m_dfEdgeSensitivity, m_dfBias);
-    }
+    /// Runs a rule of Detection, by the levels.
+    template <template <class> class Rule>
+    qzILStatus Detect(qzil::kernel::Operation<Rule, unsigned char, unsigned short> const& operation);
 
     double m_dfEdgeSensitivity;
     double m_dfBias;
@@ -74,10 +72,6 @@ public:
 protected:
     SlopeDetector() { Init(); }
 
-    /// What the type asks for, by its two operators.
-    qzILStatus DetectSlope(unsigned magnitude, unsigned angle);
-
-private:
     qzILEdgeDetectType m_uType;
 };
 

@@ -301,7 +301,7 @@ struct RowOf<Bytes16> {
 
 /// The elements of a and b in turn, from the first half of both or from the second one.
 template <bool kSecond, class Row, int... kPlaces>
-QZIL_INLINE Row Interleave(Row a, Row b, Places<kPlaces...>) {
+QZIL_INLINE Row Interleave(Row a, Row b, Indices<kPlaces...>) {
     constexpr int kCount = sizeof...(kPlaces), kFrom = kSecond ? kCount / 2 : 0;
     return __builtin_shufflevector(a, b, (kPlaces % 2 * kCount + kFrom + kPlaces / 2)...);
 }
@@ -314,7 +314,7 @@ QZIL_INLINE void MoveSquare(u8* to, std::ptrdiff_t toStep, u8 const* from, std::
     Row rows[kCount];
     for (int k = 0; k < kCount; ++k) __builtin_memcpy(&rows[k], from + k * fromStep, 16);
     if constexpr (kCount > 1) {
-        constexpr auto kPlaces = PlacesTo<kCount>();
+        constexpr auto kPlaces = IndicesTo<kCount>();
         for (int size = 1; size < kCount; size *= 2) {
             Row next[kCount];
             for (int k = 0; k < kCount / 2; ++k) {

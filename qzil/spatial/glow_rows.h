@@ -1,17 +1,14 @@
 #pragma once
 
-#include "qzil/kernel/row.h"
+#include "qzil/kernel/operation.h"
 
 namespace qzil {
 
-struct GlowConstants {
-    u32 const* pWeights;  ///< for each luma of 0 to 255 the weight of the glow, in all four bytes
+/// First input: the blurred pixels; second input: the source.
+template <class T>
+struct Glow {
+    u32 aWeights[256];  ///< for each luma the weight of the glow, in all four bytes
 };
-
-struct GlowRows {
-    /// First input: the blurred pixels; second input: the source.
-    kernel::TypedRow<GlowConstants> pGlow8;
-};
-QZIL_ROW_TABLE(GlowRows)
+QZIL_OPERATION(Glow, u8)
 
 }  // namespace qzil

@@ -1,6 +1,7 @@
 #include "qzil/spatial/optic_glow.h"
 
-#include "qzil/frame/pixel_traits.h"
+#include "qzil/frame/checks.h"
+#include "qzil/frame/spatial_run.h"
 #include "qzil/spatial/glow_rows.h"
 
 #include <array>
@@ -37,10 +38,11 @@ void qzILOpticGlowImg::GetThresholds(double* low, double* high) const {
 }
 
 qzILStatus qzILOpticGlowImg::Verify() {
-    if (qzILStatus const status = qzILBlurImg::Verify(); status != 1) return status;
-    if (qzILStatus const status = VerifyFormat(kFormats); status != 1) return status;
-    if (IsNoShare(m_dfPresence)) return Fail(0x10026);
-    return IsNoShare(m_dfLow) || IsNoShare(m_dfHigh) ? Fail(0x1001C) : 1;
+    return Checks(*this, qzILBlurImg::Verify())
+        .Format(kFormats)
+        .Share(m_dfPresence, Code::Degree)
+        .Share(m_dfLow, Code::Threshold)
+        .Share(m_dfHigh, Code::Threshold);
 }
 
 qzILStatus qzILOpticGlowImg::ProcessData() {
@@ -52,12 +54,10 @@ qzILStatus qzILOpticGlowImg::ProcessData() {
     qzILStatus const status = qzILBlurImg::ProcessData();
     m_uProcessingMode = mode;
     if (status != 1 || m_oBoxes.oProcessed.IsEmpty()) return status;
-    return Format() == MFIF_RGBA_RAW_32 || Format() == MFIF_MONO_RAW_8 ? OpticGlow8() : OpticGlow16();
+    return Has(GetGlow()) ? OpticGlow8() : OpticGlow16();
 }
 
 qzILStatus qzILOpticGlowImg::OpticGlow8() {
-    kernel::RowTraits const traits = OperationTraits(Format());
-    if (traits.iSampleBytes != 1 || traits.iSamples != 4) return 1;
     // Behind a slope of 2^40 every luma above the lower threshold has the full gain.
     constexpr double kSteepest = 1099511627776.0;
     // Thresholds that Verify refuses stop where no luma tells them apart.
@@ -66,12 +66,12 @@ qzILStatus qzILOpticGlowImg::OpticGlow8() {
     double const exact = 65536.0 / (m_dfHigh - m_dfLow);
     s64 const slope = TruncateTo<s64>(exact + (exact < 0.0 ? -0.5 : 0.5), -kSteepest, kSteepest);
     u8 const presence = TruncateTo<u8>(255 * m_dfPresence + 0.5, 0.0, 255.0);
-    u32 weights[256];
+    Glow<u8> rule;
     for (s64 luma = 0; luma < 256; ++luma) {
         s64 const ramp = Clamp<s64>((slope * (luma - low) + 32768) >> 16, 0, 255);
         s64 const gain = luma < low ? 0 : luma > high ? 255 : ramp;
-        weights[luma] = ilNormMult[gain][presence] * 0x01010101u;
+        rule.aWeights[luma] = ilNormMult[gain][presence] * 0x01010101u;
     }
-    GlowConstants const constants{weights};
-    return RunOverOutput(traits, kernel::Bound(GetGlowRows().pGlow8, constants));
+    return RunOverOutput(
+        GetGlow(), [&]<class T>(As<T>) { return rule; }, kWritesNothing);
 }

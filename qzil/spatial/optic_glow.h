@@ -9,7 +9,7 @@
 /// Thresholds: luma from which the glow starts and from which it is full, 0 to 1, 0.1 and 0.9 at first. A mask mixes by
 /// the table of products.
 ///
-/// A presence or a threshold that is not a number passes Verify; the glow is then without weight.
+/// What is not a number passes Verify: a presence counts as 0, a threshold lies below every luma.
 ///
 /// Verify adds 0x1000D for a format other than MFIF_RGBA_RAW_32, 0x10026 for a presence outside, 0x1001C for a
 /// threshold outside.

@@ -1,5 +1,7 @@
 #include "qzil/spatial/relief.h"
 
+#include "qzil/frame/checks.h"
+#include "qzil/frame/spatial_run.h"
 #include "qzil/spatial/edge_rows.h"
 
 using namespace qzil;
@@ -8,19 +10,15 @@ namespace {
 
 constexpr unsigned kAllDirections = 255;
 
-bool AreDirections(unsigned directions) {
-    return directions >= 1 && directions <= kAllDirections;
-}
-
 /// Takes the directions in. What a host may see of a frame that it interrupts is one direction after the other;
 /// otherwise all of them are done in one walk.
-template <class Run>
-qzILStatus TakeIn(unsigned directions, bool oneByOne, Run run) {
+template <class Take>
+qzILStatus TakeIn(unsigned directions, bool oneByOne, Take take) {
     directions &= kAllDirections;
-    if (!oneByOne) return directions == 0 ? 1 : run(directions);
+    if (!oneByOne) return directions == 0 ? 1 : take(directions);
     for (unsigned bit = 1; bit <= kAllDirections; bit <<= 1) {
         if ((directions & bit) == 0) continue;
-        if (qzILStatus const status = run(directions & (2 * bit - 1)); status != 1) return status;
+        if (qzILStatus const status = take(directions & (2 * bit - 1)); status != 1) return status;
     }
     return 1;
 }
@@ -28,36 +26,38 @@ qzILStatus TakeIn(unsigned directions, bool oneByOne, Run run) {
 }  // namespace
 
 qzILStatus qzILGradientImg::Verify() {
-    if (qzILStatus const status = Effect3x3::Verify(); status != 1) return status;
-    return AreDirections(m_uDirections) ? VerifyLevels() : Fail(0x10028);
+    return Checks(*this, Effect3x3::Verify())
+        .Range(m_uDirections, 1, kAllDirections, Code::Direction)
+        .Share(m_dfEdgeSensitivity, Code::EdgeSensitivity)
+        .Share(m_dfBias, Code::Bias);
 }
 
-qzILStatus qzILGradientImg::Add(unsigned direction) {
-    return AddDetected(kGradient, direction);
+qzILStatus qzILGradientImg::Take(unsigned directions) {
+    return Run(GetGradient(), [&]<class T>(As<T>) {
+        return Gradient<T>{{Share<T>(1.0 - m_dfEdgeSensitivity), Share<T>(m_dfBias)}, directions};
+    });
 }
 
 qzILStatus qzILGradientImg::DoEffect() {
     bool const clears = HasInterrupt() || m_dfEdgeSensitivity == 0.0 || (m_uDirections & kAllDirections) == 0;
     if (clears) {
-        if (qzILStatus const status = PrepareOutput(); status != 1) return status;
+        if (qzILStatus const status = ClearOutput(); status != 1) return status;
     }
     if (m_dfEdgeSensitivity == 0.0) return 1;
-    return TakeIn(m_uDirections, HasInterrupt(), [this](unsigned directions) { return Detect(kGradient, directions); });
+    return TakeIn(m_uDirections, HasInterrupt(), [this](unsigned directions) { return Take(directions); });
 }
 
 qzILStatus qzILEmbossImg::Verify() {
-    if (qzILStatus const status = Effect3x3::Verify(); status != 1) return status;
-    return AreDirections(m_uDirections) ? 1 : Fail(0x10028);
+    return Checks(*this, Effect3x3::Verify()).Range(m_uDirections, 1, kAllDirections, Code::Direction);
 }
 
-qzILStatus qzILEmbossImg::Add(unsigned direction) {
-    return AddOperators(kEmboss, direction, 1.0, 0.0);
+qzILStatus qzILEmbossImg::Take(unsigned directions) {
+    return Run(GetRelief(), [&]<class T>(As<T>) { return Relief<T>{directions}; });
 }
 
 qzILStatus qzILEmbossImg::DoEffect() {
     if (HasInterrupt() || (m_uDirections & kAllDirections) == 0) {
-        if (qzILStatus const status = PrepareOutput(); status != 1) return status;
+        if (qzILStatus const status = ClearOutput(); status != 1) return status;
     }
-    return TakeIn(m_uDirections, HasInterrupt(),
-                  [this](unsigned directions) { return RunOperators(kEmboss, directions, 1.0, 0.0); });
+    return TakeIn(m_uDirections, HasInterrupt(), [this](unsigned directions) { return Take(directions); });
 }

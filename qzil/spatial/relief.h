@@ -82,7 +82,10 @@ public:
 
 private:
     qzILStatus PrepareOutput() { return ClearOutput(); }
-    qzILStatus Add(unsigned direction);
+    qzILStatus Take(unsigned directions);
+    qzILStatus Add(unsigned direction) {
+        return AddToOutput([=, this] { return Take(direction); });
+    }
 
     std::uint32_t m_uDirections;
 };
@@ -101,7 +104,10 @@ public:
 
 private:
     qzILStatus PrepareOutput() { return ClearOutput(); }
-    qzILStatus Add(unsigned direction);
+    qzILStatus Take(unsigned directions);
+    qzILStatus Add(unsigned direction) {
+        return AddToOutput([=, this] { return Take(direction); });
+    }
 
     std::uint32_t m_uDirections;
 };

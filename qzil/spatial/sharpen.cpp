@@ -1,5 +1,6 @@
 #include "qzil/spatial/sharpen.h"
 
+#include "qzil/frame/checks.h"
 #include "qzil/frame/copy.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/pixel/channels.h"
@@ -11,10 +12,6 @@ using namespace qzil;
 
 namespace {
 
-bool IsRgba(GUID const& format) {
-    return GetNumOfChannelsFromFormat(format) == 4;
-}
-
 Ref<IXFImage> MakeImage(GUID const& format, qzILVector2l size) {
     Ref<IXFImage> image;
     qzILCreateAndAllocImage(nullptr, IID_IXFImage, size.x, size.y, format, image.Out());
@@ -23,7 +20,7 @@ Ref<IXFImage> MakeImage(GUID const& format, qzILVector2l size) {
 
 /// The one-channel format of an image's depth.
 GUID MonoOf(GUID const& format) {
-    return format == MFIF_RGBA_RAW_32 || format == MFIF_MONO_RAW_8 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16;
+    return GetChannelSizeFromFormat(format) == 1 ? MFIF_MONO_RAW_8 : MFIF_MONO_RAW_16;
 }
 
 /// Runs an effect from one image to the whole of another, of the same size as the region.
@@ -67,11 +64,10 @@ qzILStatus qzILSharpenImg::Verify() {
     if (qzILStatus const status = BuildKernel(); status != 1) return status;
     qzILStatus const status = qzILConvolveImg::Verify();
     FreeKernel();
-    if (status != 1) return status;
-    if (!OutputHasFormatOf(kRawFormats)) return Fail(0x1000D);
-    if (m_uType != qzILSharpenTypeNormal && m_uType != qzILSharpenTypeEdge) return Fail(0x10025);
-    if (IsNoShare(m_fDegree)) return Fail(0x10026);
-    return m_uType == qzILSharpenTypeEdge && IsNoShare(m_dfEdgeSensitivity) ? Fail(0x1002A) : 1;
+    return Checks(*this, status)
+        .Range(m_uType, qzILSharpenTypeNormal, qzILSharpenTypeEdge, Code::SharpenType)
+        .Share(m_fDegree, Code::Degree)
+        .Share(m_uType == qzILSharpenTypeEdge ? m_dfEdgeSensitivity : 1.0, Code::EdgeSensitivity);
 }
 
 qzILStatus qzILSharpenImg::Execute() {
@@ -85,7 +81,7 @@ qzILStatus qzILSharpenImg::Execute() {
     // The edges are looked for when parts of the output, and with it of the input, are written already.
     IXFImage* const pInput = m_pInputImg;
     Ref<IXFImage> copy;
-    if (CloneWithPixels(pInput, copy) < 0) return Fail(0x10001);
+    if (CloneWithPixels(pInput, copy) < 0) return Fail(Code::OutOfMemory);
     m_pInputImg = copy.Get();
     qzILStatus const status = qzILMonadicImgProc::Execute();
     m_pInputImg = pInput;
@@ -108,32 +104,33 @@ qzILStatus qzILSharpenImg::DoEffect() {
 }
 
 qzILStatus qzILSharpenImg::Esharpen() {
-    if (!HasKernel()) return Fail(0x10021);
+    if (!HasKernel()) return Fail(Code::Kernel);
     qzILVector2l const size = ActiveSize(), origin = ActiveOrigin();
     qzILBbox2l const region(origin.x, origin.y, size.x, size.y);
     Ref<IXFImage> mask;
     if (m_pMaskImg) {
         GUID const format = FormatOf(m_pMaskImg);
         mask = MakeImage(MonoOf(format), size);
-        if (!mask) return Fail(0x10001);
+        if (!mask) return Fail(Code::OutOfMemory);
         qzILBbox2l const place(origin.x - m_oMaskRect.Origin.x, origin.y - m_oMaskRect.Origin.y, size.x, size.y);
         qzILExtractChannel extract;
         extract.SetChannel(m_uMaskChannel);
         extract.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
         qzILCopyImg copy;
         copy.SetInterruptFct(m_pInterruptFct, m_pInterruptFlag);
-        qzILStatus const status =
-            IsRgba(format) ? RunOn(extract, m_pMaskImg, place, mask.Get()) : RunOn(copy, m_pMaskImg, place, mask.Get());
+        qzILStatus const status = GetNumOfChannelsFromFormat(format) == 4
+                                      ? RunOn(extract, m_pMaskImg, place, mask.Get())
+                                      : RunOn(copy, m_pMaskImg, place, mask.Get());
         if (status != 1) return status;
     }
     Ref<IXFImage> edges = MakeImage(MonoOf(Format()), size);
-    if (!edges) return Fail(0x10001);
-    if (!IsRgba(Format())) {
+    if (!edges) return Fail(Code::OutOfMemory);
+    if (GetNumOfChannelsFromFormat(Format()) == 1) {
         qzILCopyImg copy;
         if (RunOn(copy, m_pInputImg, region, edges.Get()) != 1) return -1;
     } else {
         Ref<IXFImage> const gray = MakeImage(Format(), size);
-        if (!gray) return Fail(0x10001);
+        if (!gray) return Fail(Code::OutOfMemory);
         qzILGrayscaleImg grayscale;
         qzILExtractChannel extract;
         if (RunOn(grayscale, m_pInputImg, region, gray.Get()) != 1) return -1;

@@ -3,6 +3,7 @@
 #include "qzil/spatial/filter_rows.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qzil {
 namespace {
@@ -55,21 +56,21 @@ class TapMaker final : public kernel::LineMaker {
     using Sample = typename Routines::Sample;
 
 public:
-    TapMaker(MarginLines const& lines, TapKernel<Sample> const& kernel, Routines const& routines, bool holdsAll)
+    TapMaker(MarginLines const& lines, TapKernel<Sample> kernel, Routines const& routines, bool holdsAll)
         : m_oLines(lines),
-          m_oKernel(kernel),
+          m_oKernel(std::move(kernel)),
           m_oRoutines(routines),
           m_iHeld(holdsAll ? lines.iLines
-                           : std::min(lines.iLines, kernel.iHeight + (kernel::kBlockLines - 1) * lines.iKeptStep)),
+                           : std::min(lines.iLines, m_oKernel.iHeight + (kernel::kBlockLines - 1) * lines.iKeptStep)),
           m_bTiles(lines.iPixelSamples == 1),
           m_iStep(m_bTiles ? kTileSamples : kPixelSamples),
           m_iStripStep(m_bTiles ? lines.iActiveSamples / kTileSamples : 0),
           m_iSamples(m_bTiles ? (lines.iActiveSamples - (kTileSamples - 1) * m_iStripStep) * kTileSamples
                               : lines.iActiveSamples),
-          m_iHalo(std::ptrdiff_t{kernel.iWidth - 1} * m_iStep) {
-        m_iPitch = SpreadPitch(kernel.bTwoPasses ? m_iSamples : m_iSamples + m_iHalo);
+          m_iHalo(std::ptrdiff_t{m_oKernel.iWidth - 1} * m_iStep) {
+        m_iPitch = SpreadPitch(m_oKernel.bTwoPasses ? m_iSamples : m_iSamples + m_iHalo);
         m_oHeld.Take(static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(m_iHeld));
-        m_oWidened.Take(kernel.bTwoPasses ? static_cast<std::size_t>(kPieceAcross + m_iHalo) : 0);
+        m_oWidened.Take(m_oKernel.bTwoPasses ? static_cast<std::size_t>(kPieceAcross + m_iHalo) : 0);
         if (!m_bTiles) return;
         m_iTileBytes = std::ptrdiff_t{std::max(m_iSamples, kPieceAcross)} * SampleBytes();
         m_aTile.resize(static_cast<std::size_t>(m_iTileBytes) * kernel::kBlockLines);
@@ -190,7 +191,7 @@ private:
     Sample* Held(int line) { return m_oHeld.First() + line % m_iHeld * m_iPitch; }
 
     MarginLines m_oLines;
-    TapKernel<Sample> const& m_oKernel;
+    TapKernel<Sample> m_oKernel;
     Routines m_oRoutines;
     int m_iHeld;
     int m_iDone = 0;                  ///< lines whose first step is done
@@ -209,11 +210,10 @@ private:
 };
 
 template <class Routines, class Sample>
-std::unique_ptr<kernel::LineMaker> Make(MarginLines const& lines, TapKernel<Sample> const& kernel,
-                                        Routines const& routines) {
+std::unique_ptr<kernel::LineMaker> Make(MarginLines const& lines, TapKernel<Sample> kernel, Routines const& routines) {
     // A host that interrupts sees the first pass end before the second one begins.
     bool const wholePass = kernel.bTwoPasses && lines.oQuestion.pStops;
-    auto maker = std::make_unique<TapMaker<Routines>>(lines, kernel, routines, wholePass);
+    auto maker = std::make_unique<TapMaker<Routines>>(lines, std::move(kernel), routines, wholePass);
     if (wholePass) maker->Advance(lines.iLines);
     return maker;
 }
@@ -239,14 +239,14 @@ TapKernel<Sample>::TapKernel(Sample const* x, Sample const* y, qzILVector2l size
 template struct TapKernel<float>;
 template struct TapKernel<s32>;
 
-std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<float> const& kernel,
+std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<float> kernel,
                                                 TapRounding const& rounding) {
-    return Make(lines, kernel, FloatRoutines{rounding});
+    return Make(lines, std::move(kernel), FloatRoutines{rounding});
 }
 
-std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<s32> const& kernel,
+std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<s32> kernel,
                                                 FixedRounding const& rounding) {
-    return Make(lines, kernel, FixedRoutines{rounding});
+    return Make(lines, std::move(kernel), FixedRoutines{rounding});
 }
 
 }  // namespace qzil

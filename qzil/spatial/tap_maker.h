@@ -26,11 +26,11 @@ struct TapKernel {
     TapKernel(Sample const* x, Sample const* y, qzILVector2l size);
 };
 
-/// What makes the lines of a convolution, in float or in 16.16. The kernel has to stay. Where an interrupt is set the
+/// What makes the lines of a convolution, in float or in 16.16. Where an interrupt is set the
 /// first of two passes is done as a whole at once; when it stops, nothing is held for the lines behind.
-std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<float> const& kernel,
+std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<float> kernel,
                                                 TapRounding const& rounding);
-std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<s32> const& kernel,
+std::unique_ptr<kernel::LineMaker> MakeTapMaker(MarginLines const& lines, TapKernel<s32> kernel,
                                                 FixedRounding const& rounding);
 
 }  // namespace qzil

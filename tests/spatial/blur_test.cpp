@@ -307,14 +307,20 @@ TEST(OpticGlow, InPlaceUnderItsOwnAlpha) {
     EXPECT_EQ(Difference(expected, ready.Output()), "");
 }
 
-// A threshold that is no number leaves no glow; Verify accepts it.
+// A threshold that is no number lies below every luma; Verify accepts it.
 TEST(OpticGlow, OfThresholdsThatAreNoNumbers) {
     double const nan = std::numeric_limits<double>::quiet_NaN();
-    for (auto const& [low, high] : {std::pair{nan, 0.5}, {0.0, nan}, {nan, nan}, {-1e300, 1e300}}) {
-        Ready<qzILOpticGlowImg> ready;
+    struct {
+        double dfLow, dfHigh, dfSameLow, dfSameHigh;
+    } const cases[] = {{nan, 0.5, 0.5, 0.5}, {0.0, nan, -1.0, -0.5}, {nan, nan, -1.0, -0.5}, {-1e300, 1e300, 2.0, 3.0}};
+    for (auto const& [low, high, sameLow, sameHigh] : cases) {
+        Ready<qzILOpticGlowImg> ready, same;
         ready->SetThresholds(low, high);
+        same->SetThresholds(sameLow, sameHigh);
         EXPECT_EQ(ready->Verify(), low < 0 ? -1 : 1);
         ASSERT_EQ(ready->Execute(), 1);
+        ASSERT_EQ(same->Execute(), 1);
+        EXPECT_EQ(Difference(same.Output(), ready.Output()), "") << low << ' ' << high;
     }
 }
 

@@ -87,6 +87,15 @@ class Describing(Command):
                 self.assertIn("* MFIF_RGBA_RAW_32\n", text)
             self.assertIn("--roi", self.qzil("run", name, "--help"))
 
+    def test_other_programs_read_it(self):
+        names = {entry["name"] for entry in json.loads(self.qzil("list", "--json"))}
+        self.assertLessEqual({"blend", "extract-channel"}, names)
+        self.assertEqual(json.loads(self.qzil("describe", "blend", "--json"))["inputs"], ["a", "b"])
+        script = self.qzil("complete", "bash") + ("COMP_WORDS=(qzil run blur a.png then blend --al)\nCOMP_CWORD=6\n_qzil\n"
+                                                  "echo ${COMPREPLY[@]}\n")
+        self.assertEqual(subprocess.run(["bash", "-c", script], capture_output=True, text=True).stdout, "--alpha\n")
+        self.assertIn(".SS blend\n", self.qzil("complete", "man"))
+
     def test_help_tells_every_exit_code(self):
         text = self.qzil("--help")
         for code in (OK, DIFFERENT, USAGE, UNREADABLE, REFUSED, UNWRITABLE, INTERRUPTED):

@@ -48,10 +48,11 @@ void NotePages(std::string const& path, media::Picture const& picture, FileSetti
          " pictures; the first is taken (see --page).");
 }
 
-void WriteOutput(std::string const& path, media::Picture const& picture, FileSettings const& files) {
+void WriteOutput(std::string const& path, media::Picture picture, FileSettings const& files) {
     WithCode(kUnwritable, [&] {
         int const depth = files.oDepth.value_or(picture.iDepth);
-        media::WritePicture(path, depth == picture.iDepth ? picture : media::AtDepth(picture, depth), files.oWrite);
+        if (depth != picture.iDepth) picture = media::AtDepth(picture, depth);
+        media::WritePicture(path, std::move(picture), files.oWrite);
     });
 }
 

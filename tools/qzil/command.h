@@ -47,7 +47,7 @@ void SilenceNotes();
 struct FileSettings;
 /// All throw Failure. Reading notes pictures that are left out.
 media::Picture ReadInput(std::string const& path, FileSettings const& files);
-void WriteOutput(std::string const& path, media::Picture const& picture, FileSettings const& files);
+void WriteOutput(std::string const& path, media::Picture picture, FileSettings const& files);
 void NotePages(std::string const& path, media::Picture const& picture, FileSettings const& files);
 /// Refuses a path that names no kind of pictures.
 void CheckPicturePath(std::string const& path, std::string const& command);
@@ -68,5 +68,6 @@ void AddSheet(CLI::App& app, int& result);
 void AddConvert(CLI::App& app, int& result);
 void AddPan(CLI::App& app, int& result);
 void AddPreview(CLI::App& app, int& result);
+void AddComplete(CLI::App& app, int& result);
 
 }  // namespace qzil::command

@@ -1,5 +1,6 @@
 #include "catalog/catalog.h"
 #include "command.h"
+#include "json.h"
 #include "media/convert.h"
 #include "qzil/image/formats.h"
 
@@ -33,9 +34,13 @@ void DescribePairs(catalog::Entry const& entry) {
     }
 }
 
-void Describe(std::string const& name) {
+void Describe(std::string const& name, bool json) {
     catalog::Entry const* const pEntry = catalog::Find(name);
     if (!pEntry) throw Failure(kWrongUsage, "there is no effect '" + name + "'; qzil list names all effects.");
+    if (json) {
+        std::printf("%s\n", EntryJson(*pEntry).c_str());
+        return;
+    }
     std::printf("%s - %s\n\n", pEntry->sName.c_str(), pEntry->sSummary.c_str());
     std::printf("inputs:");
     for (catalog::Port const& input : pEntry->oInputs) std::printf(" %s", input.sName.c_str());
@@ -54,7 +59,9 @@ void AddDescribe(CLI::App& app, int&) {
     CLI::App* const pCommand = app.add_subcommand("describe", "Tells an effect's inputs, parameters and formats");
     auto const name = std::make_shared<std::string>();
     pCommand->add_option("EFFECT", *name, "Name of the effect")->required();
-    pCommand->callback([name] { Describe(*name); });
+    auto const json = std::make_shared<bool>(false);
+    pCommand->add_flag("--json", *json, "An object of JSON");
+    pCommand->callback([name, json] { Describe(*name, *json); });
 }
 
 }  // namespace qzil::command

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "catalog/catalog.h"
+
 #include <cstdio>
 #include <string>
 
@@ -21,5 +23,8 @@ inline std::string JsonText(std::string const& text) {
     }
     return quoted + "\"";
 }
+
+/// An effect of the catalogue as an object.
+std::string EntryJson(catalog::Entry const& entry);
 
 }  // namespace qzil::command

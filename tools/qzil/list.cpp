@@ -1,8 +1,10 @@
 #include "catalog/catalog.h"
 #include "command.h"
+#include "json.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 namespace qzil::command {
 
@@ -26,10 +28,35 @@ void List() {
     }
 }
 
+void ListJson() {
+    std::string text;
+    for (auto const list : {catalog::Effects(), catalog::Conversions()}) {
+        for (catalog::Entry const& entry : list) text += (text.empty() ? "" : ",\n ") + EntryJson(entry);
+    }
+    std::printf("[%s]\n", text.c_str());
+}
+
 }  // namespace
 
+std::string EntryJson(catalog::Entry const& entry) {
+    std::string inputs, parameters;
+    for (catalog::Input const& input : entry.oInputs) inputs += (inputs.empty() ? "" : ",") + JsonText(input.sName);
+    for (catalog::Parameter const& parameter : entry.oParameters) {
+        parameters += (parameters.empty() ? "{\"name\":" : ",{\"name\":") + JsonText(parameter.sName) +
+                      ",\"help\":" + JsonText(parameter.sHelp) + ",\"takes\":" + JsonText(catalog::Allowed(parameter)) +
+                      ",\"default\":" + JsonText(parameter.sDefault) + "}";
+    }
+    return "{\"name\":" + JsonText(entry.sName) + ",\"family\":" + JsonText(entry.sFamily) +
+           ",\"summary\":" + JsonText(entry.sSummary) + ",\"inputs\":[" + inputs +
+           "],\"mask\":" + (entry.bMaskRequired ? "\"required\"" : "\"optional\"") + ",\"parameters\":[" + parameters +
+           "]}";
+}
+
 void AddList(CLI::App& app, int&) {
-    app.add_subcommand("list", "Names all effects")->callback(List);
+    CLI::App* const pCommand = app.add_subcommand("list", "Names all effects");
+    auto const json = std::make_shared<bool>(false);
+    pCommand->add_flag("--json", *json, "An array of JSON");
+    pCommand->callback([json] { *json ? ListJson() : List(); });
 }
 
 }  // namespace qzil::command

@@ -60,8 +60,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.footer(kFooter);
     app.set_version_flag("--version", std::string("qzil " QZIL_VERSION));
-    for (auto const add :
-         {AddList, AddDescribe, AddInfo, AddRun, AddDiff, AddHash, AddSheet, AddConvert, AddPan, AddPreview})
+    for (auto const add : {AddList, AddDescribe, AddInfo, AddRun, AddDiff, AddHash, AddSheet, AddConvert, AddPan,
+                           AddPreview, AddComplete})
         add(app, result);
     CatchInterrupts();
     try {

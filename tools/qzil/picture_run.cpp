@@ -76,25 +76,6 @@ void Clamp(IXFImage& image) {
     }
 }
 
-/// Takes alpha away where all of it is full.
-media::Picture WithoutFullAlpha(media::Picture picture) {
-    if (picture.iChannels % 2 != 0) return picture;
-    std::size_t const step = picture.PixelBytes(), sample = static_cast<unsigned>(picture.iDepth) / 8;
-    float const one = 1.0f;
-    unsigned char full[4] = {255, 255, 255, 255};
-    if (sample == 4) std::memcpy(full, &one, 4);
-    for (std::size_t at = step - sample; at < picture.oBytes.size(); at += step) {
-        if (std::memcmp(picture.oBytes.data() + at, full, sample) != 0) return picture;
-    }
-    media::Picture plain(picture.iWidth, picture.iHeight, picture.iChannels - 1, picture.iDepth);
-    plain.oTags = std::move(picture.oTags);
-    unsigned char const* pIn = picture.oBytes.data();
-    for (std::size_t at = 0; at < plain.oBytes.size(); at += step - sample, pIn += step) {
-        std::memcpy(plain.oBytes.data() + at, pIn, step - sample);
-    }
-    return plain;
-}
-
 std::string BitsText(int bits) {
     return bits == 32 ? "float" : std::to_string(bits) + " bits";
 }
@@ -149,11 +130,11 @@ public:
 
     media::Picture Result() const {
         catalog::Entry const& entry = *m_oRun.oStages.back().pEntry;
-        media::Picture picture =
-            NamingEffect(entry, [&] { return Cropped(media::FromImage(*m_oState.oImage.Get()), m_oState.iWidth); });
+        media::Picture picture = NamingEffect(entry, [&] {
+            return Cropped(media::FromImage(*m_oState.oImage.Get(), !m_oState.bAlpha), m_oState.iWidth);
+        });
         picture.oTags = m_oState.oTags;
         picture.oTags.bHalf = m_oState.bHalf && picture.iDepth == 32;
-        if (!m_oState.bAlpha) picture = WithoutFullAlpha(std::move(picture));
         int const depth = m_oRun.oFiles.oDepth.value_or(m_bAsked ? picture.iDepth : m_iDeepest);
         return depth < picture.iDepth ? media::AtDepth(picture, depth) : picture;
     }
@@ -179,7 +160,7 @@ private:
     }
 
     Ref<IXFImage> Image(catalog::Entry const& entry, media::Picture const& picture, GUID const& format) const {
-        return MakeImage(entry, Padded(picture, m_bPairs), format);
+        return m_bPairs ? MakeImage(entry, Padded(picture, true), format) : MakeImage(entry, picture, format);
     }
 
     /// The result of the effect before.
@@ -221,7 +202,7 @@ std::string RunPictures(RunSettings const& run, std::vector<StageSources> const&
     Chain chain(run);
     chain.SetFrame(frame, frames);
     for (std::size_t i = 0; i < sources.size(); ++i) chain.RunStage(run.oStages[i], sources[i]);
-    media::Picture const picture = chain.Result();
+    media::Picture picture = chain.Result();
     int const kept = std::min(picture.iDepth, media::DepthOf(run.sOutput));
     int const had = std::min(chain.Deepest(), picture.iDepth);
     if (kept < had && !run.oFiles.oDepth && !(picture.oTags.bHalf && kept == 16)) {
@@ -231,7 +212,7 @@ std::string RunPictures(RunSettings const& run, std::vector<StageSources> const&
     if (picture.iChannels % 2 == 0 && !media::HoldsAlpha(run.sOutput)) {
         Note("'" + run.sOutput + "': alpha is left out; this kind of file has none.");
     }
-    WriteOutput(run.sOutput, picture, run.oFiles);
+    WriteOutput(run.sOutput, std::move(picture), run.oFiles);
     return chain.Times();
 }
 

@@ -59,7 +59,7 @@ std::optional<GUID> FirstConvertible(std::vector<GUID> const& formats, GUID cons
     return {};
 }
 
-media::Picture Padded(media::Picture const& picture, bool pairs) {
+media::Picture Padded(media::Picture picture, bool pairs) {
     if (picture.iWidth % 2 == 0 || !pairs) return picture;
     media::Picture padded(picture.iWidth + 1, picture.iHeight, picture.iChannels, picture.iDepth);
     for (int y = 0; y < picture.iHeight; ++y) {
@@ -70,7 +70,7 @@ media::Picture Padded(media::Picture const& picture, bool pairs) {
     return padded;
 }
 
-media::Picture Cropped(media::Picture const& picture, int width) {
+media::Picture Cropped(media::Picture picture, int width) {
     if (picture.iWidth == width) return picture;
     media::Picture cropped(width, picture.iHeight, picture.iChannels, picture.iDepth);
     for (int y = 0; y < cropped.iHeight; ++y) std::memcpy(cropped.Row(y), picture.Row(y), cropped.RowBytes());

@@ -28,9 +28,9 @@ media::Y4mHeader HeaderFor(GUID const& format, int width, int height);
 /// there is none.
 std::optional<GUID> FirstConvertible(std::vector<GUID> const& formats, GUID const& other, bool toward);
 /// A picture of even width, which pairs of pixels need: the last column is repeated. Without pairs as it is.
-media::Picture Padded(media::Picture const& picture, bool pairs);
+media::Picture Padded(media::Picture picture, bool pairs);
 /// The left columns of a picture.
-media::Picture Cropped(media::Picture const& picture, int width);
+media::Picture Cropped(media::Picture picture, int width);
 /// An image's frame in a stream. Throws MediaError.
 void StoreFrame(IXFImage& image, bool rec709, media::Y4mHeader const& header, media::Y4mFrame& frame);
 
