@@ -262,6 +262,19 @@ TEST(RefusalNet, MasksAndTheirChannels) {
     }
 }
 
+TEST(RefusalNet, MaskSamplesAreAsDeepAsTheOutput) {
+    struct {
+        GUID oOutput, oMask;
+    } const cases[] = {
+        {MFIF_RGBA_RAW_32, MFIF_MONO_RAW_16}, {MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8}, {MFIF_RGBA_FLOAT, MFIF_MONO_RAW_16}};
+    for (auto const& [output, maskFormat] : cases) {
+        Subject subject(*catalog::Find("invert"), output);
+        auto const mask = MakeImage(maskFormat, 16, 8);
+        subject.oInstance.SetMask({0, 0, 16, 8}, mask.Get(), XFImageChannelMono);
+        EXPECT_TRUE(subject.Answers(0x10009)) << NameOf(maskFormat);
+    }
+}
+
 TEST(RefusalNet, RegionMustFitTheOutput) {
     constexpr int kMax = 0x7FFFFFFF;
     struct Case {
