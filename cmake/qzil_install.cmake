@@ -12,12 +12,6 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/qzil DESTINATION ${CMAKE_INSTALL_INCLUDE
         REGEX "/spatial/(blur_makers|ellipse|filter_passes|tap_maker)\\.h$" EXCLUDE
         REGEX "/numeric/(elements|unit_offset)\\.h$" EXCLUDE)
 
-# The catalogue, for hosts that build their arguments and help from it: target qzil::catalog.
-if(QZIL_BUILD_TOOLS)
-  install(TARGETS qzil_catalog EXPORT qzilTargets)
-  install(FILES ${PROJECT_SOURCE_DIR}/catalog/catalog.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/catalog)
-endif()
-
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qzil)
 install(EXPORT qzilTargets NAMESPACE qzil:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/qzilConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/qzilConfig.cmake
