@@ -91,7 +91,7 @@ PairRule FindPairRule(std::string_view name) {
 
 std::shared_ptr<Lut const> ParseCurve(std::string_view text) {
     Curve const curve = ParseCurveForm(text);
-    return std::make_shared<Lut>(Evaluate<unsigned char>(curve), Evaluate<unsigned short>(curve));
+    return std::make_shared<Lut>(Lut{Evaluate<unsigned char>(curve), Evaluate<unsigned short>(curve)});
 }
 
 std::shared_ptr<Lut const> ParsePairRule(std::string_view text) {
@@ -102,7 +102,7 @@ std::shared_ptr<Lut const> ParsePairRule(std::string_view text) {
             table[static_cast<std::size_t>(b * 256 + a)] = static_cast<unsigned char>(rule(a, b));
         }
     }
-    return std::make_shared<Lut>(std::move(table), std::vector<unsigned short>());
+    return std::make_shared<Lut>(Lut{std::move(table), {}});
 }
 
 }  // namespace qzil::catalog

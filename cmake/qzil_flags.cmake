@@ -23,10 +23,12 @@ function(qzil_quick_to_compile target)
   endif()
 endfunction()
 
-# The CPU levels that row sources are compiled for.
-set(QZIL_LEVELS baseline)
-if(NOT MSVC AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
-  list(APPEND QZIL_LEVELS v3 v4)
+# The CPU levels that row sources are compiled for; fewer build sooner.
+if(NOT DEFINED QZIL_LEVELS)
+  set(QZIL_LEVELS baseline)
+  if(NOT MSVC AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    list(APPEND QZIL_LEVELS v3 v4)
+  endif()
 endif()
 
 # Makes a library of row objects one of a level.

@@ -6,10 +6,6 @@
 
 using namespace qzil;
 
-FormatList qzILBlendImg::GetFormats() {
-    return kOnePixelFormats;
-}
-
 qzILStatus qzILBlendImg::Verify() {
     return Checks(*this, qzILDyadicPixelProc::Verify()).Format(kOnePixelFormats).Share(m_dfAlpha, Code::Alpha);
 }
@@ -32,10 +28,6 @@ qzILStatus qzILBlendImg::DoEffect() {
 
 void qzILBlendImg::SetStartOffsetX(int n) {
     ShiftStarts(n, {&m_oInputLinesA, &m_oInputLinesB, &m_oOutputLines, &m_oMaskLines}, m_oBoxes.oProcessed);
-}
-
-FormatList qzILGeneralBlendImage::GetFormats() {
-    return kRawFormats;
 }
 
 void qzILGeneralBlendImage::SetAlphas(double alphaA, double alphaB) {

@@ -10,7 +10,7 @@
 /// out of its range.
 class QZIL_API qzILBlendImg : public qzILDyadicPixelProc {
     QZIL_PLAIN_EFFECT_CLASS(qzILBlendImg, m_dfAlpha = -1.0)  // an alpha that was never set fails Verify
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kOnePixelFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     double GetAlpha() const { return m_dfAlpha; }
@@ -39,7 +39,7 @@ private:
 /// range.
 class QZIL_API qzILGeneralBlendImage : public qzILDyadicPixelProc {
     QZIL_PLAIN_EFFECT_CLASS(qzILGeneralBlendImage)
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kRawFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     void SetAlphas(double alphaA, double alphaB);

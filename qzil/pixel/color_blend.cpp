@@ -7,10 +7,6 @@
 
 using namespace qzil;
 
-FormatList qzILColorBlendImg::GetFormats() {
-    return kOnePixelFormats;
-}
-
 qzILStatus qzILColorBlendImg::Verify() {
     return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kOnePixelFormats).Share(m_dfAlpha, Code::Alpha);
 }

@@ -9,7 +9,7 @@
 /// Verify adds 0x1000D for a format that is not in GetFormats(), 65554 for alpha out of its range.
 class QZIL_API qzILColorBlendImg : public qzILMonadicPixelProc {
     QZIL_PLAIN_EFFECT_CLASS(qzILColorBlendImg, m_oBlendColor = m_oDefaultColor; m_dfAlpha = -1.0)
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kOnePixelFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     qzILStatus ExecuteAlphaPart(IXFImage* input, IXFImage* output) override;

@@ -6,10 +6,6 @@
 
 using namespace qzil;
 
-FormatList qzILInvertImg::GetFormats() {
-    return kOnePixelFormats;
-}
-
 qzILStatus qzILInvertImg::Verify() {
     return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kOnePixelFormats);
 }

@@ -9,7 +9,7 @@
 /// Verify adds 0x1000D for a format that is not in GetFormats().
 class QZIL_API qzILInvertImg : public qzILMonadicPixelProc {
     QZIL_PLAIN_EFFECT_CLASS(qzILInvertImg)
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kOnePixelFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
 };

@@ -9,10 +9,6 @@
 
 using namespace qzil;
 
-FormatList DyadicLogic::GetFormats() {
-    return kRawFormats;
-}
-
 qzILStatus DyadicLogic::Verify() {
     return Checks(*this, qzILDyadicPixelProc::Verify()).Format(kRawFormats);
 }
@@ -32,10 +28,6 @@ qzILStatus DyadicLogic::DoEffect() {
     if (typeid(*this) == typeid(qzILMaxImg)) return Run(GetLarger());
     if (typeid(*this) == typeid(qzILMinImg)) return Run(GetSmaller());
     return qzILDyadicPixelProc::DoEffect();
-}
-
-FormatList MonadicLogic::GetFormats() {
-    return kRawFormats;
 }
 
 qzILStatus MonadicLogic::Verify() {

@@ -15,7 +15,7 @@ enum class LogicRule { And, Or, XOr, Difference, Larger, Smaller };
 
 class QZIL_API DyadicLogic : public qzILDyadicPixelProc {
 public:
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kRawFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     virtual LogicRule Rule() const = 0;
@@ -23,7 +23,7 @@ public:
 
 class QZIL_API MonadicLogic : public qzILMonadicPixelProc {
 public:
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kRawFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     virtual LogicRule Rule() const = 0;

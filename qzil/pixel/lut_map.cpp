@@ -36,10 +36,6 @@ Rule<T> Choose(void** tables, As<T> call) {
 
 }  // namespace
 
-FormatList qzILMonadicLutMapImg::GetFormats() {
-    return kRawFormats;
-}
-
 qzILStatus qzILMonadicLutMapImg::Verify() {
     auto const complete = [this] { return HasTables(m_ppLut, FormatOf(m_pOutputImg), m_uProcessingMode); };
     return Checks(*this, qzILMonadicPixelProc::Verify()).Format(kRawFormats).That(complete, Code::Table);

@@ -10,7 +10,7 @@
 /// Verify adds 0x1000D for another format, 0x10018 for a missing table.
 class QZIL_API qzILMonadicLutMapImg : public qzILMonadicPixelProc {
     QZIL_PLAIN_EFFECT_CLASS(qzILMonadicLutMapImg, m_ppLut = nullptr)
-    static std::span<GUID const> GetFormats();
+    static std::span<GUID const> GetFormats() { return qzil::kRawFormats; }
     qzILStatus Verify() override;
     qzILStatus DoEffect() override;
     /// `tables`: four pointers, one per channel; a one-channel image uses the first. The caller keeps them alive.

@@ -36,31 +36,6 @@ std::string Refusal(std::string const& effect, std::string const& parameter, std
     return "accepted";
 }
 
-TEST(Catalog, DefaultsRunOnEveryFormat) {
-    for (Entry const& entry : Effects()) {
-        EXPECT_FALSE(entry.oFormats.empty()) << entry.sName;
-        for (GUID const& format : entry.oFormats) {
-            SCOPED_TRACE(entry.sName + " on " + FormatName(format));
-            Instance instance = entry.Make();
-            std::vector<Ref<IXFImage>> inputs;
-            for (std::size_t i = 0; i < entry.oInputs.size(); ++i) {
-                inputs.push_back(MakeImage(format, static_cast<int>(0x20 + 16 * i)));
-                ASSERT_TRUE(inputs.back());
-                instance.SetInput(i, inputs.back().Get());
-            }
-            Ref<IXFImage> const output = MakeImage(format, 0);
-            Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 0x30);
-            instance.SetOutput(output.Get());
-            if (entry.bMaskRequired) {
-                EXPECT_NE(instance.Effect().Verify(), 1);
-                instance.SetMask({0, 0, kSide, kSide}, mask.Get(), XFImageChannelMono);
-            }
-            ASSERT_EQ(instance.Effect().Verify(), 1) << ErrorSentence(entry, instance.Effect().GetLastError());
-            ASSERT_EQ(instance.Effect().Execute(), 1) << ErrorSentence(entry, instance.Effect().GetLastError());
-        }
-    }
-}
-
 TEST(Catalog, NamesAreUniqueAndDescribed) {
     std::set<std::string> names;
     for (Entry const& entry : Effects()) {

@@ -22,6 +22,7 @@ libdir=$(dirname "$(find "$work/prefix" -name 'libqzil.so.0')")
 cmake -S "$here" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 check CMake "$work/cmake/dissolve"
+LD_LIBRARY_PATH="$libdir" "$work/cmake/effects" | grep -q 'Cross-fades' || { echo 'consumer: no catalogue' >&2; exit 1; }
 
 mkdir "$work/make"
 PKG_CONFIG_PATH="$libdir/pkgconfig" make -s -C "$here" OUT="$work/make"

@@ -124,6 +124,13 @@ TEST(ConvertImage, NewPixelsAreNotThoseOfAnotherImage) {
     }
 }
 
+TEST(ConvertImage, AnAlphaPlaneThatIsNewIsFull) {
+    Ref<IXFImage> const input = MakeRandomImage(MFIF_CbYCrY_16, 8, 4, 1);
+    Ref<IXFImage> output;
+    ASSERT_EQ(qzILConvertImage(input.Get(), output.Typed(), MFIF_CbYCrYA_24, 0), 0);
+    EXPECT_EQ(std::ranges::count(Bytes(output).subspan(64), 255), 32);
+}
+
 /// BGRA goes through RGBA where no effect takes it.
 TEST(ConvertImage, BgraGoesWhereRgbaGoes) {
     Ref<IXFImage> const rgba = MakeRandomImage(MFIF_RGBA_RAW_32, 8, 4, 1);

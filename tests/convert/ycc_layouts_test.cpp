@@ -114,20 +114,7 @@ struct Level {
 
 TEST(YccLayouts, LevelsAndDepths) {
     Level const levels[] = {
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6, 0, 16, 4096},         {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6, 0, 255, 65280},
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_10_6, 1, 240, 61440},       {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16, 0, 4223, 16},
-        {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16, 0, 4224, 17},         {MFIF_CbYCrY_10_6, MFIF_CbYCrY_16, 0, 65535, 255},
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 16, 0},           {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 235, 255},
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 10, 0},           {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 0, 250, 255},
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_16_FR, 1, 128, 128},        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_16, 0, 0, 16},
-        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_16, 0, 255, 235},        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_16, 2, 255, 240},
-        {MFIF_CbYCrY_16_FR, MFIF_CbYCrY_10_6_FR, 0, 255, 65535}, {MFIF_CbYCrY_16, MFIF_CbYCrY_S2_14, 0, 235, 16384},
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_S2_14, 0, 16, 0},           {MFIF_CbYCrY_16, MFIF_CbYCrY_S2_14, 1, 16, -8192},
-        {MFIF_CbYCrY_S2_14, MFIF_CbYCrY_16, 0, -32768, 0},       {MFIF_CbYCrY_S2_14, MFIF_CbYCrY_16, 0, 32767, 255},
-        {MFIF_CbYCrY_16, MFIF_CbYCrY_FLOAT, 1, 240, 0.5},        {MFIF_CbYCrY_16, MFIF_CbYCrY_FLOAT, 0, 235, 1.0},
-        {MFIF_YCCA_RAW_64, MFIF_YCCA_RAW_32, 0, 235 * 257, 235}, {MFIF_YCCA_RAW_32, MFIF_YCCA_RAW_64, 2, 7, 7 * 257},
-        {MFIF_CbYCrYA_24, MFIF_CbYCrYA_10_6, 3, 255, 65535},     {MFIF_CbYCrYA_10_6, MFIF_CbYCrYA_24, 3, 65535, 255},
-        {MFIF_CbYCrYA_24, MFIF_CbYCrYA_S2_14, 3, 255, 16384},    {MFIF_CbYCrYA_S2_14, MFIF_CbYCrYA_24, 3, 20000, 255},
+#include "convert/levels.inc"
     };
     for (Level const& level : levels) {
         Ref<IXFImage> const input = MakeImage(level.oFrom, kWidth, kHeight);

@@ -3,6 +3,7 @@
 #include "image/color_models.h"
 #include "qzil/image/image_ops.h"
 #include "support/picture.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -321,40 +322,6 @@ TEST(Color, HuesBeyondTheCircleGoRoundIt) {
     }
 }
 
-// Which form a format gets; none where it is not served. Formats whose family the rows leave open are left out.
-struct FormatForm {
-    char const* pForm;
-    std::vector<GUID> oFormats;
-};
-FormatForm const kFormatForms[] = {
-    {"32", {MFIF_RGBA_RAW_32,      MFIF_RGBA_RAW_32_VIDEO,   MFIF_BGRA_RAW_32,           MFIF_BGRA_RAW_32_VIDEO,
-            MFIF_DIB_RAW_32,       MFIF_CbYCrY_16,           MFIF_CbYCrY_16_FR,          MFIF_CbYCrY_16_SF_TFL,
-            MFIF_CbYCrY_16_SF_TFF, MFIF_CbYCrYA_24,          MFIF_CbYCrYA_24_FR,         MFIF_CbYCrY709_16,
-            MFIF_CbYCrY709_16_FR,  MFIF_CbYCrY709_16_SF_TFL, MFIF_CbYCrY709_16_SF_TFF,   MFIF_CbYCrY709A_24,
-            MFIF_CbYCrY709A_24_FR, MFIF_YCC_422_16,          MFIF_YCC_422_16_SF_NTSC,    MFIF_YCC_422_16_SF_PAL,
-            MFIF_YCCA_24,          MFIF_YCC709_422_16,       MFIF_YCC709_422_16_SF_EVEN, MFIF_YCC709_422_16_SF_ODD,
-            MFIF_YCC709A_24,       MFIF_YCCA_RAW_32,         MFIF_CbYCrA_8_4444,         MFIF_CbYCr709A_8_4444}},
-    {"8", {MFIF_MONO_RAW_8, MFIF_MONO_RAW_8_TD}},
-    {"64", {MFIF_RGBA_RAW_64, MFIF_YCCA_RAW_64}},
-    {"16", {MFIF_MONO_RAW_16, MFIF_MONO_RAW_16_TD}},
-    {"S2_14",
-     {MFIF_RGBA_S2_14, MFIF_CbYCrY_S2_14, MFIF_CbYCrYA_S2_14, MFIF_CbYCrY709_S2_14, MFIF_CbYCrY709A_S2_14,
-      MFIF_CbYCrA_S2_14_4444, MFIF_CbYCr709A_S2_14_4444}},
-    {"MonoS2_14", {MFIF_MONO_S2_14}},
-    {"Float",
-     {MFIF_RGBA_FLOAT, MFIF_RGBA_FLOAT_BU, MFIF_CbYCrY_FLOAT, MFIF_CbYCrYA_FLOAT, MFIF_CbYCrY709_FLOAT,
-      MFIF_CbYCrY709A_FLOAT, MFIF_CbYCrA_FLOAT_4444, MFIF_CbYCr709A_FLOAT_4444}},
-    {"MonoFloat", {MFIF_MONO_FLOAT, MFIF_MONO_FLOAT_BU}},
-    {"10_6",
-     {MFIF_CbYCrY_10_6, MFIF_CbYCrY709_10_6, MFIF_CbYCrY_10_6_FR, MFIF_CbYCrY709_10_6_FR, MFIF_CbYCrYA_10_6,
-      MFIF_CbYCrY709A_10_6, MFIF_CbYCrYA_10_6_FR, MFIF_CbYCrY709A_10_6_FR, MFIF_CbYCrA_10_6_4444,
-      MFIF_CbYCr709A_10_6_4444}},
-    {"none",
-     {MFIF_RGB_RAW_24, MFIF_BGR_RAW_24, MFIF_DIB_RAW_24, MFIF_RGB_S2_14, MFIF_RGB_FLOAT, MFIF_RGB_FLOAT_BU,
-      MFIF_HLSA_RAW_32, MFIF_HLSA_RAW_64, MFIF_MONO_RAW_32, MFIF_GENERIC, MFIF_RGB_RAW_48, MFIF_RGB_HF_BU,
-      MFIF_MONO_RAW_10, MFIF_RGB_JPEG_24, GUID_NULL}},
-};
-
 using Block = std::array<unsigned char, 40>;
 
 /// The block of a fill: 4:2:2 formats hold Y, Cb, Y, Cr of two pixels, in the order of the format, and alpha behind
@@ -382,22 +349,26 @@ Block FillBlock(Block const& typed, GUID const& format, std::size_t bytes) {
 
 TEST(ColorForms, EachFormatGetsItsForm) {
     qzILColor const color(0.7, 0.35, 0.15, 0.55);
-    for (auto const& [name, formats] : kFormatForms) {
-        auto const* const form =
-            std::ranges::find_if(kForms, [&](Form const& f) { return f.pName == std::string(name); });
+    for (Row const& row : ReadTable("image/formats.tsv")) {
+        // Whether formats with form ? have one is open.
+        if (row["form"] == "?") continue;
+        auto const* const form = std::ranges::find_if(kForms, [&](Form const& f) { return f.pName == row["form"]; });
         bool const isServed = form != std::end(kForms);
-        for (GUID const& format : formats) {
-            SCOPED_TRACE(NameOf(format));
-            alignas(8) Block typed, actual, filled;
-            typed.fill(0xC3);
-            actual = filled = typed;
-            if (isServed) (color.*form->pGet)(typed.data(), GetColorModelFromFormat(format));
-            qzILGetColorAsType(color, format, actual.data());
-            EXPECT_EQ(DescribeDifference(typed, actual), "");
-            qzILGetColorInFormat(color, format, filled.data());
-            EXPECT_EQ(DescribeDifference(isServed ? FillBlock(typed, format, form->uBytes) : typed, filled), "");
-            qzILGetColorAsType(color, format, nullptr);
+        EXPECT_TRUE(isServed || row["form"] == "none");
+        SCOPED_TRACE(row["format"]);
+        GUID format = GUID_NULL;
+        for (auto const& entry : qzil::AllFormats()) {
+            if (entry.pName == "MFIF_" + row["format"]) format = entry.oFormat;
         }
+        alignas(8) Block typed, actual, filled;
+        typed.fill(0xC3);
+        actual = filled = typed;
+        if (isServed) (color.*form->pGet)(typed.data(), GetColorModelFromFormat(format));
+        qzILGetColorAsType(color, format, actual.data());
+        EXPECT_EQ(DescribeDifference(typed, actual), "");
+        qzILGetColorInFormat(color, format, filled.data());
+        EXPECT_EQ(DescribeDifference(isServed ? FillBlock(typed, format, form->uBytes) : typed, filled), "");
+        qzILGetColorAsType(color, format, nullptr);
     }
 }
 

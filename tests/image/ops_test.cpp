@@ -244,18 +244,6 @@ TEST(FillRegion, NullsAndRectanglesBeyondTheImage) {
     EXPECT_EQ(DescribeDifference(expected, Bytes(image)), "");
 }
 
-TEST(MemCopy, CopiesAnyLengthAtAnyAlignment) {
-    ByteVector source(100);
-    for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i + 1);
-    for (std::size_t i = 0; i < 5 * 5 * 20; ++i) {
-        std::size_t const from = i % 5, to = i / 5 % 5, size = i / 25;
-        ByteVector destination(32, 0), expected(32, 0);
-        std::memcpy(&expected[to], &source[from], size);
-        qzILMemCopy(&source[from], &destination[to], size);
-        ASSERT_EQ(destination, expected) << from << ' ' << to << ' ' << size;
-    }
-}
-
 TEST(Create, ClearsTheResultAndAllocates) {
     Ref<IXFImage> image;
     ASSERT_EQ(qzILCreateAndAllocImage(nullptr, IID_IXFImage, 6, 4, MFIF_CbYCrYA_24, image.Out()), 0);

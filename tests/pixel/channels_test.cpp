@@ -174,58 +174,6 @@ TEST(ChannelSwitch, KeepsItsSources) {
     EXPECT_TRUE(std::ranges::equal(channels, kSources[2]));
 }
 
-/// What Verify says, and of DoEffect what Execute says when Verify is not asked.
-struct Refusal {
-    GUID oFormat;
-    unsigned uMode;
-    bool bMask;
-    qzILBbox2l oRoi;
-    unsigned uGray, uSwitch, uToAlpha;  ///< codes of Verify; 0 accepts
-    int iGray, iToAlpha;                ///< results of Execute
-};
-
-TEST(ChannelsRefusal, OfVerifyAndExecute) {
-    qzILBbox2l const whole(0, 0, 8, 8), part(0, 0, 8, 7), moved(1, 0, 7, 8), larger(-1, 0, 8, 8);
-    Refusal const cases[] = {
-        {MFIF_RGBA_RAW_32, 15, false, whole, 0, 0, 0, 1, 1},
-        {MFIF_RGBA_RAW_64, 7, false, whole, 0, 0, 0, 1, 1},
-        {MFIF_RGBA_RAW_32, 8, false, whole, 0x20002, 0, 0, 1, 1},
-        {MFIF_RGBA_RAW_32, 6, false, whole, 0x20002, 0, 0, 1, 1},
-        {MFIF_RGBA_RAW_32, 15, true, whole, 0, 0, 0x20001, 1, 1},
-        {MFIF_RGBA_RAW_32, 15, false, part, 0, 0, 0x20001, 1, 1},
-        {MFIF_RGBA_RAW_64, 15, false, moved, 0, 0, 0x20001, 1, 1},
-        {MFIF_RGBA_RAW_64, 15, false, larger, 0, 0, 0x20001, 1, 1},
-        {MFIF_RGBA_FLOAT, 15, false, whole, 0, 0x10012, 0x10034, 1, -1},
-        {MFIF_RGBA_FLOAT_BU, 7, false, whole, 0, 0x10012, 0x10034, 1, -1},
-        {MFIF_RGBA_S2_14, 3, false, part, 0x1000D, 0x10012, 0x10034, -1, -1},
-        {MFIF_BGRA_RAW_32, 15, false, whole, 0x1000D, 0x10012, 0x10034, 1, -1},
-        {MFIF_MONO_RAW_8, 15, false, whole, 0x1000D, 0x10012, 0x10034, -1, -1},
-        {MFIF_MONO_FLOAT, 15, false, whole, 0x1000D, 0x10012, 0x10034, -1, -1},
-        {MFIF_CbYCrY_16, 15, false, whole, 0x1000D, 0x10012, 0x10034, -1, -1},
-    };
-    for (Refusal const& c : cases) {
-        Scene scene{.oFormat = c.oFormat, .iHeight = 8, .uMode = c.uMode, .uMask = c.bMask ? 16u : 0u};
-        scene.Make();
-        auto const verify = [&](auto effect, unsigned code) {
-            Configure(scene, effect);
-            effect.SetROI(c.oRoi);
-            EXPECT_EQ(effect.Verify(), code == 0 ? 1 : -1) << scene.Describe();
-            EXPECT_EQ(effect.GetLastError(), qzILError(code)) << effect.m_ClassName << ' ' << scene.Describe();
-        };
-        auto const execute = [&](auto effect, int result, unsigned code) {
-            Configure(scene, effect);
-            EXPECT_EQ(effect.Execute(), result) << effect.m_ClassName << ' ' << scene.Describe();
-            EXPECT_EQ(effect.GetLastError(), qzILError(code)) << effect.m_ClassName << ' ' << scene.Describe();
-        };
-        verify(qzILGrayscaleImg(), c.uGray);
-        verify(qzILChannelSwitch(), c.uSwitch);
-        verify(qzILRGBA2Alpha(), c.uToAlpha);
-        execute(qzILGrayscaleImg(), c.iGray, c.iGray == 1 ? 0 : 0x1000D);
-        execute(qzILChannelSwitch(), 1, 0);
-        execute(qzILRGBA2Alpha(), c.iToAlpha, 0);
-    }
-}
-
 /// Calls of the interrupt function; from the number on that is set here, it says stop.
 int g_iCalls, g_iStopAt;
 int CountedStop() {

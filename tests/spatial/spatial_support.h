@@ -1,13 +1,31 @@
 #pragma once
 
-#include "frame/effects_under_test.h"
 #include "model/cases.h"
 #include "model/spatial_model.h"
+#include "nets/subject.h"
 #include "support/levels.h"
 
+#include "qzil/frame/image_utils.h"
 #include "qzil/frame/spatial.h"
 
 namespace qzil::test::model {
+
+/// Verify gives a code; 0 accepts.
+inline testing::AssertionResult Answers(qzILProcessor& effect, unsigned code) {
+    effect.SetLastError(0);
+    qzILStatus const status = effect.Verify();
+    unsigned const actual = effect.GetLastError().GetErrorCode();
+    if (status == (code == 0 ? 1 : -1) && (code == 0 || actual == code)) return testing::AssertionSuccess();
+    char text[64];
+    std::snprintf(text, sizeof text, ": expected 0x%X, actual %d and 0x%X", code, static_cast<int>(status), actual);
+    return testing::AssertionFailure() << effect.GetActualClassName() << text;
+}
+inline testing::AssertionResult Refuses(qzILProcessor& effect, unsigned code) {
+    return Answers(effect, code);
+}
+inline testing::AssertionResult Accepts(qzILProcessor& effect) {
+    return Answers(effect, 0);
+}
 
 template <class Effect>
 void Configure(SpatialScene const& scene, SpatialImages const& images, Effect& effect) {

@@ -40,7 +40,7 @@ void ListJson() {
 
 std::string EntryJson(catalog::Entry const& entry) {
     std::string inputs, parameters;
-    for (catalog::Input const& input : entry.oInputs) inputs += (inputs.empty() ? "" : ",") + JsonText(input.sName);
+    for (catalog::Port const& input : entry.oInputs) inputs += (inputs.empty() ? "" : ",") + JsonText(input.sName);
     for (catalog::Parameter const& parameter : entry.oParameters) {
         parameters += (parameters.empty() ? "{\"name\":" : ",{\"name\":") + JsonText(parameter.sName) +
                       ",\"help\":" + JsonText(parameter.sHelp) + ",\"takes\":" + JsonText(catalog::Allowed(parameter)) +
