@@ -470,12 +470,16 @@ QZIL_INLINE void ForNeighbourhoods(kernel::Row const& row, Rule rule, Put put) {
         return reinterpret_cast<T const*>(static_cast<u8 const*>(row.pA) + step);
     };
     T const *const top = line(-row.iLineStep), *const middle = line(0), *const bottom = line(row.iLineStep);
+    // A number that the compiler cannot see: of neighbours at a known distance it puts vectors together from parts,
+    // which takes a tenth longer than to load them.
+    int step = kStep;
+    asm("" : "+r"(step));
     ForSamplePairs(row.iSamples, [=](PairPlace at, auto which) {
-        auto const t0 = Load(which, top + at.i - kStep), t1 = Load(which, top + at.i),
-                   t2 = Load(which, top + at.i + kStep), m0 = Load(which, middle + at.i - kStep),
-                   m1 = Load(which, middle + at.i), m2 = Load(which, middle + at.i + kStep),
-                   b0 = Load(which, bottom + at.i - kStep), b1 = Load(which, bottom + at.i),
-                   b2 = Load(which, bottom + at.i + kStep);
+        auto const t0 = Load(which, top + at.i - step), t1 = Load(which, top + at.i),
+                   t2 = Load(which, top + at.i + step), m0 = Load(which, middle + at.i - step),
+                   m1 = Load(which, middle + at.i), m2 = Load(which, middle + at.i + step),
+                   b0 = Load(which, bottom + at.i - step), b1 = Load(which, bottom + at.i),
+                   b2 = Load(which, bottom + at.i + step);
         auto const value = [](auto v) { return static_cast<V>(v); };
         Neighbourhood<V> const even{value(t0.oEven), value(t1.oEven), value(t2.oEven), value(m0.oEven), value(m1.oEven),
                                     value(m2.oEven), value(b0.oEven), value(b1.oEven), value(b2.oEven)};

@@ -73,24 +73,30 @@ constexpr auto kAngles = RowForms<Rule, With{}, kGraphics, u8, u16>([]<kernel::L
     return AngleRow<Rule<Sample>, Sample, kernel::SamplesOf(kLayout)>;
 });
 
-/// One direction after the other; of what is there already the larger one stays.
+/// One direction; of what is there already the larger one stays. A function of its own, so that the compiler sees one
+/// loop at a time.
+template <class Rule, class T, int kStep, int kDirection>
+[[gnu::noinline]] void AddDirection(Row const& row, Rule const& constants, bool first) {
+    Rule const rule = constants;
+    T* const out = Out<T>(row.pOut);
+    auto const in = [=](Neighbourhood<AreaSum<T>> const& n) { return rule.template In<kDirection>(n); };
+    if (first) {
+        ForNeighbourhoods<T, kStep>(row, in, [=](PairPlace at, auto which, auto v) { Store(which, out + at.i, v); });
+    } else {
+        ForNeighbourhoods<T, kStep>(row, in, [=](PairPlace at, auto which, auto v) {
+            auto const larger = [](AreaSum<T> a, auto b) { return Max(a, static_cast<AreaSum<T>>(b)); };
+            Store(which, out + at.i, ApplyToPair(larger, v, Load(which, out + at.i)));
+        });
+    }
+}
+
 template <class Rule, class T, int kStep>
 void DirectionsRow(Row const& row, void const* constants) {
-    Rule const rule = *static_cast<Rule const*>(constants);
-    T* const out = Out<T>(row.pOut);
+    Rule const& rule = *static_cast<Rule const*>(constants);
     bool first = true;
     auto const add = [&]<int kDirection>() {
         if ((rule.uDirections >> kDirection & 1) == 0) return;
-        auto const in = [=](Neighbourhood<AreaSum<T>> const& n) { return rule.template In<kDirection>(n); };
-        if (first) {
-            ForNeighbourhoods<T, kStep>(row, in,
-                                        [=](PairPlace at, auto which, auto v) { Store(which, out + at.i, v); });
-        } else {
-            ForNeighbourhoods<T, kStep>(row, in, [=](PairPlace at, auto which, auto v) {
-                auto const larger = [](AreaSum<T> a, auto b) { return Max(a, static_cast<AreaSum<T>>(b)); };
-                Store(which, out + at.i, ApplyToPair(larger, v, Load(which, out + at.i)));
-            });
-        }
+        AddDirection<Rule, T, kStep, kDirection>(row, rule, first);
         first = false;
     };
     [&]<int... kDirection>(Indices<kDirection...>) {
