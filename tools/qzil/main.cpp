@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <new>
@@ -52,6 +53,14 @@ std::string Advice(int argc, char** argv) {
     return std::string("there is no command '") + argv[1] + "'; did you mean qzil run " + argv[1] + "?";
 }
 
+/// The library takes an unknown level for the highest; a person who mistyped it is told.
+std::string UnknownLevel() {
+    char const* const pLevel = std::getenv("QZIL_CPU_LEVEL");
+    std::string const level = pLevel ? pLevel : "";
+    if (level.empty() || level == "baseline" || level == "v3" || level == "v4") return "";
+    return "QZIL_CPU_LEVEL is '" + level + "', but takes baseline, v3 or v4.";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -64,6 +73,7 @@ int main(int argc, char** argv) {
                            AddPreview, AddComplete})
         add(app, result);
     CatchInterrupts();
+    if (std::string const level = UnknownLevel(); !level.empty()) return Fail(kWrongUsage, level.c_str());
     try {
         app.parse(argc, argv);
         return Finished(result);

@@ -103,10 +103,11 @@ std::vector<GUID> FormatsOf(catalog::Entry const& entry, bool to) {
 }
 
 void ForceLevel(std::string const& text) {
-    bool const wide = Word(text, {"baseline", "v3"}) == 1;
-    if (!kernel::ForceCpuLevel(wide ? kernel::CpuLevel::V3 : kernel::CpuLevel::Baseline)) {
-        throw Takes{"baseline: this processor or build has no other"};
-    }
+    constexpr char const* kLevels[] = {"baseline", "v3", "v4"};
+    auto const level = static_cast<kernel::CpuLevel>(Word(text, {kLevels[0], kLevels[1], kLevels[2]}));
+    if (kernel::ForceCpuLevel(level)) return;
+    std::string const highest = kLevels[static_cast<int>(kernel::HighestCpuLevel())];
+    throw Takes{"at most " + highest + ": this processor or build has no more"};
 }
 
 /// Allocations beyond it fail, which every reader and effect answers with a sentence.
@@ -264,7 +265,8 @@ constexpr OptionRow<Settings> kEffectRows[] = {
      ReadDefaultColor, false, HasBackground},
     {"--clamp", kEffectGroup, "Limit results to full scale where the effect would wrap: it works in float",
      [](Settings& s, Texts) { s.bClamp = true; }, true},
-    {"--cpu", kEffectGroup, "baseline or v3: instruction set to use", [](Settings&, Texts text) { ForceLevel(text); }},
+    {"--cpu", kEffectGroup, "baseline, v3 or v4: instruction set to use",
+     [](Settings&, Texts text) { ForceLevel(text); }},
     {"--input-offset", kEffectGroup, "X,Y: where input b lies in input a (default 0,0)",
      [](Settings& s, Texts text) {
          s.oInputOffset = AsPlace(MaybeKeys(s, PlaceTrack::Place::kInputOffset, text, Place));
