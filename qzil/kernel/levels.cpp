@@ -40,8 +40,9 @@ std::int64_t LargestCache() {
 }
 
 std::int64_t OwnStreamBytes() {
+    // A frame does not have the cache to itself: measured, frames of three quarters of it are faster past it.
     std::int64_t const cache = LargestCache();
-    return cache > 0 ? cache : 20 << 20;
+    return cache > 0 ? cache / 2 : 20 << 20;
 }
 
 std::atomic<std::int64_t>& Streaming() {
