@@ -17,6 +17,19 @@ inline constexpr int kBlock = 64;
 /// Four bytes of samples anywhere in memory, as one word.
 using PixelWord = u32 __attribute__((may_alias, aligned(1)));
 
+/// Loads and stores a word anywhere in memory. For words that depend on a template's types: their attributes are not
+/// part of the type, and would be lost on the way.
+template <class Word>
+QZIL_INLINE Word LoadWord(void const* p) {
+    Word word;
+    __builtin_memcpy(&word, p, sizeof word);
+    return word;
+}
+template <class Word>
+QZIL_INLINE void StoreWord(void* p, Word word) {
+    __builtin_memcpy(p, &word, sizeof word);
+}
+
 /// Calls op(i) for every index. No turn may depend on what another one writes.
 template <class Op>
 QZIL_INLINE void ForEach(int count, Op op) {
@@ -49,17 +62,17 @@ struct Widened;
 template <>
 struct Widened<u8> {
     using Value = u16;
-    using Word = u16 __attribute__((may_alias, aligned(1)));
+    using Word = u16;
 };
 template <>
 struct Widened<u16> {
     using Value = u32;
-    using Word = u32 __attribute__((may_alias, aligned(2)));
+    using Word = u32;
 };
 template <>
 struct Widened<s16> {
     using Value = s32;
-    using Word = u32 __attribute__((may_alias, aligned(2)));
+    using Word = u32;
 };
 
 /// How many samples of a pair exist: both, or the first only, at the end of an odd count.
@@ -68,7 +81,7 @@ struct LastSample {};
 
 template <class T>
 QZIL_INLINE auto Load(WholePair, T const* p) -> SamplePair<typename Widened<T>::Value> {
-    auto const word = *reinterpret_cast<typename Widened<T>::Word const*>(p);
+    auto const word = LoadWord<typename Widened<T>::Word>(p);
     if constexpr (T(-1) < T(0)) {
         return {static_cast<s32>(word << 16) >> 16, static_cast<s32>(word) >> 16};
     } else {
@@ -88,7 +101,7 @@ QZIL_INLINE void Store(WholePair, T* p, SamplePair<Value> v) {
     using Word = typename Widened<T>::Word;
     constexpr int kBits = 8 * sizeof(T);
     u32 const low = static_cast<u32>(v.oEven) & static_cast<std::make_unsigned_t<T>>(~T{0});
-    *reinterpret_cast<Word*>(p) = static_cast<Word>(low | static_cast<u32>(v.oOdd) << kBits);
+    StoreWord(p, static_cast<Word>(low | static_cast<u32>(v.oOdd) << kBits));
 }
 template <class T, class Value>
 QZIL_INLINE void Store(LastSample, T* p, SamplePair<Value> v) {
@@ -108,9 +121,8 @@ QZIL_INLINE void StoreSelected(WholePair, T* p, SamplePair<Value> v, T const* pa
     using Word = typename Widened<T>::Word;
     T packed[2];
     Store(WholePair{}, packed, v);
-    u32 const taken = *reinterpret_cast<Word const*>(packed), passed = *reinterpret_cast<Word const*>(pass);
-    u32 const bits = *reinterpret_cast<Word const*>(select);
-    *reinterpret_cast<Word*>(p) = static_cast<Word>((taken & bits) | (passed & ~bits));
+    u32 const taken = LoadWord<Word>(packed), passed = LoadWord<Word>(pass), bits = LoadWord<Word>(select);
+    StoreWord(p, static_cast<Word>((taken & bits) | (passed & ~bits)));
 }
 template <class T, class Value>
 QZIL_INLINE void StoreSelected(LastSample, T* p, SamplePair<Value> v, T const* pass, T const* select) {
