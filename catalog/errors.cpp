@@ -58,6 +58,7 @@ constexpr Row kRows[] = {
      "whole image of a split-field format"},
     {0x10061, "the inputs of a split-field format may not be offset; set the input offset to 0,0"},
     {0x10062, "the inputs and the output of a split-field format must have one size; use images of the same size"},
+    {0x1006B, "the colour model does not fit the image format; choose one that does"},
     {0x1006C, "the mask is the output image; use a separate image, or a channel that is not processed in place"},
     {0x1006D, "the opacity lies outside 0 to 1; choose one within"},
     {0x20001, "a mask, or a mask rectangle that clips the region, is not possible in a video format; leave it out"},
