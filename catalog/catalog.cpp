@@ -7,6 +7,8 @@
 
 namespace qzil::catalog {
 
+std::vector<Entry> KeyingEffects();
+
 Instance::Instance(Entry const& entry)
     : m_pEntry(&entry),
       m_pEffect(entry.pCreate()),
@@ -114,7 +116,7 @@ Parameter const* Entry::FindParameter(std::string_view name) const {
 std::span<Entry const> Effects() {
     static std::vector<Entry> const l_oEffects = [] {
         std::vector<Entry> all;
-        for (auto const family : {FrameEffects, PixelEffects, SpatialEffects}) {
+        for (auto const family : {FrameEffects, PixelEffects, KeyingEffects, SpatialEffects}) {
             std::vector<Entry> entries = family();
             std::move(entries.begin(), entries.end(), std::back_inserter(all));
         }

@@ -53,5 +53,6 @@ inline constexpr unsigned MaskIsOutput = 0x1006C;
 inline constexpr unsigned Opacity = 0x1006D;
 inline constexpr unsigned RegionShape = 0x20001;  ///< warning: a mask or a clipped region that is not possible here
 inline constexpr unsigned ChannelSelection = 0x20002;  ///< warning: the mode asks for something the format cannot do
+inline constexpr unsigned KeyerSetting = 0x20002;      ///< warning: a parameter of a keyer is out of its range
 
 }  // namespace qzil::Code
