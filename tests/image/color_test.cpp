@@ -7,8 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <sstream>
 
 namespace {
 
@@ -46,38 +48,29 @@ TEST(Color, HoldsFourDoublesInOrder) {
     color.GetColorAsRGBA(nullptr, nullptr, nullptr, nullptr);
 }
 
-// Corners, greys and a random scatter of the unit cube.
-std::vector<qzILColor> SampleColors() {
-    std::vector<qzILColor> colors;
-    for (int i = 0; i < 8; ++i) colors.emplace_back(i & 1, i >> 1 & 1, i >> 2 & 1, 0.25 + 0.0625 * i);
-    for (double grey : {0.25, 0.5, 0.75}) colors.emplace_back(grey, grey, grey, grey);
-    Random random(4);
-    for (int i = 0; i < 300; ++i) {
-        auto const unit = [&] { return random.Below(4097) / 4096.0; };
-        colors.emplace_back(unit(), unit(), unit(), unit());
-    }
-    return colors;
+Triple TripleOf(std::string const& cell) {
+    std::istringstream words(cell);
+    Triple v{};
+    words >> v[0] >> v[1] >> v[2];
+    return v;
 }
 
 TEST(Color, ModelsFollowTheirFormulas) {
-    for (auto const& model : kColorModels) {
-        SCOPED_TRACE(model.pName);
-        for (auto const& color : SampleColors()) {
-            SCOPED_TRACE(DescribeColor(color));
-            Triple const given{color.GetRed(), color.GetGreen(), color.GetBlue()};
-            Triple const actual = GetTriple(color, model), expected = model.pFromRgb(given);
-            for (int i = 0; i < 3; ++i) ASSERT_NEAR(actual[i], expected[i], 1e-12) << "component " << i;
-            // The way back, of the colour's own components and of any: these may leave the unit cube.
-            for (bool own : {true, false}) {
-                Triple const& set = own ? actual : given;
-                qzILColor back(0.5, 0.5, 0.5, 0.125);
-                SetTriple(back, model, set);
-                Triple const rgb = model.pToRgb(set);
-                ASSERT_TRUE(IsNear(back, qzILColor(rgb[0], rgb[1], rgb[2]), 1e-12)) << DescribeColor(back);
-                ASSERT_EQ(back.GetAlpha(), 0.125);
-                // The coefficients are rounded to three to nine places.
-                ASSERT_TRUE(!own || IsNear(back, color, model.dfRoundTrip)) << DescribeColor(back);
-            }
+    for (Row const& row : ReadTable("image/colors.tsv")) {
+        SCOPED_TRACE(row["model"] + ": " + row["rgb"]);
+        auto const& model = *std::ranges::find(kColorModels, row["model"], &ColorModel::pName);
+        Triple const given = TripleOf(row["rgb"]), components = TripleOf(row["components"]);
+        qzILColor const color(given[0], given[1], given[2], 0.75);
+        Triple const actual = GetTriple(color, model);
+        for (int i = 0; i < 3; ++i) ASSERT_NEAR(actual[i], components[i], 1e-12) << "component " << i;
+        // The way back, of the colour's own components and of any: these may leave the unit cube.
+        for (bool own : {true, false}) {
+            qzILColor back(0.5, 0.5, 0.5, 0.125);
+            SetTriple(back, model, own ? actual : given);
+            Triple const rgb = TripleOf(row[own ? "back" : "as components"]);
+            ASSERT_TRUE(IsNear(back, qzILColor(rgb[0], rgb[1], rgb[2]), 1e-12)) << DescribeColor(back);
+            ASSERT_EQ(back.GetAlpha(), 0.125);
+            ASSERT_TRUE(!own || IsNear(back, color, model.dfRoundTrip)) << DescribeColor(back);
         }
     }
 }
@@ -85,17 +78,14 @@ TEST(Color, ModelsFollowTheirFormulas) {
 TEST(Color, ANullComponentKeepsItsValue) {
     for (auto const& model : kColorModels) {
         for (int kept = 0; kept < 3; ++kept) {
-            qzILColor color(0.7, 0.4, 0.2, 0.5);
-            Triple wanted = GetTriple(color, model);
-            Triple set = wanted;
-            for (int i = 0; i < 3; ++i) {
-                if (i != kept) set[i] = wanted[i] = wanted[i] * 0.9 + 0.05;
-            }
-            double const* parts[3] = {kept == 0 ? nullptr : &set[0], kept == 1 ? nullptr : &set[1],
-                                      kept == 2 ? nullptr : &set[2]};
+            qzILColor color(0.7, 0.4, 0.2, 0.5), expected = color;
+            Triple set = GetTriple(color, model);
+            double const* parts[3] = {&set[0], &set[1], &set[2]};
+            for (int i = 0; i < 3; ++i) set[i] = i == kept ? set[i] : set[i] * 0.9 + 0.05;
+            parts[kept] = nullptr;
+            SetTriple(expected, model, set);
             (color.*model.pSet)(parts[0], parts[1], parts[2], nullptr);
-            Triple const rgb = model.pToRgb(wanted);
-            EXPECT_TRUE(IsNear(color, qzILColor(rgb[0], rgb[1], rgb[2]), 1e-12)) << model.pName << " keeps " << kept;
+            EXPECT_TRUE(IsNear(color, expected, 1e-12)) << model.pName << " keeps " << kept;
             EXPECT_EQ(color.GetAlpha(), 0.5);
         }
     }
