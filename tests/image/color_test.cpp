@@ -163,41 +163,6 @@ TEST(ColorForms, AnswerOnlyTheModelsTheyServe) {
     }
 }
 
-// The components of a model, from the accessor of doubles.
-Triple Components(qzILColor const& color, XFColorModel model) {
-    for (auto const& m : kColorModels) {
-        if (m.uModel == model) return GetTriple(color, m);
-    }
-    Triple v{color.GetRed(), color.GetGreen(), color.GetBlue()};
-    if (model == 4096) {
-        for (double& c : v) c = c * 0.8588235294117647 + 0.06274509803921569;
-    }
-    return v;
-}
-
-qzILColor FromComponents(Triple v, double alpha, XFColorModel model) {
-    if (model == 4096) {
-        for (double& c : v) c = (c - 0.06274509803921569) / 0.8588235294117647;
-    }
-    qzILColor color(v[0], v[1], v[2], alpha);
-    for (auto const& m : kColorModels) {
-        if (m.uModel == model) SetTriple(color, m, v);
-    }
-    return color;
-}
-
-/// A form holds (component - offset) * gain, times its scale. Ten bits above six are 256 times the 8-bit levels; S2.14
-/// and float stretch video to 0 to 1, chroma round 0.
-struct Range {
-    double dfOffset, dfGain;
-};
-Range RangeOf(Form const& form, XFColorModel model, int i) {
-    if (i == 3 || (model != 64 && model != 512)) return {0, 1};
-    if (form.eServes == Serves::Ycc) return {0, 65280 / 65535.0};
-    if (form.dfScale != 1 && form.dfScale != 16384) return {0, 1};
-    return i == 0 ? Range{16 / 255.0, 255 / 219.0} : Range{128 / 255.0, 255 / 224.0};
-}
-
 int ChannelsOf(Form const& form) {
     return form.eServes == Serves::Mono ? 1 : 4;
 }
@@ -216,83 +181,34 @@ double RawAt(Form const& form, unsigned char const* block, int i) {
                                    : Load<float>(place);
 }
 
-/// Colours of the unit cube, every other one of a wider cube round it.
-std::vector<qzILColor> Scatter() {
-    Random random(99);
-    std::vector<qzILColor> colors{{0, 0, 0, 0}, {1, 1, 1, 1}, {1, 0, 0, 1}, {0, 1, 0, 0.5}, {0, 0, 1, 0.25}};
-    for (int i = 0; i < 600; ++i) {
-        auto const value = [&] {
-            double const unit = random.Below(10001) / 10000.0;
-            return i % 2 ? unit * 5 - 2 : unit;
-        };
-        colors.emplace_back(value(), value(), value(), value());
-    }
-    return colors;
+qzILColor ColorOf(std::string const& cell) {
+    std::istringstream words(cell);
+    double v[4] = {};
+    for (double& part : v) words >> part;
+    return {v[0], v[1], v[2], v[3]};
 }
 
-/// Float holds a level as it is; S2.14 of four channels and ten bits limit it; all others keep the low bits.
-void ExpectRaw(Form const& form, double level, double raw) {
-    auto const rounded = static_cast<std::int64_t>(level < 0 ? level - 0.5 : level + 0.5);
-    bool const isSigned = form.dfScale == 16384, isMono = form.eServes == Serves::Mono;
-    double const lowest = isSigned ? -32768 : 0;
-    if (form.dfScale == 1) {
-        ASSERT_NEAR(raw, level, 1e-6 * std::max(1.0, std::abs(level)));
-    } else if (form.eServes == Serves::Ycc || (isSigned && !isMono)) {
-        // A last bit of the precision in between may decide a tie.
-        ASSERT_NEAR(raw, std::clamp(level, lowest, lowest + 65535), 0.505);
-    } else if (isSigned) {
-        ASSERT_EQ(raw, static_cast<std::int16_t>(rounded));
-    } else {
-        ASSERT_EQ(raw, rounded & (form.dfScale == 255 ? 0xFF : 0xFFFF));
-    }
-}
-
-TEST(ColorForms, GetFormsScaleRoundAndKeepTheLowBitsOrLimit) {
-    auto const colors = Scatter();
-    for (auto const& form : kForms) {
-        for (XFColorModel model : kAllNumbers) {
-            for (auto const& color : colors) {
-                alignas(8) unsigned char block[16];
-                if ((color.*form.pGet)(block, model) == 0) break;
-                SCOPED_TRACE(form.pName + (' ' + std::to_string(model)) + ": " + DescribeColor(color));
-                Triple const v = Components(color, model);
-                for (int i = 0; i < ChannelsOf(form); ++i) {
-                    auto const [offset, gain] = RangeOf(form, model, i);
-                    double const c = i < 3 ? v[i] : form.pName == std::string("24") ? 1.0 : color.GetAlpha();
-                    ExpectRaw(form, (c - offset) * gain * form.dfScale, RawAt(form, block, i));
-                }
-            }
+// Float holds a level as it is; S2.14 of four channels and ten bits limit it; all others keep the low bits.
+TEST(ColorForms, HoldAndGiveBackTheirValues) {
+    for (Row const& row : ReadTable("image/color_forms.tsv")) {
+        SCOPED_TRACE(row["form"] + ", model " + row["model"] + ": " + row["colour"]);
+        auto const& form = *std::ranges::find(kForms, row["form"], &Form::pName);
+        auto const model = static_cast<XFColorModel>(row.Number("model"));
+        alignas(8) unsigned char block[16];
+        ASSERT_EQ((ColorOf(row["colour"]).*form.pGet)(block, model), 1);
+        std::istringstream words(row["holds"]);
+        for (int i = 0; i < ChannelsOf(form); ++i) {
+            double expected = 0;
+            words >> expected;
+            double const tolerance = form.dfScale == 1 ? 1e-6 * std::max(1.0, std::abs(expected)) : 0.0;
+            ASSERT_NEAR(RawAt(form, block, i), expected, tolerance) << "channel " << i;
         }
-    }
-}
-
-TEST(ColorForms, SetFormsAreTheAccessorsOverScaledValues) {
-    Random random(8);
-    for (auto const& form : kForms) {
-        for (XFColorModel model : kAllNumbers) {
-            for (int round = 0; round < 100 && IsServed(form.eServes, model); ++round) {
-                alignas(8) unsigned char block[16];
-                std::size_t const size = form.uBytes / ChannelsOf(form);
-                double v[4] = {};
-                for (int i = 0; i < ChannelsOf(form); ++i) {
-                    int const value = random.Between(form.dfScale == 16384 ? -32768 : 0, 32767);
-                    float const real = static_cast<float>(value) / 16384.0f - 0.5f;
-                    std::memcpy(block + size * i, size == 4 ? static_cast<void const*>(&real) : &value, size);
-                    auto const [offset, gain] = RangeOf(form, model, i);
-                    v[i] = RawAt(form, block, i) / form.dfScale / gain + offset;
-                }
-                qzILColor actual(0.5, 0.5, 0.5, 0.375);
-                ASSERT_EQ((actual.*form.pSet)(block, model), 1);
-                // Mono sets the three and keeps alpha; with 24 bits, too, it is the fourth value.
-                qzILColor const expected = form.eServes == Serves::Mono
-                                               ? qzILColor(v[0], v[0], v[0], 0.375)
-                                               : FromComponents({v[0], v[1], v[2]}, v[3], model);
-                ASSERT_TRUE(IsNear(actual, expected, 1e-7))
-                    << form.pName << ' ' << model << ": " << DescribeColor(actual) << ", not "
-                    << DescribeColor(expected);
-                ASSERT_NEAR(actual.GetAlpha(), expected.GetAlpha(), 1e-12) << form.pName << ' ' << model;
-            }
-        }
+        // Mono sets the three and keeps alpha; with 24 bits, too, it is the fourth value.
+        qzILColor back(0.5, 0.5, 0.5, 0.375);
+        ASSERT_EQ((back.*form.pSet)(block, model), 1);
+        qzILColor const expected = ColorOf(row["back"]);
+        ASSERT_TRUE(IsNear(back, expected, 1e-7)) << DescribeColor(back) << ", not " << row["back"];
+        ASSERT_NEAR(back.GetAlpha(), expected.GetAlpha(), 1e-7);
     }
 }
 

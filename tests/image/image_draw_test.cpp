@@ -1,5 +1,6 @@
 #include "qzil/image/image.h"
 
+#include "image/image_questions.h"
 #include "support/picture.h"
 #include "support/plain_layout.h"
 #include "support/table.h"
@@ -15,12 +16,6 @@ namespace {
 
 using namespace qzil::test;
 using namespace qzil::platform;
-using Image = Ref<IXFImage>;
-using ByteVector = std::vector<unsigned char>;
-
-ByteVector Snapshot(Image const& image) {
-    return {Bytes(image).begin(), Bytes(image).end()};
-}
 
 TEST(Image, PlacesOutsideAreRefused) {
     auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 6, 5, 1);

@@ -8,11 +8,17 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 /// Short forms of the questions that tests ask an image.
 namespace qzil::test {
 
 using Image = Ref<IXFImage>;
+using ByteVector = std::vector<unsigned char>;
+
+inline ByteVector Snapshot(Image const& image) {
+    return {Bytes(image).begin(), Bytes(image).end()};
+}
 
 inline Image NewImage() {
     Image image;

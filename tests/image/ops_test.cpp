@@ -1,5 +1,6 @@
 #include "qzil/image/image_ops.h"
 
+#include "image/image_questions.h"
 #include "qzil/image/format_relations.h"
 #include "support/allocation_hook.h"
 #include "support/picture.h"
@@ -14,12 +15,6 @@ namespace {
 
 using namespace qzil::test;
 using qzil::Ref;
-using ByteVector = std::vector<unsigned char>;
-
-ByteVector Snapshot(IXFImage* image) {
-    auto const bytes = Bytes(image);
-    return {bytes.begin(), bytes.end()};
-}
 
 TEST(ImageHelper, AddressesEveryPixelOfEveryFormat) {
     for (GUID const& format : DescribedFormats()) {
@@ -148,9 +143,9 @@ TEST(CopyImage, MovesWholePixelsAsThePlainModelDoes) {
             auto const destination = round % 2 ? source
                                                : MakeRandomImage(format, sameSize ? w : random.Between(1, 9),
                                                                  sameSize ? h : random.Between(1, 8), random.Next());
-            ByteVector expected = Snapshot(destination.Get());
+            ByteVector expected = Snapshot(destination);
             Copy const c = RandomCopy(random, w, h);
-            ModelCopy(PlainLayout(source.Get()), Snapshot(source.Get()), PlainLayout(destination.Get()), expected, c);
+            ModelCopy(PlainLayout(source.Get()), Snapshot(source), PlainLayout(destination.Get()), expected, c);
             HRESULT const result = qzILCopyImage(source.Get(), destination.Get(), c.bRegion ? &c.oRegion : nullptr,
                                                  c.bOffset ? &c.oOffset : nullptr, c.uMode);
             EXPECT_TRUE(round % 2 == 0 || result == 0);
@@ -176,7 +171,7 @@ TEST(CopyImage, BadImagesAndHugeRectanglesAreHarmless) {
     for (qzILBbox2l const& region : {qzILBbox2l(kMin, kMin, kMax, kMax), qzILBbox2l(kMax, kMax, kMax, kMax),
                                      qzILBbox2l(0, 0, kMax, kMax), qzILBbox2l(1, 1, kMin, kMin)}) {
         for (qzILVector2l const& offset : {qzILVector2l(kMin, kMin), qzILVector2l(kMax, 0), qzILVector2l(1, kMax)}) {
-            ByteVector const before = Snapshot(c.Get());
+            ByteVector const before = Snapshot(c);
             qzILCopyImage(a.Get(), c.Get(), &region, &offset, 0);
             EXPECT_EQ(DescribeDifference(before, Bytes(c)), "");
         }
@@ -220,7 +215,7 @@ TEST(FillRegion, WritesThePixelOrTheTwoPixelUnit) {
             unsigned char pixel[32];
             for (auto& byte : pixel) byte = static_cast<unsigned char>(random.Next() >> 24);
             unsigned const channels = layout.HasAlphaPlane() ? (round % 3 == 0 ? 15u : round % 3 == 1 ? 7u : 8u) : 15u;
-            ByteVector expected = Snapshot(image.Get());
+            ByteVector expected = Snapshot(image);
             ModelFill(layout, expected, r, pixel, channels != 8, channels != 7);
             EXPECT_EQ(qzILFillRegion(image.Get(), r, pixel, channels), 0);
             ASSERT_EQ(DescribeDifference(expected, Bytes(image)), "")
@@ -235,7 +230,7 @@ TEST(FillRegion, NullsAndRectanglesBeyondTheImage) {
     unsigned char pixel[4] = {1, 2, 3, 4};
     EXPECT_EQ(qzILFillRegion(nullptr, {0, 0, 1, 1}, pixel, 15), 1);
     EXPECT_EQ(qzILFillRegion(image.Get(), {0, 0, 1, 1}, nullptr, 15), 1);
-    ByteVector expected = Snapshot(image.Get());
+    ByteVector expected = Snapshot(image);
     ModelFill(PlainLayout(image.Get()), expected, {3, 2, 2, 2}, pixel, true, true);
     qzILFillRegion(image.Get(), {3, 2, 0x7FFFFFFF, 0x7FFFFFFF}, pixel, 15);
     EXPECT_EQ(DescribeDifference(expected, Bytes(image)), "");
@@ -284,20 +279,6 @@ TEST(Clone, CopiesAnImageOrARectangleOfIt) {
     for (int y = 1; y < 5; ++y) {
         EXPECT_EQ(std::memcmp(&Bytes(part)[layout.Pixel(2, y)], &Bytes(image)[layout.Pixel(2, y)], 6), 0) << y;
     }
-}
-
-TEST(Swap, ExchangesImagesOrTheirPixels) {
-    auto const a = MakeRandomImage(MFIF_RGBA_RAW_32, 4, 3, 1), b = MakeRandomImage(MFIF_BGRA_RAW_32, 3, 4, 2);
-    ByteVector const bytesA = Snapshot(a.Get()), bytesB = Snapshot(b.Get());
-    EXPECT_EQ(qzILSwapImageData(a.Get(), b.Get()), 0);
-    EXPECT_EQ(FormatOf(a.Get()), MFIF_RGBA_RAW_32);
-    EXPECT_EQ(Snapshot(a.Get()), bytesB);
-    EXPECT_EQ(qzILSwapImage(a.Get(), b.Get()), 0);
-    EXPECT_EQ(FormatOf(a.Get()), MFIF_BGRA_RAW_32);
-    EXPECT_EQ(Snapshot(a.Get()), bytesA);
-    EXPECT_EQ(Snapshot(b.Get()), bytesB);
-    auto const other = MakeImage(MFIF_RGBA_RAW_32, 5, 5);
-    EXPECT_EQ(qzILSwapImageData(a.Get(), other.Get()), qzil::platform::kInvalidArgument);
 }
 
 TEST(Split, GivesViewsOfBothPlanes) {
