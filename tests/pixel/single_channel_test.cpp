@@ -102,8 +102,11 @@ TEST(SingleChannel, OfFramesLargerThanTheCaches) {
     }
 }
 
-unsigned CodeOf(qzILMonadicConvertProc&& effect, GUID const& from, GUID const& to, unsigned mode = 15) {
+template <class Effect>
+unsigned CodeOf(XFImageChannel channel, GUID const& from, GUID const& to, unsigned mode = 15) {
     auto const in = MakeImage(from, 8, 8), out = MakeImage(to, 8, 8);
+    Effect effect;
+    effect.SetChannel(channel);
     effect.SetInputImg(in.Get());
     effect.SetOutputImg(out.Get());
     effect.SetProcessingMode(mode);
@@ -111,58 +114,56 @@ unsigned CodeOf(qzILMonadicConvertProc&& effect, GUID const& from, GUID const& t
 }
 
 TEST(SingleChannel, Refusals) {
-    auto const extract = [](XFImageChannel channel, GUID const& from, GUID const& to, unsigned mode = 15) {
-        qzILExtractChannel effect;
-        effect.SetChannel(channel);
-        return CodeOf(std::move(effect), from, to, mode);
-    };
-    auto const insert = [](XFImageChannel channel, GUID const& from, GUID const& to) {
-        qzILInsertChannel effect;
-        effect.SetChannel(channel);
-        return CodeOf(std::move(effect), from, to);
-    };
+    auto const extract = CodeOf<qzILExtractChannel>;
+    auto const insert = CodeOf<qzILInsertChannel>;
     std::vector<GUID> const formats = DescribedFormats();
     for (GUID const& from : formats) {
         for (GUID const& to : formats) {
-            bool rgba = false, mono = false, extracts = false, inserts = false;
-            for (Pair const& pair : kPairs) {
-                bool const inserted = &pair < kPairs + 2;
-                rgba |= from == pair.oRgba;
-                mono |= inserted && from == pair.oMono;
-                extracts |= from == pair.oRgba && to == pair.oMono;
-                inserts |= inserted && from == pair.oMono && to == pair.oRgba;
-            }
+            // Insertion knows the first two pairs.
+            auto const rgba = std::ranges::find(kPairs, from, &Pair::oRgba),
+                       mono = std::ranges::find(kPairs, from, &Pair::oMono);
+            bool const isRgba = rgba != std::end(kPairs), isMono = mono - kPairs < 2;
+            bool const extracts = isRgba && to == rgba->oMono, inserts = isMono && to == mono->oRgba;
             // The frame's own refusals come first; they concern video outputs alone.
             if (IsFormatYCC(to)) continue;
-            EXPECT_EQ(extract(1, from, to), extracts ? 0u : rgba ? 0x1000Du : 0x10034u) << NameOf(from) << NameOf(to);
-            EXPECT_EQ(insert(1, from, to), inserts ? 0u : mono ? 0x1000Du : 0x10034u) << NameOf(from) << NameOf(to);
+            EXPECT_EQ(extract(1, from, to, 15), extracts ? 0u
+                                                : isRgba ? 0x1000Du
+                                                         : 0x10034u)
+                << NameOf(from) << NameOf(to);
+            EXPECT_EQ(insert(1, from, to, 15), inserts  ? 0u
+                                               : isMono ? 0x1000Du
+                                                        : 0x10034u)
+                << NameOf(from) << NameOf(to);
         }
     }
     for (unsigned channel = 0; channel < 20; ++channel) {
         bool const one = channel == 1 || channel == 2 || channel == 4 || channel == 8;
-        EXPECT_EQ(extract(channel, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16), one ? 0u : 0x10035u) << channel;
-        EXPECT_EQ(insert(channel, MFIF_MONO_RAW_16, MFIF_RGBA_RAW_64), one || channel == 15 ? 0u : 0x10035u) << channel;
-        EXPECT_EQ(extract(channel, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8), 0x1000Du) << channel;
+        EXPECT_EQ(extract(channel, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_16, 15), one ? 0u : 0x10035u) << channel;
+        EXPECT_EQ(insert(channel, MFIF_MONO_RAW_16, MFIF_RGBA_RAW_64, 15), one || channel == 15 ? 0u : 0x10035u)
+            << channel;
+        EXPECT_EQ(extract(channel, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, 15), 0x1000Du) << channel;
     }
     EXPECT_EQ(extract(9, MFIF_MONO_RAW_8, MFIF_MONO_RAW_8, 7), 0x20002u) << "the frame's code comes first";
     EXPECT_EQ(qzILExtractChannel().GetChannel(), 1u);
     EXPECT_EQ(qzILInsertChannel().GetChannel(), 1u);
 }
 
+template <class Effect>
+void ExpectNothingWritten(GUID const& from, GUID const& to) {
+    auto const in = MakeImage(from, 5, 5), out = MakeRandomImage(to, 5, 5, 3);
+    std::vector<unsigned char> const before(Bytes(out).begin(), Bytes(out).end());
+    Effect effect;
+    effect.SetInputImg(in.Get());
+    effect.SetOutputImg(out.Get());
+    EXPECT_EQ(effect.Execute(), -1);
+    EXPECT_EQ(DescribeDifference(before, Bytes(out)), "") << NameOf(from) << NameOf(to);
+}
+
 TEST(SingleChannel, UnsuitableFormatsAreLeftAlone) {
     for (Pair const& pair : kPairs) {
         for (GUID const& other : {MFIF_CbYCrY_16, MFIF_MONO_RAW_8_TD, MFIF_RGB_RAW_24, MFIF_MONO_RAW_32}) {
-            auto const in = MakeImage(pair.oRgba, 5, 5), out = MakeRandomImage(other, 5, 5, 3);
-            std::vector<unsigned char> const before(Bytes(out).begin(), Bytes(out).end());
-            qzILExtractChannel extract;
-            qzILInsertChannel insert;
-            for (qzILMonadicConvertProc* const effect :
-                 {static_cast<qzILMonadicConvertProc*>(&extract), static_cast<qzILMonadicConvertProc*>(&insert)}) {
-                effect->SetInputImg(in.Get());
-                effect->SetOutputImg(out.Get());
-                EXPECT_EQ(effect->Execute(), -1);
-                EXPECT_EQ(DescribeDifference(before, Bytes(out)), "") << NameOf(pair.oRgba) << NameOf(other);
-            }
+            ExpectNothingWritten<qzILExtractChannel>(pair.oRgba, other);
+            ExpectNothingWritten<qzILInsertChannel>(pair.oRgba, other);
         }
     }
 }
