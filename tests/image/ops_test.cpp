@@ -188,13 +188,26 @@ bool IsWholePixel(GUID const& format) {
     return !IsFormatYCC422(format) || !IsFormatYCC(format) || format == MFIF_YCCA_RAW_32 || format == MFIF_YCCA_RAW_64;
 }
 
+// Y, chroma and the pixel's alpha in turn.
+bool IsInterleaved(PlainLayout const& layout) {
+    return IsFormatYCC(layout.oFormat) && IsFormatYCC422(layout.oFormat) && IsFormatWithAlpha(layout.oFormat) &&
+           !layout.HasAlphaPlane() && layout.PixelStep() == 3 * layout.uChannelSize;
+}
+
 void ModelFill(PlainLayout const& layout, ByteVector& bytes, qzILBbox2l const& r, unsigned char const* pixel,
                bool color, bool alpha) {
     std::size_t const step = layout.PixelStep();
     for (int y = r.Origin.y; y < r.Origin.y + r.Size.y; ++y) {
         for (int x = r.Origin.x; x < r.Origin.x + r.Size.x; ++x) {
-            std::size_t const second = IsPair(layout.oFormat) && (x - r.Origin.x) % 2 == 1 ? step : 0;
-            if (color) std::memcpy(&bytes[layout.Pixel(x, y)], pixel + second, step);
+            bool const second = (x - r.Origin.x) % 2 == 1;
+            auto* const place = &bytes[layout.Pixel(x, y)];
+            if (IsInterleaved(layout)) {
+                std::size_t const size = layout.uChannelSize;
+                std::memcpy(place, pixel + (second ? 2 * size : 0), 2 * size);
+                std::memcpy(place + 2 * size, pixel + 4 * size, size);
+                continue;
+            }
+            if (color) std::memcpy(place, pixel + (IsPair(layout.oFormat) && second ? step : 0), step);
             if (alpha && layout.HasAlphaPlane()) {
                 std::memcpy(&bytes[layout.Alpha(x, y)], pixel + 2 * step, layout.uChannelSize);
             }
@@ -205,7 +218,8 @@ void ModelFill(PlainLayout const& layout, ByteVector& bytes, qzILBbox2l const& r
 TEST(FillRegion, WritesThePixelOrTheTwoPixelUnit) {
     Random random(31);
     for (GUID const& format : DescribedFormats()) {
-        if (!IsPair(format) && !IsWholePixel(format)) continue;
+        bool const interleaved = IsInterleaved(PlainLayout(MakeImage(format, 1, 1).Get()));
+        if (!IsPair(format) && !IsWholePixel(format) && !interleaved) continue;
         for (int round = 0; round < 30; ++round) {
             int const w = random.Between(1, 9), h = random.Between(1, 8);
             auto const image = MakeRandomImage(format, w, h, random.Next());

@@ -175,6 +175,36 @@ TEST(Load, HostileSizesAreOutOfMemoryAndLeaveTheImageEmpty) {
     }
 }
 
+/// Tells its length, leaves the count of what was read alone, and keeps the largest size that it was asked for.
+struct CarelessStream final : IStream {
+    Stream pInner;
+    std::uint32_t uAsked = 0;
+
+    explicit CarelessStream(Stream inner) : pInner(std::move(inner)) {}
+    HRESULT QueryInterface(GUID const&, void**) override { return kNoInterface; }
+    std::uint32_t AddRef() override { return 2; }
+    std::uint32_t Release() override { return 1; }
+    HRESULT Read(void* bytes, std::uint32_t size, std::uint32_t*) override {
+        uAsked = std::max(uAsked, size);
+        return pInner->Read(bytes, size, nullptr);
+    }
+    HRESULT Write(void const*, std::uint32_t, std::uint32_t*) override { return kFailure; }
+    HRESULT Seek(LARGE_INTEGER move, std::uint32_t origin, ULARGE_INTEGER* position) override {
+        return pInner->Seek(move, origin, position);
+    }
+};
+
+TEST(Load, AsksForNoMoreThanAStreamHolds) {
+    ByteVector bytes = Saved(MakeRandomImage(MFIF_RGBA_RAW_32, 100, 100, 1));
+    bytes.resize(100 + 150);
+    { auto const stale = MakeRandomImage(MFIF_RGBA_RAW_32, 100, 100, 2); }
+    CarelessStream stream(MemoryStream(bytes));
+    auto const loaded = NewImage();
+    ASSERT_EQ(Persist(loaded)->Load(&stream), kOk);
+    EXPECT_EQ(stream.uAsked, 150u);
+    EXPECT_EQ(Bytes(loaded)[150], 0) << "no other image's pixel";
+}
+
 // 100 bytes that claim hundreds of megabytes, in a size class of the pool and above all, take no memory for them.
 TEST(Load, MemoryIsTakenForWhatAStreamHolds) {
 #ifdef __SANITIZE_ADDRESS__
