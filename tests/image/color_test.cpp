@@ -1,6 +1,7 @@
 #include "qzil/image/color.h"
 
 #include "image/color_models.h"
+#include "image/image_questions.h"
 #include "qzil/image/image_ops.h"
 #include "support/picture.h"
 #include "support/table.h"
@@ -240,10 +241,7 @@ TEST(ColorForms, EachFormatGetsItsForm) {
         bool const isServed = form != std::end(kForms);
         EXPECT_TRUE(isServed || row["form"] == "none");
         SCOPED_TRACE(row["format"]);
-        GUID format = GUID_NULL;
-        for (auto const& entry : qzil::AllFormats()) {
-            if (entry.pName == "MFIF_" + row["format"]) format = entry.oFormat;
-        }
+        GUID const format = FormatNamed(row["format"]);
         alignas(8) Block typed, actual, filled, untouched;
         untouched.fill(0xC3);
         typed = actual = filled = untouched;

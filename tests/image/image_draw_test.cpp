@@ -200,10 +200,6 @@ TEST(GetPixel, NeverLeavesThePixelArray) {
     bare->SetPixelArray(nullptr);
     bare->GetPixel(pixel, 5, 5);
     bare->FillLine(pixel, 0, 0, 9, 9);
-    bare->FillRegion(pixel, 0, 0, 10, 10);
-    unsigned char buffer[100];
-    bare->CopyRegion(buffer, 0, 0, 10, 10);
-    bare->PasteRegion(buffer, 0, 0, 10, 10);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qzil/image/formats.h"
 #include "qzil/image/image.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/platform/host.h"
@@ -18,6 +19,19 @@ using ByteVector = std::vector<unsigned char>;
 
 inline ByteVector Snapshot(Image const& image) {
     return {Bytes(image).begin(), Bytes(image).end()};
+}
+
+inline GUID const kUnknown = CLSID_ILImage;
+
+/// The format that a cell names; `own` where it says "=".
+inline GUID FormatNamed(std::string const& cell, GUID const& own = GUID_NULL) {
+    if (cell == "=") return own;
+    if (cell == "unknown") return kUnknown;
+    for (auto const& entry : AllFormats()) {
+        if (entry.pName == "MFIF_" + cell) return entry.oFormat;
+    }
+    EXPECT_EQ(cell, "-");
+    return GUID_NULL;
 }
 
 inline Image NewImage() {

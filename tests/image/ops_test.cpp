@@ -5,6 +5,7 @@
 #include "support/allocation_hook.h"
 #include "support/picture.h"
 #include "support/plain_layout.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -60,22 +61,14 @@ TEST(ImageHelper, OffsetsAndChannelAreAddedAndStay) {
 // A stream may describe any sizes: a channel larger than its pixel, channels that no format has, or no rows of a width
 // and a pixel size whose product leaves the address space.
 TEST(ImageHelper, SizesThatContradictTheFormatStayInsideTheArray) {
-    struct Case {
-        GUID oFormat;
-        unsigned uPixelSize, uChannelSize;
-        int iWidth = 5, iHeight = 3;
-    };
-    for (Case const& c :
-         {Case{MFIF_CbYCrYA_24, 0, 0xC0000001}, Case{MFIF_CbYCrYA_24, 3, 5}, Case{MFIF_CbYCrYA_24, 16, 0x80000000},
-          Case{MFIF_CbYCrYA_10_6_FR, 24, 8}, Case{MFIF_CbYCrYA_10_6_FR, 300, 100}, Case{MFIF_RGBA_RAW_32, 1, 4},
-          Case{MFIF_RGBA_RAW_32, 4, 0xFFFFFFFF}, Case{MFIF_MONO_RAW_8, 0, 0},
-          Case{MFIF_BGRA_RAW_32, 0x08000000, 1, 0x0660FFFF, 0}}) {
-        SCOPED_TRACE(NameOf(c.oFormat) + ' ' + std::to_string(c.uPixelSize) + ' ' + std::to_string(c.uChannelSize));
-        auto const image = MakeImage(c.oFormat, 1, 1);
-        image->SetPixelSize(c.uPixelSize);
-        image->SetChannelSize(c.uChannelSize);
-        ASSERT_EQ(image->Allocate(c.iWidth, c.iHeight), 0);
-        EXPECT_EQ(qzILImageHelper(image.Get()).m_iHeight, c.iHeight);
+    for (Row const& row : ReadTable("image/contradictions.tsv")) {
+        SCOPED_TRACE(row["format"] + ' ' + row["pixel size"] + ' ' + row["channel size"]);
+        auto const channelSize = static_cast<unsigned>(row.Number("channel size"));
+        auto const image = MakeImage(FormatNamed(row["format"]), 1, 1);
+        image->SetPixelSize(static_cast<unsigned>(row.Number("pixel size")));
+        image->SetChannelSize(channelSize);
+        ASSERT_EQ(image->Allocate(row.Number("width"), row.Number("height")), 0);
+        EXPECT_EQ(qzILImageHelper(image.Get()).m_iHeight, row.Number("height"));
         Ref<IXFImage> other, color, alpha;
         ASSERT_EQ(qzILCloneImage(image.Get(), IID_IXFImage, other.Out()), 0);
         qzILBbox2l const region(0, 0, 4, 3);
@@ -83,7 +76,7 @@ TEST(ImageHelper, SizesThatContradictTheFormatStayInsideTheArray) {
         qzILCopyImage(image.Get(), other.Get(), &region, &offset, 0x100);
         qzILCopyImage(other.Get(), other.Get(), &region, &offset, 0);
         qzILSplitYCCAImage(image.Get(), color.Typed(), alpha.Typed());
-        if (c.uChannelSize > 1000) continue;
+        if (channelSize > 1000) continue;
         ByteVector pixel(4096);
         for (unsigned channels : {15u, 7u, 8u, 2u}) qzILFillRegion(image.Get(), region, pixel.data(), channels);
     }

@@ -57,7 +57,6 @@ TEST_F(ReadPng, EveryColourTypeAndDepth) {
 }
 
 struct TiffCase {
-    char const* pName;
     char const* pMode = "w";
     int iOrientation = ORIENTATION_TOPLEFT;
     int iPlanar = PLANARCONFIG_CONTIG;
@@ -128,24 +127,17 @@ void WriteTiff(std::string const& path, Picture const& picture, int photometric,
 using ReadTiff = FolderTest;
 
 TEST_F(ReadTiff, EveryStorageKeepsEveryBit) {
-    TiffCase const cases[] = {
-        {"strips", "w"},
-        {"big-endian", "wb"},
-        {"little-endian BigTIFF", "w8l"},
-        {"big-endian BigTIFF", "w8b"},
-        {"LZW", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_LZW},
-        {"PackBits", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_PACKBITS},
-        {"planes", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_SEPARATE},
-        {"tiles", "wb", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_NONE, true},
-        {"tiled planes", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_SEPARATE, COMPRESSION_LZW, true},
-    };
-    for (TiffCase const& test : cases) {
+    for (Row const& row : ReadTable("media/tiff.tsv")) {
+        TiffCase const test{.pMode = row["mode"].c_str(),
+                            .iPlanar = row.Number("planes"),
+                            .iCompression = row.Number("compression"),
+                            .bTiled = row.Number("tiled") != 0};
         for (int const depth : {8, 16, 32}) {
             for (int channels = 1; channels <= 4; ++channels) {
                 Picture const picture = RandomPicture(45, 37, channels, depth, 3);
                 WriteTiff(Path("a.tif"), picture, channels < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB, test);
                 ExpectEqual(ReadPicture(Path("a.tif")), picture,
-                            test.pName + std::string(", ") + std::to_string(channels) + " x " + std::to_string(depth));
+                            row["name"] + ", " + std::to_string(channels) + " x " + std::to_string(depth));
             }
         }
     }
@@ -159,34 +151,26 @@ TEST_F(ReadTiff, EveryOrientationComesUpright) {
     };
     // Stored as the rows 1 2 3 and 4 5 6.
     Picture const stored = MakePicture<std::uint8_t>(3, 2, 1, {1, 2, 3, 4, 5, 6});
-    struct {
-        int iOrientation;
-        int iWidth;
-        Bytes oShown;
-    } const cases[] = {
-        {ORIENTATION_TOPLEFT, 3, {1, 2, 3, 4, 5, 6}},  {ORIENTATION_TOPRIGHT, 3, {3, 2, 1, 6, 5, 4}},
-        {ORIENTATION_BOTRIGHT, 3, {6, 5, 4, 3, 2, 1}}, {ORIENTATION_BOTLEFT, 3, {4, 5, 6, 1, 2, 3}},
-        {ORIENTATION_LEFTTOP, 2, {1, 4, 2, 5, 3, 6}},  {ORIENTATION_RIGHTTOP, 2, {4, 1, 5, 2, 6, 3}},
-        {ORIENTATION_RIGHTBOT, 2, {6, 3, 5, 2, 4, 1}}, {ORIENTATION_LEFTBOT, 2, {3, 6, 2, 5, 1, 4}},
-    };
-    for (auto const& test : cases) {
-        WriteTiff(Path("a.tif"), stored, PHOTOMETRIC_MINISBLACK, {"", "w", test.iOrientation});
+    for (Row const& row : ReadTable("media/orientations.tsv")) {
+        int const orientation = row.Number("orientation"), width = row.Number("width");
+        std::vector<int> const numbers = row.Numbers("shown");
+        Bytes const shown(numbers.begin(), numbers.end());
+        WriteTiff(Path("a.tif"), stored, PHOTOMETRIC_MINISBLACK, {.iOrientation = orientation});
         Picture const picture = ReadPicture(Path("a.tif"));
-        EXPECT_EQ(picture.iWidth, test.iWidth) << test.iOrientation;
-        EXPECT_EQ(picture.oBytes, test.oShown) << test.iOrientation;
+        EXPECT_EQ(picture.iWidth, width) << orientation;
+        EXPECT_EQ(picture.oBytes, shown) << orientation;
         // The other kinds tell it in EXIF data.
         Picture tagged = stored;
-        tagged.oTags.oExif = ExifOf(test.iOrientation);
-        tagged.oTags.iOrientation = test.iOrientation;
+        tagged.oTags.oExif = ExifOf(orientation);
+        tagged.oTags.iOrientation = orientation;
         for (std::string const name : {"a.png", "a.webp", "a.jpg"}) {
             WritePicture(Path(name), tagged);
             Picture const upright = ReadPicture(Path(name));
-            EXPECT_EQ(upright.iWidth, test.iWidth) << name << test.iOrientation;
-            EXPECT_EQ(ReadPicture(Path(name), {.bSamples = false}).iWidth, test.iWidth);
-            for (std::size_t i = 0; i < test.oShown.size(); ++i) {
+            EXPECT_EQ(upright.iWidth, width) << name << orientation;
+            EXPECT_EQ(ReadPicture(Path(name), {.bSamples = false}).iWidth, width);
+            for (std::size_t i = 0; i < shown.size(); ++i) {
                 std::size_t const place = i * static_cast<unsigned>(upright.iChannels);
-                EXPECT_NEAR(upright.oBytes[place], test.oShown[i], name == "a.jpg" ? 2 : 0)
-                    << name << test.iOrientation;
+                EXPECT_NEAR(upright.oBytes[place], shown[i], name == "a.jpg" ? 2 : 0) << name << orientation;
             }
             WritePicture(Path("up.png"), upright);
             EXPECT_EQ(ReadPicture(Path("up.png"), {.bOrient = false}).oTags.iOrientation, 1) << name;
@@ -197,8 +181,7 @@ TEST_F(ReadTiff, EveryOrientationComesUpright) {
 
 TEST_F(ReadTiff, AssociatedAlphaIsDividedOut) {
     auto const read = [&](Picture const& picture) {
-        WriteTiff(Path("a.tif"), picture, PHOTOMETRIC_RGB,
-                  {"", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_NONE, false, EXTRASAMPLE_ASSOCALPHA});
+        WriteTiff(Path("a.tif"), picture, PHOTOMETRIC_RGB, {.uAlpha = EXTRASAMPLE_ASSOCALPHA});
         return ReadPicture(Path("a.tif"));
     };
     EXPECT_EQ(read(MakePicture<std::uint8_t>(3, 1, 4, {128, 0, 64, 128, 9, 9, 9, 0, 3, 200, 1, 2})).oBytes,
@@ -212,7 +195,7 @@ TEST_F(ReadTiff, AssociatedAlphaIsDividedOut) {
 TEST_F(ReadTiff, PagesAreCountedAndChosen) {
     for (unsigned char page = 1; page <= 3; ++page) {
         WriteTiff(Path("a.tif"), MakePicture<std::uint8_t>(1, 1, 1, {page}), PHOTOMETRIC_MINISBLACK,
-                  {"", page == 1 ? "w" : "a"});
+                  {.pMode = page == 1 ? "w" : "a"});
     }
     for (int page = 1; page <= 3; ++page) {
         Picture const picture = ReadPicture(Path("a.tif"), {.iPage = page});
@@ -225,10 +208,10 @@ TEST_F(ReadTiff, PagesAreCountedAndChosen) {
 
 TEST_F(ReadTiff, WhiteIsZeroIsTurnedRound) {
     Picture const bytes = MakePicture<std::uint8_t>(2, 1, 2, {0, 9, 250, 7});
-    WriteTiff(Path("a.tif"), bytes, PHOTOMETRIC_MINISWHITE, {""});
+    WriteTiff(Path("a.tif"), bytes, PHOTOMETRIC_MINISWHITE, {});
     EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 9, 5, 7}));
     Picture const words = MakePicture<std::uint16_t>(3, 1, 1, {0, 1, 65535});
-    WriteTiff(Path("a.tif"), words, PHOTOMETRIC_MINISWHITE, {""});
+    WriteTiff(Path("a.tif"), words, PHOTOMETRIC_MINISWHITE, {});
     EXPECT_EQ(Samples<std::uint16_t>(ReadPicture(Path("a.tif"))), (std::vector<std::uint16_t>{65535, 65534, 0}));
 }
 
@@ -236,7 +219,7 @@ TEST_F(ReadTiff, WhiteIsZeroIsTurnedRound) {
 void WriteRare(std::string const& path, int bits, int photometric, int orientation, std::vector<Bytes> rows) {
     TIFF* const pTiff = TIFFOpen(path.c_str(), "w");
     Picture picture(2, static_cast<int>(rows.size()), 1, 8);
-    SetLayout(pTiff, picture, photometric, {"", "w", orientation});
+    SetLayout(pTiff, picture, photometric, {.iOrientation = orientation});
     TIFFSetField(pTiff, TIFFTAG_BITSPERSAMPLE, bits);
     std::vector<std::uint16_t> red(256), green(256), blue(256);
     for (std::size_t i = 0; i < 256; ++i) {
@@ -275,7 +258,7 @@ TEST_F(ReadTiff, RareKindsBecomeRgb) {
 
 TEST_F(ReadTiff, WhatIsNotReadIsNamed) {
     auto const error = [&] { return ErrorOf([&] { ReadPicture(Path("a.tif")); }); };
-    WriteTiff(Path("a.tif"), Picture(4, 4, 4, 8), PHOTOMETRIC_SEPARATED, {""});
+    WriteTiff(Path("a.tif"), Picture(4, 4, 4, 8), PHOTOMETRIC_SEPARATED, {});
     EXPECT_EQ(error(), CannotRead(Path("a.tif"), "it is a CMYK picture, and only grey and RGB ones are read"));
     WriteRare(Path("a.tif"), 32, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {Bytes(8)});
     EXPECT_EQ(error(), CannotRead(Path("a.tif"),
