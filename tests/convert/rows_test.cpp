@@ -35,7 +35,7 @@ void ExpectRow(void (*row)(int, T const*, U*, int), Depth from, Depth to, bool f
     auto const values = AllValues<T>();
     for (std::size_t shift = 0; shift < 4; ++shift) {
         std::vector<T> source(values);
-        std::ranges::rotate(source, source.begin() + static_cast<std::ptrdiff_t>(shift));
+        std::rotate(source.begin(), source.begin() + static_cast<std::ptrdiff_t>(shift), source.end());
         std::vector<U> target(source.size() + 4, U{77});
         int const count = static_cast<int>(source.size()) / (fromVideo || toVideo ? 4 : 1);
         row(0, source.data(), target.data(), count);

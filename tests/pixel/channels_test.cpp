@@ -1,5 +1,4 @@
-#include "model/cases.h"
-#include "support/levels.h"
+#include "pixel/expect.h"
 
 #include "qzil/image/pixel_math.h"
 #include "qzil/pixel/channels.h"
@@ -94,24 +93,23 @@ constexpr int kSources[][4] = {{0, 1, 2, 3},  {3, 2, 1, 0},    {12, 11, 11, 12},
                                {4, 5, 6, 7},  {8, 9, 10, 3},   {10, 8, 4, 9},
                                {2, 2, 7, 12}, {-1, 13, 0, 11}, {INT_MIN, INT_MAX, 9, 6}};
 
-TEST(Channels, EqualTheirModels) {
-    ForEachLevel([] {
-        ForEachScene(kGrayscale, kMasked | kSpecials, [](Scene& scene) {
-            qzILGrayscaleImg gray;
-            ExpectModel(scene, gray, GrayModel{});
-            for (auto const& sources : kSources) {
-                qzILChannelSwitch effect;
-                effect.SetSourceChannels(sources);
-                ExpectModel(scene, effect, SwitchModel{{sources[0], sources[1], sources[2], sources[3]}},
-                            "first source " + std::to_string(sources[0]));
-            }
-        });
-        ForEachScene(kComposite, kMasked, [](Scene& scene) {
-            qzILRGBA2Alpha effect;
-            ExpectModel(scene, effect, ToAlphaModel{});
-        });
-    });
+void ExpectGray(Scene& scene) {
+    Expect<qzILGrayscaleImg>(scene, GrayModel{});
 }
+
+void ExpectSwitch(Scene& scene, int const (&sources)[4]) {
+    Expect<qzILChannelSwitch>(scene, SwitchModel{{sources[0], sources[1], sources[2], sources[3]}},
+                              Text("first source", sources[0]),
+                              [&](auto& effect) { effect.SetSourceChannels(sources); });
+}
+
+ModelCase const kCases[] = {
+    {"Grayscale", kGrayscale, kMasked | kSpecials | kEveryLevel, ExpectGray},
+    {"ChannelSwitch", kGrayscale, kMasked | kSpecials | kEveryLevel,
+     [](Scene& scene) { std::ranges::for_each(kSources, [&](auto& sources) { ExpectSwitch(scene, sources); }); }},
+    {"ToAlpha", kComposite, kMasked | kEveryLevel, [](Scene& scene) { Expect<qzILRGBA2Alpha>(scene, ToAlphaModel{}); }},
+};
+INSTANTIATE_TEST_SUITE_P(Channels, EqualsModel, testing::ValuesIn(kCases), CaseName);
 
 /// All pairs of red and green, with every fifth blue.
 TEST(Channels, TheColoursOf8Bits) {
@@ -121,46 +119,25 @@ TEST(Channels, TheColoursOf8Bits) {
         int const color = y << 12 | x;
         return c == 2 ? (color >> 16) * 5 : color >> 8 * (c & 1);
     });
-    constexpr int sources[4] = {8, 9, 10, 7};
     ForEachLevel([&] {
-        qzILGrayscaleImg gray;
-        ExpectModel(scene, gray, GrayModel{});
-        qzILChannelSwitch channels;
-        channels.SetSourceChannels(sources);
-        ExpectModel(scene, channels, SwitchModel{{8, 9, 10, 7}});
+        ExpectGray(scene);
+        ExpectSwitch(scene, {8, 9, 10, 7});
     });
-}
-
-/// Three offsets to the channels of a grey pixel that change the sum of a thousand parts by `change`.
-std::array<int, 3> Offsets(int change) {
-    for (int r = -9; r <= 9; ++r) {
-        for (int g = -9; g <= 9; ++g) {
-            for (int b = -9; b <= 9; ++b) {
-                if (299 * r + 587 * g + 114 * b == change) return {r, g, b};
-            }
-        }
-    }
-    ADD_FAILURE() << "no offsets for " << change;
-    return {};
 }
 
 TEST(Channels, EveryStepOfLuminanceOf16Bits) {
     Scene scene = Square(MFIF_RGBA_RAW_64);
-    for (int const change : {0, -1, 1}) {
-        auto const offsets = Offsets(change);
+    // What is added to the channels of a grey pixel changes the sum of a thousand parts by 0, -1 or 1.
+    int const offsets[][3] = {{0, 0, 0}, {-9, 4, 3}, {9, -4, -3}};
+    for (auto const& [r, g, b] : offsets) {
         auto const bytes = Bytes(scene.oA);
         for (int i = 0; i < 65536; ++i) {
-            u16 pixel[4] = {};
-            for (std::size_t c = 0; c < 3; ++c) {
-                pixel[c] = static_cast<u16>(std::clamp(i, 9, 65526) + offsets[c]);
-            }
-            if (change == 0) std::fill_n(pixel, 4, static_cast<u16>(i));
+            int const grey = r == 0 ? i : std::clamp(i, 9, 65526);
+            u16 const pixel[4] = {static_cast<u16>(grey + r), static_cast<u16>(grey + g), static_cast<u16>(grey + b),
+                                  static_cast<u16>(i)};
             std::memcpy(&bytes[static_cast<std::size_t>(i) * 8], pixel, 8);
         }
-        ForEachLevel([&] {
-            qzILGrayscaleImg effect;
-            ExpectModel(scene, effect, GrayModel{});
-        });
+        ForEachLevel([&] { ExpectGray(scene); });
     }
 }
 
@@ -172,29 +149,6 @@ TEST(ChannelSwitch, KeepsItsSources) {
     effect.SetSourceChannels(kSources[2]);
     effect.GetSourceChannels(channels);
     EXPECT_TRUE(std::ranges::equal(channels, kSources[2]));
-}
-
-/// Calls of the interrupt function; from the number on that is set here, it says stop.
-int g_iCalls, g_iStopAt;
-int CountedStop() {
-    return ++g_iCalls >= g_iStopAt;
-}
-
-TEST(RGBA2Alpha, StopsAfterTheLineOfAnInterrupt) {
-    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iHeight = 6};
-    scene.Make();
-    auto const in = Bytes(scene.oA), out = Bytes(scene.oOut);
-    std::vector<u8> const before(out.begin(), out.end());
-    qzILRGBA2Alpha effect;
-    Configure(scene, effect);
-    g_iCalls = 0;
-    g_iStopAt = 4;  // once before the lines, then behind the third
-    effect.SetInterruptFct(CountedStop, nullptr);
-    EXPECT_EQ(effect.Execute(), 1);
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        bool const written = i % 4 == 3 && i / 4 / 8 < 3;
-        EXPECT_EQ(out[i], written ? Luminance(&in[i - 3]) : before[i]) << "byte " << i;
-    }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-#include "model/cases.h"
 #include "model/color_model.h"
+#include "pixel/expect.h"
 
 #include "qzil/pixel/color_blend.h"
 #include "qzil/pixel/img_over_color.h"
@@ -11,22 +11,17 @@ namespace {
 void ExpectOverColor(Scene& scene, double opacity) {
     for (qzILColor const& color : kColors) {
         for (bool const premultiplied : {false, true}) {
-            qzILImgOverColor effect;
-            effect.SetBackgroundColor(color);
-            effect.SetForegroundOpacity(opacity);
-            effect.SetInputImgPremultiplied(premultiplied);
-            ExpectModel(scene, effect, ImgOverColorModel{color, premultiplied, opacity},
-                        Text(color) + Text("opacity", opacity) + (premultiplied ? "premultiplied" : ""), Planes::Whole);
+            Expect<qzILImgOverColor>(
+                scene, ImgOverColorModel{color, premultiplied, opacity},
+                Text(color) + Text("opacity", opacity) + (premultiplied ? "premultiplied" : ""),
+                [&](auto& effect) {
+                    effect.SetBackgroundColor(color);
+                    effect.SetForegroundOpacity(opacity);
+                    effect.SetInputImgPremultiplied(premultiplied);
+                },
+                Planes::Whole);
         }
     }
-}
-
-TEST(ImgOverColor, EqualsModel) {
-    ForEachScene(kImgOverColor, kMasked | kVideoMasks | kStandardModes, [](Scene& scene) {
-        // With an alpha plane, channel 8 alone leaves open what becomes of the colours.
-        if (IsFormatYCC(scene.oFormat) && scene.uMode == 8) return;
-        for (double const opacity : {0.0, 0.3, 254.0 / 255.0, 1.0}) ExpectOverColor(scene, opacity);
-    });
 }
 
 TEST(ImgOverColorBytes, EveryAlphaThroughEveryMask) {
@@ -38,18 +33,12 @@ TEST(ImgOverColorBytes, EveryAlphaThroughEveryMask) {
 
 void ExpectColorBlend(Scene& scene, qzILColor const& color) {
     for (double const alpha : kAlphas) {
-        qzILColorBlendImg effect;
-        effect.SetBlendColor(color);
-        effect.SetAlpha(alpha);
-        ExpectModel(scene, effect, ColorBlendModel{color, alpha}, Text(color) + Text("alpha", alpha));
-        EXPECT_EQ(effect.GetBlendColor(), color);
+        Expect<qzILColorBlendImg>(scene, ColorBlendModel{color, alpha}, Text(color) + Text("alpha", alpha),
+                                  [&](auto& effect) {
+                                      effect.SetBlendColor(color);
+                                      effect.SetAlpha(alpha);
+                                  });
     }
-}
-
-TEST(ColorBlend, EqualsModel) {
-    ForEachScene(kColorBlend, kMasked | kVideoMasks, [](Scene& scene) {
-        for (qzILColor const& color : kColors) ExpectColorBlend(scene, color);
-    });
 }
 
 TEST(ColorBlendWords, EveryValue) {
@@ -68,18 +57,14 @@ TEST(ColorBlendBytes, EveryValueThroughEveryMask) {
 
 void ExpectOutputAlpha(Scene& scene, unsigned mode) {
     for (int reverse : {0, 1}) {
-        qzILOutputAlpha effect;
-        effect.SetShowReverseFlag(reverse);
-        effect.SetAlphaMode(mode);
-        ExpectModel(scene, effect, OutputAlphaModel{reverse != 0, mode},
-                    Text("reverse", reverse) + Text("alpha mode", mode), Planes::Whole);
+        Expect<qzILOutputAlpha>(
+            scene, OutputAlphaModel{reverse != 0, mode}, Text("reverse", reverse) + Text("alpha mode", mode),
+            [=](auto& effect) {
+                effect.SetShowReverseFlag(reverse);
+                effect.SetAlphaMode(mode);
+            },
+            Planes::Whole);
     }
-}
-
-TEST(OutputAlpha, EqualsModel) {
-    ForEachScene(kOutputAlpha, kMasked | kStandardModes, [](Scene& scene) {
-        for (unsigned const mode : {1u, 2u, 3u}) ExpectOutputAlpha(scene, mode);
-    });
 }
 
 TEST(OutputAlphaWords, EveryAlpha) {
@@ -99,6 +84,22 @@ TEST(OutputAlphaBytes, LumaAtVideoLevels) {
     for (std::size_t i = 0; i < 256; ++i) alpha[i] = static_cast<u8>(i);
     ExpectOutputAlpha(scene, 2);
 }
+
+ModelCase const kCases[] = {
+    {"ImgOverColor", kImgOverColor, kMasked | kVideoMasks | kStandardModes,
+     [](Scene& scene) {
+         // With an alpha plane, channel 8 alone leaves open what becomes of the colours.
+         if (IsFormatYCC(scene.oFormat) && scene.uMode == 8) return;
+         for (double const opacity : {0.0, 0.3, 254.0 / 255.0, 1.0}) ExpectOverColor(scene, opacity);
+     }},
+    {"ColorBlend", kColorBlend, kMasked | kVideoMasks,
+     [](Scene& scene) { std::ranges::for_each(kColors, [&](auto& color) { ExpectColorBlend(scene, color); }); }},
+    {"OutputAlpha", kOutputAlpha, kMasked | kStandardModes,
+     [](Scene& scene) {
+         std::ranges::for_each(std::array{1u, 2u, 3u}, [&](unsigned m) { ExpectOutputAlpha(scene, m); });
+     }},
+};
+INSTANTIATE_TEST_SUITE_P(Colors, EqualsModel, testing::ValuesIn(kCases), CaseName);
 
 }  // namespace
 }  // namespace qzil::test::model

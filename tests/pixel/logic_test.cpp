@@ -1,18 +1,11 @@
-#include "model/cases.h"
 #include "model/invert_model.h"
-#include "support/levels.h"
+#include "pixel/expect.h"
 
 #include "qzil/pixel/logic.h"
 #include "qzil/pixel/min_mask.h"
 
 namespace qzil::test::model {
 namespace {
-
-template <class Effect>
-void Expect(Scene& scene, AnyModel const& model) {
-    Effect effect;
-    ExpectModel(scene, effect, model);
-}
 
 /// 1 is the exclusive OR; every other number the difference.
 constexpr unsigned kOperations[] = {0, 1, 2, 0xFFFFFFFF};
@@ -23,55 +16,34 @@ void ExpectDyadics(Scene& scene) {
     Expect<qzILMaxImg>(scene, PointModel{[](int, int a, int b) { return a < b ? b : a; }});
     Expect<qzILMinImg>(scene, PointModel{[](int, int a, int b) { return a < b ? a : b; }});
     for (unsigned const operation : kOperations) {
-        qzILXOrImg effect;
-        effect.SetOperation(operation);
         auto const rule = [=](int, int a, int b) { return operation == 1 ? a ^ b : std::abs(a - b); };
-        ExpectModel(scene, effect, PointModel{rule}, Text("operation", operation));
+        Expect<qzILXOrImg>(scene, PointModel{rule}, Text("operation", operation),
+                           [=](auto& effect) { effect.SetOperation(operation); });
     }
 }
 
-TEST(Logic, OfTwoImagesEqualsModel) {
-    ForEachLevel([] { ForEachScene(kInteger, kMasked | kDyadic, ExpectDyadics); });
-}
-
-TEST(Logic, OfAnImageAndAColourEqualsModel) {
+void ExpectOperands(Scene& scene) {
+    bool const mono = IsFormatMono(scene.oFormat);
+    i64 const full = GetChannelSizeFromFormat(scene.oFormat) == 1 ? 255 : 65535;
     // Components above 1.0 keep their low bits.
-    qzILColor const operands[] = {{0.9, 0.1, 0.4, 0.3}, {1.2, 0.66, 1.0, 0.0}};
-    auto const run = [&](Scene& scene) {
-        bool const mono = IsFormatMono(scene.oFormat);
-        i64 const full = GetChannelSizeFromFormat(scene.oFormat) == 1 ? 255 : 65535;
-        for (qzILColor const& color : operands) {
-            double const components[] = {color.GetRed(), color.GetGreen(), color.GetBlue(), color.GetAlpha()};
-            auto const operand = [&](int c) {
-                return static_cast<int>(Round(components[mono ? 0 : c] * static_cast<double>(full)) & full);
-            };
-            qzILMonadicAndImg both;
-            both.SetOperand(color);
-            ExpectModel(scene, both, PointModel{[&](int c, int v, int) { return v & operand(c); }}, Text(color));
-            qzILMonadicOrImg either;
-            either.m_oOperand = color;
-            ExpectModel(scene, either, PointModel{[&](int c, int v, int) { return v | operand(c); }}, Text(color));
-        }
-    };
-    ForEachLevel([&] { ForEachScene(kInteger, kMasked, run); });
+    for (qzILColor const& color : {qzILColor(0.9, 0.1, 0.4, 0.3), qzILColor(1.2, 0.66, 1.0, 0.0)}) {
+        double const components[] = {color.GetRed(), color.GetGreen(), color.GetBlue(), color.GetAlpha()};
+        auto const operand = [&](int c) {
+            return static_cast<int>(Round(components[mono ? 0 : c] * static_cast<double>(full)) & full);
+        };
+        Expect<qzILMonadicAndImg>(scene, PointModel{[&](int c, int v, int) { return v & operand(c); }}, Text(color),
+                                  [&](auto& effect) { effect.SetOperand(color); });
+        Expect<qzILMonadicOrImg>(scene, PointModel{[&](int c, int v, int) { return v | operand(c); }}, Text(color),
+                                 [&](auto& effect) { effect.m_oOperand = color; });
+    }
 }
 
 TEST(LogicBytes, EveryPairOfValues) {
     for (XFImageChannel const mask : {0, 16}) {
-        Scene scene = Square(MFIF_MONO_RAW_8, mask);
-        FillBytes(scene.oA.Get(), -1, [](int x, int, int) { return x; });
+        Scene scene = EveryPair(MFIF_MONO_RAW_8, mask);
         FillBytes(scene.oB.Get(), -1, [](int, int y, int) { return y; });
         ForEachLevel([&] { ExpectDyadics(scene); });
     }
-}
-
-TEST(LogicValues, OfSinglePairs) {
-    qzILMaxImg const larger{};
-    qzILMinImg const smaller{};
-    EXPECT_EQ(larger.Operation8(200, 100), 200);
-    EXPECT_EQ(larger.Operation16(255, 65535), 65535);
-    EXPECT_EQ(smaller.Operation8(200, 100), 100);
-    EXPECT_EQ(smaller.Operation16(65535, 256), 256);
 }
 
 // Without Verify: 16-bit samples of other kinds are words to the three bitwise effects, all others are left alone.
@@ -124,13 +96,15 @@ struct MinMaskModel {
     }
 };
 
-TEST(MinMask, EqualsModel) {
-    ForEachLevel([] {
-        ForEachScene(kAdjustPremult, kMasked | kSpecials, [](Scene& scene) {
-            if (scene.uMask) Expect<qzILMinMaskImg>(scene, MinMaskModel{});
-        });
-    });
-}
+ModelCase const kCases[] = {
+    {"LogicOfTwo", kInteger, kMasked | kDyadic | kEveryLevel, ExpectDyadics},
+    {"LogicWithAColour", kInteger, kMasked | kEveryLevel, ExpectOperands},
+    {"MinMask", kAdjustPremult, kMasked | kSpecials | kEveryLevel,
+     [](Scene& scene) {
+         if (scene.uMask) Expect<qzILMinMaskImg>(scene, MinMaskModel{});
+     }},
+};
+INSTANTIATE_TEST_SUITE_P(Logic, EqualsModel, testing::ValuesIn(kCases), CaseName);
 
 TEST(MinMaskBytes, EveryValueThroughEveryMask) {
     Scene scene = EveryPair(MFIF_RGBA_RAW_32, 16);
@@ -158,7 +132,7 @@ TEST(MinMask, ClearsAttributes) {
 TEST(MinMask, PremultipliesByTheOwnAlpha) {
     Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 1300, .uMode = 7, .iInPlace = 1};
     scene.Make();
-    std::vector<unsigned char> const before(Bytes(scene.oA).begin(), Bytes(scene.oA).end());
+    std::vector<u8> const before = Snapshot(scene.oA);
     qzILMinMaskImg effect;
     Configure(scene, effect);
     effect.SetMask({0, 0, scene.iWidth, scene.iHeight}, scene.oA.Get(), XFImageChannel3);
@@ -169,17 +143,6 @@ TEST(MinMask, PremultipliesByTheOwnAlpha) {
         u8 const v = before[i], alpha = before[i | 3];
         ASSERT_EQ(after[i], i % 4 == 3 ? v : MinMaskModel::Product(v, alpha)) << i;
     }
-}
-
-TEST(MinMask, WithoutAMaskWritesNothing) {
-    Scene scene{.oFormat = MFIF_RGBA_RAW_32};
-    scene.Make();
-    std::vector<unsigned char> const before(Bytes(scene.oOut).begin(), Bytes(scene.oOut).end());
-    qzILMinMaskImg effect;
-    Configure(scene, effect);
-    EXPECT_EQ(effect.Execute(), -1);
-    EXPECT_EQ(effect.GetLastError(), qzILError(0x10005));
-    EXPECT_EQ(DescribeDifference(before, Bytes(scene.oOut)), "");
 }
 
 int l_iAsked = 0;
@@ -198,14 +161,12 @@ int Questions() {
 }
 
 TEST(LogicInterrupt, IsAskedByLineOrByFrame) {
-    for (int const asked :
-         {Questions<qzILAndImg>(), Questions<qzILOrImg>(), Questions<qzILXOrImg>(), Questions<qzILMinMaskImg>()}) {
-        EXPECT_EQ(asked, 1);
-    }
-    for (int const asked : {Questions<qzILMaxImg>(), Questions<qzILMinImg>(), Questions<qzILMonadicAndImg>(),
-                            Questions<qzILMonadicOrImg>()}) {
-        EXPECT_EQ(asked, 2);
-    }
+    EXPECT_EQ((std::array{Questions<qzILAndImg>(), Questions<qzILOrImg>(), Questions<qzILXOrImg>(),
+                          Questions<qzILMinMaskImg>()}),
+              (std::array{1, 1, 1, 1}));
+    EXPECT_EQ((std::array{Questions<qzILMaxImg>(), Questions<qzILMinImg>(), Questions<qzILMonadicAndImg>(),
+                          Questions<qzILMonadicOrImg>()}),
+              (std::array{2, 2, 2, 2}));
 }
 
 }  // namespace
