@@ -143,17 +143,6 @@ void ForEachScene(std::vector<GUID> const& formats, unsigned sweep, Fn fn) {
     for (GUID const& format : formats) ForEachScene(format, sweep, fn);
 }
 
-template <class Fn>
-void VisitType(XFChannelType type, Fn fn) {
-    switch (type) {
-        case XFChannelTypeUInt8: return fn(u8{});
-        case XFChannelTypeUInt16: return fn(u16{});
-        case XFChannelTypeS2_14: return fn(short{});
-        case XFChannelTypeFloat: return fn(float{});
-        default: ADD_FAILURE() << "channel type " << type;
-    }
-}
-
 /// Any model, so that what runs models is compiled once.
 class AnyModel {
 public:

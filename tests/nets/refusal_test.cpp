@@ -1,6 +1,6 @@
 // What Verify refuses, with which code and in which order, over the catalogue.
 
-#include "nets/subject.h"
+#include "scene/subject.h"
 #include "support/table.h"
 
 #include "qzil/frame/image_utils.h"
@@ -159,7 +159,7 @@ void ExpectFormats(catalog::Entry const& entry) {
             EXPECT_EQ(status, 1) << entry.sName << ' ' << format.pName << ": " << std::hex << code;
         } else if (status == 1) {
             // What Verify takes beyond the entry is left alone.
-            auto const output = Bytes(subject.oImages.oOutput);
+            auto const output = Bytes(subject.oImages.Output());
             std::vector<unsigned char> const before(output.begin(), output.end());
             EXPECT_EQ(subject->Execute(), 1);
             EXPECT_EQ(DescribeDifference(before, output), "") << entry.sName << ' ' << format.pName;

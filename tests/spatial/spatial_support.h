@@ -2,7 +2,7 @@
 
 #include "model/cases.h"
 #include "model/spatial_model.h"
-#include "nets/subject.h"
+#include "scene/subject.h"
 #include "support/levels.h"
 
 #include "qzil/frame/image_utils.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "nets/scene.h"
 #include "qzil/frame/dyadic.h"
 #include "qzil/frame/monadic.h"
+#include "scene/scene.h"
 
 #include <gtest/gtest.h>
 
