@@ -1,7 +1,6 @@
 #pragma once
 
-#include "model/rules.h"
-#include "support/picture.h"
+#include "model/model.h"
 #include "support/plain_layout.h"
 
 #include "qzil/frame/dyadic.h"
@@ -10,52 +9,12 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cstring>
-#include <functional>
-#include <span>
 #include <string>
-#include <tuple>
 #include <vector>
 
-/// Runs one scene through an effect and through its plain model.
+/// Whole pictures through an effect object of a test's own and through its plain model.
 namespace qzil::test::model {
-
-enum class Kind { Rgba, Mono, Video };
-enum class Planes { Split, Whole };  ///< how an effect sees images with an alpha plane
-
-/// One line of a picture, as a model sees it. An alpha plane that is processed for itself is a mono line.
-template <class T>
-struct Line {
-    Kind eKind;
-    GUID oFormat;
-    int iWidth;
-    unsigned uMode;
-    bool bDominantB;
-    T const* pA;
-    T const* pB;
-    T const* pP;        ///< the dominant input
-    T const* pMask;     ///< null without a mask
-    T const* pAlphaIn;  ///< alpha plane, when it is seen together with the colours
-    T* pOut;
-    T* pAlphaOut;
-
-    int Samples() const { return eKind == Kind::Rgba ? 4 : eKind == Kind::Mono ? 1 : 2; }
-    bool Selects(int channel) const { return eKind == Kind::Mono || (uMode >> channel & 1); }
-    /// Stores a pixel's result by mask and channel selection.
-    template <class MixRule>
-    void Commit(int x, T const* result, MixRule mix) const {
-        for (int c = 0, n = Samples(); c < n; ++c) {
-            int const i = x * n + c;
-            T const p = pP[i];
-            if (!Selects(c) || (pMask && IsNone(pMask[x]))) {
-                pOut[i] = p;
-            } else {
-                pOut[i] = !pMask || IsFull(pMask[x]) ? result[c] : mix(pMask[x], p, result[c]);
-            }
-        }
-    }
-};
 
 struct Scene {
     GUID oFormat{};
@@ -76,11 +35,6 @@ struct Scene {
     std::string Describe() const;
 };
 
-std::string ParamName(testing::TestParamInfo<GUID> const& info);
-GUID MaskFormat(GUID const& format, bool fourChannels);
-/// Fills by channel type, half of the samples end values.
-void FillEnds(IXFImage* image, std::uint64_t seed, bool specials);
-void FillMask(IXFImage* image, std::uint64_t seed);
 /// Puts the same value of 0 to 255 through a function of x and y into a channel (or all, -1) of an 8-bit image.
 template <class Fn>
 void FillBytes(IXFImage* image, int channel, Fn value) {
@@ -143,26 +97,7 @@ void ForEachScene(std::vector<GUID> const& formats, unsigned sweep, Fn fn) {
     for (GUID const& format : formats) ForEachScene(format, sweep, fn);
 }
 
-/// Any model, so that what runs models is compiled once.
-class AnyModel {
-public:
-    template <class Model>
-    AnyModel(Model const& model) : m_oLines{model, model, model, model} {}
-    template <class T>
-    void operator()(Line<T> const& line) const {
-        std::get<std::function<void(Line<T> const&)>>(m_oLines)(line);
-    }
-
-private:
-    template <class... T>
-    using Lines = std::tuple<std::function<void(Line<T> const&)>...>;
-    Lines<u8, u16, short, float> m_oLines;
-};
-
 void Configure(Scene const& scene, qzILImgProc& effect);
-
-/// Empty when samples are equal bit by bit (two NaN are), else the first that is not.
-std::string SampleDifference(GUID const& format, std::span<u8 const> expected, std::span<u8 const> actual);
 
 /// The effect must give the model's bytes, bit by bit (two NaN are equal). A scene in place is made anew afterwards.
 void ExpectModel(Scene& scene, qzILImgProc& effect, AnyModel const& model, std::string const& parameters = {},

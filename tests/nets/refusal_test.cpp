@@ -182,8 +182,11 @@ void Set(catalog::Instance& effect, std::string const& setting) {
     std::size_t const equals = setting.find('=');
     std::string const name = setting.substr(0, equals);
     double const number = std::strtod(setting.c_str() + equals + 1, nullptr);
-    bool const real = effect.Describes().FindParameter(name)->eKind == catalog::Kind::Real;
-    effect.Set(name, real ? catalog::Value(number) : catalog::Value(static_cast<long>(number)));
+    float const part = static_cast<float>(number);
+    catalog::Kind const kind = effect.Describes().FindParameter(name)->eKind;
+    effect.Set(name, kind == catalog::Kind::Real   ? catalog::Value(number)
+                     : kind == catalog::Kind::Pair ? catalog::Value(qzILVector2f(part, part))
+                                                   : catalog::Value(static_cast<long>(number)));
 }
 
 TEST(RefusalNet, AnswersOfTheTable) {

@@ -63,8 +63,7 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
                     << scene.Describe() << " allocation " << n << " code " << code;
                 // The same object works again afterwards.
                 Images const fresh(scene);
-                for (std::size_t i = 0; i < fresh.oInputs.size(); ++i) instance.SetInput(i, fresh.oInputs[i].Get());
-                instance.SetOutput(fresh.Output().Get());
+                SetImages(instance, scene, fresh);
                 ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
                 ASSERT_EQ(DescribeDifference(Bytes(reference.Output()), Bytes(fresh.Output())), "") << scene.Describe();
             }

@@ -167,15 +167,16 @@ void FillImage(IXFImage* image, Scene const& scene, std::size_t n) {
             std::size_t const column = pixel % 256 + (c < 3 ? 85 * c : 0), line = pixel / 256;
             return static_cast<decltype(zero)>(second || (isLine && c == 3) ? line : column);
         });
-    } else {
+    } else if (mask) {
         Random random(seed);
         double last = 0;
         FillSamples(image, [&](auto zero, std::size_t) {
             using T = decltype(zero);
-            if (!mask) return Sample<T>(random, scene.eFill == Fill::Specials && n != 2);
             if (!random.OneIn(4)) last = static_cast<double>(MaskSample<T>(random));  // real masks have runs of a value
             return static_cast<T>(last);
         });
+    } else {
+        FillEnds(image, seed, scene.eFill == Fill::Specials && n != 2);
     }
 }
 
@@ -193,6 +194,11 @@ bool CutsPair(Scene const& scene) {
 }
 
 }  // namespace
+
+void FillEnds(IXFImage* image, std::uint64_t seed, bool specials) {
+    Random random(seed);
+    FillSamples(image, [&](auto zero, std::size_t) { return Sample<decltype(zero)>(random, specials); });
+}
 
 qzILBbox2l Scene::BoxOf(std::size_t input) const {
     if (oSizes.empty()) return oRoi;
@@ -253,16 +259,20 @@ Images::Images(Scene const& scene) {
     if (scene.HasMask()) oMask = make(scene.oMaskFormat, scene.oMaskRect.Size, 3);
 }
 
+void SetImages(catalog::Instance& instance, Scene const& scene, Images const& images) {
+    for (std::size_t i = 0; i < images.oInputs.size(); ++i) instance.SetInput(i, images.oInputs[i].Get());
+    for (std::size_t i = 0; i < images.oOutputs.size(); ++i) instance.SetOutput(images.oOutputs[i].Get(), i);
+    instance.SetMask(scene.oMaskRect, images.oMask.Get(), scene.uMaskChannel);
+}
+
 catalog::Instance Prepare(Scene const& scene, Images const& images) {
     catalog::Instance instance = scene.pEntry->Make();
-    for (std::size_t i = 0; i < images.oInputs.size(); ++i) instance.SetInput(i, images.oInputs[i].Get());
+    SetImages(instance, scene, images);
     instance.SetInputOffset(scene.oInputOffset);
     instance.SetDominant(scene.bDominantB);
     for (std::size_t i = 0; i < scene.oValues.size(); ++i) instance.Set(i, scene.oValues[i]);
-    for (std::size_t i = 0; i < images.oOutputs.size(); ++i) instance.SetOutput(images.oOutputs[i].Get(), i);
     instance.SetRoi(scene.oRoi);
     instance.SetOutputOffset(scene.oOutputOffset);
-    instance.SetMask(scene.oMaskRect, images.oMask.Get(), scene.uMaskChannel);
     instance.SetDefaultColor(scene.oDefaultColor);
     instance.Effect().SetProcessingMode(scene.uMode);
     return instance;
@@ -365,7 +375,7 @@ Scene RandomScene(catalog::Entry const& entry, GUID const& format, Random& rando
         constexpr unsigned kVideoModes[] = {7, 15, 8};
         scene.uMode = video ? kVideoModes[IsFormatWithAlpha(format) ? random.Below(3) : random.Below(2)]
                             : static_cast<unsigned>(random.Below(16));
-        if (random.OneIn(3)) scene.uMode |= random.OneIn(2) ? 0x100u : 0x200u;
+        if (random.OneIn(3)) scene.uMode |= random.OneIn(2) ? 0x100u : random.OneIn(8) ? 0x300u : 0x200u;
         bool const mask = entry.bMaskRequired || (!video && entry.TakesMask() && random.OneIn(2));
         if (mask || (!video && entry.TakesMask() && random.OneIn(3))) {
             scene.oMaskRect = {random.Between(-4, 12), random.Between(-4, 8), random.Between(1, 40),
@@ -384,6 +394,22 @@ Scene RandomScene(catalog::Entry const& entry, GUID const& format, Random& rando
         if (entry.bMaskRequired) scene.bDominantB = false;
         return scene;
     }
+}
+
+Scene WholeScene(catalog::Entry const& entry, GUID const& format, Random& random) {
+    int const width = random.OneIn(8) ? 600 : random.Between(1, 70);
+    Scene scene = PlainScene(entry, format, width, random.Between(2, 3));
+    bool const video = IsVideo(format), four = random.OneIn(2);
+    scene.uSeed = random.Next() >> 8;
+    scene.oValues = RandomValues(entry, random);
+    scene.bDominantB = scene.HasB() && random.OneIn(2);
+    scene.uMode = static_cast<unsigned>(random.Below(16));
+    if (video) scene.uMode = IsFormatWithSeparateAlpha(format) && random.OneIn(3) ? 8 : random.OneIn(2) ? 7 : 15;
+    if (random.OneIn(3)) return scene;
+    scene.oMaskFormat = MaskFormatFor(format, four);
+    scene.uMaskChannel = four ? 1u << random.Below(4) : XFImageChannelMono;
+    scene.oMaskRect = scene.oRoi;
+    return scene;
 }
 
 Scene RandomConversion(catalog::Entry const& entry, catalog::FormatPair const& pair, Random& random) {

@@ -18,6 +18,9 @@ std::span<catalog::Entry const> NetEffects();
 /// of values of a first and a second image over 256 x 256 pixels, where a mask takes the second one's place.
 enum class Fill { Random, Ends, Specials, EveryPair };
 
+/// Fills by channel type, half of the samples ends.
+void FillEnds(IXFImage* image, std::uint64_t seed, bool specials);
+
 /// One call of an effect. Images are described, not held, so that a scene can be run again and again.
 struct Scene {
     catalog::Entry const* pEntry = nullptr;
@@ -71,6 +74,7 @@ struct Images {
 
 /// An effect with everything of a scene in it.
 catalog::Instance Prepare(Scene const& scene, Images const& images);
+void SetImages(catalog::Instance& instance, Scene const& scene, Images const& images);
 /// The images behind a call that has to succeed.
 Images Executed(Scene const& scene);
 
@@ -107,6 +111,8 @@ std::vector<catalog::Value> RandomValuesFor(catalog::Entry const& entry, GUID co
 /// Random scenes that the effect's Verify accepts.
 Scene RandomScene(catalog::Entry const& entry, GUID const& format, Random& random);
 Scene RandomConversion(catalog::Entry const& entry, catalog::FormatPair const& pair, Random& random);
+/// A whole picture with a mask perhaps, which Verify has not been asked about.
+Scene WholeScene(catalog::Entry const& entry, GUID const& format, Random& random);
 
 /// A plain scene: whole images of one size, no mask unless the effect needs one.
 Scene PlainScene(catalog::Entry const& entry, GUID const& format, int width, int height);

@@ -45,6 +45,17 @@ private:
     }
 };
 
+/// The same of an effect whose class a test knows.
+template <class Effect>
+struct Ready : Subject {
+    explicit Ready(Scene const& scene) : Subject(scene) {}
+    Ready(char const* name, GUID const& format = MFIF_RGBA_RAW_32, int width = 9, int height = 7)
+        : Subject(*catalog::Find(name), format, width, height) {}
+    Effect& operator*() { return dynamic_cast<Effect&>(oInstance.Effect()); }
+    Effect* operator->() { return &**this; }
+    std::span<unsigned char> Output() const { return Bytes(oImages.Output()); }
+};
+
 /// An image that knows its format and size but has no pixels.
 inline Ref<IXFImage> WithoutPixels(GUID const& format, int width = 16, int height = 8) {
     auto image = MakeImage(format, 0, 0);
