@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 
 namespace qzil::test::model {
 namespace {
@@ -168,6 +167,12 @@ std::vector<Row> Rows() {
     };
 }
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr int kShare = 8;  ///< of the scenes, one
+#else
+constexpr int kShare = 1;
+#endif
+
 class ModelNet : public testing::TestWithParam<Row> {
 protected:
     Entry const& Effect() const { return *catalog::Find(GetParam().pEffect); }
@@ -184,12 +189,12 @@ TEST_P(ModelNet, RandomScenes) {
     Random random(1);
     bool const margin = Effect().eMemory == catalog::Memory::Margin;
     for (GUID const& format : Effect().oFormats) {
-        for (int i = 0; i < (margin ? 500 : 150) && !HasFailure(); ++i) Expect(RandomScene(Effect(), format, random));
+        for (int i = 0; i < (margin ? 500 : 150) / kShare && !HasFailure(); ++i) Expect(RandomScene(Effect(), format, random));
     }
     for (FormatPair const& pair : Effect().oPairs) {
         // The dithering term of bytes that become 4:4:4:4 is free.
         bool const freeDither = IsFormatYCCA4444(pair.oTo) && DepthOf(pair.oFrom) == Depth::Byte;
-        for (int i = 0; i < 40 && !HasFailure(); ++i) {
+        for (int i = 0; i < 40 / kShare && !HasFailure(); ++i) {
             S scene = RandomConversion(Effect(), pair, random);
             if (freeDither) scene.Set("dither", false);
             if (i % 2) scene.eFill = Fill::Ends;
@@ -230,7 +235,7 @@ TEST_P(ModelNet, WithoutVerify) {
         if (Also(kVideoMasks) && IsVideo(format)) formats.push_back(format);
     }
     for (GUID const& format : formats) {
-        for (int i = 0; i < 100 && !HasFailure(); ++i) Expect(WholeScene(Effect(), format, random));
+        for (int i = 0; i < 100 / kShare && !HasFailure(); ++i) Expect(WholeScene(Effect(), format, random));
     }
 }
 
@@ -239,7 +244,7 @@ TEST_P(ModelNet, EveryValue) {
     Random random(3);
     for (GUID const& format : Effect().oFormats) {
         if (IsFormatFloat(format)) continue;
-        for (int i = 0; i < 12 && !HasFailure(); ++i) {
+        for (int i = 0; i < (IsVideo(format) ? 3 : 12) && !HasFailure(); i += kShare) {
             S scene = PlainScene(Effect(), format, 256, 256);
             scene.uMode = 15;
             scene.uSeed = static_cast<std::uint64_t>(i + 1);

@@ -55,9 +55,9 @@ void ExpectModel(Scene& scene, qzILImgProc& effect, AnyModel const& model, std::
                  Planes planes) {
     Configure(scene, effect);
     test::Scene const whole = ToTestScene(scene);
-    Images images(whole);
+    Images images;
     images.oInputs = {scene.oA, scene.oB};
-    images.oOutputs[0] = scene.iInPlace == 1 ? scene.oA : scene.iInPlace == 2 ? scene.oB : scene.oOut;
+    images.oOutputs = {scene.iInPlace == 1 ? scene.oA : scene.iInPlace == 2 ? scene.oB : scene.oOut};
     images.oMask = scene.oMask;
     Call call = MakeCall(whole, images);
     RunLines(call, model, planes);

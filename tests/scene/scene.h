@@ -68,6 +68,7 @@ struct Images {
     std::vector<Ref<IXFImage>> oInputs, oOutputs;
     Ref<IXFImage> oMask;
 
+    Images() = default;
     explicit Images(Scene const& scene);
     Ref<IXFImage> const& Output() const { return oOutputs.front(); }
 };
