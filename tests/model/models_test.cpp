@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace qzil::test::model {
 namespace {
 
@@ -189,7 +188,8 @@ TEST_P(ModelNet, RandomScenes) {
     Random random(1);
     bool const margin = Effect().eMemory == catalog::Memory::Margin;
     for (GUID const& format : Effect().oFormats) {
-        for (int i = 0; i < (margin ? 500 : 150) / kShare && !HasFailure(); ++i) Expect(RandomScene(Effect(), format, random));
+        for (int i = 0; i < (margin ? 500 : 150) / kShare && !HasFailure(); ++i)
+            Expect(RandomScene(Effect(), format, random));
     }
     for (FormatPair const& pair : Effect().oPairs) {
         // The dithering term of bytes that become 4:4:4:4 is free.
