@@ -1,11 +1,17 @@
-// Every effect gives the same bytes at every CPU level, whatever the width, and writes nothing beside its region.
+// Every effect gives the same bytes at every CPU level, whatever the width, writes nothing beside its region, and
+// reads nothing behind its images.
 
 #include "support/levels.h"
 #include "scene/scene.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <list>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace qzil::test {
 namespace {
@@ -15,6 +21,32 @@ using catalog::FormatPair;
 
 constexpr std::size_t kCanary = 64;
 
+/// Puts an image's pixels right before memory that nobody may read, for as long as it lives.
+class Guarded {
+public:
+    explicit Guarded(Ref<IXFImage> const& image) : m_pImage(image) {
+        auto const bytes = Bytes(image);
+        std::size_t const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE)), pages = bytes.size() / page + 1;
+        m_uSize = (pages + 1) * page;
+        m_pMemory = mmap(nullptr, m_uSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        unsigned char* const end = static_cast<unsigned char*>(m_pMemory) + pages * page;
+        std::copy(bytes.begin(), bytes.end(), end - bytes.size());
+        mprotect(end, page, PROT_NONE);
+        image->SetPixelArray(end - bytes.size());
+    }
+    ~Guarded() {
+        m_pImage->SetPixelArray(nullptr);
+        munmap(m_pMemory, m_uSize);
+    }
+    Guarded(Guarded const&) = delete;
+    Guarded& operator=(Guarded const&) = delete;
+
+private:
+    Ref<IXFImage> m_pImage;
+    void* m_pMemory;
+    std::size_t m_uSize;
+};
+
 /// Runs a scene into an output between canaries; the bytes with them.
 std::vector<unsigned char> RunBetweenCanaries(Scene const& scene) {
     Images images(scene);
@@ -22,6 +54,9 @@ std::vector<unsigned char> RunBetweenCanaries(Scene const& scene) {
     std::vector<unsigned char> memory(initial.size() + 2 * kCanary, 0xA5);
     std::memcpy(memory.data() + kCanary, initial.data(), initial.size());
     images.Output()->SetPixelArray(memory.data() + kCanary);
+    std::list<Guarded> inputs;
+    for (Ref<IXFImage> const& input : images.oInputs) inputs.emplace_back(input);
+    if (images.oMask) inputs.emplace_back(images.oMask);
     catalog::Instance instance = Prepare(scene, images);
     EXPECT_EQ(instance.Effect().Verify(), 1) << scene.Describe();
     EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();

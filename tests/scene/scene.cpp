@@ -164,7 +164,7 @@ void FillImage(IXFImage* image, Scene const& scene, std::size_t n) {
         FillSamples(image, [&](auto zero, std::size_t i) {
             std::size_t const pixel = i / channels, c = i % channels;
             if (sizeof zero == 2) return static_cast<decltype(zero)>(second ? pixel * 40503 : pixel);
-            std::size_t const column = pixel % 256 + (c < 3 ? 85 * c : 0), line = pixel / 256;
+            std::size_t const column = pixel % 256 * (c < 3 ? 2 * c + 1 : 1), line = pixel / 256;
             return static_cast<decltype(zero)>(second || (isLine && c == 3) ? line : column);
         });
     } else if (mask) {
