@@ -130,10 +130,10 @@ void ExpectModel(test::Scene const& scene, Model const& model, Tweak const& twea
     Images const before(scene);
     std::vector<u8> const expected = Expected(scene, before, model);
     catalog::Instance instance = Prepare(scene, before);
-    if (tweak) tweak(instance.Effect());
     ForEachLevel([&] {
         Images const images(scene);
         SetImages(instance, scene, images);
+        if (tweak) tweak(instance.Effect());
         EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
         EXPECT_EQ(SampleDifference(scene.OutputFormat(), expected, Bytes(images.Output())), "") << scene.Describe();
     });
