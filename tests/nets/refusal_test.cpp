@@ -1,6 +1,6 @@
 // What Verify refuses, with which code and in which order, over the catalogue.
 
-#include "nets/subject.h"
+#include "scene/subject.h"
 #include "support/table.h"
 
 #include "qzil/frame/image_utils.h"
@@ -159,7 +159,7 @@ void ExpectFormats(catalog::Entry const& entry) {
             EXPECT_EQ(status, 1) << entry.sName << ' ' << format.pName << ": " << std::hex << code;
         } else if (status == 1) {
             // What Verify takes beyond the entry is left alone.
-            auto const output = Bytes(subject.oImages.oOutput);
+            auto const output = Bytes(subject.oImages.Output());
             std::vector<unsigned char> const before(output.begin(), output.end());
             EXPECT_EQ(subject->Execute(), 1);
             EXPECT_EQ(DescribeDifference(before, output), "") << entry.sName << ' ' << format.pName;
@@ -182,8 +182,11 @@ void Set(catalog::Instance& effect, std::string const& setting) {
     std::size_t const equals = setting.find('=');
     std::string const name = setting.substr(0, equals);
     double const number = std::strtod(setting.c_str() + equals + 1, nullptr);
-    bool const real = effect.Describes().FindParameter(name)->eKind == catalog::Kind::Real;
-    effect.Set(name, real ? catalog::Value(number) : catalog::Value(static_cast<long>(number)));
+    float const part = static_cast<float>(number);
+    catalog::Kind const kind = effect.Describes().FindParameter(name)->eKind;
+    effect.Set(name, kind == catalog::Kind::Real   ? catalog::Value(number)
+                     : kind == catalog::Kind::Pair ? catalog::Value(qzILVector2f(part, part))
+                                                   : catalog::Value(static_cast<long>(number)));
 }
 
 TEST(RefusalNet, AnswersOfTheTable) {

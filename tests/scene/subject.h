@@ -1,8 +1,8 @@
 #pragma once
 
-#include "nets/scene.h"
 #include "qzil/frame/dyadic.h"
 #include "qzil/frame/monadic.h"
+#include "scene/scene.h"
 
 #include <gtest/gtest.h>
 
@@ -43,6 +43,17 @@ private:
         std::snprintf(text, sizeof text, ": expected 0x%X, actual %d and 0x%X", code, static_cast<int>(status), actual);
         return testing::AssertionFailure() << Describe() << text;
     }
+};
+
+/// The same of an effect whose class a test knows.
+template <class Effect>
+struct Ready : Subject {
+    explicit Ready(Scene const& scene) : Subject(scene) {}
+    Ready(char const* name, GUID const& format = MFIF_RGBA_RAW_32, int width = 9, int height = 7)
+        : Subject(*catalog::Find(name), format, width, height) {}
+    Effect& operator*() { return dynamic_cast<Effect&>(oInstance.Effect()); }
+    Effect* operator->() { return &**this; }
+    std::span<unsigned char> Output() const { return Bytes(oImages.Output()); }
 };
 
 /// An image that knows its format and size but has no pixels.

@@ -1,12 +1,10 @@
-#include "pixel/expect.h"
+#pragma once
+
+#include "model/model.h"
 
 #include "qzil/image/pixel_math.h"
-#include "qzil/pixel/channels.h"
-
-#include <climits>
 
 namespace qzil::test::model {
-namespace {
 
 template <class T>
 T Luminance(T const* p) {
@@ -89,67 +87,30 @@ struct SwitchModel {
     }
 };
 
-constexpr int kSources[][4] = {{0, 1, 2, 3},  {3, 2, 1, 0},    {12, 11, 11, 12},
-                               {4, 5, 6, 7},  {8, 9, 10, 3},   {10, 8, 4, 9},
-                               {2, 2, 7, 12}, {-1, 13, 0, 11}, {INT_MIN, INT_MAX, 9, 6}};
-
-void ExpectGray(Scene& scene) {
-    Expect<qzILGrayscaleImg>(scene, GrayModel{});
-}
-
-void ExpectSwitch(Scene& scene, int const (&sources)[4]) {
-    Expect<qzILChannelSwitch>(scene, SwitchModel{{sources[0], sources[1], sources[2], sources[3]}},
-                              Text("first source", sources[0]),
-                              [&](auto& effect) { effect.SetSourceChannels(sources); });
-}
-
-ModelCase const kCases[] = {
-    {"Grayscale", kGrayscale, kMasked | kSpecials | kEveryLevel, ExpectGray},
-    {"ChannelSwitch", kGrayscale, kMasked | kSpecials | kEveryLevel,
-     [](Scene& scene) { std::ranges::for_each(kSources, [&](auto& sources) { ExpectSwitch(scene, sources); }); }},
-    {"ToAlpha", kComposite, kMasked | kEveryLevel, [](Scene& scene) { Expect<qzILRGBA2Alpha>(scene, ToAlphaModel{}); }},
-};
-INSTANTIATE_TEST_SUITE_P(Channels, EqualsModel, testing::ValuesIn(kCases), CaseName);
-
-/// All pairs of red and green, with every fifth blue.
-TEST(Channels, TheColoursOf8Bits) {
-    Scene scene{.oFormat = MFIF_RGBA_RAW_32, .iWidth = 4096, .iHeight = 832};
-    scene.Make();
-    FillBytes(scene.oA.Get(), -1, [](int x, int y, int c) {
-        int const color = y << 12 | x;
-        return c == 2 ? (color >> 16) * 5 : color >> 8 * (c & 1);
-    });
-    ForEachLevel([&] {
-        ExpectGray(scene);
-        ExpectSwitch(scene, {8, 9, 10, 7});
-    });
-}
-
-TEST(Channels, EveryStepOfLuminanceOf16Bits) {
-    Scene scene = Square(MFIF_RGBA_RAW_64);
-    // What is added to the channels of a grey pixel changes the sum of a thousand parts by 0, -1 or 1.
-    int const offsets[][3] = {{0, 0, 0}, {-9, 4, 3}, {9, -4, -3}};
-    for (auto const& [r, g, b] : offsets) {
-        auto const bytes = Bytes(scene.oA);
-        for (int i = 0; i < 65536; ++i) {
-            int const grey = r == 0 ? i : std::clamp(i, 9, 65526);
-            u16 const pixel[4] = {static_cast<u16>(grey + r), static_cast<u16>(grey + g), static_cast<u16>(grey + b),
-                                  static_cast<u16>(i)};
-            std::memcpy(&bytes[static_cast<std::size_t>(i) * 8], pixel, 8);
+struct MinMaskModel {
+    template <class T>
+    static T Product(T c, T m) {
+        if constexpr (kIsFloat<T>) {
+            return c * m;
+        } else {
+            i64 const value = c, weight = m;
+            if constexpr (kIsByte<T>) return static_cast<T>((value * weight * 257 + 32896) >> 16);
+            return static_cast<T>(Part14(weight, value));
         }
-        ForEachLevel([&] { ExpectGray(scene); });
     }
-}
+    template <class T>
+    void operator()(Line<T> const& line) const {
+        for (int i = 0; i < 4 * line.iWidth; ++i) {
+            T const v = line.pA[i], m = line.pMask[i / 4];
+            if (!line.Selects(i % 4) || IsFull(m)) {
+                line.pOut[i] = v;
+            } else if (IsNone(m)) {
+                line.pOut[i] = 0;
+            } else {
+                line.pOut[i] = i % 4 == 3 ? std::min(m, v) : Product(v, m);
+            }
+        }
+    }
+};
 
-TEST(ChannelSwitch, KeepsItsSources) {
-    qzILChannelSwitch effect;
-    int channels[4] = {};
-    effect.GetSourceChannels(channels);
-    EXPECT_TRUE(std::ranges::equal(channels, std::array{0, 1, 2, 3}));
-    effect.SetSourceChannels(kSources[2]);
-    effect.GetSourceChannels(channels);
-    EXPECT_TRUE(std::ranges::equal(channels, kSources[2]));
-}
-
-}  // namespace
 }  // namespace qzil::test::model
