@@ -69,7 +69,7 @@ void SetVectorX(qzILColorGradeImg& effect, qzILVector2l const& start, qzILVector
 
 /// The effect takes start and direction, and colours and positions, together.
 struct Ramp : qzILColorGradeImg {
-    qzILVector2l oStart, oDirection{256, 0};
+    qzILVector2l oStart, oDirection{256, 128};
     std::array<qzILColor, 3> aoColors;
     std::vector<double> oStops{0.0, 50.0, 99.0};
 
@@ -107,6 +107,7 @@ std::vector<Entry> AnalysisEffects() {
             .Choice("model", &Histogram::SetMatrix, matrices, "format",
                     "luma of Rec. 601 or 709; RGB is taken as 601 unless told otherwise")
             .Real("setup", &Histogram::SetSetup, {0.0, 50.0}, "7.5", "black level of the composite signal", "IRE")
+            .Open()
             .Result("red", &Histogram::Bins<0>, "shares of the first channel's levels")
             .Result("green", &Histogram::Bins<1>, "of the second channel's")
             .Result("blue", &Histogram::Bins<2>, "of the third channel's")
@@ -117,12 +118,15 @@ std::vector<Entry> AnalysisEffects() {
                     "of the composite signal's swing, -30 to 110 IRE as 0 to 1, two for each pixel"),
 
         Effect<Ramp>("ramp", "analysis", "Makes a gradient along a vector, around a point, or between four corners")
+            // What lies wholly before or behind the gradient is rounded, the gradient itself truncated.
+            .RegionMatters([](std::span<Value const>, GUID const&) { return true; })
             .Choice("type", &Ramp::SetType,
                     {{"linear", qzILRampLinear}, {"radial", qzILRampRadial}, {"square", qzILRampSquare}}, "linear",
                     "along the vector, by the distance from where it starts, or over the rectangle that it spans")
             .Point("from", &Ramp::SetStart, "0,0", "where the gradient starts, y from the bottom")
-            .Point("vector", &Ramp::SetDirection, "256,0", "way from there to the end, y upward")
+            .Point("vector", &Ramp::SetDirection, "256,128", "way from there to the end, y upward")
             .Real("ratio", &Ramp::SetRatio, {0.01, 100.0}, "1", "by which distances in y count")
+            .Open()
             .Flag("invert", &Ramp::SetInvert, "off", "runs from the last colour to the first")
             .Color("color-1", &Ramp::SetColor<0>, "0,0,0,1", "colour of the first stop")
             .Color("color-2", &Ramp::SetColor<1>, "0.5,0.5,0.5,1", "colour of the second stop")

@@ -90,6 +90,9 @@ std::string ErrorSentence(Entry const& entry, qzILError error) {
         return entry.sName + ": the effect failed with error " + number + "; check its parameters and images.";
     }
     std::string text = pRow->pText;
+    if (code == 0x20001 && entry.bRefusesMask && entry.oPairs.empty()) {
+        text = "the effect works on whole images; leave the mask and the region out";
+    }
     if (code == 0x1000B && entry.RequiredInputs() < entry.oInputs.size()) {
         text = "an image that it needs with these parameters is not set; give it";
         for (Port const& port : entry.oInputs) text += (&port == entry.oInputs.data() ? " " : ", ") + port.sName;

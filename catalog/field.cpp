@@ -3,6 +3,15 @@
 
 namespace qzil::catalog {
 
+namespace {
+
+void SetThresholds(qzILDeinterlace& effect, std::vector<double> const& thresholds) {
+    effect.SetMinThreshold(thresholds[0]);
+    effect.SetMaxThreshold(thresholds[1]);
+}
+
+}  // namespace
+
 std::vector<Entry> FieldEffects() {
     return {
         Effect<qzILDeinterlace>("deinterlace", "field", "Makes a whole picture of each field of an interlaced one")
@@ -17,10 +26,8 @@ std::vector<Entry> FieldEffects() {
                      {"average", qzILInterpolationAverage},
                      {"adaptive", qzILInterpolationAdaptive}},
                     "average", "lines between: the adjacent one, a mean, or one by motion, which needs comparisons")
-            .Real("min-threshold", &qzILDeinterlace::SetMinThreshold, {0.0, 1.0}, "0",
-                  "motion up to which lines come from the frames in time")
-            .Real("max-threshold", &qzILDeinterlace::SetMaxThreshold, {0.0, 1.0}, "0.15",
-                  "motion from which they come from the lines above and below"),
+            .Numbers("thresholds", SetThresholds, {0.0, 1.0}, "0,0.15",
+                     "motion up to which lines come from the frames in time, and from which from above and below"),
     };
 }
 

@@ -167,6 +167,7 @@ qzILStatus qzILColorGradeImg::PrepareData() {
     m_oHelper.SetImage(m_oOutput.pImage);
     if (!m_oHelper.HasPixels()) return Fail(Code::OutputPixels);
     if (!Contains(kFormats, m_oHelper.m_oFormat)) return Fail(Code::Format);
+    if ((m_uProcessingMode & kModeNoLines) != 0) return Fail(Code::FieldBits);
     m_oBox = m_oOutput.Region().Intersect(WholeOf(m_oOutput.pImage));
     return 1;
 }

@@ -62,16 +62,20 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
         for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
             Parameter const& parameter = entry.oParameters[i];
             if (parameter.eKind != Kind::Real && parameter.eKind != Kind::Choice) continue;
-            auto const verifies = [&](Value const& value) {
-                GUID const& format = entry.oFormats[0];
+            // Some choices are for some formats.
+            auto const verifiesIn = [&](GUID const& format, Value const& value) {
                 Ref<IXFImage> const image = MakeImage(format, 1), output = MakeImage(format, 0);
                 Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 1);
                 Instance instance = entry.Make();
                 for (std::size_t k = 0; k < entry.oInputs.size(); ++k) instance.SetInput(k, image.Get());
-                instance.SetOutput(output.Get());
+                if (!entry.IsSink()) instance.SetOutput(output.Get());
+                instance.Effect().SetProcessingMode(instance.Effect().GetProcessingMode() | 7u);
                 instance.SetMask({0, 0, kSide, kSide}, mask.Get(), XFImageChannelMono);
                 instance.Set(i, value);
                 return instance.Effect().Verify() == 1;
+            };
+            auto const verifies = [&](Value const& value) {
+                return std::ranges::any_of(entry.oFormats, [&](auto& format) { return verifiesIn(format, value); });
             };
             SCOPED_TRACE(entry.sName + " " + parameter.sName);
             if (parameter.eKind == Kind::Choice) {

@@ -22,7 +22,7 @@ std::string const kFile = QZIL_SOURCE_DIR "/tests/nets/digests.txt";
 std::string Digest(Scene const& plain, std::string const& before = "CBF29CE484222325") {
     std::uint64_t hash = std::stoull(before, nullptr, 16);
     Entry const& entry = *plain.pEntry;
-    bool const fixed = IsVideo(plain.oFormat) || !entry.oPairs.empty();
+    bool const fixed = IsVideo(plain.oFormat) || !entry.oPairs.empty() || !entry.TakesMask();
     Random random(99);
     for (int variant = 0; variant < 4; ++variant) {
         Scene scene = plain;
@@ -37,7 +37,7 @@ std::string Digest(Scene const& plain, std::string const& before = "CBF29CE48422
             scene.uMaskChannel = XFImageChannel1;
             scene.oMaskRect = scene.oRoi;
         }
-        for (Ref<IXFImage> const& output : Executed(scene).oOutputs) hash = Hash(Bytes(output), hash);
+        hash = Hash(OutcomeOf(scene).Bytes(), hash);
     }
     std::ostringstream text;
     text << std::hex << std::setw(16) << std::setfill('0') << hash;
@@ -55,6 +55,11 @@ TEST(DigestNet, EveryEffectAndFormatGivesItsFrozenHash) {
             std::string& hash = actual[entry.sName + ' ' + NameOf(pair.oFrom)];
             hash = Digest(PlainScene(entry, pair, 38, 18), hash.empty() ? "0" : hash);
         });
+    for (Entry const& entry : OtherKinds()) {
+        for (GUID const& format : entry.oFormats) {
+            actual[entry.sName + ' ' + NameOf(format)] = Digest(PlainScene(entry, format, 38, 17));
+        }
+    }
     if (std::getenv("QZIL_UPDATE_DIGESTS")) {
         std::ofstream file(kFile);
         for (auto const& [key, hash] : actual) file << key << ' ' << hash << '\n';

@@ -171,6 +171,7 @@ void ExpectFormats(catalog::Entry const& entry) {
 
 TEST(RefusalNet, OfEveryEffect) {
     for (catalog::Entry const& entry : catalog::Effects()) {
+        if (!Subject::IsOfImageFrame(entry)) continue;
         SCOPED_TRACE(entry.sName);
         ExpectOrder(entry);
         if (entry.TakesMask()) ExpectMaskThatIsTheOutput(entry);
@@ -337,6 +338,7 @@ TEST(RefusalNet, RegionsAndMasksOfVideo) {
 
 TEST(Defaults, OfTheFrame) {
     for (catalog::Entry const& entry : catalog::Effects()) {
+        if (!Subject::IsOfImageFrame(entry)) continue;
         SCOPED_TRACE(entry.sName);
         auto const made = entry.pCreate();
         auto const& effect = dynamic_cast<qzILImgProc const&>(*made);

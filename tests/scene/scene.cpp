@@ -284,6 +284,26 @@ Images Executed(Scene const& scene) {
     return images;
 }
 
+Outcome OutcomeOf(Scene const& scene) {
+    Outcome outcome{Images(scene), {}};
+    catalog::Instance instance = Prepare(scene, outcome.oImages);
+    EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+    for (std::size_t i = 0; i < scene.pEntry->oResults.size(); ++i) outcome.oNumbers.push_back(instance.ResultOf(i));
+    return outcome;
+}
+
+std::vector<unsigned char> Outcome::Bytes() const {
+    std::vector<unsigned char> all;
+    auto const add = [&all](unsigned char const* bytes, std::size_t size) {
+        all.insert(all.end(), bytes, bytes + size);
+    };
+    for (Ref<IXFImage> const& output : oImages.oOutputs) add(test::Bytes(output).data(), test::Bytes(output).size());
+    for (auto const& numbers : oNumbers) {
+        add(reinterpret_cast<unsigned char const*>(numbers.data()), numbers.size() * sizeof(double));
+    }
+    return all;
+}
+
 Pixel PixelAt(qzILImageHelper const& helper, int x, int y) {
     Pixel pixel;
     std::memcpy(pixel.auBytes, helper.GetPixelPtr(x, y), static_cast<std::size_t>(helper.m_iPixelStep));
@@ -322,14 +342,27 @@ std::vector<catalog::Value> RandomValuesFor(catalog::Entry const& entry, GUID co
     }
 }
 
+namespace {
+
+std::vector<catalog::Entry> EffectsOfKind(bool pictures) {
+    std::vector<catalog::Entry> effects;
+    for (catalog::Entry const& entry : catalog::Effects()) {
+        bool const picture =
+            !entry.IsGenerator() && entry.RequiredInputs() == entry.oInputs.size() && entry.oOutputs.size() == 1;
+        if (picture == pictures && !entry.bUpdates) effects.push_back(entry);
+    }
+    return effects;
+}
+
+}  // namespace
+
 std::span<catalog::Entry const> NetEffects() {
-    static std::vector<catalog::Entry> const l_oEffects = [] {
-        std::vector<catalog::Entry> effects;
-        for (catalog::Entry const& entry : catalog::Effects()) {
-            if (!entry.bUpdates) effects.push_back(entry);
-        }
-        return effects;
-    }();
+    static std::vector<catalog::Entry> const l_oEffects = EffectsOfKind(true);
+    return l_oEffects;
+}
+
+std::span<catalog::Entry const> OtherKinds() {
+    static std::vector<catalog::Entry> const l_oEffects = EffectsOfKind(false);
     return l_oEffects;
 }
 

@@ -11,8 +11,11 @@
 /// Scenes of catalogued effects, for tests that hold for every effect alike.
 namespace qzil::test {
 
-/// The effects whose output does not depend on what it held before.
+/// The effects that make one picture of others, with a mask perhaps, whose output does not depend on what it held
+/// before.
 std::span<catalog::Entry const> NetEffects();
+/// Those of other kinds: without inputs, with some that may be absent, with several outputs, or with numbers.
+std::span<catalog::Entry const> OtherKinds();
 
 /// What images hold: random samples, those and many ends of their range, NaN and infinities among them, or every pair
 /// of values of a first and a second image over 256 x 256 pixels, where a mask takes the second one's place.
@@ -78,6 +81,14 @@ catalog::Instance Prepare(Scene const& scene, Images const& images);
 void SetImages(catalog::Instance& instance, Scene const& scene, Images const& images);
 /// The images behind a call that has to succeed.
 Images Executed(Scene const& scene);
+
+/// What a call that has to succeed leaves in its outputs and finds.
+struct Outcome {
+    Images oImages;
+    std::vector<std::vector<double>> oNumbers;
+    std::vector<unsigned char> Bytes() const;  ///< of all
+};
+Outcome OutcomeOf(Scene const& scene);
 
 /// A pixel's bytes: its colour samples, and its alpha where that is a plane.
 struct Pixel {

@@ -23,6 +23,9 @@ struct Subject {
     void SetInputs(IXFImage* image) {
         for (std::size_t i = 0; i < oScene.pEntry->oInputs.size(); ++i) oInstance.SetInput(i, image);
     }
+    void SetOutputs(IXFImage* image) {
+        for (std::size_t i = 0; i < oScene.pEntry->oOutputs.size(); ++i) oInstance.SetOutput(image, i);
+    }
     /// Verify gives a code; 0 accepts.
     testing::AssertionResult Answers(unsigned code) { return Answers(oInstance.Effect().Verify(), code); }
     testing::AssertionResult Executes(unsigned code) { return Answers(oInstance.Effect().Execute(), code); }
@@ -31,6 +34,9 @@ struct Subject {
         Scene scene = PlainScene(entry, format, width, height);
         scene.uMode = 15;
         return scene;
+    }
+    static bool IsOfImageFrame(catalog::Entry const& entry) {
+        return dynamic_cast<qzILImgProc*>(entry.pCreate().get()) != nullptr;
     }
     std::string Describe() const { return oScene.pEntry->sName + ' ' + NameOf(oScene.oFormat); }
 

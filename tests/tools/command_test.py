@@ -91,7 +91,7 @@ class Describing(Command):
                 inputs = re.search(r"inputs: (.*)", text)[1].split()
                 self.qzil("run", name, *[self.a for _ in inputs], "-o", self.out)
             else:
-                self.assertIn("* MFIF_RGBA_RAW_32\n", text)
+                self.assertRegex(text, r"\n  \* MFIF_RGBA_(RAW_32|FLOAT)\n")
             self.assertIn("--roi", self.qzil("run", name, "--help"))
 
     def test_other_programs_read_it(self):
