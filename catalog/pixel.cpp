@@ -2,6 +2,7 @@
 #include "qzil/pixel/blend.h"
 #include "qzil/pixel/channels.h"
 #include "qzil/pixel/color_blend.h"
+#include "qzil/pixel/color_correction.h"
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"
 #include "qzil/pixel/invert.h"
@@ -51,10 +52,70 @@ std::vector<Choice> Sources() {
             {"saturation", 10}, {"zero", 11},    {"full", 12}};
 }
 
+/// Takes the colour model from the format unless it is told one.
+class ColorCorrection : public qzILColorCorrectionImg {
+public:
+    qzILStatus Verify() override {
+        ChooseModel();
+        return qzILColorCorrectionImg::Verify();
+    }
+    qzILStatus Execute() override {
+        ChooseModel();
+        return qzILColorCorrectionImg::Execute();
+    }
+    void SetModel(unsigned model) {
+        m_bChooses = model == kChosen;
+        m_iColorModel = static_cast<int>(model);
+    }
+    void SetLegalClamp(int clamp) { m_iLegalClamp = clamp; }
+
+    static constexpr long kChosen = 1;
+
+private:
+    void ChooseModel() {
+        GUID format{};
+        if (!m_bChooses || !m_pOutputImg || m_pOutputImg->GetFormat(&format) < 0) return;
+        bool const hls = GetColorModelFromFormat(format) == XFColorModelHLS;
+        m_iColorModel = hls ? XFColorModelHLS : IsFormatYCC(format) ? XFColorModelNone : XFColorModelYCC601;
+    }
+
+    bool m_bChooses = true;
+};
+
+/// The effect has fields in the place of setters.
+template <auto kField>
+void SetField(ColorCorrection& effect, double value) {
+    effect.*kField = value;
+}
+
+std::vector<Entry> ColorEffects() {
+    using Correction = ColorCorrection;
+    return {
+        Effect<Correction>("color-correction", "pixel", "Grades hue, saturation, contrast and brightness")
+            .Input("input", &Correction::SetInputImg)
+            .Angle("hue", SetField<&Correction::m_dfHue>, {-180.0, 180.0}, "0", "turn of the hues")
+            .Real("saturation", SetField<&Correction::m_dfSaturation>, {0.0, 400.0}, "100", "0 is grey", "percent")
+            .Open()
+            .Real("contrast", SetField<&Correction::m_dfContrast>, {0.0, 400.0}, "100",
+                  "distance of luma from black, and scale of alpha", "percent")
+            .Open()
+            .Real("brightness", SetField<&Correction::m_dfBrightness>, {-100.0, 100.0}, "0", "added to luma and alpha",
+                  "percent")
+            .Open()
+            .Choice("model", &Correction::SetModel,
+                    {{"format", Correction::kChosen},
+                     {"rec601", XFColorModelYCC601},
+                     {"rec709", XFColorModelYCC709},
+                     {"hls", XFColorModelHLS}},
+                    "format", "colour model of the matrices; that of the format is Rec. 601 for RGBA")
+            .Flag("legal", &Correction::SetLegalClamp, "off", "limits 4:2:2 to luma 16 to 235 and chroma 16 to 240"),
+    };
+}
+
 }  // namespace
 
 std::vector<Entry> PixelEffects() {
-    return {
+    std::vector<Entry> all{
         Effect<qzILInvertImg>("invert", "pixel", "Inverts the selected channels")
             .Input("input", &qzILInvertImg::SetInputImg),
 
@@ -181,6 +242,8 @@ std::vector<Entry> PixelEffects() {
             .Input("input", &qzILMinMaskImg::SetInputImg)
             .MaskRequired(),
     };
+    for (Entry& entry : ColorEffects()) all.push_back(std::move(entry));
+    return all;
 }
 
 }  // namespace qzil::catalog

@@ -38,6 +38,7 @@
 #include "qzil/pixel/blend.h"
 #include "qzil/pixel/channels.h"
 #include "qzil/pixel/color_blend.h"
+#include "qzil/pixel/color_correction.h"
 #include "qzil/pixel/composite.h"
 #include "qzil/pixel/img_over_color.h"
 #include "qzil/pixel/invert.h"

@@ -3,6 +3,7 @@
 #include "qzil/frame/copy.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/pixel/color_blend.h"
+#include "qzil/pixel/color_correction.h"
 #include "qzil/pixel/img_over_color.h"
 
 namespace qzil {
@@ -19,6 +20,10 @@ HRESULT FillChannelsWithColor(IXFImage* image, qzILColor const& color, unsigned 
     effect.SetBlendColor(color);
     effect.SetAlpha(1.0);
     return effect.Execute() == 1 ? platform::kOk : platform::kFailure;
+}
+
+void ClearEffectGlobals() {
+    qzILColorCorrectionImg::ClearMatrices();
 }
 
 }  // namespace qzil

@@ -9,5 +9,7 @@ namespace qzil {
 
 /// Puts a colour into the selected channels of a rectangle of an image.
 HRESULT FillChannelsWithColor(IXFImage* image, qzILColor const& color, unsigned mode, qzILBbox2l const& box);
+/// Gives back what effects keep for the whole process.
+void ClearEffectGlobals();
 
 }  // namespace qzil

@@ -11,6 +11,7 @@ using namespace qzil;
 using namespace qzil::platform;
 
 void qzILCoreTermGlobal() {
+    ClearEffectGlobals();
     CMFImage::ClearImagePool();
 }
 

@@ -5,6 +5,7 @@ namespace qzil {
 kernel::Layout LayoutOf(FormatRow const& format) {
     using kernel::Layout;
     if (format.IsRgb() && format.uChannels == 4) return Layout::Rgba;
+    if (format.uColorModel == XFColorModelHLS) return Layout::Hlsa;
     if (format.IsMono()) return Layout::Mono;
     if (!format.IsPair()) return Layout::None;
     if (format.HasAlphaPlane()) return format.IsChromaFirst() ? Layout::ChromaFirstAlpha : Layout::LumaFirstAlpha;

@@ -59,6 +59,7 @@ namespace kernel {
 /// How the samples of a line lie, and whether an alpha plane lies behind it.
 enum class Layout : u8 {
     Rgba,              ///< c0 c1 c2 c3 | c0 c1 c2 c3
+    Hlsa,              ///< the same of hue, lightness, saturation and alpha
     Mono,              ///< y | y
     LumaFirst,         ///< y cb | y cr
     ChromaFirst,       ///< cb y | cr y
@@ -66,13 +67,18 @@ enum class Layout : u8 {
     ChromaFirstAlpha,  ///< cb y | cr y, and a | a
     None,              ///< none of these
 };
-inline constexpr int kLayouts = 6;
+inline constexpr int kLayouts = 7;
 
 enum class SampleType : u8 { U8, U16, S2_14, Float, None };
 inline constexpr int kSampleTypes = 4;
 
+/// Pixels of four interleaved samples, whose channels can be selected.
+constexpr bool HasFourSamples(Layout layout) {
+    return layout == Layout::Rgba || layout == Layout::Hlsa;
+}
+
 constexpr int SamplesOf(Layout layout) {
-    return layout == Layout::Rgba ? 4 : layout == Layout::Mono ? 1 : 2;
+    return HasFourSamples(layout) ? 4 : layout == Layout::Mono ? 1 : 2;
 }
 
 template <class T>

@@ -22,6 +22,7 @@ enum class Selection : u8 {
 
 inline constexpr unsigned kRgba = 1u << static_cast<int>(kernel::Layout::Rgba);
 inline constexpr unsigned kMono = 1u << static_cast<int>(kernel::Layout::Mono);
+inline constexpr unsigned kHlsa = 1u << static_cast<int>(kernel::Layout::Hlsa);
 inline constexpr unsigned kGraphics = kRgba | kMono;
 inline constexpr unsigned kLumaFirst = 1u << static_cast<int>(kernel::Layout::LumaFirst);
 inline constexpr unsigned kChromaFirst = 1u << static_cast<int>(kernel::Layout::ChromaFirst);
@@ -37,7 +38,7 @@ struct With {
     Selection eSelection = Selection::Commit;
     bool bFoldsMask = true;    ///< the rule's Masked is used, where it has one
     bool bTakesMask = false;   ///< of a stretch: it looks at the mask itself
-    bool bHasChannels = true;  ///< channels can be selected, in RGBA
+    bool bHasChannels = true;  ///< channels can be selected, in pixels of four samples
     bool bIgnoresMask = false;
     bool bPolls = true;
     bool bWritesAll = true;
@@ -211,7 +212,7 @@ constexpr kernel::RowTraits TraitsOf(kernel::Layout layout, With const& options,
     traits.eMaskLayout = options.eMaskLayout;
     traits.bTakesMask = takesMask;
     traits.bTakesChannels = options.eSelection != Selection::Commit;
-    traits.bHasChannels = options.bHasChannels && layout == kernel::Layout::Rgba;
+    traits.bHasChannels = options.bHasChannels && kernel::HasFourSamples(layout);
     traits.bPolls = options.bPolls;
     traits.bIgnoresMask = options.bIgnoresMask;
     traits.bWritesAll = options.bWritesAll;
@@ -428,6 +429,10 @@ QZIL_INLINE void StorePair(T* out, YccPair<V> const& p) {
     StoreQuad(out, kChromaFirst ? Quad<V>{p.cb, p.y0, p.cr, p.y1} : Quad<V>{p.y0, p.cb, p.y1, p.cr});
 }
 
+/// Chroma that is no colour.
+template <class T>
+inline constexpr T kNeutralChroma = T(-1) < T(0) ? T(0) : static_cast<T>(kFullScale<T> / 2 + 1);
+
 template <class Rule, class T, int kInputs, bool kChromaFirst>
 void PairRow(kernel::Row const& row, void const* constants) {
     using Pair = ValueOf<Rule, false>;
@@ -447,10 +452,15 @@ void PairRow(kernel::Row const& row, void const* constants) {
         StorePair<kChromaFirst>(out + 4 * i, make(LoadPair<kChromaFirst, V>(a + 4 * i), b + 4 * i));
     });
     if ((row.iPixels & 1) == 0) return;
-    // A last pixel alone is the first one of a pair with the same pixel twice.
+    // A last pixel alone is the first one of a pair whose second one has the same luma, and neutral chroma.
     int const last = 2 * (row.iPixels - 1);
-    T unit[4] = {a[last], a[last + 1], a[last], a[last + 1]}, other[4] = {}, result[4];
-    if constexpr (kInputs == 2) other[0] = other[2] = b[last], other[1] = other[3] = b[last + 1];
+    auto const lone = [=](T* unit, T const* in) {
+        unit[0] = unit[2] = in[last], unit[1] = unit[3] = in[last + 1];
+        unit[kChromaFirst ? 2 : 3] = kNeutralChroma<T>;
+    };
+    T unit[4], other[4] = {}, result[4];
+    lone(unit, a);
+    if constexpr (kInputs == 2) lone(other, b);
     StorePair<kChromaFirst>(result, make(LoadPair<kChromaFirst, V>(unit), other));
     out[last] = result[0], out[last + 1] = result[1];
 }
