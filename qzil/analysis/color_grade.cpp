@@ -18,6 +18,11 @@ namespace {
 
 constexpr GUID kFormats[] = {MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 
+void ValuesOf(qzILColor const& color, double* values) {
+    values[0] = color.GetRed(), values[1] = color.GetGreen(), values[2] = color.GetBlue();
+    values[3] = color.GetAlpha();
+}
+
 /// Far more entries than a region can show.
 constexpr double kMostEntries = 1 << 26;
 
@@ -44,12 +49,10 @@ private:
         unsigned const after = entry < Position(before) ? before : std::min(before + 1, last);
         double const from = Position(before), to = Position(after);
         double const share = to > from ? (entry - from) / (to - from) : 0.0;
-        qzILColor const &a = oRamp[before].oColor, &b = oRamp[after].oColor;
-        double (qzILColor::*const get[])()
-            const = {&qzILColor::GetRed, &qzILColor::GetGreen, &qzILColor::GetBlue, &qzILColor::GetAlpha};
-        for (int k = 0; k < samples; ++k) {
-            out[k] = Truncated<T>((a.*get[k])() + ((b.*get[k])() - (a.*get[k])()) * share);
-        }
+        double a[4], b[4];
+        ValuesOf(oRamp[before].oColor, a);
+        ValuesOf(oRamp[after].oColor, b);
+        for (int k = 0; k < samples; ++k) out[k] = Truncated<T>(a[k] + (b[k] - a[k]) * share);
     }
 };
 
@@ -270,11 +273,7 @@ qzILStatus qzILColorGradeImg::RenderSquare() {
     return RunOver(WalkOf(), m_oHelper.Format(), GetRampCorners(), [&]<class T>(As<T>) {
         RampCorners<T> rule{x, y, size.x - 1.0, size.y - 1.0, {}, {}, {}, {}};
         double* const corners[] = {rule.aUpperLeft, rule.aUpperRight, rule.aLowerRight, rule.aLowerLeft};
-        for (int i = 0; i < 4; ++i) {
-            qzILColor const& color = m_aoCorners[i];
-            double const values[] = {color.GetRed(), color.GetGreen(), color.GetBlue(), color.GetAlpha()};
-            std::copy_n(values, 4, corners[i]);
-        }
+        for (int i = 0; i < 4; ++i) ValuesOf(m_aoCorners[i], corners[i]);
         return rule;
     });
 }
