@@ -153,7 +153,8 @@ public:
         m_bPolls = traits.bPolls && walk.pStop;
         bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
         std::int64_t const images = 1 + (walk.oA.pFirst ? 1 : 0) + (walk.oB.pFirst ? 1 : 0);
-        m_bStreams = walk.oOut.pFirst && !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= StreamBytes();
+        m_bStreams = walk.oOut.pFirst && !inPlace && traits.bWritesAll &&
+                     images * walk.iWidth * walk.iLines * m_iPixelBytes >= StreamBytes();
     }
 
     void Run() {
