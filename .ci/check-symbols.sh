@@ -35,7 +35,7 @@ done
 
 # What the library exports: the classes and functions of its public headers, by name and in full.
 exported=$(nm -DC --defined-only "$library" | cut -c18- | cut -d' ' -f2- | LC_ALL=C sort -u)
-names='qzIL[A-Za-z0-9_]*|_qzILTRACE|CMFImage|CQZ[A-Za-z]*|il[A-Z][A-Za-z]*'
+names='qzIL[A-Za-z0-9_]*|_qzILTRACE|CMFImage|CColorRamp|CQZ[A-Za-z]*|il[A-Z][A-Za-z]*'
 names="$names|Get[A-Za-z0-9]*FromFormat|IsFormat[A-Za-z0-9_]*|qzil"
 names="$names|qzIlRow[A-Za-z0-9]*|DIBNumColors|PaletteSize|FindDIBBits"
 names="$names|(New|Delete|Truncate)2DArray|FitBiPolynomial|Clip3DPolygon|Get3DPolygonArea"

@@ -3,8 +3,9 @@
 // effect/format/plain, effect/format/mask, conversion/format>format/plain and conversion/format>format/filter.
 //
 // Beside the time of a frame come GB_s, the bytes of all images that the frame reads or writes per second, and
-// x_memcpy, the time as a multiple of that of a memcpy of the output frame. Effect and memcpy take turns, each between
-// images of its own, and the least time of each counts: what a busy machine does to one, it does to the other.
+// x_memcpy, the time as a multiple of that of a memcpy of the output frame, or of the input for effects that find
+// numbers. Effect and memcpy take turns, each between images of its own, and the least time of each counts: what a busy
+// machine does to one, it does to the other.
 
 #include "catalog/catalog.h"
 #include "qzil/image/formats.h"
@@ -79,10 +80,12 @@ public:
             m_oInputs.push_back(MakeImage(formats.oFrom, width, height, static_cast<std::uint32_t>(i + 1)));
             m_oInstance.SetInput(i, m_oInputs.back().Get());
         }
-        m_oOutput = MakeImage(formats.oTo, width, height, 11);
+        for (std::size_t i = 0; i < entry.oOutputs.size(); ++i) {
+            m_oOutputs.push_back(MakeImage(formats.oTo, width, height, static_cast<std::uint32_t>(20 + i)));
+            m_oInstance.SetOutput(m_oOutputs.back().Get(), i);
+        }
         m_oCopy = MakeImage(formats.oTo, width, height, 12);
         m_oOriginal = MakeImage(formats.oTo, width, height, 13);
-        m_oInstance.SetOutput(m_oOutput.Get());
         m_oInstance.Effect().SetProcessingMode(kModeAllChannels);
     }
 
@@ -101,15 +104,16 @@ public:
     bool Run() { return m_oInstance.Effect().Execute() == 1; }
     void Copy() { std::memcpy(PixelsOf(m_oCopy), PixelsOf(m_oOriginal), SizeOf(m_oCopy)); }
     double Bytes() const {
-        std::size_t bytes = SizeOf(m_oOutput) + (m_oMask ? SizeOf(m_oMask) : 0);
-        for (Image const& input : m_oInputs) bytes += SizeOf(input);
+        std::size_t bytes = m_oMask ? SizeOf(m_oMask) : 0;
+        for (Image const& image : m_oInputs) bytes += SizeOf(image);
+        for (Image const& image : m_oOutputs) bytes += SizeOf(image);
         return static_cast<double>(bytes);
     }
 
 private:
     catalog::Instance m_oInstance;
-    std::vector<Image> m_oInputs;
-    Image m_oOutput, m_oMask, m_oCopy, m_oOriginal;
+    std::vector<Image> m_oInputs, m_oOutputs;
+    Image m_oMask, m_oCopy, m_oOriginal;
 };
 
 void Measure(benchmark::State& state, Frame frame) {

@@ -7,8 +7,6 @@
 
 namespace qzil::catalog {
 
-std::vector<Entry> KeyingEffects();
-
 Instance::Instance(Entry const& entry)
     : m_pEntry(&entry),
       m_pEffect(entry.pCreate()),
@@ -107,6 +105,11 @@ std::vector<double> Instance::ResultOf(std::size_t index) {
     return m_pEntry->oResults.at(index).oGet(*m_pEffect);
 }
 
+std::size_t Entry::RequiredInputs() const {
+    return static_cast<std::size_t>(
+        std::count_if(oInputs.begin(), oInputs.end(), [](Port const& port) { return !port.bOptional; }));
+}
+
 Parameter const* Entry::FindParameter(std::string_view name) const {
     auto const found =
         std::find_if(oParameters.begin(), oParameters.end(), [name](auto const& known) { return known.sName == name; });
@@ -116,7 +119,7 @@ Parameter const* Entry::FindParameter(std::string_view name) const {
 std::span<Entry const> Effects() {
     static std::vector<Entry> const l_oEffects = [] {
         std::vector<Entry> all;
-        for (auto const family : {FrameEffects, PixelEffects, KeyingEffects, SpatialEffects}) {
+        for (auto const family : {FrameEffects, PixelEffects, KeyingEffects, SpatialEffects, FieldEffects, AnalysisEffects}) {
             std::vector<Entry> entries = family();
             std::move(entries.begin(), entries.end(), std::back_inserter(all));
         }

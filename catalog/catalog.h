@@ -209,6 +209,12 @@ struct Entry {
     /// It has a dominant input and an input offset.
     bool HasTwoInputs() const { return static_cast<bool>(oPlacement.oDominant); }
     bool TakesMask() const { return oPlacement.oMask && !bRefusesMask; }
+    /// The inputs that it does not run without; those that may be absent stand behind them.
+    std::size_t RequiredInputs() const;
+    /// It finds numbers and makes no image.
+    bool IsSink() const { return oOutputs.empty(); }
+    /// It makes an image of nothing.
+    bool IsGenerator() const { return oInputs.empty(); }
 
     /// A new effect with every parameter at its default. The entry must outlive it.
     Instance Make() const { return Instance(*this); }

@@ -2,6 +2,7 @@
 
 #include "catalog/catalog.h"
 #include "qzil/frame/dyadic.h"
+#include "qzil/frame/sink.h"
 #include "qzil/frame/spatial.h"
 #include "qzil/image/formats.h"
 
@@ -245,6 +246,15 @@ private:
         if constexpr (requires(E & e, qzILBbox2l const& box) { e.SetROI(box); }) {
             place.oRoi = [](qzILProcessor& e, qzILBbox2l const& box) { AsE(e).SetROI(box); };
         }
+        if constexpr (std::is_base_of_v<qzILSinkImgProc, E>) {
+            // A sink's region is the rectangle of its mask.
+            place.oRoi = [](qzILProcessor& e, qzILBbox2l const& box) {
+                IXFImage* image = nullptr;
+                XFImageChannel channel = XFImageChannelMono;
+                AsE(e).GetMask(&image, &channel);
+                AsE(e).SetMask(box, image, channel);
+            };
+        }
         if constexpr (requires(E & e, qzILVector2l offset) { e.SetOutputOffset(offset); }) {
             place.oOutputOffset = [](qzILProcessor& e, qzILVector2l offset) { AsE(e).SetOutputOffset(offset); };
         }
@@ -299,7 +309,12 @@ std::shared_ptr<Lut const> ParsePairRule(std::string_view text);
 // The families, each in a source of its own.
 std::vector<Entry> FrameEffects();
 std::vector<Entry> PixelEffects();
+std::vector<Entry> KeyingEffects();
 std::vector<Entry> SpatialEffects();
+std::vector<Entry> FieldEffects();
+std::vector<Entry> AnalysisEffects();
+std::vector<Entry> TransformEffects();
+std::vector<Entry> WipeEffects();
 std::vector<Entry> ConvertEffects();
 
 }  // namespace qzil::catalog

@@ -29,6 +29,7 @@ constexpr Row kRows[] = {
     {0x1000C, "the input image has no pixels; allocate it first"},
     {0x1000D, "the image format is not one that this effect works in; choose one of its formats"},
     {0x1000E, "input and output images have different formats; convert them to one format"},
+    {0x1000F, "the type of interpolation is not one that this effect knows; choose one of its types"},
     {0x10012, "an alpha lies outside 0 to 1; choose one within"},
     {0x10013, "the first input image is not set; give it one"},
     {0x10014, "the second input image is not set; give it one"},
@@ -50,6 +51,13 @@ constexpr Row kRows[] = {
     {0x10033, "input and output are one image, which no conversion can work in; use a separate output"},
     {0x10034, "the image format is not one that this effect works in; choose one of its formats"},
     {0x10035, "the channel is not one that can be taken; use 1, 2, 4 or 8, or 15 to insert into all"},
+    {0x1003C, "both outputs are one image; use two"},
+    {0x1003D, "the images differ in size; use images of one size"},
+    {0x1003E, "the type is not one of linear (1), radial (2) and square (3); choose one of them"},
+    {0x1003F, "the vector has no length, or spans fewer than two pixels of a square gradient; make it longer"},
+    {0x10045, "the ratio is not above 0; choose one from 0.01 to 100"},
+    {0x10046, "a threshold lies outside 0 to 1, or the minimum above the maximum; choose 0 to 1, in order"},
+    {0x10047, "the stops fall, or lie outside 0 to 99 per cent; let them rise from 0 to 99"},
     {0x10049, "the type is not one of magnitude (1) and angle (2); choose one of them"},
     {0x10059, "this effect needs a mask; give it one"},
     {0x1005A, "the alpha mode is not one of zero (1), full (2) and derived (3); choose one of them"},
@@ -58,9 +66,10 @@ constexpr Row kRows[] = {
      "whole image of a split-field format"},
     {0x10061, "the inputs of a split-field format may not be offset; set the input offset to 0,0"},
     {0x10062, "the inputs and the output of a split-field format must have one size; use images of the same size"},
-    {0x1006B, "the colour model does not fit the image format; choose one that does"},
+    {0x1006B, "the colour model does not suit the format; leave it to the format, or choose that of its matrix"},
     {0x1006C, "the mask is the output image; use a separate image, or a channel that is not processed in place"},
     {0x1006D, "the opacity lies outside 0 to 1; choose one within"},
+    {0x10075, "the effect makes whole pictures; leave the field out"},
     {0x20001, "a mask, or a mask rectangle that clips the region, is not possible in a video format; leave it out"},
     {0x20002,
      "the channels cannot be selected like that in this format, or a parameter of a keyer is out of its range; select "
@@ -80,7 +89,15 @@ std::string ErrorSentence(Entry const& entry, qzILError error) {
     if (pRow == std::end(kRows)) {
         return entry.sName + ": the effect failed with error " + number + "; check its parameters and images.";
     }
-    return entry.sName + ": " + pRow->pText + " (error " + number + ").";
+    std::string text = pRow->pText;
+    if (code == 0x20001 && entry.bRefusesMask && entry.oPairs.empty()) {
+        text = "the effect works on whole images; leave the mask and the region out";
+    }
+    if (code == 0x1000B && entry.RequiredInputs() < entry.oInputs.size()) {
+        text = "an image that it needs with these parameters is not set; give it";
+        for (Port const& port : entry.oInputs) text += (&port == entry.oInputs.data() ? " " : ", ") + port.sName;
+    }
+    return entry.sName + ": " + text + " (error " + number + ").";
 }
 
 }  // namespace qzil::catalog

@@ -95,17 +95,19 @@ std::vector<Entry> ColorEffects() {
             .Input("input", &Correction::SetInputImg)
             .Angle("hue", SetField<&Correction::m_dfHue>, {-180.0, 180.0}, "0", "turn of the hues")
             .Real("saturation", SetField<&Correction::m_dfSaturation>, {0.0, 400.0}, "100", "0 is grey", "percent")
+            .Open()
             .Real("contrast", SetField<&Correction::m_dfContrast>, {0.0, 400.0}, "100",
                   "distance of luma from black, and scale of alpha", "percent")
+            .Open()
             .Real("brightness", SetField<&Correction::m_dfBrightness>, {-100.0, 100.0}, "0", "added to luma and alpha",
                   "percent")
+            .Open()
             .Choice("model", &Correction::SetModel,
                     {{"format", Correction::kChosen},
                      {"rec601", XFColorModelYCC601},
                      {"rec709", XFColorModelYCC709},
                      {"hls", XFColorModelHLS}},
                     "format", "colour model of the matrices; that of the format is Rec. 601 for RGBA")
-            .Open()
             .Flag("legal", &Correction::SetLegalClamp, "off", "limits 4:2:2 to luma 16 to 235 and chroma 16 to 240"),
     };
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 // Everything a host needs.
+#include "qzil/analysis/color_grade.h"
+#include "qzil/analysis/histogram.h"
 #include "qzil/convert/convert_image.h"
 #include "qzil/convert/hls.h"
 #include "qzil/convert/rgba_lines.h"
@@ -8,6 +10,8 @@
 #include "qzil/convert/rgba_to_ycca.h"
 #include "qzil/convert/ycc_layouts.h"
 #include "qzil/convert/ycca_to_rgba.h"
+#include "qzil/field/deinterlace.h"
+#include "qzil/field/field_frame.h"
 #include "qzil/frame/bitmap.h"
 #include "qzil/frame/bitmap_lines.h"
 #include "qzil/frame/convert.h"

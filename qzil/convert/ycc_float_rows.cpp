@@ -26,9 +26,9 @@ QZIL_INLINE void Split(ConvertRow const& row, PairPlane* planes) {
     float *const redEven = planes[0].Even(), *const greenEven = planes[1].Even(), *const blueEven = planes[2].Even();
     float *const redOdd = planes[0].Odd(), *const greenOdd = planes[1].Odd(), *const blueOdd = planes[2].Odd();
     auto const split = [=](int k, int evenPixel, int oddPixel) {
-        Four const even = LoadFour(in + 4 * evenPixel), odd = LoadFour(in + 4 * oddPixel);
-        redEven[k] = even.fFirst, greenEven[k] = even.fSecond, blueEven[k] = even.fThird;
-        redOdd[k] = odd.fFirst, greenOdd[k] = odd.fSecond, blueOdd[k] = odd.fThird;
+        Quad<float> const even = LoadQuad<float>(in + 4 * evenPixel), odd = LoadQuad<float>(in + 4 * oddPixel);
+        redEven[k] = even.c0, greenEven[k] = even.c1, blueEven[k] = even.c2;
+        redOdd[k] = odd.c0, greenOdd[k] = odd.c1, blueOdd[k] = odd.c2;
     };
     int const pairs = row.iPixels / 2;
     ForEach(pairs, [=](int k) { split(k, 2 * k, 2 * k + 1); });
@@ -77,10 +77,10 @@ void To422(ConvertRow const& row, RgbToYcc const& constants) {
             Weighted(c.aCb, r[k], g[k], b[k]), Weighted(c.aCr, r[k], g[k], b[k]));
     };
     if (c.bAlternate) {
-        auto const put = [](To* to, float y0, float y1, float cb, float cr) { PutFour(to, {cb, y0, cr, y1}); };
+        auto const put = [](To* to, float y0, float y1, float cb, float cr) { PutQuad(to, {cb, y0, cr, y1}); };
         ForEach(pairs, [=](int k) { pair(k, put); });
     } else {
-        auto const put = [](To* to, float y0, float y1, float cb, float cr) { PutFour(to, {y0, cb, y1, cr}); };
+        auto const put = [](To* to, float y0, float y1, float cb, float cr) { PutQuad(to, {y0, cb, y1, cr}); };
         ForEach(pairs, [=](int k) { pair(k, put); });
     }
 }
@@ -92,13 +92,13 @@ void To4444(ConvertRow const& row, RgbToYcc const& constants) {
     auto const* const in = In<From>(row.pIn);
     float const dither = sizeof(To) == 1 ? c.fDither : 0.0f;
     ForEach(row.iPixels, [=](int i) {
-        Four const pixel = LoadFour(in + 4 * i);
+        Quad<float> const pixel = LoadQuad<float>(in + 4 * i);
         auto const weighted = [=](float const* factors) {
-            float const sum = Weighted(factors, pixel.fFirst, pixel.fSecond, pixel.fThird);
+            float const sum = Weighted(factors, pixel.c0, pixel.c1, pixel.c2);
             return sizeof(To) == 1 ? sum + dither : sum;
         };
-        float const alpha = pixel.fFourth * c.fAlpha;
-        PutFour(out + 4 * i,
+        float const alpha = pixel.c3 * c.fAlpha;
+        PutQuad(out + 4 * i,
                 {weighted(c.aCb), weighted(c.aY), weighted(c.aCr), sizeof(To) == 1 ? alpha + dither : alpha});
     });
 }
@@ -121,9 +121,9 @@ QZIL_INLINE void FromPairs(ConvertRow const& row, YccToRgb const& constants, Cha
         float fY0, fY1, fCb, fCr;
     };
     auto const pair = [=](int k, auto alternate) -> Pair {
-        Four const v = LoadFour(in + 4 * k);
-        if constexpr (alternate) return {v.fSecond, v.fFourth, v.fFirst, v.fThird};
-        return {v.fFirst, v.fThird, v.fSecond, v.fFourth};
+        Quad<float> const v = LoadQuad<float>(in + 4 * k);
+        if constexpr (alternate) return {v.c1, v.c3, v.c0, v.c2};
+        return {v.c0, v.c2, v.c1, v.c3};
     };
     auto const split = [=](auto alternate) {
         auto const put = [=](int k, Pair v, float oddCb, float oddCr) {
@@ -159,7 +159,7 @@ QZIL_INLINE void Interleave(ConvertRow const& row, Channels const& channels, boo
     float const* const alpha = channels.aValues[3];
     ForEach(row.iPixels, [=](int i) {
         if constexpr (kSamples == 4) {
-            PutFour(out + 4 * i, {first[i], second[i], third[i], alpha[i]});
+            PutQuad(out + 4 * i, {first[i], second[i], third[i], alpha[i]});
         } else {
             Put(out + 3 * i, first[i]);
             Put(out + 3 * i + 1, second[i]);

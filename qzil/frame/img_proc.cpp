@@ -256,14 +256,6 @@ void qzILImgProc::AdjustProcessedRegionBbox(qzILBbox2l& box) const {
     box.Size.y = fields == kModeNoLines ? 0 : (box.Size.y + odd) >> 1;
 }
 
-Lines qzILImgProc::LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box, Lines* alpha) const {
-    if (alpha) *alpha = {};
-    if (!helper.m_pLineZero) return {};
-    Jumps const jumps = JumpsOf(helper, box.Origin.x, box.Origin.y, box.Size.x, m_uProcessingMode);
-    if (alpha) *alpha = {jumps.pAlphaFirst, jumps.iAlphaLine, helper.m_iAlphaPixelStep};
-    return {jumps.pFirst, jumps.iLine, helper.m_iPixelStep};
-}
-
 Lines qzILImgProc::MaskLinesOf(qzILImageHelper const& mask, qzILBbox2l const& box) const {
     if (mask.IsEmpty()) return {};
     Lines lines = LinesOf(mask, box);
@@ -288,14 +280,9 @@ bool qzILImgProc::CompleteWalk(kernel::Walk& walk, qzILBbox2l const& box, kernel
                       (!walk.oB.pFirst || walk.oB.iPixelStep == pixelBytes);
     bool const maskFits = !walk.oMask.pFirst || walk.oMask.iPixelStep % traits.iSampleBytes == 0;
     if (!fits || !maskFits) return false;
-    walk.iWidth = box.Size.x;
-    walk.iLines = box.Size.y;
     walk.bOddX = (m_oOutputOffset.x & 1) != 0;
     walk.uMode = m_uProcessingMode;
-    if (HasInterrupt()) {
-        walk.pStop = [](void const* self) { return static_cast<qzILImgProc const*>(self)->IsInterrupted(); };
-        walk.pStopContext = this;
-    }
+    SetPlace(walk, box);
     return true;
 }
 
@@ -315,10 +302,6 @@ qzILStatus qzILImgProc::RunPrepared(Prepared& prepared, kernel::RowTraits const&
     return RunWalk(prepared.oWalk, prepared.oBox, traits, call);
 }
 
-qzILStatus qzILImgProc::WithoutForm(unsigned noForm) {
-    return noForm == kWritesNothing ? 1 : noForm == Code::None ? -1 : Fail(noForm);
-}
-
 bool qzILImgProc::Has(kernel::Forms const& forms) const {
     Prepared prepared;
     kernel::Call call;
@@ -327,11 +310,10 @@ bool qzILImgProc::Has(kernel::Forms const& forms) const {
 
 kernel::Form const* qzILImgProc::FindForm(kernel::Forms const& forms, Prepared const& prepared,
                                           kernel::Call& call) const {
-    call.pFormat = &prepared.pSource->Format();
-    call.eLayout = LayoutOf(*call.pFormat);
+    call = CallIn(prepared.pSource->Format(), m_uProcessingMode);
     call.bMasked = prepared.oWalk.oMask.pFirst != nullptr;
     call.bPassB = prepared.oWalk.bPassB;
-    kernel::Form const* const pForm = forms.Find(call.eLayout, ChannelTypeOf(*call.pFormat));
-    call.uSelected = pForm && pForm->oTraits.bHasChannels ? m_uProcessingMode & kModeAllChannels : kModeAllChannels;
+    kernel::Form const* const pForm = qzil::FindForm(forms, call);
+    if (!pForm || !pForm->oTraits.bHasChannels) call.uSelected = kModeAllChannels;
     return pForm;
 }

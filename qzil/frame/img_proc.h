@@ -100,8 +100,6 @@ protected:
     static void ReleaseBuffer(IXFImage** buffer);
     /// Turns the box height into the number of lines that the field bits keep.
     void AdjustProcessedRegionBbox(qzILBbox2l& box) const;
-    /// The lines of a helper over the processed box; alpha lines only for a format with an alpha plane.
-    qzil::Lines LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box, qzil::Lines* alpha = nullptr) const;
     qzil::Lines MaskLinesOf(qzILImageHelper const& mask, qzILBbox2l const& box) const;
     /// Fills the parts of a walk that do not depend on the inputs; false when an image is not laid out as the traits
     /// say.
@@ -142,7 +140,6 @@ protected:
     template <template <class> class Rule, class... T, class Build>
     QZIL_HIDDEN qzILStatus RunForms(Prepared& prepared, qzil::kernel::Forms const& forms, Build const& build,
                                     unsigned noForm);
-    qzILStatus WithoutForm(unsigned noForm);
     /// Runs a row function over a prepared call.
     virtual qzILStatus RunPrepared(Prepared& prepared, qzil::kernel::RowTraits const& traits,
                                    qzil::kernel::RowCall const& call) const;

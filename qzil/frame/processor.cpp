@@ -1,6 +1,7 @@
 #include "qzil/frame/processor.h"
 
 #include "qzil/image/image_ops.h"
+#include "qzil/kernel/row.h"
 
 qzILProcessorGlobalInitializer qzILProcessor::s_oGlobalInitializer;
 
@@ -79,6 +80,25 @@ qzILProcessor::Jumps qzILProcessor::JumpsOf(qzILImageHelper const& helper, int x
             (std::ptrdiff_t{next} - first) * helper.m_iAlphaLineStep - std::ptrdiff_t{width} * helper.m_iAlphaPixelStep;
     }
     return jumps;
+}
+
+qzil::Lines qzILProcessor::LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box, qzil::Lines* alpha) const {
+    if (alpha) *alpha = {};
+    if (!helper.m_pLineZero) return {};
+    Jumps const jumps = JumpsOf(helper, box.Origin.x, box.Origin.y, box.Size.x, m_uProcessingMode);
+    if (alpha) *alpha = {jumps.pAlphaFirst, jumps.iAlphaLine, helper.m_iAlphaPixelStep};
+    return {jumps.pFirst, jumps.iLine, helper.m_iPixelStep};
+}
+
+void qzILProcessor::SetPlace(qzil::kernel::Walk& walk, qzILBbox2l const& box) const {
+    walk.iWidth = box.Size.x;
+    walk.iLines = box.Size.y;
+    walk.iX = box.Origin.x;
+    walk.iY = KeptLine(m_uProcessingMode, box.Origin.y);
+    walk.iYStep = (m_uProcessingMode & kModeNoLines) != 0 ? 2 : 1;
+    if (!HasInterrupt()) return;
+    walk.pStop = [](void const* self) { return static_cast<qzILProcessor const*>(self)->IsInterrupted(); };
+    walk.pStopContext = this;
 }
 
 void qzILProcessor::ExtractJumps(qzILImageHelper& helper, int x, int y, int width, unsigned char** firstPixel,

@@ -2,9 +2,19 @@
 
 #include "qzil/image/core_values.h"
 #include "qzil/image/image_helper.h"
+#include "qzil/image/lines.h"
 #include "qzil/platform/api.h"
 
 #include <cstddef>
+
+namespace qzil {
+struct FormatRow;
+}
+namespace qzil::kernel {
+struct Walk;
+template <template <class> class Rule, class... T>
+struct Operation;
+}  // namespace qzil::kernel
 
 /// The parts that every effect class has: its name, and copies that take no setting along.
 #define QZIL_EFFECT_CLASS(Class)                      \
@@ -103,6 +113,18 @@ protected:
         std::ptrdiff_t iAlphaLine = 0;
     };
     static Jumps JumpsOf(qzILImageHelper const& helper, int x, int y, int width, unsigned mode);
+    /// The lines of a view over a box, but for those that the field bits leave out; alpha lines only for a format with
+    /// an alpha plane.
+    qzil::Lines LinesOf(qzILImageHelper const& helper, qzILBbox2l const& box, qzil::Lines* alpha = nullptr) const;
+    /// Tells a walk over a box, which counts kept lines only, where it lies and how it is interrupted.
+    void SetPlace(qzil::kernel::Walk& walk, qzILBbox2l const& box) const;
+    /// Runs the form that an operation has for a format over a walk, with the rule of the channel type T that
+    /// `build(As<T>)` makes. Without a form it fails with a code.
+    template <template <class> class Rule, class... T, class Build>
+    QZIL_HIDDEN qzILStatus RunOver(qzil::kernel::Walk const& walk, qzil::FormatRow const& format,
+                                   qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                                   unsigned noForm = 0x1000D);
+    qzILStatus WithoutForm(unsigned noForm);
     static int AlwaysFalse() { return 0; }
     bool IsInterrupted() const;
     /// False while no host has set a function or a flag: nobody can see in which order lines are done.

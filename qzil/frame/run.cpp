@@ -23,4 +23,16 @@ kernel::SampleType ChannelTypeOf(FormatRow const& format) {
     }
 }
 
+kernel::Call CallIn(FormatRow const& format, unsigned mode) {
+    return {&format, LayoutOf(format), mode & kModeAllChannels, false, false};
+}
+
+kernel::Form const* FindForm(kernel::Forms const& forms, kernel::Call const& call) {
+    return forms.Find(call.eLayout, ChannelTypeOf(*call.pFormat));
+}
+
 }  // namespace qzil
+
+qzILStatus qzILProcessor::WithoutForm(unsigned noForm) {
+    return noForm == qzil::kWritesNothing ? 1 : noForm == qzil::Code::None ? -1 : Fail(noForm);
+}

@@ -16,6 +16,26 @@ inline constexpr unsigned kWritesNothing = 1;
 kernel::Layout LayoutOf(FormatRow const& format);
 kernel::SampleType ChannelTypeOf(FormatRow const& format);
 
+/// What is known of a call in a format.
+kernel::Call CallIn(FormatRow const& format, unsigned mode);
+/// The form of an operation for a call's format, or null.
+kernel::Form const* FindForm(kernel::Forms const& forms, kernel::Call const& call);
+
+/// Calls act(As<T>) for the channel type T that a form's rule has.
+template <class... T, class Act>
+void WithRuleType(kernel::Form const& form, kernel::Call const& call, Act const& act) {
+    if constexpr (sizeof...(T) == 0) {
+        WithRuleType<u8, u16, s16, float>(form, call, act);
+    } else {
+        auto const match = [&]<class Sample>(As<Sample> as) {
+            if (form.eRule != kernel::SampleTypeOf<Sample>()) return false;
+            act(as);
+            return true;
+        };
+        (void)(match(As<T>{call}) || ...);
+    }
+}
+
 /// A share of 0 to 1 as a weight of samples: times full scale, rounded half away from zero. Outside 0 to 1 the low byte
 /// counts at 8 bits; 16 bits and S2.14 are limited to 0 to full scale. NaN gives 0; float is as it is.
 template <class T>
@@ -46,6 +66,22 @@ Channels<T> SelectedChannels(kernel::Call const& call, T selected, T others) {
 
 }  // namespace qzil
 
+template <template <class> class Rule, class... T, class Build>
+qzILStatus qzILProcessor::RunOver(qzil::kernel::Walk const& walk, qzil::FormatRow const& format,
+                                  qzil::kernel::Operation<Rule, T...> const& operation, Build const& build,
+                                  unsigned noForm) {
+    using namespace qzil;
+    kernel::Call call = CallIn(format, walk.uMode);
+    call.bMasked = walk.oMask.pFirst != nullptr;
+    kernel::Form const* const pForm = FindForm(operation, call);
+    if (!pForm) return WithoutForm(noForm);
+    WithRuleType<T...>(*pForm, call, [&]<class Sample>(As<Sample> as) {
+        Rule<Sample> const rule = build(as);
+        kernel::RunRows(walk, pForm->oTraits, {pForm->pRow, &rule});
+    });
+    return 1;
+}
+
 /// The lines of a call, and the view of the first input, whose format decides which form runs.
 struct qzILImgProc::Prepared {
     qzil::kernel::Walk oWalk;
@@ -57,21 +93,12 @@ template <class... T, class Act>
 qzILStatus qzILImgProc::WithForm(Prepared const& prepared, qzil::kernel::Forms const& forms, Act const& act,
                                  unsigned noForm) {
     using namespace qzil;
-    if constexpr (sizeof...(T) == 0) {
-        return WithForm<u8, u16, s16, float>(prepared, forms, act, noForm);
-    } else {
-        kernel::Call call;
-        kernel::Form const* const pForm = FindForm(forms, prepared, call);
-        if (!pForm) return WithoutForm(noForm);
-        qzILStatus status = -1;
-        auto const run = [&]<class Sample>(As<Sample> as) {
-            if (pForm->eRule != kernel::SampleTypeOf<Sample>()) return false;
-            status = act(*pForm, as);
-            return true;
-        };
-        (void)(run(As<T>{call}) || ...);
-        return status;
-    }
+    kernel::Call call;
+    kernel::Form const* const pForm = FindForm(forms, prepared, call);
+    if (!pForm) return WithoutForm(noForm);
+    qzILStatus status = -1;
+    WithRuleType<T...>(*pForm, call, [&](auto as) { status = act(*pForm, as); });
+    return status;
 }
 
 template <template <class> class Rule, class... T, class Build>

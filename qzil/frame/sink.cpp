@@ -1,9 +1,11 @@
 #include "qzil/frame/sink.h"
 
 #include "qzil/frame/mask_check.h"
+#include "qzil/frame/run.h"
 #include "qzil/image/image_ops.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace qzil;
 
@@ -71,6 +73,22 @@ qzILStatus qzILMonadicSinkPixelProc::PrepareData() {
 
 qzILStatus qzILMonadicSinkPixelProc::ProcessData() {
     return m_oProcessedBox.IsEmpty() ? 1 : DoEffect();
+}
+
+qzILStatus qzILMonadicSinkPixelProc::PrepareWalk(kernel::Walk& walk, bool takesMask) {
+    qzILBbox2l const& box = m_oProcessedBox;
+    // A sink has no field bits: it reads every line.
+    unsigned const mode = std::exchange(m_uProcessingMode, kModeAllChannels);
+    walk.oA = LinesOf(m_oInputHelper, box, &walk.oAlphaIn);
+    bool const masked = takesMask && !m_oMaskHelper.IsEmpty();
+    if (masked) {
+        walk.oMask = LinesOf(m_oMaskHelper, {0, 0, box.Size.x, box.Size.y});
+        walk.oMask.pFirst +=
+            std::size_t{m_oMaskHelper.m_uChannelSize} * MaskChannelPlace(m_oMaskHelper.Format(), m_uMaskChannel);
+    }
+    SetPlace(walk, box);
+    walk.uMode = std::exchange(m_uProcessingMode, mode);
+    return masked && m_oMaskHelper.m_uChannelSize != m_oInputHelper.m_uChannelSize ? Fail(Code::MaskDepth) : 1;
 }
 
 qzILStatus qzILMonadicSinkPixelProc::CleanData() {

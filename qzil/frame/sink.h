@@ -70,6 +70,11 @@ public:
     void Trash() {}
 
 protected:
+    /// A walk over every line of the processed box, in order of y, for RunOver. A rule keeps what it finds behind
+    /// pointers. Mask values are of the input's type: 0x10009 for a mask of another channel size, unless the effect
+    /// takes none.
+    qzILStatus PrepareWalk(qzil::kernel::Walk& walk, bool takesMask);
+
     qzILImageHelper m_oInputHelper;
     qzILImageHelper m_oMaskHelper;  ///< its (0, 0) is the processed box's first pixel
     qzILBbox2l m_oProcessedBox;     ///< the region inside the input

@@ -14,21 +14,22 @@ QZIL_ROWS_BEGIN
 /// Samples of one turn of a block loop; a multiple of every pixel size, so that lane patterns repeat within it.
 inline constexpr int kBlock = 64;
 
-/// Four bytes of samples anywhere in memory, as one word.
-using PixelWord = u32 __attribute__((may_alias, aligned(1)));
+/// An integer anywhere in memory, over samples of any type. A struct, since the attributes of an alias are no part of
+/// its type and are lost in templates.
+template <class Word>
+struct [[gnu::packed, gnu::may_alias]] Unaligned {
+    Word uValue;
 
-/// Loads and stores a word anywhere in memory. For words that depend on a template's types: their attributes are not
-/// part of the type, and would be lost on the way.
-template <class Word>
-QZIL_INLINE Word LoadWord(void const* p) {
-    Word word;
-    __builtin_memcpy(&word, p, sizeof word);
-    return word;
-}
-template <class Word>
-QZIL_INLINE void StoreWord(void* p, Word word) {
-    __builtin_memcpy(p, &word, sizeof word);
-}
+    QZIL_INLINE operator Word() const {
+        return uValue;
+    }
+    QZIL_INLINE Unaligned& operator=(Word value) {
+        uValue = value;
+        return *this;
+    }
+};
+/// Four bytes of samples.
+using PixelWord = Unaligned<u32>;
 
 /// Calls op(i) for every index. No turn may depend on what another one writes.
 template <class Op>
@@ -62,17 +63,20 @@ struct Widened;
 template <>
 struct Widened<u8> {
     using Value = u16;
-    using Word = u16;
+    using Bits = u16;
+    using Word = Unaligned<Bits>;
 };
 template <>
 struct Widened<u16> {
     using Value = u32;
-    using Word = u32;
+    using Bits = u32;
+    using Word = Unaligned<Bits>;
 };
 template <>
 struct Widened<s16> {
     using Value = s32;
-    using Word = u32;
+    using Bits = u32;
+    using Word = Unaligned<Bits>;
 };
 
 /// How many samples of a pair exist: both, or the first only, at the end of an odd count.
@@ -81,7 +85,7 @@ struct LastSample {};
 
 template <class T>
 QZIL_INLINE auto Load(WholePair, T const* p) -> SamplePair<typename Widened<T>::Value> {
-    auto const word = LoadWord<typename Widened<T>::Word>(p);
+    u32 const word = *reinterpret_cast<typename Widened<T>::Word const*>(p);
     if constexpr (T(-1) < T(0)) {
         return {static_cast<s32>(word << 16) >> 16, static_cast<s32>(word) >> 16};
     } else {
@@ -101,7 +105,7 @@ QZIL_INLINE void Store(WholePair, T* p, SamplePair<Value> v) {
     using Word = typename Widened<T>::Word;
     constexpr int kBits = 8 * sizeof(T);
     u32 const low = static_cast<u32>(v.oEven) & static_cast<std::make_unsigned_t<T>>(~T{0});
-    StoreWord(p, static_cast<Word>(low | static_cast<u32>(v.oOdd) << kBits));
+    *reinterpret_cast<Word*>(p) = static_cast<typename Widened<T>::Bits>(low | static_cast<u32>(v.oOdd) << kBits);
 }
 template <class T, class Value>
 QZIL_INLINE void Store(LastSample, T* p, SamplePair<Value> v) {
@@ -121,8 +125,9 @@ QZIL_INLINE void StoreSelected(WholePair, T* p, SamplePair<Value> v, T const* pa
     using Word = typename Widened<T>::Word;
     T packed[2];
     Store(WholePair{}, packed, v);
-    u32 const taken = LoadWord<Word>(packed), passed = LoadWord<Word>(pass), bits = LoadWord<Word>(select);
-    StoreWord(p, static_cast<Word>((taken & bits) | (passed & ~bits)));
+    u32 const taken = *reinterpret_cast<Word const*>(packed), passed = *reinterpret_cast<Word const*>(pass);
+    u32 const bits = *reinterpret_cast<Word const*>(select);
+    *reinterpret_cast<Word*>(p) = static_cast<typename Widened<T>::Bits>((taken & bits) | (passed & ~bits));
 }
 template <class T, class Value>
 QZIL_INLINE void StoreSelected(LastSample, T* p, SamplePair<Value> v, T const* pass, T const* select) {

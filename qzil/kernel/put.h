@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qzil/kernel/loops.h"
+#include "qzil/kernel/shapes.h"
 
 // Values on their way into samples: rounded half away from zero and limited to the sample's range; float as it is.
 
@@ -19,46 +19,18 @@ QZIL_INLINE void Put(u8* out, float value) {
     *out = RoundToUbyte(value);
 }
 
-/// Four samples side by side, a pixel or a pair of 4:2:2. Integers are moved as words: a loop over them then needs no
-/// vector that takes samples apart.
-struct Four {
-    float fFirst, fSecond, fThird, fFourth;
-};
-
+/// Four values on their way into samples side by side.
 template <class T>
-QZIL_INLINE Four LoadFour(T const* in) {
+QZIL_INLINE void PutQuad(T* out, Quad<float> v) {
     if constexpr (sizeof(T) == 4) {
-        return {in[0], in[1], in[2], in[3]};
+        StoreQuad(out, v);
     } else {
-        PixelWord const* const words = reinterpret_cast<PixelWord const*>(in);
-        constexpr int kBits = 8 * sizeof(T), kPerWord = 4 / sizeof(T);
-        auto const sample = [=](int n) {
-            u32 const high = words[n / kPerWord] << (32 - kBits * (n % kPerWord + 1));
-            if constexpr (T(-1) < T(0)) return static_cast<float>(static_cast<s32>(high) >> (32 - kBits));
-            return static_cast<float>(static_cast<s32>(high >> (32 - kBits)));
+        auto const rounded = [](float value) {
+            T sample;
+            Put(&sample, value);
+            return static_cast<s32>(sample);
         };
-        return {sample(0), sample(1), sample(2), sample(3)};
-    }
-}
-
-template <class T>
-QZIL_INLINE void PutFour(T* out, Four v) {
-    if constexpr (sizeof(T) == 4) {
-        out[0] = v.fFirst, out[1] = v.fSecond, out[2] = v.fThird, out[3] = v.fFourth;
-    } else {
-        PixelWord* const words = reinterpret_cast<PixelWord*>(out);
-        auto const bits = [](float value) {
-            if constexpr (sizeof(T) == 1) return u32{RoundToUbyte(value)};
-            if constexpr (T(-1) > T(0)) return u32{RoundToWord(value)};
-            return u32{static_cast<u16>(RoundToS2_14(value))};
-        };
-        u32 const first = bits(v.fFirst), second = bits(v.fSecond), third = bits(v.fThird), fourth = bits(v.fFourth);
-        if constexpr (sizeof(T) == 1) {
-            words[0] = first | second << 8 | third << 16 | fourth << 24;
-        } else {
-            words[0] = first | second << 16;
-            words[1] = third | fourth << 16;
-        }
+        StoreQuad(out, Quad<s32>{rounded(v.c0), rounded(v.c1), rounded(v.c2), rounded(v.c3)});
     }
 }
 

@@ -11,12 +11,12 @@ namespace qzil::kernel {
 /// What a row function works on: a stretch of one line. Pointers stand on the first pixel of the stretch. The output
 /// may be an input line itself, never one shifted against it.
 struct Row {
-    void const* pA;        ///< first input
+    void const* pA;        ///< first input; null for effects that have none
     void const* pB;        ///< second input, null for one-input effects
     void const* pPass;     ///< the input whose pixels pass where the effect does not act
     void const* pMask;     ///< mask values, laid out as the effect's RowTraits say; null without a mask
     void const* pAlphaIn;  ///< alpha plane of the first input; null for formats without one
-    void* pOut;
+    void* pOut;            ///< null for effects that only read
     void* pAlphaOut;
     std::ptrdiff_t iLineStep;  ///< bytes from a line around the first input's to the next; 0 where it lies alone
     int iPixels;               ///< of the stretch
@@ -24,6 +24,7 @@ struct Row {
     unsigned uSelected;        ///< channels that the processing mode selects; 15 where it selects none of them
     bool bMaskPerPair;         ///< mask values are widened, one for two samples: integer pixels of four samples
     bool bOddX;                ///< the stretch starts on an odd pixel of its line
+    int iX, iY;                ///< place of the stretch's first pixel
 };
 
 /// How a result is mixed into the passed-through pixel by a mask value.
@@ -97,7 +98,8 @@ private:
     Constants const& m_oConstants;
 };
 
-/// One walk over the processed box. The input or output lines of an absent image have a null first pixel.
+/// One walk over the processed box. The input or output lines of an absent image have a null first pixel: a walk
+/// without inputs is that of a generator, one without an output that of a sink.
 struct Walk {
     Lines oA, oB, oOut, oMask, oAlphaIn, oAlphaOut;
     std::ptrdiff_t iLineStep = 0;  ///< of what lies around the first input, see Row
@@ -105,6 +107,8 @@ struct Walk {
     int iWidth = 0;
     int iLines = 0;
     bool bOddX = false;  ///< the box starts on an odd column as 4:2:2 parity counts it
+    int iX = 0, iY = 0;  ///< place of the first pixel
+    int iYStep = 1;      ///< from a line to the next, 2 for a field
     unsigned uMode = 0;
     /// Asked after each line, from the first on; true stops the walk. Null where no interrupt is set.
     bool (*pStop)(void const* context) = nullptr;

@@ -152,9 +152,9 @@ public:
         m_bSelects = m_uChannels != 15 && !traits.bTakesChannels;
         m_bPolls = traits.bPolls && walk.pStop;
         bool const inPlace = walk.oOut.pFirst == walk.oA.pFirst || walk.oOut.pFirst == walk.oB.pFirst;
-        std::int64_t const images = walk.oB.pFirst ? 3 : 2;
-        m_bStreams =
-            !inPlace && traits.bWritesAll && images * walk.iWidth * walk.iLines * m_iPixelBytes >= StreamBytes();
+        std::int64_t const images = 1 + (walk.oA.pFirst ? 1 : 0) + (walk.oB.pFirst ? 1 : 0);
+        m_bStreams = walk.oOut.pFirst && !inPlace && traits.bWritesAll &&
+                     images * walk.iWidth * walk.iLines * m_iPixelBytes >= StreamBytes();
     }
 
     void Run() {
@@ -164,7 +164,12 @@ public:
         Cursor a(m_oWalk.oA, m_oWalk, backward), b(m_oWalk.oB, m_oWalk, backward), out(m_oWalk.oOut, m_oWalk, backward),
             mask(m_oWalk.oMask, m_oWalk, backward), alphaIn(m_oWalk.oAlphaIn, m_oWalk, backward),
             alphaOut(m_oWalk.oAlphaOut, m_oWalk, backward);
-        for (int line = 0; line < m_oWalk.iLines; ++line) {
+        int y = m_oWalk.iY, yStep = m_oWalk.iYStep;
+        if (backward) {
+            y += yStep * (m_oWalk.iLines - 1);
+            yStep = -yStep;
+        }
+        for (int line = 0; line < m_oWalk.iLines; ++line, y += yStep) {
             for (int x = 0, pixels = 0; x < m_oWalk.iWidth; x += pixels) {
                 pixels = std::min(StretchFrom(out.At(x)), m_oWalk.iWidth - x);
                 Row row{};
@@ -173,6 +178,8 @@ public:
                 row.uSelected = m_uChannels;
                 row.iLineStep = m_oWalk.iLineStep;
                 row.bOddX = m_oWalk.bOddX;
+                row.iX = m_oWalk.iX + x;
+                row.iY = y;
                 row.bMaskPerPair = m_oMaskReader.IsPerPair();
                 row.pA = a.At(x);
                 row.pB = b.At(x);
@@ -254,6 +261,7 @@ Walk PartOf(Walk const& walk, int first, int count) {
         Lines& of = part.*lines;
         if (of.pFirst) of.pFirst += first * LineStep(of, walk.iWidth);
     }
+    part.iY += first * walk.iYStep;
     part.iLines = count;
     return part;
 }

@@ -8,7 +8,7 @@ namespace {
 
 using kernel::ConvertRow;
 using kernel::Row;
-using Pixel16 = u64 __attribute__((may_alias, aligned(1)));
+using Pixel16 = Unaligned<u64>;
 
 /// A thousandth, truncated, of sums from 0 to 2^26. 0.008f lies so little above 1/125 that up to 2^23 a product reaches
 /// an integer exactly where the quotient does.

@@ -3,6 +3,7 @@
 #include "qzil/image/formats.h"
 #include "qzil/image/image_helper.h"
 #include "qzil/image/image_ops.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,9 @@
 
 namespace qzil::catalog {
 namespace {
+
+using qzil::test::ReadTable;
+using qzil::test::Row;
 
 constexpr int kSide = 16;
 
@@ -58,16 +62,20 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
         for (std::size_t i = 0; i < entry.oParameters.size(); ++i) {
             Parameter const& parameter = entry.oParameters[i];
             if (parameter.eKind != Kind::Real && parameter.eKind != Kind::Choice) continue;
-            auto const verifies = [&](Value const& value) {
-                GUID const& format = entry.oFormats[0];
+            // Some choices are for some formats.
+            auto const verifiesIn = [&](GUID const& format, Value const& value) {
                 Ref<IXFImage> const image = MakeImage(format, 1), output = MakeImage(format, 0);
                 Ref<IXFImage> const mask = MakeImage(MaskFormatFor(format), 1);
                 Instance instance = entry.Make();
                 for (std::size_t k = 0; k < entry.oInputs.size(); ++k) instance.SetInput(k, image.Get());
-                instance.SetOutput(output.Get());
+                if (!entry.IsSink()) instance.SetOutput(output.Get());
+                instance.Effect().SetProcessingMode(instance.Effect().GetProcessingMode() | 7u);
                 instance.SetMask({0, 0, kSide, kSide}, mask.Get(), XFImageChannelMono);
                 instance.Set(i, value);
                 return instance.Effect().Verify() == 1;
+            };
+            auto const verifies = [&](Value const& value) {
+                return std::ranges::any_of(entry.oFormats, [&](auto& format) { return verifiesIn(format, value); });
             };
             SCOPED_TRACE(entry.sName + " " + parameter.sName);
             if (parameter.eKind == Kind::Choice) {
@@ -87,26 +95,10 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
 }
 
 TEST(Catalog, RefusedTextsAreSentences) {
-    EXPECT_EQ(Refusal("blend", "alpha", "1.5"), "blend: --alpha is '1.5', but takes a number from 0 to 1.");
-    EXPECT_EQ(Refusal("output-alpha", "reverse", "maybe"), "output-alpha: --reverse is 'maybe', but takes on or off.");
-    EXPECT_EQ(Refusal("composite", "alpha-mode", "or"),
-              "composite: --alpha-mode is 'or', but takes one of zero, full, derived.");
-    struct {
-        char const *pEffect, *pParameter;
-        std::vector<char const*> oTexts;
-    } const cases[] = {
-        {"blend", "alpha", {"", "0.5x", "nan", "inf", "-0.001"}},
-        {"over-color", "background", {"0,0", "0,0,0,0,0", "0,0,1.01", "0,,0", "#12345", "#12345g", "#-12345", "red"}},
-        {"lut",
-         "curve",
-         {"gamma:0", "gamma:", "gamma", "posterize:1", "posterize:2.5", "0:0,0.5:2", "0.5:0,0.5:1", "1:0,0:1", "0:0,"}},
-        {"lut2", "rule", {"divide"}},
-    };
-    for (auto const& [effect, parameter, texts] : cases) {
-        for (char const* const text : texts) {
-            EXPECT_NE(Refusal(effect, parameter, text).find(" but takes "), std::string::npos)
-                << effect << " " << parameter << " " << text;
-        }
+    for (Row const& row : ReadTable("catalog/refused_texts.tsv")) {
+        std::string const said = Refusal(row["effect"], row["parameter"], row["text"]), &sentence = row["sentence"];
+        EXPECT_TRUE(sentence.empty() ? said.find(" but takes ") != said.npos : said == sentence)
+            << row["effect"] << ' ' << row["parameter"] << " '" << row["text"] << "': " << said;
     }
 }
 
@@ -118,31 +110,16 @@ TEST(Catalog, ColorsAreReadAsWritten) {
 }
 
 TEST(Catalog, TablesFollowTheirText) {
-    auto const curve = [](char const* text) {
-        return std::get<std::shared_ptr<Lut const>>(ParseValue(*Find("lut")->FindParameter("curve"), text));
+    auto const table = [](std::string const& effect, std::string const& text) {
+        return std::get<std::shared_ptr<Lut const>>(ParseValue(Find(effect)->oParameters[0], text));
     };
-    auto const rule = [](char const* text, int a, int b) {
-        auto const lut = std::get<std::shared_ptr<Lut const>>(ParseValue(*Find("lut2")->FindParameter("rule"), text));
-        return lut->oBytes[static_cast<std::size_t>(b * 256 + a)];
-    };
-    EXPECT_EQ(curve("invert")->oBytes[10], 245);
-    EXPECT_EQ(curve("invert")->oWords[10], 65525);
-    EXPECT_EQ(curve("gamma:2")->oBytes[64], 128);  // sqrt(64 / 255) = 0.50098
-    EXPECT_EQ(curve("posterize:2")->oBytes[127], 0);
-    EXPECT_EQ(curve("posterize:2")->oBytes[128], 255);
-    EXPECT_EQ(curve("posterize:3")->oBytes[100], 128);
-    EXPECT_EQ(curve("posterize:4")->oBytes[255], 255);
-    EXPECT_EQ(curve("0.2:0.1,0.6:0.9")->oBytes[0], 26);     // flat before
-    EXPECT_EQ(curve("0.2:0.1,0.6:0.9")->oBytes[102], 128);  // half-way
-    EXPECT_EQ(curve("0.2:0.1,0.6:0.9")->oBytes[255], 230);  // flat behind
-
-    EXPECT_EQ(rule("multiply", 128, 128), 64);
-    EXPECT_EQ(rule("screen", 128, 128), 192);
-    EXPECT_EQ(rule("difference", 10, 30), 20);
-    EXPECT_EQ(rule("difference", 30, 10), 20);
-    EXPECT_EQ(rule("add", 200, 100), 255);
-    EXPECT_EQ(rule("min", 200, 100), 100);
-    EXPECT_EQ(rule("max", 200, 100), 200);
+    for (Row const& row : ReadTable("catalog/tables.tsv")) {
+        std::vector<int> const samples = row.Numbers("samples");
+        int const place = samples.size() == 1 ? samples[0] : samples[1] * 256 + samples[0];
+        EXPECT_EQ(table(row["effect"], row["text"])->oBytes[static_cast<std::size_t>(place)], row.Number("entry"))
+            << row["text"] << " of " << row["samples"];
+    }
+    EXPECT_EQ(table("lut", "invert")->oWords[10], 65525);
 }
 
 /// Sets an input after its tables, and the other way round, in both depths.

@@ -1,7 +1,10 @@
 // All 2^24 colours through the four 8-bit blocks of integer coefficients, there and back.
 
-#include "convert/convert_support.h"
 #include "model/convert_blocks.h"
+#include "scene/scene.h"
+#include "support/plain_layout.h"
+
+#include <gtest/gtest.h>
 
 namespace qzil::test::model {
 namespace {
@@ -15,16 +18,25 @@ class ByteBlocks : public testing::TestWithParam<Block> {
 protected:
     bool Is709() const { return IsFormat709(GetParam().oYcc); }
     bool IsVideo() const { return IsFormatVideoLevels(GetParam().oRgb); }
+    test::Scene There(int width) const {
+        test::Scene scene = PlainScene(*catalog::Find("rgba-to-ycca"), {GetParam().oRgb, GetParam().oYcc}, width, 256);
+        scene.Set("filter", false);
+        return scene;
+    }
+    test::Scene Back(int width) const {
+        return PlainScene(*catalog::Find("ycca-to-rgba"), {GetParam().oYcc, GetParam().oRgb}, width, 256);
+    }
 };
 
 TEST_P(ByteBlocks, EveryRgbThereAndBack) {
     ByteToYcc const& k = kByteToYcc[Is709()][IsVideo()];
-    ConvertJob const there = WholeJob(Conversion::ToYcc, GetParam().oRgb, GetParam().oYcc, 512, 256);
-    ConvertJob back = WholeJob(Conversion::FromYcc, GetParam().oYcc, GetParam().oRgb, 512, 256);
-    back.oInput = there.oOutput;
-    auto const rgb = Bytes(there.oInput), ycc = Bytes(there.oOutput), again = Bytes(back.oOutput);
-    auto const effect = MakeEffect(there), inverse = MakeEffect(back);
-    PlainLayout const rgbLayout(there.oInput.Get()), yccLayout(there.oOutput.Get());
+    test::Scene const there = There(512), back = Back(512);
+    Images const images(there);
+    Images backImages(back);
+    backImages.oInputs[0] = images.Output();
+    auto const rgb = Bytes(images.oInputs[0]), ycc = Bytes(images.Output()), again = Bytes(backImages.Output());
+    catalog::Instance effect = Prepare(there, images), inverse = Prepare(back, backImages);
+    PlainLayout const rgbLayout(images.oInputs[0].Get()), yccLayout(images.Output().Get());
     // Pairs of one colour: chroma comes from the even pixel.
     for (int i = 0; i < 512 * 256; ++i) {
         u8* const pixel = &rgb[rgbLayout.Pixel(i % 512, i / 512)];
@@ -35,8 +47,8 @@ TEST_P(ByteBlocks, EveryRgbThereAndBack) {
     int error = 0;
     for (int r = 0; r < 256; ++r) {
         for (std::size_t i = 0; i < rgb.size(); i += 4) rgb[i] = static_cast<u8>(r);
-        ASSERT_EQ(effect->Execute(), 1);
-        ASSERT_EQ(inverse->Execute(), 1);
+        ASSERT_EQ(effect.Effect().Execute(), 1);
+        ASSERT_EQ(inverse.Effect().Execute(), 1);
         for (int g = 0; g < 256; ++g) {
             u8 const* const pairs = &ycc[yccLayout.Pixel(0, g)];
             for (int b = 0; b < 256; ++b) {
@@ -56,10 +68,10 @@ TEST_P(ByteBlocks, EveryRgbThereAndBack) {
 
 TEST_P(ByteBlocks, EveryYccBack) {
     ByteFromYcc const& k = kByteFromYcc[Is709()][IsVideo()];
-    ConvertJob const job = WholeJob(Conversion::FromYcc, GetParam().oYcc, GetParam().oRgb, 256, 256);
-    PlainLayout const rgbLayout(job.oOutput.Get()), yccLayout(job.oInput.Get());
-    auto const ycc = Bytes(job.oInput), rgb = Bytes(job.oOutput);
-    auto const effect = MakeEffect(job);
+    Images const images(Back(256));
+    PlainLayout const rgbLayout(images.Output().Get()), yccLayout(images.oInputs[0].Get());
+    auto const ycc = Bytes(images.oInputs[0]), rgb = Bytes(images.Output());
+    catalog::Instance effect = Prepare(Back(256), images);
     for (int i = 0; i < 256 * 256; ++i) {
         u8* const pixel = &ycc[yccLayout.Pixel(i % 256, i / 256)];
         pixel[0] = static_cast<u8>(i / 256);
@@ -67,7 +79,7 @@ TEST_P(ByteBlocks, EveryYccBack) {
     }
     for (int cr = 0; cr < 256; ++cr) {
         for (std::size_t i = 2; i < ycc.size(); i += 4) ycc[i] = static_cast<u8>(cr);
-        ASSERT_EQ(effect->Execute(), 1);
+        ASSERT_EQ(effect.Effect().Execute(), 1);
         for (int cb = 0; cb < 256; ++cb) {
             u8 const* const line = &rgb[rgbLayout.Pixel(0, cb)];
             for (int y = 0; y < 256; ++y) {

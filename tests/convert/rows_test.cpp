@@ -1,10 +1,15 @@
 // Row functions, fill colours, and what dithering repeats.
 
-#include "convert/convert_support.h"
 #include "model/convert_blocks.h"
+#include "model/convert_model.h"
+
+#include "qzil/frame/convert.h"
 
 #include "qzil/convert/rgba_lines.h"
+#include "qzil/convert/rgba_to_ycca.h"
 #include "qzil/image/pixel_math.h"
+
+#include <gtest/gtest.h>
 
 #include <limits>
 #include <numeric>
@@ -35,7 +40,7 @@ void ExpectRow(void (*row)(int, T const*, U*, int), Depth from, Depth to, bool f
     auto const values = AllValues<T>();
     for (std::size_t shift = 0; shift < 4; ++shift) {
         std::vector<T> source(values);
-        std::ranges::rotate(source, source.begin() + static_cast<std::ptrdiff_t>(shift));
+        std::rotate(source.begin(), source.begin() + static_cast<std::ptrdiff_t>(shift), source.end());
         std::vector<U> target(source.size() + 4, U{77});
         int const count = static_cast<int>(source.size()) / (fromVideo || toVideo ? 4 : 1);
         row(0, source.data(), target.data(), count);
@@ -132,33 +137,39 @@ TEST(ConvertedColor, IsThatOfTheOutput) {
     qzILColor const color(0.2, 0.9, 0.4, 0.7);
     // Red first or blue first is open where a conversion from video fills; so are three floats and blue at video
     // levels.
-    Formats const open{MFIF_RGB_FLOAT, MFIF_RGB_FLOAT_BU, MFIF_BGRA_RAW_32_VIDEO};
-    for (auto const& [kind, in, out] : AcceptedPairs()) {
-        if (In(out, open) || (kind == Conversion::FromYcc && In(out, kBlue8))) continue;
-        ConvertJob const job = WholeJob(kind, in, out, 2, 2);
-        auto const effect = MakeEffect(job);
-        auto const* const actual = static_cast<u8 const*>(effect->GetConvertedColor(color));
-        ASSERT_TRUE(actual) << job.Describe();
-        auto const expected = FillBytesOf(color, out);
-        EXPECT_EQ(DescribeDifference(expected, {actual, expected.size()}), "") << job.Describe();
+    constexpr std::array kOpen{MFIF_RGB_FLOAT, MFIF_RGB_FLOAT_BU, MFIF_BGRA_RAW_32_VIDEO};
+    constexpr std::array kBlueFirst{MFIF_BGRA_RAW_32, MFIF_BGRA_RAW_32_VIDEO, MFIF_DIB_RAW_32, MFIF_DIB_RAW_24,
+                                    MFIF_BGR_RAW_24};
+    for (char const* const name : {"rgba-to-rgba", "rgba-to-ycca", "ycca-to-rgba", "rgba-to-hlsa", "hlsa-to-rgba"}) {
+        catalog::Entry const& entry = *catalog::Find(name);
+        for (catalog::FormatPair const& pair : entry.oPairs) {
+            GUID const& out = pair.oTo;
+            if (Contains(kOpen, out) || (IsFormatYCC(pair.oFrom) && Contains(kBlueFirst, out))) continue;
+            test::Scene const scene = PlainScene(entry, pair, 2, 2);
+            Images const images(scene);
+            catalog::Instance instance = Prepare(scene, images);
+            auto& effect = dynamic_cast<qzILMonadicConvertProc&>(instance.Effect());
+            auto const* const actual = static_cast<u8 const*>(effect.GetConvertedColor(color));
+            ASSERT_TRUE(actual) << scene.Describe();
+            auto const expected = FillBytesOf(color, out);
+            EXPECT_EQ(DescribeDifference(expected, {actual, expected.size()}), "") << scene.Describe();
+        }
     }
 }
 
 // Where the term that is added is free, it still is the same each time.
 TEST(Dithering, RepeatsExactly) {
-    ConvertJob job = WholeJob(Conversion::ToYcc, MFIF_RGBA_RAW_32, MFIF_CbYCrA_8_4444, 40, 6);
-    FillRandom(job.oInput.Get(), 9);
-    std::vector<std::vector<u8>> results;
-    for (bool const dither : {false, true}) {
-        job.bDither = dither;
-        auto const effect = MakeEffect(job);
-        for (int run = 0; run < 2; ++run) {
-            ASSERT_EQ(effect->Execute(), 1);
-            results.emplace_back(Bytes(job.oOutput).begin(), Bytes(job.oOutput).end());
-        }
-    }
-    EXPECT_EQ(results[2], results[3]);
-    EXPECT_NE(results[0], results[2]);
+    test::Scene scene = PlainScene(*catalog::Find("rgba-to-ycca"), {MFIF_RGBA_RAW_32, MFIF_CbYCrA_8_4444}, 40, 6);
+    Images const plain = Executed(scene);
+    std::vector<u8> const undithered(Bytes(plain.Output()).begin(), Bytes(plain.Output()).end());
+    scene.Set("dither", true);
+    Images const images(scene);
+    catalog::Instance instance = Prepare(scene, images);
+    ASSERT_EQ(instance.Effect().Execute(), 1);
+    std::vector<u8> const first(Bytes(images.Output()).begin(), Bytes(images.Output()).end());
+    ASSERT_EQ(instance.Effect().Execute(), 1);
+    EXPECT_EQ(DescribeDifference(first, Bytes(images.Output())), "");
+    EXPECT_NE(undithered, first);
 }
 
 }  // namespace

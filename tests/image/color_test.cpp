@@ -1,14 +1,18 @@
 #include "qzil/image/color.h"
 
 #include "image/color_models.h"
+#include "image/image_questions.h"
 #include "qzil/image/image_ops.h"
 #include "support/picture.h"
 #include "support/table.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <sstream>
+#include <utility>
 
 namespace {
 
@@ -46,38 +50,29 @@ TEST(Color, HoldsFourDoublesInOrder) {
     color.GetColorAsRGBA(nullptr, nullptr, nullptr, nullptr);
 }
 
-// Corners, greys and a random scatter of the unit cube.
-std::vector<qzILColor> SampleColors() {
-    std::vector<qzILColor> colors;
-    for (int i = 0; i < 8; ++i) colors.emplace_back(i & 1, i >> 1 & 1, i >> 2 & 1, 0.25 + 0.0625 * i);
-    for (double grey : {0.25, 0.5, 0.75}) colors.emplace_back(grey, grey, grey, grey);
-    Random random(4);
-    for (int i = 0; i < 300; ++i) {
-        auto const unit = [&] { return random.Below(4097) / 4096.0; };
-        colors.emplace_back(unit(), unit(), unit(), unit());
-    }
-    return colors;
+Triple TripleOf(std::string const& cell) {
+    std::istringstream words(cell);
+    Triple v{};
+    words >> v[0] >> v[1] >> v[2];
+    return v;
 }
 
 TEST(Color, ModelsFollowTheirFormulas) {
-    for (auto const& model : kColorModels) {
-        SCOPED_TRACE(model.pName);
-        for (auto const& color : SampleColors()) {
-            SCOPED_TRACE(DescribeColor(color));
-            Triple const given{color.GetRed(), color.GetGreen(), color.GetBlue()};
-            Triple const actual = GetTriple(color, model), expected = model.pFromRgb(given);
-            for (int i = 0; i < 3; ++i) ASSERT_NEAR(actual[i], expected[i], 1e-12) << "component " << i;
-            // The way back, of the colour's own components and of any: these may leave the unit cube.
-            for (bool own : {true, false}) {
-                Triple const& set = own ? actual : given;
-                qzILColor back(0.5, 0.5, 0.5, 0.125);
-                SetTriple(back, model, set);
-                Triple const rgb = model.pToRgb(set);
-                ASSERT_TRUE(IsNear(back, qzILColor(rgb[0], rgb[1], rgb[2]), 1e-12)) << DescribeColor(back);
-                ASSERT_EQ(back.GetAlpha(), 0.125);
-                // The coefficients are rounded to three to nine places.
-                ASSERT_TRUE(!own || IsNear(back, color, model.dfRoundTrip)) << DescribeColor(back);
-            }
+    for (Row const& row : ReadTable("image/colors.tsv")) {
+        SCOPED_TRACE(row["model"] + ": " + row["rgb"]);
+        auto const& model = *std::ranges::find(kColorModels, row["model"], &ColorModel::pName);
+        Triple const given = TripleOf(row["rgb"]), components = TripleOf(row["components"]);
+        qzILColor const color(given[0], given[1], given[2], 0.75);
+        Triple const actual = GetTriple(color, model);
+        for (int i = 0; i < 3; ++i) ASSERT_NEAR(actual[i], components[i], 1e-12) << "component " << i;
+        // The way back, of the colour's own components and of any: these may leave the unit cube.
+        for (bool own : {true, false}) {
+            qzILColor back(0.5, 0.5, 0.5, 0.125);
+            SetTriple(back, model, own ? actual : given);
+            Triple const rgb = TripleOf(row[own ? "back" : "as components"]);
+            ASSERT_TRUE(IsNear(back, qzILColor(rgb[0], rgb[1], rgb[2]), 1e-12)) << DescribeColor(back);
+            ASSERT_EQ(back.GetAlpha(), 0.125);
+            ASSERT_TRUE(!own || IsNear(back, color, model.dfRoundTrip)) << DescribeColor(back);
         }
     }
 }
@@ -85,17 +80,14 @@ TEST(Color, ModelsFollowTheirFormulas) {
 TEST(Color, ANullComponentKeepsItsValue) {
     for (auto const& model : kColorModels) {
         for (int kept = 0; kept < 3; ++kept) {
-            qzILColor color(0.7, 0.4, 0.2, 0.5);
-            Triple wanted = GetTriple(color, model);
-            Triple set = wanted;
-            for (int i = 0; i < 3; ++i) {
-                if (i != kept) set[i] = wanted[i] = wanted[i] * 0.9 + 0.05;
-            }
-            double const* parts[3] = {kept == 0 ? nullptr : &set[0], kept == 1 ? nullptr : &set[1],
-                                      kept == 2 ? nullptr : &set[2]};
+            qzILColor color(0.7, 0.4, 0.2, 0.5), expected = color;
+            Triple set = GetTriple(color, model);
+            double const* parts[3] = {&set[0], &set[1], &set[2]};
+            for (int i = 0; i < 3; ++i) set[i] = i == kept ? set[i] : set[i] * 0.9 + 0.05;
+            parts[kept] = nullptr;
+            SetTriple(expected, model, set);
             (color.*model.pSet)(parts[0], parts[1], parts[2], nullptr);
-            Triple const rgb = model.pToRgb(wanted);
-            EXPECT_TRUE(IsNear(color, qzILColor(rgb[0], rgb[1], rgb[2]), 1e-12)) << model.pName << " keeps " << kept;
+            EXPECT_TRUE(IsNear(color, expected, 1e-12)) << model.pName << " keeps " << kept;
             EXPECT_EQ(color.GetAlpha(), 0.5);
         }
     }
@@ -173,41 +165,6 @@ TEST(ColorForms, AnswerOnlyTheModelsTheyServe) {
     }
 }
 
-// The components of a model, from the accessor of doubles.
-Triple Components(qzILColor const& color, XFColorModel model) {
-    for (auto const& m : kColorModels) {
-        if (m.uModel == model) return GetTriple(color, m);
-    }
-    Triple v{color.GetRed(), color.GetGreen(), color.GetBlue()};
-    if (model == 4096) {
-        for (double& c : v) c = c * 0.8588235294117647 + 0.06274509803921569;
-    }
-    return v;
-}
-
-qzILColor FromComponents(Triple v, double alpha, XFColorModel model) {
-    if (model == 4096) {
-        for (double& c : v) c = (c - 0.06274509803921569) / 0.8588235294117647;
-    }
-    qzILColor color(v[0], v[1], v[2], alpha);
-    for (auto const& m : kColorModels) {
-        if (m.uModel == model) SetTriple(color, m, v);
-    }
-    return color;
-}
-
-/// A form holds (component - offset) * gain, times its scale. Ten bits above six are 256 times the 8-bit levels; S2.14
-/// and float stretch video to 0 to 1, chroma round 0.
-struct Range {
-    double dfOffset, dfGain;
-};
-Range RangeOf(Form const& form, XFColorModel model, int i) {
-    if (i == 3 || (model != 64 && model != 512)) return {0, 1};
-    if (form.eServes == Serves::Ycc) return {0, 65280 / 65535.0};
-    if (form.dfScale != 1 && form.dfScale != 16384) return {0, 1};
-    return i == 0 ? Range{16 / 255.0, 255 / 219.0} : Range{128 / 255.0, 255 / 224.0};
-}
-
 int ChannelsOf(Form const& form) {
     return form.eServes == Serves::Mono ? 1 : 4;
 }
@@ -226,83 +183,34 @@ double RawAt(Form const& form, unsigned char const* block, int i) {
                                    : Load<float>(place);
 }
 
-/// Colours of the unit cube, every other one of a wider cube round it.
-std::vector<qzILColor> Scatter() {
-    Random random(99);
-    std::vector<qzILColor> colors{{0, 0, 0, 0}, {1, 1, 1, 1}, {1, 0, 0, 1}, {0, 1, 0, 0.5}, {0, 0, 1, 0.25}};
-    for (int i = 0; i < 600; ++i) {
-        auto const value = [&] {
-            double const unit = random.Below(10001) / 10000.0;
-            return i % 2 ? unit * 5 - 2 : unit;
-        };
-        colors.emplace_back(value(), value(), value(), value());
-    }
-    return colors;
+qzILColor ColorOf(std::string const& cell) {
+    std::istringstream words(cell);
+    double v[4] = {};
+    for (double& part : v) words >> part;
+    return {v[0], v[1], v[2], v[3]};
 }
 
-/// Float holds a level as it is; S2.14 of four channels and ten bits limit it; all others keep the low bits.
-void ExpectRaw(Form const& form, double level, double raw) {
-    auto const rounded = static_cast<std::int64_t>(level < 0 ? level - 0.5 : level + 0.5);
-    bool const isSigned = form.dfScale == 16384, isMono = form.eServes == Serves::Mono;
-    double const lowest = isSigned ? -32768 : 0;
-    if (form.dfScale == 1) {
-        ASSERT_NEAR(raw, level, 1e-6 * std::max(1.0, std::abs(level)));
-    } else if (form.eServes == Serves::Ycc || (isSigned && !isMono)) {
-        // A last bit of the precision in between may decide a tie.
-        ASSERT_NEAR(raw, std::clamp(level, lowest, lowest + 65535), 0.505);
-    } else if (isSigned) {
-        ASSERT_EQ(raw, static_cast<std::int16_t>(rounded));
-    } else {
-        ASSERT_EQ(raw, rounded & (form.dfScale == 255 ? 0xFF : 0xFFFF));
-    }
-}
-
-TEST(ColorForms, GetFormsScaleRoundAndKeepTheLowBitsOrLimit) {
-    auto const colors = Scatter();
-    for (auto const& form : kForms) {
-        for (XFColorModel model : kAllNumbers) {
-            for (auto const& color : colors) {
-                alignas(8) unsigned char block[16];
-                if ((color.*form.pGet)(block, model) == 0) break;
-                SCOPED_TRACE(form.pName + (' ' + std::to_string(model)) + ": " + DescribeColor(color));
-                Triple const v = Components(color, model);
-                for (int i = 0; i < ChannelsOf(form); ++i) {
-                    auto const [offset, gain] = RangeOf(form, model, i);
-                    double const c = i < 3 ? v[i] : form.pName == std::string("24") ? 1.0 : color.GetAlpha();
-                    ExpectRaw(form, (c - offset) * gain * form.dfScale, RawAt(form, block, i));
-                }
-            }
+// Float holds a level as it is; S2.14 of four channels and ten bits limit it; all others keep the low bits.
+TEST(ColorForms, HoldAndGiveBackTheirValues) {
+    for (Row const& row : ReadTable("image/color_forms.tsv")) {
+        SCOPED_TRACE(row["form"] + ", model " + row["model"] + ": " + row["colour"]);
+        auto const& form = *std::ranges::find(kForms, row["form"], &Form::pName);
+        auto const model = static_cast<XFColorModel>(row.Number("model"));
+        alignas(8) unsigned char block[16];
+        ASSERT_EQ((ColorOf(row["colour"]).*form.pGet)(block, model), 1);
+        std::istringstream words(row["holds"]);
+        for (int i = 0; i < ChannelsOf(form); ++i) {
+            double expected = 0;
+            words >> expected;
+            double const tolerance = form.dfScale == 1 ? 1e-6 * std::max(1.0, std::abs(expected)) : 0.0;
+            ASSERT_NEAR(RawAt(form, block, i), expected, tolerance) << "channel " << i;
         }
-    }
-}
-
-TEST(ColorForms, SetFormsAreTheAccessorsOverScaledValues) {
-    Random random(8);
-    for (auto const& form : kForms) {
-        for (XFColorModel model : kAllNumbers) {
-            for (int round = 0; round < 100 && IsServed(form.eServes, model); ++round) {
-                alignas(8) unsigned char block[16];
-                std::size_t const size = form.uBytes / ChannelsOf(form);
-                double v[4] = {};
-                for (int i = 0; i < ChannelsOf(form); ++i) {
-                    int const value = random.Between(form.dfScale == 16384 ? -32768 : 0, 32767);
-                    float const real = static_cast<float>(value) / 16384.0f - 0.5f;
-                    std::memcpy(block + size * i, size == 4 ? static_cast<void const*>(&real) : &value, size);
-                    auto const [offset, gain] = RangeOf(form, model, i);
-                    v[i] = RawAt(form, block, i) / form.dfScale / gain + offset;
-                }
-                qzILColor actual(0.5, 0.5, 0.5, 0.375);
-                ASSERT_EQ((actual.*form.pSet)(block, model), 1);
-                // Mono sets the three and keeps alpha; with 24 bits, too, it is the fourth value.
-                qzILColor const expected = form.eServes == Serves::Mono
-                                               ? qzILColor(v[0], v[0], v[0], 0.375)
-                                               : FromComponents({v[0], v[1], v[2]}, v[3], model);
-                ASSERT_TRUE(IsNear(actual, expected, 1e-7))
-                    << form.pName << ' ' << model << ": " << DescribeColor(actual) << ", not "
-                    << DescribeColor(expected);
-                ASSERT_NEAR(actual.GetAlpha(), expected.GetAlpha(), 1e-12) << form.pName << ' ' << model;
-            }
-        }
+        // Mono sets the three and keeps alpha; with 24 bits, too, it is the fourth value.
+        qzILColor back(0.5, 0.5, 0.5, 0.375);
+        ASSERT_EQ((back.*form.pSet)(block, model), 1);
+        qzILColor const expected = ColorOf(row["back"]);
+        ASSERT_TRUE(IsNear(back, expected, 1e-7)) << DescribeColor(back) << ", not " << row["back"];
+        ASSERT_NEAR(back.GetAlpha(), expected.GetAlpha(), 1e-7);
     }
 }
 
@@ -324,29 +232,6 @@ TEST(Color, HuesBeyondTheCircleGoRoundIt) {
 
 using Block = std::array<unsigned char, 40>;
 
-/// The block of a fill: 4:2:2 formats hold Y, Cb, Y, Cr of two pixels, in the order of the format, and alpha behind
-/// them.
-Block FillBlock(Block const& typed, GUID const& format, std::size_t bytes) {
-    alignas(8) Block block;
-    block.fill(0xC3);
-    bool const isPair = IsFormatYCC422(format) && GetColorModelFromFormat(format) >= 64 && format != MFIF_YCCA_RAW_32 &&
-                        format != MFIF_YCCA_RAW_64;
-    if (!isPair) {
-        std::copy_n(typed.begin(), bytes, block.begin());
-        return block;
-    }
-    std::size_t const size = GetChannelSizeFromFormat(format);
-    bool const chromaFirst = IsFormatAlternateYUV(format);
-    std::array<std::size_t, 5> const channels =
-        chromaFirst ? std::array<std::size_t, 5>{1, 0, 2, 0, 3} : std::array<std::size_t, 5>{0, 1, 0, 2, 3};
-    std::size_t place = 0;
-    for (std::size_t const channel : channels) {
-        if (channel == 3 && !IsFormatWithAlpha(format)) break;
-        std::copy_n(typed.begin() + channel * size, size, block.begin() + size * place++);
-    }
-    return block;
-}
-
 TEST(ColorForms, EachFormatGetsItsForm) {
     qzILColor const color(0.7, 0.35, 0.15, 0.55);
     for (Row const& row : ReadTable("image/formats.tsv")) {
@@ -356,18 +241,23 @@ TEST(ColorForms, EachFormatGetsItsForm) {
         bool const isServed = form != std::end(kForms);
         EXPECT_TRUE(isServed || row["form"] == "none");
         SCOPED_TRACE(row["format"]);
-        GUID format = GUID_NULL;
-        for (auto const& entry : qzil::AllFormats()) {
-            if (entry.pName == "MFIF_" + row["format"]) format = entry.oFormat;
-        }
-        alignas(8) Block typed, actual, filled;
-        typed.fill(0xC3);
-        actual = filled = typed;
+        GUID const format = FormatNamed(row["format"]);
+        alignas(8) Block typed, actual, filled, untouched;
+        untouched.fill(0xC3);
+        typed = actual = filled = untouched;
         if (isServed) (color.*form->pGet)(typed.data(), GetColorModelFromFormat(format));
         qzILGetColorAsType(color, format, actual.data());
         EXPECT_EQ(DescribeDifference(typed, actual), "");
         qzILGetColorInFormat(color, format, filled.data());
-        EXPECT_EQ(DescribeDifference(isServed ? FillBlock(typed, format, form->uBytes) : typed, filled), "");
+        // A fill of 4:2:2 is of two pixels.
+        if (isServed && row["fill"] != "=") {
+            Block const channels = std::exchange(typed, untouched);
+            std::size_t place = 0, size = GetChannelSizeFromFormat(format);
+            for (int const channel : row.Numbers("fill")) {
+                std::copy_n(channels.begin() + channel * size, size, typed.begin() + size * place++);
+            }
+        }
+        EXPECT_EQ(DescribeDifference(typed, filled), "");
         qzILGetColorAsType(color, format, nullptr);
     }
 }

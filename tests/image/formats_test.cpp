@@ -1,5 +1,6 @@
 #include "qzil/image/formats.h"
 
+#include "image/image_questions.h"
 #include "qzil/image/format_relations.h"
 #include "qzil/image/image_ops.h"
 #include "support/picture.h"
@@ -28,19 +29,6 @@ constexpr Predicate kPredicates[] = {
     {'7', IsFormat709},           {'P', IsFormat10_6},        {'Q', IsFormat10_6YCC422},
     {'f', IsFormatFloat},         {'s', IsFormatS2_14},       {'F', IsFormatSplitField},
     {'E', IsFormatSplitFieldEven}};
-
-GUID const kUnknown = CLSID_ILImage;
-
-/// The format that a cell names; the one of the row where it says "=".
-GUID FormatNamed(std::string const& cell, GUID const& own = GUID_NULL) {
-    if (cell == "=") return own;
-    if (cell == "unknown") return kUnknown;
-    for (auto const& entry : qzil::AllFormats()) {
-        if (cell == entry.pName + std::strlen("MFIF_")) return entry.oFormat;
-    }
-    EXPECT_EQ(cell, "-");
-    return GUID_NULL;
-}
 
 std::string TextOf(GUID const& guid) {
     char text[37];

@@ -112,7 +112,7 @@ TEST(Equal, ComparesEachDescribedFieldAndThePixels) {
 TEST(Equal, NaNDiffersAndWhatIsNotComparedDoesNot) {
     auto const image = Described(), other = NewImage();
     other->CopyFrom(image.Get());
-    std::vector<unsigned char> own(Bytes(image).begin(), Bytes(image).end());
+    ByteVector own = Snapshot(image);
     SetFrame(other, {1, 2});
     other->SetUserData(&own);
     EXPECT_EQ(other->IsEqual(image.Get()), 0);
@@ -151,17 +151,24 @@ TEST(Swap, DataNeedsEqualSizes) {
     auto const cloneA = CloneOf(a), cloneB = CloneOf(b);
     EXPECT_EQ(cloneA->SwapData(nullptr), kInvalidArgument);
     EXPECT_EQ(cloneA->SwapData(cloneA.Get()), kOk);
-    void* const pixelsA = PixelsOf(a);
+    void *const pixelsA = PixelsOf(a), *const pixelsB = PixelsOf(b);
     EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kOk);
-    EXPECT_EQ(PixelsOf(b), pixelsA);
+    EXPECT_TRUE(PixelsOf(a) == pixelsB && PixelsOf(b) == pixelsA);
     EXPECT_EQ(FormatOf(a.Get()), MFIF_RGBA_RAW_32);
+    // The functions do what the interfaces do.
+    EXPECT_EQ(qzILSwapImageData(a.Get(), b.Get()), kOk);
+    EXPECT_TRUE(PixelsOf(a) == pixelsA && PixelsOf(b) == pixelsB);
+    EXPECT_EQ(FormatOf(a.Get()), MFIF_RGBA_RAW_32);
+    EXPECT_EQ(qzILSwapImage(a.Get(), b.Get()), kOk);
+    EXPECT_EQ(PixelsOf(b), pixelsA);
+    EXPECT_EQ(FormatOf(b.Get()), MFIF_RGBA_RAW_32);
     for (Frame const& frame : {Frame{1, 0}, Frame{0, 1}}) {
         SetFrame(b, frame);
         EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kInvalidArgument);
     }
     SetFrame(b, {0, 0});
     b->Allocate(4, 5);
-    EXPECT_EQ(cloneA->SwapData(cloneB.Get()), kInvalidArgument);
+    EXPECT_EQ(qzILSwapImageData(a.Get(), b.Get()), kInvalidArgument);
 }
 
 }  // namespace

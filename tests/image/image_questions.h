@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qzil/image/formats.h"
 #include "qzil/image/image.h"
 #include "qzil/image/image_ops.h"
 #include "qzil/platform/host.h"
@@ -8,11 +9,30 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 /// Short forms of the questions that tests ask an image.
 namespace qzil::test {
 
 using Image = Ref<IXFImage>;
+using ByteVector = std::vector<unsigned char>;
+
+inline ByteVector Snapshot(Image const& image) {
+    return {Bytes(image).begin(), Bytes(image).end()};
+}
+
+inline GUID const kUnknown = CLSID_ILImage;
+
+/// The format that a cell names; `own` where it says "=".
+inline GUID FormatNamed(std::string const& cell, GUID const& own = GUID_NULL) {
+    if (cell == "=") return own;
+    if (cell == "unknown") return kUnknown;
+    for (auto const& entry : AllFormats()) {
+        if (entry.pName == "MFIF_" + cell) return entry.oFormat;
+    }
+    EXPECT_EQ(cell, "-");
+    return GUID_NULL;
+}
 
 inline Image NewImage() {
     Image image;

@@ -5,6 +5,7 @@
 #include "qzil/platform/stream.h"
 #include "support/allocation_hook.h"
 #include "support/picture.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -152,22 +153,18 @@ TEST(Allocate, GivesAlignedMemoryForThePixels) {
 }
 
 TEST(Allocate, ImpossibleSizes) {
-    struct Case {
-        int iWidth, iHeight;
-        unsigned uPixelSize;
-        Frame oFrame;
-    };
-    for (Case const& c :
-         {Case{65536, 65536, 1, {0, 0}}, Case{65536, 65536, 4, {0, 0}}, Case{46341, 46341, 4, {0, 0}},
-          Case{0x7FFFFFFF, 0x7FFFFFFF, 16, {0, 0}}, Case{65535, 65537, 1, {0, 0}}, Case{4, 4, 4, {0xFFFFFFF0, 0}},
-          Case{4, 4, 4, {0, 0xFFFFFFF0}}, Case{4, 4, 4, {0x80000000, 0x80000000}}, Case{16, 16, 0xFFFFFFFF, {0, 0}}}) {
+    for (Row const& row : ReadTable("image/impossible_sizes.tsv")) {
+        SCOPED_TRACE(row["width"] + ' ' + row["height"] + ' ' + row["header"]);
         auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 4, 4, 1);
-        EXPECT_EQ(image->Allocate(-1, 4), kInvalidArgument);
-        EXPECT_EQ(image->Allocate(4, -1), kInvalidArgument);
-        EXPECT_EQ(SizeOf(image), 16u);
-        image->SetPixelSize(c.uPixelSize);
-        SetFrame(image, c.oFrame);
-        EXPECT_EQ(image->Allocate(c.iWidth, c.iHeight), kOutOfMemory) << c.iWidth << ' ' << c.oFrame.uHeader;
+        int const width = row.Number("width"), height = row.Number("height");
+        image->SetPixelSize(static_cast<unsigned>(row.Number("pixel size")));
+        SetFrame(image, {static_cast<unsigned>(row.Number("header")), static_cast<unsigned>(row.Number("footer"))});
+        if (width < 0 || height < 0) {
+            EXPECT_EQ(image->Allocate(width, height), kInvalidArgument);
+            EXPECT_EQ(SizeOf(image), 16u);
+            continue;
+        }
+        EXPECT_EQ(image->Allocate(width, height), kOutOfMemory);
         EXPECT_EQ(PixelsOf(image), nullptr);
         EXPECT_EQ(SizeOf(image), 0u);
         EXPECT_EQ(ResOf(image), (Size{0, 0}));
@@ -180,7 +177,7 @@ TEST(Allocate, ImpossibleSizes) {
 
 TEST(Allocate, AnEqualTotalKeepsBlockAndPixels) {
     auto const image = MakeRandomImage(MFIF_MONO_RAW_8, 6, 4, 11);
-    std::vector<unsigned char> const before(Bytes(image).begin(), Bytes(image).end());
+    ByteVector const before = Snapshot(image);
     void* const pixels = PixelsOf(image);
     EXPECT_EQ(image->Allocate(4, 6), kOk);
     EXPECT_EQ(PixelsOf(image), pixels);

@@ -3,6 +3,7 @@
 #include "image/image_questions.h"
 #include "support/failing_stream.h"
 #include "support/picture.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -16,7 +17,6 @@ namespace {
 using namespace qzil::test;
 using namespace qzil::platform;
 using Stream = Ref<IStream>;
-using ByteVector = std::vector<unsigned char>;
 constexpr HRESULT kBroken = Result(0x80030001);
 
 Stream MemoryStream(ByteVector const& bytes = {}) {
@@ -161,28 +161,48 @@ TEST(Load, ShortStreamsAreNotFailures) {
 }
 
 TEST(Load, HostileSizesAreOutOfMemoryAndLeaveTheImageEmpty) {
-    struct Case {
-        std::int32_t iWidth, iHeight;
-        std::uint32_t uPixelSize, uHeader, uFooter;
-        HRESULT iResult;
-    };
-    for (Case const& c :
-         {Case{65536, 65536, 1, 0, 0, kOutOfMemory}, Case{65536, 16384, 4, 0, 0, kOutOfMemory},
-          Case{0x7FFFFFFF, 0x7FFFFFFF, 0xFFFFFFFF, 0, 0, kOutOfMemory}, Case{65535, 65537, 1, 0, 0, kOutOfMemory},
-          Case{1, 1, 1, 0xFFFFFFFF, 0, kOutOfMemory}, Case{1, 1, 1, 0, 0xFFFFFFFF, kOutOfMemory},
-          Case{1, 1, 1, 0x80000000, 0x80000000, kOutOfMemory}, Case{-1, 1, 1, 0, 0, kInvalidArgument},
-          Case{1, -2147483647 - 1, 1, 0, 0, kInvalidArgument}}) {
+    for (Row const& row : ReadTable("image/impossible_sizes.tsv")) {
         ByteVector bytes = Saved(Described());
-        Put(bytes, 16, c.iWidth);
-        Put(bytes, 20, c.iHeight);
-        Put(bytes, 72, c.uPixelSize);
-        Put(bytes, 92, c.uHeader);
-        Put(bytes, 96, c.uFooter);
+        std::pair<char const*, std::size_t> const fields[] = {
+            {"width", 16}, {"height", 20}, {"pixel size", 72}, {"header", 92}, {"footer", 96}};
+        for (auto const& [column, place] : fields) Put(bytes, place, row.Number(column));
         auto const loaded = MakeRandomImage(MFIF_RGBA_RAW_32, 3, 3, 1);
-        EXPECT_EQ(Persist(loaded)->Load(MemoryStream(bytes).Get()), c.iResult) << c.iWidth << ' ' << c.iHeight;
+        bool const negative = row.Number("width") < 0 || row.Number("height") < 0;
+        EXPECT_EQ(Persist(loaded)->Load(MemoryStream(bytes).Get()), negative ? kInvalidArgument : kOutOfMemory)
+            << row["width"] << ' ' << row["height"] << ' ' << row["header"];
         ExpectEmpty(loaded);
         EXPECT_EQ(loaded->Allocate(2, 2), kOk);
     }
+}
+
+/// Tells its length, leaves the count of what was read alone, and keeps the largest size that it was asked for.
+struct CarelessStream final : IStream {
+    Stream pInner;
+    std::uint32_t uAsked = 0;
+
+    explicit CarelessStream(Stream inner) : pInner(std::move(inner)) {}
+    HRESULT QueryInterface(GUID const&, void**) override { return kNoInterface; }
+    std::uint32_t AddRef() override { return 2; }
+    std::uint32_t Release() override { return 1; }
+    HRESULT Read(void* bytes, std::uint32_t size, std::uint32_t*) override {
+        uAsked = std::max(uAsked, size);
+        return pInner->Read(bytes, size, nullptr);
+    }
+    HRESULT Write(void const*, std::uint32_t, std::uint32_t*) override { return kFailure; }
+    HRESULT Seek(LARGE_INTEGER move, std::uint32_t origin, ULARGE_INTEGER* position) override {
+        return pInner->Seek(move, origin, position);
+    }
+};
+
+TEST(Load, AsksForNoMoreThanAStreamHolds) {
+    ByteVector bytes = Saved(MakeRandomImage(MFIF_RGBA_RAW_32, 100, 100, 1));
+    bytes.resize(100 + 150);
+    { auto const stale = MakeRandomImage(MFIF_RGBA_RAW_32, 100, 100, 2); }
+    CarelessStream stream(MemoryStream(bytes));
+    auto const loaded = NewImage();
+    ASSERT_EQ(Persist(loaded)->Load(&stream), kOk);
+    EXPECT_EQ(stream.uAsked, 150u);
+    EXPECT_EQ(Bytes(loaded)[150], 0) << "no other image's pixel";
 }
 
 // 100 bytes that claim hundreds of megabytes, in a size class of the pool and above all, take no memory for them.

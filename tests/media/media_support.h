@@ -1,6 +1,8 @@
 #pragma once
 
 #include "media/picture.h"
+#include "qzil/image/formats.h"
+#include "tests/support/table.h"
 
 #include <gtest/gtest.h>
 
@@ -20,6 +22,25 @@
 namespace qzil::media::test {
 
 using Bytes = std::vector<unsigned char>;
+using qzil::test::ReadTable;
+using qzil::test::Row;
+
+/// The format that a cell of a table names.
+inline GUID FormatNamed(std::string const& cell) {
+    for (auto const& entry : AllFormats()) {
+        if (entry.pName == "MFIF_" + cell) return entry.oFormat;
+    }
+    ADD_FAILURE() << "no format " << cell;
+    return GUID_NULL;
+}
+
+/// The numbers of a cell, each that of a float.
+inline std::vector<double> Reals(std::string const& cell) {
+    std::istringstream words(cell);
+    std::vector<double> reals;
+    for (std::string word; words >> word;) reals.push_back(double{std::stof(word)});
+    return reals;
+}
 
 /// A folder of its own for each test, removed at the end.
 class FolderTest : public ::testing::Test {

@@ -30,52 +30,39 @@ std::vector<double> Values(IXFImage& image) {
     }
 }
 
-struct Layout {
-    GUID oFormat;
-    bool bTopFirst;  ///< the first row in memory is the top of the picture
-    double dfFull;
-    std::string oOrder;
-};
-
-Layout const kLayouts[] = {
-    {MFIF_RGBA_RAW_32, false, 255, "RGBA"}, {MFIF_RGBA_RAW_64, false, 65535, "RGBA"},
-    {MFIF_RGBA_S2_14, true, 16384, "RGBA"}, {MFIF_RGBA_FLOAT, true, 1, "RGBA"},
-    {MFIF_RGBA_FLOAT_BU, false, 1, "RGBA"}, {MFIF_BGRA_RAW_32, true, 255, "BGRA"},
-    {MFIF_DIB_RAW_32, false, 255, "BGRA"},  {MFIF_RGB_RAW_24, false, 255, "RGB"},
-    {MFIF_MONO_RAW_8, false, 255, "Y"},     {MFIF_MONO_RAW_8_TD, true, 255, "Y"},
-    {MFIF_MONO_RAW_16, false, 65535, "Y"},  {MFIF_MONO_S2_14, true, 16384, "Y"},
-    {MFIF_MONO_FLOAT, true, 1, "Y"},        {MFIF_MONO_FLOAT_BU, false, 1, "Y"},
-};
-
 TEST(PictureImage, EveryWorkingFormatHoldsThePictureUpright) {
-    ASSERT_EQ(WorkingFormats().size(), std::size(kLayouts));
+    auto const layouts = ReadTable("media/layouts.tsv");
+    ASSERT_EQ(WorkingFormats().size(), layouts.size());
     // Each row and column differs, so that no turn or mirror image passes.
     std::string const pixels[] = {"R", "G", "B", "", "RGB", "RG"};
-    for (Layout const& layout : kLayouts) {
-        SCOPED_TRACE(FormatName(layout.oFormat));
-        std::string const lights = layout.oOrder == "Y" ? "R" : "RGB";
+    for (Row const& layout : layouts) {
+        SCOPED_TRACE(layout["format"]);
+        GUID const format = FormatNamed(layout["format"]);
+        std::string const& order = layout["channels"];
+        int const full = layout.Number("full");
+        std::string const lights = order == "Y" ? "R" : "RGB";
         Picture source(2, 3, static_cast<int>(lights.size()), 8);
         std::vector<double> expected;
         for (int row = 0; row < 3; ++row) {
-            int const y = layout.bTopFirst ? row : 2 - row;
+            int const y = layout.Number("top first") ? row : 2 - row;
             for (int x = 0; x < 2; ++x) {
                 std::string const& lit = pixels[2 * y + x];
                 auto const level = [&](char c) { return lit.find(c) != std::string::npos ? 255 : 0; };
                 unsigned char* const pOut = source.Row(y) + source.PixelBytes() * static_cast<unsigned>(x);
                 for (std::size_t i = 0; i < lights.size(); ++i) pOut[i] = static_cast<unsigned char>(level(lights[i]));
-                for (char const c : layout.oOrder) {
-                    expected.push_back(c == 'A' || level(c == 'Y' ? 'R' : c) != 0 ? layout.dfFull : 0);
+                for (char const c : order) {
+                    expected.push_back(c == 'A' || level(c == 'Y' ? 'R' : c) != 0 ? full : 0);
                 }
             }
         }
-        Ref<IXFImage> const image = ToImage(source, layout.oFormat);
+        Ref<IXFImage> const image = ToImage(source, format);
         EXPECT_EQ(Values(*image.Get()), expected);
 
         // What comes back has the format's own channels and depth, and is a fixed point.
         Picture const back = FromImage(*image.Get());
-        EXPECT_EQ(back.iChannels, static_cast<int>(layout.oOrder.size()));
-        EXPECT_EQ(back.iDepth, layout.dfFull == 255 ? 8 : layout.dfFull == 65535 ? 16 : 32);
-        Ref<IXFImage> const again = ToImage(back, layout.oFormat);
+        EXPECT_EQ(back.iChannels, static_cast<int>(order.size()));
+        EXPECT_EQ(back.iDepth, full == 255 ? 8 : full == 65535 ? 16 : 32);
+        Ref<IXFImage> const again = ToImage(back, format);
         EXPECT_EQ(PixelArray<unsigned char>(*again.Get()), PixelArray<unsigned char>(*image.Get()));
         if (back.iDepth == 8 && back.iChannels == source.iChannels) ExpectEqual(back, source, "back");
         if (back.iDepth == 8) {
@@ -86,66 +73,20 @@ TEST(PictureImage, EveryWorkingFormatHoldsThePictureUpright) {
     }
 }
 
-struct Conversion {
-    int iDepth;
-    std::vector<double> oPixel;
-    GUID oFormat;
-    std::vector<double> oExpected;
-};
-
-Conversion const kConversions[] = {
-    // Own type: as it is.
-    {8, {1, 2, 3, 4}, MFIF_RGBA_RAW_32, {1, 2, 3, 4}},
-    {8, {1, 2, 3, 4}, MFIF_BGRA_RAW_32, {3, 2, 1, 4}},
-    {8, {1, 2, 3, 4}, MFIF_DIB_RAW_32, {3, 2, 1, 4}},
-    {8, {1, 2, 3, 4}, MFIF_RGB_RAW_24, {1, 2, 3}},
-    {16, {1, 256, 65534, 7}, MFIF_RGBA_RAW_64, {1, 256, 65534, 7}},
-    {32, {-3, 0.25, 7, 2}, MFIF_RGBA_FLOAT, {-3, 0.25, 7, 2}},
-    // Grey is spread, missing alpha is full.
-    {8, {9}, MFIF_RGBA_RAW_32, {9, 9, 9, 255}},
-    {8, {9, 5}, MFIF_BGRA_RAW_32, {9, 9, 9, 5}},
-    {8, {0, 255, 51}, MFIF_RGBA_FLOAT, {0, 1, static_cast<double>(0.2f), 1}},
-    {16, {65535, 0, 0}, MFIF_RGBA_S2_14, {16384, 0, 0, 16384}},
-    {32, {0.5}, MFIF_RGBA_RAW_64, {32768, 32768, 32768, 65535}},
-    // 128 / 255 of 16384 is 8224.13; of 65535 it is 32896.
-    {8, {128, 1, 254, 255}, MFIF_RGBA_S2_14, {8224, 64, 16320, 16384}},
-    {8, {128, 1, 254, 255}, MFIF_RGBA_RAW_64, {32896, 257, 65278, 65535}},
-    // 128 and 129 of 16 bits lie on both sides of half an 8-bit step.
-    {16, {128, 129, 65406, 65407}, MFIF_RGBA_RAW_32, {0, 1, 254, 255}},
-    {16, {2, 1, 32768, 65535}, MFIF_RGBA_S2_14, {1, 0, 8192, 16384}},
-    // Limits of each channel.
-    {32, {-0.25, 1.5, 3, -3}, MFIF_RGBA_S2_14, {-4096, 24576, 32767, -32768}},
-    {32, {-0.25, 1.5, 0.5, 1}, MFIF_RGBA_RAW_32, {0, 255, 128, 255}},
-    {32, {-0.25, 1.5, 0.25, 1}, MFIF_RGBA_RAW_64, {0, 65535, 16384, 65535}},
-    // Luma of Rec. 601; alpha is dropped.
-    {8, {255, 0, 0, 9}, MFIF_MONO_RAW_8, {76}},
-    {8, {0, 255, 0}, MFIF_MONO_RAW_8_TD, {150}},
-    {8, {0, 0, 255}, MFIF_MONO_RAW_8, {29}},
-    {8, {200, 100, 50, 0}, MFIF_MONO_RAW_8, {124}},
-    {8, {255, 255, 255}, MFIF_MONO_RAW_8, {255}},
-    {8, {255, 255, 255}, MFIF_MONO_S2_14, {16384}},
-    {16, {65535, 0, 0}, MFIF_MONO_RAW_16, {19595}},
-    {16, {0, 65535, 65535}, MFIF_MONO_FLOAT, {static_cast<double>(0.701f)}},
-    {32, {2, 0, 0}, MFIF_MONO_FLOAT_BU, {static_cast<double>(0.598f)}},
-    {8, {77, 0}, MFIF_MONO_RAW_8, {77}},
-};
-
 template <class T>
 Picture OnePixel(std::vector<double> const& pixel) {
-    std::vector<T> samples;
-    for (double const value : pixel) samples.push_back(static_cast<T>(value));
-    return MakePicture<T>(1, 1, static_cast<int>(pixel.size()), samples);
+    return MakePicture<T>(1, 1, static_cast<int>(pixel.size()), std::vector<T>(pixel.begin(), pixel.end()));
 }
 
 TEST(PictureImage, SamplesConvertByTheRuleOfParameters) {
-    for (Conversion const& conversion : kConversions) {
-        Picture const picture = conversion.iDepth == 8    ? OnePixel<std::uint8_t>(conversion.oPixel)
-                                : conversion.iDepth == 16 ? OnePixel<std::uint16_t>(conversion.oPixel)
-                                                          : OnePixel<float>(conversion.oPixel);
-        Ref<IXFImage> const image = ToImage(picture, conversion.oFormat);
-        EXPECT_EQ(Values(*image.Get()), conversion.oExpected)
-            << FormatName(conversion.oFormat) << " from " << conversion.iDepth << " bits, case "
-            << &conversion - kConversions;
+    for (Row const& row : ReadTable("media/samples.tsv")) {
+        std::vector<double> const pixel = Reals(row["pixel"]);
+        int const depth = row.Number("depth");
+        Picture const picture = depth == 8    ? OnePixel<std::uint8_t>(pixel)
+                                : depth == 16 ? OnePixel<std::uint16_t>(pixel)
+                                              : OnePixel<float>(pixel);
+        EXPECT_EQ(Values(*ToImage(picture, FormatNamed(row["format"])).Get()), Reals(row["channels"]))
+            << row["format"] << " from " << depth << " bits: " << row["pixel"];
     }
 }
 

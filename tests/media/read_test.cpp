@@ -8,67 +8,29 @@
 namespace qzil::media::test {
 namespace {
 
-constexpr int kGrey = PNG_COLOR_TYPE_GRAY, kPalette = PNG_COLOR_TYPE_PALETTE, kRgb = PNG_COLOR_TYPE_RGB,
-              kGreyAlpha = PNG_COLOR_TYPE_GRAY_ALPHA, kRgba = PNG_COLOR_TYPE_RGB_ALPHA;
-
-struct PngCase {
-    int iColorType;
-    int iDepth;
-    Bytes oRow;  ///< one row of three pixels, packed as in the file
-    std::vector<int> oExpected;
-    bool bTransparency = false;
-};
-
-// The palette is red, green, blue, white with alphas 255, 128, 0 and (left out) 255; the transparent grey is 1 and the
-// transparent colour (1, 2, 3), in the units of the file.
-PngCase const kCases[] = {
-    {kGrey, 1, {0b10100000}, {255, 0, 255}},
-    {kGrey, 2, {0b00011100}, {0, 85, 255}},
-    {kGrey, 4, {0x1f, 0x80}, {17, 255, 136}},
-    {kGrey, 8, {1, 2, 250}, {1, 2, 250}},
-    {kGrey, 16, {0, 1, 1, 0, 0xfe, 0xff}, {1, 256, 0xfeff}},
-    {kGrey, 1, {0b10100000}, {255, 0, 0, 255, 255, 0}, true},
-    {kGrey, 2, {0b00011100}, {0, 255, 85, 0, 255, 255}, true},
-    {kGrey, 8, {1, 2, 250}, {1, 0, 2, 255, 250, 255}, true},
-    {kGrey, 16, {0, 1, 1, 0, 1, 1}, {1, 0, 256, 65535, 257, 65535}, true},
-    {kPalette, 1, {0b10100000}, {0, 255, 0, 255, 0, 0, 0, 255, 0}},
-    {kPalette, 2, {0b00101100}, {255, 0, 0, 0, 0, 255, 255, 255, 255}},
-    {kPalette, 4, {0x12, 0x30}, {0, 255, 0, 0, 0, 255, 255, 255, 255}},
-    {kPalette, 8, {3, 0, 1}, {255, 255, 255, 255, 0, 0, 0, 255, 0}},
-    {kPalette, 8, {1, 2, 3}, {0, 255, 0, 128, 0, 0, 255, 0, 255, 255, 255, 255}, true},
-    {kRgb, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9}, {1, 2, 3, 4, 5, 6, 7, 8, 9}},
-    {kRgb, 8, {1, 2, 3, 4, 5, 6, 1, 2, 4}, {1, 2, 3, 0, 4, 5, 6, 255, 1, 2, 4, 255}, true},
-    {kRgb, 16, {0, 1, 0, 2, 0, 3, 1, 0, 2, 0, 3, 0, 255, 255, 0, 0, 128, 0}, {1, 2, 3, 256, 512, 768, 65535, 0, 32768}},
-    {kGreyAlpha, 8, {1, 2, 3, 4, 5, 0}, {1, 2, 3, 4, 5, 0}},
-    {kGreyAlpha, 16, {0, 1, 0, 2, 0, 3, 1, 0, 9, 9, 0, 0}, {1, 2, 3, 256, 0x909, 0}},
-    {kRgba, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0}},
-    {kRgba,
-     16,
-     {0, 1, 0, 2, 0, 3, 0, 4, 1, 0, 2, 0, 3, 0, 4, 0, 0, 9, 0, 8, 0, 7, 0, 0},
-     {1, 2, 3, 4, 256, 512, 768, 1024, 9, 8, 7, 0}},
-};
-
 /// Writes the case's row five times, so that all passes of an interlaced file have pixels.
-void WriteCase(std::string const& path, PngCase const& png, bool interlaced) {
+void WriteCase(std::string const& path, Row const& png, bool interlaced) {
     std::FILE* const pFile = std::fopen(path.c_str(), "wb");
     png_structp pPng = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop pInfo = png_create_info_struct(pPng);
     png_init_io(pPng, pFile);
-    png_set_IHDR(pPng, pInfo, 3, 5, png.iDepth, png.iColorType, interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_IHDR(pPng, pInfo, 3, 5, png.Number("depth"), png.Number("type"),
+                 interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
     png_color const palette[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}};
     png_byte const alphas[] = {255, 128, 0};
     png_color_16 const transparent{0, 1, 2, 3, 1};
-    bool const usesPalette = png.iColorType == PNG_COLOR_TYPE_PALETTE;
-    if (usesPalette) png_set_PLTE(pPng, pInfo, palette, png.iDepth == 1 ? 2 : 4);
-    if (png.bTransparency) png_set_tRNS(pPng, pInfo, alphas, usesPalette ? 3 : 1, usesPalette ? nullptr : &transparent);
+    bool const usesPalette = png.Number("type") == PNG_COLOR_TYPE_PALETTE;
+    if (usesPalette) png_set_PLTE(pPng, pInfo, palette, png.Number("depth") == 1 ? 2 : 4);
+    if (png.Number("transparency"))
+        png_set_tRNS(pPng, pInfo, alphas, usesPalette ? 3 : 1, usesPalette ? nullptr : &transparent);
     // A gamma that would change every sample if it were heeded.
     png_set_gAMA(pPng, pInfo, 1.0);
     png_write_info(pPng, pInfo);
     png_set_interlace_handling(pPng);
-    std::vector<Bytes> rows(5, png.oRow);
-    png_bytep pointers[5];
-    for (int y = 0; y < 5; ++y) pointers[y] = rows[static_cast<std::size_t>(y)].data();
+    auto const packed = png.Numbers("row");
+    Bytes row(packed.begin(), packed.end());
+    png_bytep pointers[5] = {row.data(), row.data(), row.data(), row.data(), row.data()};
     png_write_image(pPng, pointers);
     png_write_end(pPng, pInfo);
     png_destroy_write_struct(&pPng, &pInfo);
@@ -78,45 +40,23 @@ void WriteCase(std::string const& path, PngCase const& png, bool interlaced) {
 using ReadPng = FolderTest;
 
 TEST_F(ReadPng, EveryColourTypeAndDepth) {
-    for (PngCase const& png : kCases) {
+    for (Row const& png : ReadTable("media/png.tsv")) {
         for (bool const interlaced : {false, true}) {
             WriteCase(Path("a.png"), png, interlaced);
-            Picture const picture = ReadPicture(Path("a.png"));
-            std::string const what = "case " + std::to_string(&png - kCases) + (interlaced ? " interlaced" : "");
-            Picture expected(3, 5, static_cast<int>(png.oExpected.size() / 3), png.iDepth == 16 ? 16 : 8);
-            for (int y = 0; y < 5; ++y) {
-                for (std::size_t i = 0; i < png.oExpected.size(); ++i) {
-                    if (expected.iDepth == 16) {
-                        std::uint16_t const sample = static_cast<std::uint16_t>(png.oExpected[i]);
-                        std::memcpy(expected.Row(y) + 2 * i, &sample, 2);
-                    } else {
-                        expected.Row(y)[i] = static_cast<unsigned char>(png.oExpected[i]);
-                    }
-                }
-            }
-            ExpectEqual(picture, expected, what);
+            std::vector<int> samples;
+            for (int y = 0; y < 5; ++y) std::ranges::copy(png.Numbers("samples"), std::back_inserter(samples));
+            std::vector<std::uint16_t> const words(samples.begin(), samples.end());
+            std::vector<std::uint8_t> const bytes(samples.begin(), samples.end());
+            int const channels = static_cast<int>(samples.size()) / 15;
+            ExpectEqual(
+                ReadPicture(Path("a.png")),
+                png.Number("depth") == 16 ? MakePicture(3, 5, channels, words) : MakePicture(3, 5, channels, bytes),
+                png["kind"] + ' ' + png["depth"] + ' ' + png["row"] + (interlaced ? " interlaced" : ""));
         }
     }
 }
 
-TEST_F(ReadPng, TheSamplesOfTheProjectAreRead) {
-    std::string const folder = std::string(QZIL_SOURCE_DIR) + "/samples/";
-    Picture const card = ReadPicture(folder + "testcard.png");
-    EXPECT_EQ(card.iChannels, 4);
-    std::vector<int> const corners{card.Row(0)[0], card.Row(0)[card.RowBytes() - 3], card.Row(card.iHeight - 1)[2],
-                                   card.Row(card.iHeight - 1)[card.RowBytes() - 2]};
-    EXPECT_EQ(corners, (std::vector<int>{255, 255, 255, 0}));
-    Picture const mask = ReadPicture(folder + "mask.png");
-    for (char const* const name : {"cliff.png", "blossom.png", "tulips.png"}) {
-        Picture const photograph = ReadPicture(folder + name);
-        EXPECT_EQ(photograph.iChannels, 3) << name;
-        EXPECT_EQ(photograph.iWidth, mask.iWidth) << name;
-        EXPECT_EQ(photograph.iHeight, mask.iHeight) << name;
-    }
-}
-
 struct TiffCase {
-    char const* pName;
     char const* pMode = "w";
     int iOrientation = ORIENTATION_TOPLEFT;
     int iPlanar = PLANARCONFIG_CONTIG;
@@ -187,24 +127,17 @@ void WriteTiff(std::string const& path, Picture const& picture, int photometric,
 using ReadTiff = FolderTest;
 
 TEST_F(ReadTiff, EveryStorageKeepsEveryBit) {
-    TiffCase const cases[] = {
-        {"strips", "w"},
-        {"big-endian", "wb"},
-        {"little-endian BigTIFF", "w8l"},
-        {"big-endian BigTIFF", "w8b"},
-        {"LZW", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_LZW},
-        {"PackBits", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_PACKBITS},
-        {"planes", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_SEPARATE},
-        {"tiles", "wb", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_NONE, true},
-        {"tiled planes", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_SEPARATE, COMPRESSION_LZW, true},
-    };
-    for (TiffCase const& test : cases) {
+    for (Row const& row : ReadTable("media/tiff.tsv")) {
+        TiffCase const test{.pMode = row["mode"].c_str(),
+                            .iPlanar = row.Number("planes"),
+                            .iCompression = row.Number("compression"),
+                            .bTiled = row.Number("tiled") != 0};
         for (int const depth : {8, 16, 32}) {
             for (int channels = 1; channels <= 4; ++channels) {
                 Picture const picture = RandomPicture(45, 37, channels, depth, 3);
                 WriteTiff(Path("a.tif"), picture, channels < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB, test);
                 ExpectEqual(ReadPicture(Path("a.tif")), picture,
-                            test.pName + std::string(", ") + std::to_string(channels) + " x " + std::to_string(depth));
+                            row["name"] + ", " + std::to_string(channels) + " x " + std::to_string(depth));
             }
         }
     }
@@ -218,34 +151,26 @@ TEST_F(ReadTiff, EveryOrientationComesUpright) {
     };
     // Stored as the rows 1 2 3 and 4 5 6.
     Picture const stored = MakePicture<std::uint8_t>(3, 2, 1, {1, 2, 3, 4, 5, 6});
-    struct {
-        int iOrientation;
-        int iWidth;
-        Bytes oShown;
-    } const cases[] = {
-        {ORIENTATION_TOPLEFT, 3, {1, 2, 3, 4, 5, 6}},  {ORIENTATION_TOPRIGHT, 3, {3, 2, 1, 6, 5, 4}},
-        {ORIENTATION_BOTRIGHT, 3, {6, 5, 4, 3, 2, 1}}, {ORIENTATION_BOTLEFT, 3, {4, 5, 6, 1, 2, 3}},
-        {ORIENTATION_LEFTTOP, 2, {1, 4, 2, 5, 3, 6}},  {ORIENTATION_RIGHTTOP, 2, {4, 1, 5, 2, 6, 3}},
-        {ORIENTATION_RIGHTBOT, 2, {6, 3, 5, 2, 4, 1}}, {ORIENTATION_LEFTBOT, 2, {3, 6, 2, 5, 1, 4}},
-    };
-    for (auto const& test : cases) {
-        WriteTiff(Path("a.tif"), stored, PHOTOMETRIC_MINISBLACK, {"", "w", test.iOrientation});
+    for (Row const& row : ReadTable("media/orientations.tsv")) {
+        int const orientation = row.Number("orientation"), width = row.Number("width");
+        std::vector<int> const numbers = row.Numbers("shown");
+        Bytes const shown(numbers.begin(), numbers.end());
+        WriteTiff(Path("a.tif"), stored, PHOTOMETRIC_MINISBLACK, {.iOrientation = orientation});
         Picture const picture = ReadPicture(Path("a.tif"));
-        EXPECT_EQ(picture.iWidth, test.iWidth) << test.iOrientation;
-        EXPECT_EQ(picture.oBytes, test.oShown) << test.iOrientation;
+        EXPECT_EQ(picture.iWidth, width) << orientation;
+        EXPECT_EQ(picture.oBytes, shown) << orientation;
         // The other kinds tell it in EXIF data.
         Picture tagged = stored;
-        tagged.oTags.oExif = ExifOf(test.iOrientation);
-        tagged.oTags.iOrientation = test.iOrientation;
+        tagged.oTags.oExif = ExifOf(orientation);
+        tagged.oTags.iOrientation = orientation;
         for (std::string const name : {"a.png", "a.webp", "a.jpg"}) {
             WritePicture(Path(name), tagged);
             Picture const upright = ReadPicture(Path(name));
-            EXPECT_EQ(upright.iWidth, test.iWidth) << name << test.iOrientation;
-            EXPECT_EQ(ReadPicture(Path(name), {.bSamples = false}).iWidth, test.iWidth);
-            for (std::size_t i = 0; i < test.oShown.size(); ++i) {
+            EXPECT_EQ(upright.iWidth, width) << name << orientation;
+            EXPECT_EQ(ReadPicture(Path(name), {.bSamples = false}).iWidth, width);
+            for (std::size_t i = 0; i < shown.size(); ++i) {
                 std::size_t const place = i * static_cast<unsigned>(upright.iChannels);
-                EXPECT_NEAR(upright.oBytes[place], test.oShown[i], name == "a.jpg" ? 2 : 0)
-                    << name << test.iOrientation;
+                EXPECT_NEAR(upright.oBytes[place], shown[i], name == "a.jpg" ? 2 : 0) << name << orientation;
             }
             WritePicture(Path("up.png"), upright);
             EXPECT_EQ(ReadPicture(Path("up.png"), {.bOrient = false}).oTags.iOrientation, 1) << name;
@@ -256,8 +181,7 @@ TEST_F(ReadTiff, EveryOrientationComesUpright) {
 
 TEST_F(ReadTiff, AssociatedAlphaIsDividedOut) {
     auto const read = [&](Picture const& picture) {
-        WriteTiff(Path("a.tif"), picture, PHOTOMETRIC_RGB,
-                  {"", "w", ORIENTATION_TOPLEFT, PLANARCONFIG_CONTIG, COMPRESSION_NONE, false, EXTRASAMPLE_ASSOCALPHA});
+        WriteTiff(Path("a.tif"), picture, PHOTOMETRIC_RGB, {.uAlpha = EXTRASAMPLE_ASSOCALPHA});
         return ReadPicture(Path("a.tif"));
     };
     EXPECT_EQ(read(MakePicture<std::uint8_t>(3, 1, 4, {128, 0, 64, 128, 9, 9, 9, 0, 3, 200, 1, 2})).oBytes,
@@ -271,7 +195,7 @@ TEST_F(ReadTiff, AssociatedAlphaIsDividedOut) {
 TEST_F(ReadTiff, PagesAreCountedAndChosen) {
     for (unsigned char page = 1; page <= 3; ++page) {
         WriteTiff(Path("a.tif"), MakePicture<std::uint8_t>(1, 1, 1, {page}), PHOTOMETRIC_MINISBLACK,
-                  {"", page == 1 ? "w" : "a"});
+                  {.pMode = page == 1 ? "w" : "a"});
     }
     for (int page = 1; page <= 3; ++page) {
         Picture const picture = ReadPicture(Path("a.tif"), {.iPage = page});
@@ -284,10 +208,10 @@ TEST_F(ReadTiff, PagesAreCountedAndChosen) {
 
 TEST_F(ReadTiff, WhiteIsZeroIsTurnedRound) {
     Picture const bytes = MakePicture<std::uint8_t>(2, 1, 2, {0, 9, 250, 7});
-    WriteTiff(Path("a.tif"), bytes, PHOTOMETRIC_MINISWHITE, {""});
+    WriteTiff(Path("a.tif"), bytes, PHOTOMETRIC_MINISWHITE, {});
     EXPECT_EQ(ReadPicture(Path("a.tif")).oBytes, (Bytes{255, 9, 5, 7}));
     Picture const words = MakePicture<std::uint16_t>(3, 1, 1, {0, 1, 65535});
-    WriteTiff(Path("a.tif"), words, PHOTOMETRIC_MINISWHITE, {""});
+    WriteTiff(Path("a.tif"), words, PHOTOMETRIC_MINISWHITE, {});
     EXPECT_EQ(Samples<std::uint16_t>(ReadPicture(Path("a.tif"))), (std::vector<std::uint16_t>{65535, 65534, 0}));
 }
 
@@ -295,7 +219,7 @@ TEST_F(ReadTiff, WhiteIsZeroIsTurnedRound) {
 void WriteRare(std::string const& path, int bits, int photometric, int orientation, std::vector<Bytes> rows) {
     TIFF* const pTiff = TIFFOpen(path.c_str(), "w");
     Picture picture(2, static_cast<int>(rows.size()), 1, 8);
-    SetLayout(pTiff, picture, photometric, {"", "w", orientation});
+    SetLayout(pTiff, picture, photometric, {.iOrientation = orientation});
     TIFFSetField(pTiff, TIFFTAG_BITSPERSAMPLE, bits);
     std::vector<std::uint16_t> red(256), green(256), blue(256);
     for (std::size_t i = 0; i < 256; ++i) {
@@ -334,7 +258,7 @@ TEST_F(ReadTiff, RareKindsBecomeRgb) {
 
 TEST_F(ReadTiff, WhatIsNotReadIsNamed) {
     auto const error = [&] { return ErrorOf([&] { ReadPicture(Path("a.tif")); }); };
-    WriteTiff(Path("a.tif"), Picture(4, 4, 4, 8), PHOTOMETRIC_SEPARATED, {""});
+    WriteTiff(Path("a.tif"), Picture(4, 4, 4, 8), PHOTOMETRIC_SEPARATED, {});
     EXPECT_EQ(error(), CannotRead(Path("a.tif"), "it is a CMYK picture, and only grey and RGB ones are read"));
     WriteRare(Path("a.tif"), 32, PHOTOMETRIC_MINISBLACK, ORIENTATION_TOPLEFT, {Bytes(8)});
     EXPECT_EQ(error(), CannotRead(Path("a.tif"),

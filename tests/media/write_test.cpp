@@ -36,25 +36,14 @@ Bytes Profile(std::string const& space) {
 
 TEST_F(Write, EveryLayoutReturns) {
     std::pair<int, int> const sizes[] = {{37, 23}, {1, 1}, {1, 300}, {3000, 2}};
-    struct {
-        std::string sName;
-        std::vector<int> oDepths, oChannels;
-    } const cases[] = {
-        {"a.png", {8, 16}, {1, 2, 3, 4}},
-        {"a.tif", {8, 16, 32}, {1, 2, 3, 4}},
-        {"A.TIFF", {8}, {4}},
-        {"a.exr", {32}, {1, 3}},
-        {"a.webp", {8}, {3, 4}},
-        {"a.pam", {8, 16}, {1, 2, 3, 4}},
-        {"a.pnm", {8, 16}, {1, 3}},
-    };
-    for (auto const& [name, depths, layouts] : cases) {
-        for (int const depth : depths) {
-            for (int const channels : layouts) {
+    for (Row const& row : ReadTable("media/written.tsv")) {
+        for (int const depth : row.Numbers("depths")) {
+            for (int const channels : row.Numbers("channels")) {
                 for (auto const& [width, height] : sizes) {
-                    std::string const what = name + " " + std::to_string(width) + "x" + std::to_string(height) +
-                                             " of " + std::to_string(channels) + " x " + std::to_string(depth) +
-                                             " bits";
+                    std::string const &name = row["file"], what = name + " " + std::to_string(width) + "x" +
+                                                                  std::to_string(height) + " of " +
+                                                                  std::to_string(channels) + " x " +
+                                                                  std::to_string(depth) + " bits";
                     Picture const picture = RandomPicture(width, height, channels, depth, 7);
                     Picture const before = picture;
                     WritePicture(Path(name), picture);

@@ -6,6 +6,8 @@
 #include "tests/media/media_support.h"
 
 #include <functional>
+#include <map>
+#include <regex>
 
 namespace qzil::media::test {
 namespace {
@@ -23,83 +25,35 @@ Y4mReader ReaderOf(Bytes const& bytes) {
 }
 
 TEST(Y4mHeader, KeepsWhatItReads) {
-    struct Case {
-        char const* pLine;
-        char const* pWritten;  ///< null when it comes back as it is
-        Y4mLayout eLayout;
-        int iBits;
-        std::size_t uFrameBytes;
-    };
-    Case const cases[] = {
-        {"W720 H576 F25:1 It A16:15 C422 XCOLORRANGE=LIMITED", nullptr, k422, 8, 829440},
-        {"W1920 H1080 F30000:1001 Ib A1:1 C422p16 XCOLORRANGE=FULL Xnote=1", nullptr, k422, 16, 8294400},
-        {"W5 H3 F25:1 Ip A1:1 C422p10", nullptr, k422, 10, 2 * (15 + 2 * 9)},
-        {"W5 H3 F25:1 Im A1:1 C420mpeg2", nullptr, k420, 8, 15 + 2 * 6},
-        {"W5 H3 F0:0 I? A0:0 C444p12", nullptr, k444, 12, 90},
-        {"W5 H3 F25:1 Ip A1:1 C444alpha", nullptr, k444Alpha, 8, 60},
-        {"W5 H3 F25:1 Ip A1:1 Cmono16", nullptr, kMono, 16, 30},
-        {"W65535 H1 F2147483647:1 Ip A1:1 Cmono", nullptr, kMono, 8, 65535},
-        // What is left out has its usual meaning; the repeated colour space may become wrong and is dropped.
-        {"H4 W6", "W6 H4 F0:0 Ip A0:0 C420jpeg", k420, 8, 36},
-        {"W6 H4 C420 XYSCSS=420JPEG  Q7", "W6 H4 F0:0 Ip A0:0 C420jpeg Q7", k420, 8, 36},
-    };
-    for (Case const& c : cases) {
-        SCOPED_TRACE(c.pLine);
-        Y4mHeader const header = ParseY4mHeader(std::string("YUV4MPEG2 ") + c.pLine);
-        EXPECT_EQ(header.Line(), std::string("YUV4MPEG2 ") + (c.pWritten ? c.pWritten : c.pLine));
-        EXPECT_EQ(header.eLayout, c.eLayout);
-        EXPECT_EQ(header.iBits, c.iBits);
-        EXPECT_EQ(header.FrameBytes(), c.uFrameBytes);
+    std::map<std::string, Y4mLayout> const layouts{
+        {"420", k420}, {"422", k422}, {"444", k444}, {"444alpha", k444Alpha}, {"mono", kMono}};
+    for (Row const& row : ReadTable("media/y4m_headers.tsv")) {
+        SCOPED_TRACE(row["line"]);
+        Y4mHeader const header = ParseY4mHeader("YUV4MPEG2 " + row["line"]);
+        EXPECT_EQ(header.Line(), "YUV4MPEG2 " + row[row["written"].empty() ? "line" : "written"]);
+        EXPECT_EQ(header.eLayout, layouts.at(row["layout"]));
+        EXPECT_EQ(header.iBits, row.Number("bits"));
+        EXPECT_EQ(header.FrameBytes(), static_cast<unsigned>(row.Number("frame bytes")));
     }
 }
 
 TEST(Y4mReader, RefusesInASentence) {
-    std::string const good = "YUV4MPEG2 W4 H2 Cmono\n";
-    struct Case {
-        Bytes oBytes;
-        std::string sFault;
-    };
-    Case const cases[] = {
-        {Stream(""), "it is not a y4m video"},
-        {Stream("YUV4MPEG3 W4 H2\n"), "it is not a y4m video"},
-        {Stream("YUV4MPEG2W4 H2\n"), "it is not a y4m video"},
-        {Stream("YUV4MPEG2 W4 H2"), "the header of the video ends early"},
-        {Stream("YUV4MPEG2 " + std::string(5000, 'X')), "the header of the video is longer than 4096 bytes"},
-        {Stream("YUV4MPEG2 W4\n"), "the video has no height"},
-        {Stream("YUV4MPEG2 H4\n"), "the video has no width"},
-        {Stream("YUV4MPEG2 W0 H4\n"), "the width of the video is 0, but goes from 1 to 65535"},
-        {Stream("YUV4MPEG2 W4 H65536\n"), "the height of the video is 65536, but goes from 1 to 65535"},
-        {Stream("YUV4MPEG2 W-4 H4\n"), "the width of the video is '-4', which makes no sense"},
-        {Stream("YUV4MPEG2 W4x H4\n"), "the width of the video is '4x', which makes no sense"},
-        {Stream("YUV4MPEG2 W99999999999 H4\n"), "the width of the video is '99999999999', which makes no sense"},
-        {Stream("YUV4MPEG2 W65535 H65535\n"), "the video's 65535 x 65535 pixels exceed the limit of 268435456"},
-        {Stream("YUV4MPEG2 W4 H4 W5\n"), "the header of the video has the tag 'W' twice"},
-        {Stream("YUV4MPEG2 W4 H4 F25\n"), "the frame rate of the video is '25', which makes no sense"},
-        {Stream("YUV4MPEG2 W4 H4 F25:0\n"), "the frame rate of the video is '25:0', which makes no sense"},
-        {Stream("YUV4MPEG2 W4 H4 A1:2:3\n"), "the pixel aspect of the video is '1:2:3', which makes no sense"},
-        {Stream("YUV4MPEG2 W4 H4 Ix\n"),
-         "the field order of the video is 'x', but goes by the letters p, t, b, m or ?"},
-        {Stream("YUV4MPEG2 W4 H4 C4\x1b[2J\n"),
-         "the video has the colour space '4?[2J'; those of 4:2:0, 4:2:2, 4:4:4 (8 to 16 bits), 444alpha and mono are "
-         "served"},
-        {Stream(good + "FRAME", 0), "the header of frame 1 ends early"},
-        {Stream(good + "FRAME\n", 7), "frame 1 ends early, after 7 of 8 bytes"},
-        {Stream(good + "FRAME\n12345678FRAMES\n", 8), "the header of frame 2 is damaged"},
-        {Stream(good + "FRAME\n12345678\n", 8), "the header of frame 2 is damaged"},
-        {Stream(good + "FRAME " + std::string(5000, 'X')), "the header of frame 1 is longer than 4096 bytes"},
-        // A frame of 2 GiB that is not there takes no memory for it.
-        {Stream("YUV4MPEG2 W65535 H4096 C444p16\nFRAME\n", 3), "frame 1 ends early, after 3 of 1610588160 bytes"},
-    };
-    for (Case const& c : cases) {
+    for (Row const& row : ReadTable("media/y4m_refusals.tsv")) {
+        std::string text = row["stream"];
+        std::ranges::replace(text, '|', '\n');
+        // What a table cannot hold: 5000 letters, and the start of a terminal's command.
+        text = std::regex_replace(text, std::regex("<X>"), std::string(5000, 'X'));
+        Bytes const bytes =
+            Stream(std::regex_replace(text, std::regex("<ESC>"), "\x1b"), static_cast<unsigned>(row.Number("zeros")));
         auto const read = [&](std::function<bool(Y4mReader&, Y4mFrame&)> const& next) {
             return ErrorOf([&] {
-                Y4mReader reader = ReaderOf(c.oBytes);
+                Y4mReader reader = ReaderOf(bytes);
                 Y4mFrame frame;
                 while (next(reader, frame)) {
                 }
             });
         };
-        std::string const sentence = "cannot read 'v.y4m': " + c.sFault;
+        std::string const sentence = "cannot read 'v.y4m': " + row["fault"];
         EXPECT_EQ(read([](Y4mReader& reader, Y4mFrame& frame) { return reader.Read(frame); }), sentence);
         EXPECT_EQ(read([](Y4mReader& reader, Y4mFrame&) { return reader.Skip(); }), sentence);
     }
@@ -178,51 +132,19 @@ Y4mFrame FrameOf(Y4mHeader const& header, std::vector<int> const& samples) {
     return frame;
 }
 
-struct Layout {
-    char const* pHeader;
-    std::vector<int> oSamples;
-    GUID oFormat;
-    std::vector<double> oShown;
-};
-
 TEST(Y4mImage, PlanesBecomePixels) {
-    Layout const layouts[] = {
-        {"W4 H2 C422",
-         {1, 2, 3, 4, 5, 6, 7, 8, 11, 12, 13, 14, 21, 22, 23, 24},
-         MFIF_CbYCrY_16,
-         {11, 1, 21, 2, 12, 3, 22, 4, 13, 5, 23, 6, 14, 7, 24, 8}},
-        // An odd width ends with its last luma twice.
-        {"W3 H1 C422", {1, 2, 3, 11, 12, 21, 22}, MFIF_CbYCrY709_16, {11, 1, 21, 2, 12, 3, 22, 3}},
-        {"W2 H1 C422 XCOLORRANGE=FULL", {0, 255, 128, 255}, MFIF_CbYCrY_16_FR, {128, 0, 255, 255}},
-        {"W2 H1 C422 XCOLORRANGE=FULL", {0, 255, 128, 1}, MFIF_CbYCrY_FLOAT, {0, 0, -127.0 / 255, 1}},
-        {"W2 H1 C422", {16, 235, 128, 240}, MFIF_CbYCrY709_FLOAT, {0, 0, 0.5, 1}},
-        // 10 bits at video levels become 16 bits at video levels; what exceeds them is limited first.
-        {"W2 H1 C422p10", {64, 940, 512, 0xFFFF}, MFIF_CbYCrY_10_6, {32768, 4096, 65472, 60160}},
-        {"W2 H1 C422p10", {64, 940, 512, 960}, MFIF_CbYCrY_FLOAT, {0, 0, 0.5, 1}},
-        // 10 bits at full range fill 16 bits.
-        {"W2 H1 C422p10 XCOLORRANGE=FULL", {0, 1023, 512, 1}, MFIF_CbYCrY709_10_6_FR, {32800, 0, 64, 65535}},
-        {"W2 H1 C422p16", {4096, 60160, 32768, 61440}, MFIF_CbYCrY709_FLOAT, {0, 0, 0.5, 1}},
-        {"W1 H2 C444", {1, 2, 3, 4, 5, 6}, MFIF_CbYCrA_8_4444, {3, 1, 5, 255, 4, 2, 6, 255}},
-        {"W1 H2 C444alpha", {1, 2, 3, 4, 5, 6, 7, 8}, MFIF_CbYCr709A_8_4444, {3, 1, 5, 7, 4, 2, 6, 8}},
-        {"W1 H1 C444p16", {60160, 32768, 4096}, MFIF_CbYCrA_10_6_4444, {32768, 60160, 4096, 65535}},
-        {"W1 H1 C444 XCOLORRANGE=FULL", {255, 128, 128}, MFIF_CbYCr709A_FLOAT_4444, {0, 1, 0, 1}},
-        {"W2 H2 Cmono", {1, 2, 3, 4}, MFIF_MONO_RAW_8, {1, 2, 3, 4}},
-        {"W2 H1 Cmono16", {1, 65535}, MFIF_MONO_RAW_16, {1, 65535}},
-        {"W2 H1 Cmono", {0, 255}, MFIF_MONO_FLOAT, {0, 1}},
-    };
     Bytes scratch;
-    for (Layout const& layout : layouts) {
-        SCOPED_TRACE(layout.pHeader);
-        SCOPED_TRACE(FormatName(layout.oFormat));
-        Y4mHeader const stream = ParseY4mHeader(std::string("YUV4MPEG2 ") + layout.pHeader);
+    for (Row const& row : ReadTable("media/y4m_frames.tsv")) {
+        SCOPED_TRACE(row["header"] + ' ' + row["format"]);
+        Y4mHeader const stream = ParseY4mHeader("YUV4MPEG2 " + row["header"]);
         Y4mHeader const header = ImageHeader(stream);
-        Y4mFrame frame = FrameOf(stream, layout.oSamples);
+        Y4mFrame frame = FrameOf(stream, row.Numbers("samples"));
         ToImageLayout(stream, frame, scratch);
-        Ref<IXFImage> const image = ImageFor(stream, layout.oFormat);
+        Ref<IXFImage> const image = ImageFor(stream, FormatNamed(row["format"]));
         FrameToImage(header, frame, *image.Get());
-        std::vector<double> const shown = Shown(*image.Get());
-        ASSERT_EQ(shown.size(), layout.oShown.size());
-        for (std::size_t i = 0; i < shown.size(); ++i) EXPECT_NEAR(shown[i], layout.oShown[i], 1e-7) << i;
+        std::vector<double> const shown = Shown(*image.Get()), expected = Reals(row["shown"]);
+        ASSERT_EQ(shown.size(), expected.size());
+        for (std::size_t i = 0; i < shown.size(); ++i) EXPECT_NEAR(shown[i], expected[i], 1e-7) << i;
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/scene.h"
+#include "model/model.h"
 
 namespace qzil::test::model {
 

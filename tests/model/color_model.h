@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/scene.h"
+#include "model/model.h"
 
 #include "qzil/image/color.h"
 
@@ -217,9 +217,10 @@ private:
             return static_cast<T>(in + Part16(w, Round(65535 * color) - in));
         } else {
             if (kIsS2_14<T> && kind == Kind::Mono) {
-                bool const full = !mask || IsFull(*mask);
+                // A full mask takes the same weight as any other.
                 i64 const w =
-                    full ? Round(dfAlpha * 16384) : (static_cast<i64>(*mask) * Round(dfAlpha * 65536) + 32768) >> 16;
+                    !mask ? Round(dfAlpha * 16384)
+                          : (std::min<i64>(static_cast<i64>(*mask), 16384) * Round(dfAlpha * 65536) + 32768) >> 16;
                 i64 const from = static_cast<i64>(in);
                 return static_cast<T>(Limit14(from + Part14(w, Round(color * 16384) - from)));
             }

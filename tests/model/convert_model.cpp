@@ -1,21 +1,23 @@
 #include "model/convert_model.h"
 
-#include "qzil/frame/image_utils.h"
-#include "qzil/image/image_ops.h"
+#include "qzil/image/formats.h"
 
-#include <sstream>
+#include <algorithm>
+#include <cstring>
 
 namespace qzil::test::model {
 namespace {
 
 /// Samples from red to alpha of the formats that hold blue first.
 int Place(GUID const& format, int c) {
-    return c < 3 && In(format, kBlue8) ? 2 - c : c;
+    static constexpr std::array kBlueFirst{MFIF_BGRA_RAW_32, MFIF_BGRA_RAW_32_VIDEO, MFIF_DIB_RAW_32, MFIF_DIB_RAW_24,
+                                           MFIF_BGR_RAW_24};
+    return c < 3 && Contains(kBlueFirst, format) ? 2 - c : c;
 }
 
 bool GoesThroughColor(GUID const& in, GUID const& out) {
-    static Formats const formats{MFIF_YCCA_RAW_32, MFIF_YCCA_RAW_64, MFIF_HLSA_RAW_32, MFIF_HLSA_RAW_64};
-    return In(in, formats) || In(out, formats);
+    static constexpr std::array kFormats{MFIF_YCCA_RAW_32, MFIF_YCCA_RAW_64, MFIF_HLSA_RAW_32, MFIF_HLSA_RAW_64};
+    return Contains(kFormats, in) || Contains(kFormats, out);
 }
 
 /// A pixel as the bytes of its channel type.
@@ -176,45 +178,24 @@ void ColorLine(LineJob const& line) {
     }
 }
 
-std::vector<u8> ConvertModel(ConvertJob const& job) {
-    Ref<IXFImage> filled;
-    qzILCloneImage(job.oOutput.Get(), IID_IXFImage, filled.Out());
-    Samples const in(job.oInput.Get(), Bytes(job.oInput));
-    Samples out(filled.Get(), Bytes(filled));
-    int width = 0, height = 0;
-    job.oInput->GetRes(&width, &height);
-
-    int const dx = job.oOffset.x - job.oRoi.Origin.x, dy = job.oOffset.y - job.oRoi.Origin.y;
-    qzILBbox2l const source = job.oRoi.Intersect({0, 0, width, height});
-    qzILBbox2l const inner(source.Origin.x + dx, source.Origin.y + dy, source.Size.x, source.Size.y);
-    qzILBbox2l const outer(job.oOffset.x, job.oOffset.y, job.oRoi.Size.x, job.oRoi.Size.y);
-    qzILFillImageWithColor(filled.Get(), job.oDefault, job.uMode | 15, &outer, &inner);
-
+void ConvertModel(Call& call) {
+    Samples const in(call.oImages.oInputs[0].Get(), Bytes(call.oImages.oInputs[0]));
+    Samples out(call.oImages.Output().Get(), call.oOutput);
     qzILRandomNumber draws;  // has a test against the published generator
     draws.SetFixedSeed(1234569871);
-    bool const color = GoesThroughColor(in.Format(), out.Format());
-    auto const convert = color                              ? ColorLine
-                         : job.eKind == Conversion::ToYcc   ? ToYccLine
-                         : job.eKind == Conversion::FromYcc ? FromYccLine
-                                                            : RgbaLine;
-    for (int y = 0; y < inner.Size.y; ++y) {
-        int const outY = inner.Origin.y + y;
-        if (inner.Size.x < 1 || job.uMode & (outY % 2 ? 0x200 : 0x100)) continue;
-        convert({in, out, source.Origin.x, source.Origin.y + y, inner.Origin.x, outY, inner.Size.x, job.bFilter,
-                 job.bDither, draws});
+    auto const convert = GoesThroughColor(in.Format(), out.Format()) ? ColorLine
+                         : IsFormatYCC(out.Format())                 ? ToYccLine
+                         : IsFormatYCC(in.Format())                  ? FromYccLine
+                                                                     : RgbaLine;
+    auto const is = [&](char const* flag) {
+        return call.oScene.pEntry->FindParameter(flag) && call.oScene.Get<bool>(flag);
+    };
+    qzILBbox2l const& box = call.oActive;
+    for (int y = box.Origin.y; y < box.Origin.y + box.Size.y; ++y) {
+        if (call.SkipsLine(y)) continue;
+        convert({in, out, box.Origin.x, y, call.OutputX(box.Origin.x), call.OutputY(y), box.Size.x, is("filter"),
+                 is("dither"), draws});
     }
-    auto const bytes = Bytes(filled);
-    return {bytes.begin(), bytes.end()};
-}
-
-std::string ConvertJob::Describe() const {
-    std::ostringstream text;
-    PlainLayout const in(oInput.Get()), out(oOutput.Get());
-    text << NameOf(in.oFormat) << ' ' << in.iWidth << 'x' << in.iHeight << " to " << NameOf(out.oFormat) << ' '
-         << out.iWidth << 'x' << out.iHeight << " region " << oRoi.Origin.x << ',' << oRoi.Origin.y << ' '
-         << oRoi.Size.x << 'x' << oRoi.Size.y << " at " << oOffset.x << ',' << oOffset.y << std::hex << " mode "
-         << uMode << (bFilter ? " filtered" : "") << (bDither ? " dithered" : "");
-    return text.str();
 }
 
 }  // namespace qzil::test::model

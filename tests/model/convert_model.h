@@ -1,8 +1,6 @@
 #pragma once
 
-#include "model/convert_pairs.h"
-#include "model/rules.h"
-#include "support/picture.h"
+#include "model/model.h"
 #include "support/plain_layout.h"
 
 #include "qzil/image/color.h"
@@ -10,28 +8,12 @@
 #include "qzil/numeric/random_number.h"
 
 #include <array>
-#include <cstring>
-#include <string>
 
 /// The conversions between formats, pixel by pixel in wide integers and single precision.
 namespace qzil::test::model {
 
-/// One conversion of a picture.
-struct ConvertJob {
-    Conversion eKind{};
-    Ref<IXFImage> oInput{}, oOutput{};
-    bool bFilter = false;
-    bool bDither = false;
-    qzILBbox2l oRoi{};
-    qzILVector2l oOffset{};
-    unsigned uMode = 15;
-    qzILColor oDefault{};
-
-    std::string Describe() const;
-};
-
-/// The bytes that the output must hold afterwards.
-std::vector<u8> ConvertModel(ConvertJob const& job);
+/// The conversions of graphics formats, YCC and hue, lightness, saturation, by a call's formats.
+void ConvertModel(Call& call);
 
 enum class Depth { Byte, Word, Fixed, Real };
 Depth DepthOf(GUID const& format);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "qzil/image/core_values.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -90,6 +92,18 @@ T Channel(double v) {
         return static_cast<float>(v);
     } else {
         return static_cast<T>(Round(v * static_cast<double>(One<T>())));
+    }
+}
+
+/// Calls a function with a zero of a channel type's samples; nothing happens for other types.
+template <class Fn>
+void VisitType(XFChannelType type, Fn fn) {
+    switch (type) {
+        case XFChannelTypeUInt8: return fn(u8{});
+        case XFChannelTypeUInt16: return fn(u16{});
+        case XFChannelTypeS2_14: return fn(short{});
+        case XFChannelTypeFloat: return fn(float{});
+        default: return;
     }
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "model/scene.h"
+#include "model/model.h"
 
-#include <functional>
 #include <optional>
 
 /// Plain models of the effects that read neighbours: every sample by itself, by logical position.
@@ -27,35 +26,6 @@ private:
 };
 
 Picture Load(IXFImage* image);
-/// Empty for equal samples (two NaN are equal), else the first difference.
-std::string Difference(Picture const& expected, Picture const& actual);
-
-/// One call of an effect. The images are made by `SpatialImages`.
-struct SpatialScene {
-    GUID oFormat{};
-    qzILVector2l oSize{9, 7}, oOutputSize{9, 7};
-    qzILBbox2l oRoi{0, 0, 9, 7};
-    qzILVector2l oOffset{0, 0};
-    XFImageChannel uMask = 0;  ///< 0: no mask; 16: one channel; 1, 2, 4, 8: that channel of four
-    qzILBbox2l oMaskRect{0, 0, 9, 7};
-    unsigned uMode = 15;
-    bool bInPlace = false, bSpecials = false;
-    int iEdgeMode = 3;
-    qzILColor oEdgeColor{0.25, 0.75, 0.5, 1.0}, oDefaultColor{1.0, 0.5, 0.0, 0.25};
-    float fRadiusX = 1.0f, fRadiusY = 1.0f;
-    std::uint64_t uSeed = 1;
-
-    static SpatialScene Whole(GUID const& format, int width, int height);
-    /// Regions inside and outside, offsets, masks, fields, in place, edge modes: all by the seed.
-    static SpatialScene Any(GUID const& format, std::uint64_t seed);
-    std::string Describe() const;
-};
-
-struct SpatialImages {
-    Ref<IXFImage> oInput, oOutput, oMask;
-
-    explicit SpatialImages(SpatialScene const& scene);
-};
 
 /// What an effect has to process: the input under its edge mode, from the first pixel of the region.
 struct Region {
@@ -71,6 +41,8 @@ struct Region {
 
     int RadiusX() const { return static_cast<int>(fRadiusX); }
     int RadiusY() const { return static_cast<int>(fRadiusY); }
+    Region() = default;
+    explicit Region(Call const& call);
     double In(int x, int y, int c) const;
     double Full() const;
     bool Selects(int c) const { return iChannels == 1 || (uMode >> c & 1); }
@@ -81,12 +53,10 @@ enum class MixRule { Table, Plain };  ///< of bytes: by the table of products, o
 /// Results through mask and channel selection.
 Picture Commit(Region const& region, Picture const& results, MixRule rule);
 
-using RegionModel = std::function<Picture(Region const&)>;
+using RegionModel = std::function<Picture(Region const&, test::Scene const&)>;
 
-/// The output of a whole call: region, default colour, ring outside the mask rectangle, fields.
-Picture RunFrame(SpatialScene const& scene, SpatialImages const& images, RegionModel const& model);
-/// What an effect that works as a copy leaves: `color` where there is no input, no mask.
-Picture RunCopy(SpatialScene const& scene, SpatialImages const& images, qzILColor const& color);
+/// An effect on the neighbourhood of every pixel of a call.
+Model Regions(RegionModel const& model);
 
 enum class Detector { Roberts, Sobel, Laplace };
 

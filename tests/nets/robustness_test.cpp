@@ -1,7 +1,7 @@
 // What holds for every effect under stress: allocations that fail, interrupts, several threads, and how much memory a
 // call asks for.
 
-#include "nets/scene.h"
+#include "scene/scene.h"
 #include "support/allocation_hook.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ Scene DemandingScene(catalog::Entry const& entry, GUID const& format) {
     Scene scene = PlainScene(entry, format, 24, 12);
     bool const video = IsVideo(format);
     scene.uMode = video ? 15 : 5;
-    scene.eInPlace = Scene::InPlace::A;
+    scene.iInPlace = 0;
     if (!IsFormatSplitField(format)) {
         scene.oRoi = {2, 1, 16, 8};
         scene.oOutputOffset = {4, 3};
@@ -31,8 +31,7 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
     for (catalog::Entry const& entry : NetEffects()) {
         for (GUID const& format : entry.oFormats) {
             Scene const scene = DemandingScene(entry, format);
-            Images const reference(scene);
-            ASSERT_EQ(Prepare(scene, reference).Effect().Execute(), 1) << scene.Describe();
+            Images const reference = Executed(scene);
             for (std::uint64_t n = 1;; ++n) {
                 Images const images(scene);
                 catalog::Instance instance = Prepare(scene, images);
@@ -55,7 +54,7 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
                 }
                 // A block that cannot go into the pool's list is freed instead: that failure does not show.
                 if (status == 1) {
-                    ASSERT_EQ(DescribeDifference(Bytes(reference.oOutput), Bytes(images.oOutput)), "");
+                    ASSERT_EQ(DescribeDifference(Bytes(reference.Output()), Bytes(images.Output())), "");
                     continue;
                 }
                 // A margin buffer that cannot be made records nothing.
@@ -64,39 +63,40 @@ TEST(RobustnessNet, EveryFailedAllocationGivesTheCodeAndNoLeak) {
                     << scene.Describe() << " allocation " << n << " code " << code;
                 // The same object works again afterwards.
                 Images const fresh(scene);
-                instance.SetInput(0, fresh.oA.Get());
-                if (scene.HasB()) instance.SetInput(1, fresh.oB.Get());
-                instance.SetOutput(fresh.oOutput.Get());
+                SetImages(instance, scene, fresh);
                 ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
-                ASSERT_EQ(DescribeDifference(Bytes(reference.oOutput), Bytes(fresh.oOutput)), "") << scene.Describe();
+                ASSERT_EQ(DescribeDifference(Bytes(reference.Output()), Bytes(fresh.Output())), "") << scene.Describe();
             }
         }
     }
 }
 
-TEST(RobustnessNet, APlainFrameNeedsNoMemoryAndASecondBufferedOneAsksTheSystemForNothing) {
-    for (catalog::Entry const& entry : NetEffects()) {
-        if (entry.eMemory == catalog::Memory::Margin) continue;
-        for (GUID const& format : entry.oFormats) {
-            Scene const plain = PlainScene(entry, format, 640, 48);
-            Images const images(plain);
-            catalog::Instance instance = Prepare(plain, images);
-            AllocationCounter const counter;
-            ASSERT_EQ(instance.Effect().Execute(), 1) << plain.Describe();
-            // Views of split planes are small objects; only look-up effects hold an identity table.
-            bool const hasTables = !entry.oParameters.empty() && entry.oParameters[0].eKind == catalog::Kind::Lut;
-            std::uint64_t const allowed = 8192u + (hasTables ? 0x20000u : 0u);
-            EXPECT_LE(counter.Bytes(), allowed) << plain.Describe();
+std::uint64_t BytesAskedFor(catalog::Instance& instance) {
+    AllocationCounter const counter;
+    EXPECT_EQ(instance.Effect().Execute(), 1);
+    return counter.Bytes();
+}
 
-            Scene const demanding = DemandingScene(entry, format);
-            Images const moved(demanding);
-            catalog::Instance buffered = Prepare(demanding, moved);
-            ASSERT_EQ(buffered.Effect().Execute(), 1);
-            AllocationCounter const second;
-            ASSERT_EQ(buffered.Effect().Execute(), 1);
-            EXPECT_LE(second.Bytes(), allowed) << demanding.Describe();
-        }
-    }
+TEST(RobustnessNet, APlainFrameNeedsNoMemoryAndASecondBufferedOneAsksTheSystemForNothing) {
+    auto const effect = [](catalog::Entry const& entry, GUID const& format) {
+        if (entry.eMemory == catalog::Memory::Margin) return;
+        // Views of split planes are small objects; only look-up effects hold an identity table.
+        bool const hasTables = !entry.oParameters.empty() && entry.oParameters[0].eKind == catalog::Kind::Lut;
+        std::uint64_t const allowed = 8192u + (hasTables ? 0x20000u : 0u);
+        Scene const plain = PlainScene(entry, format, 640, 48), demanding = DemandingScene(entry, format);
+        Images const images(plain), moved(demanding);
+        catalog::Instance instance = Prepare(plain, images), buffered = Prepare(demanding, moved);
+        EXPECT_LE(BytesAskedFor(instance), allowed) << plain.Describe();
+        BytesAskedFor(buffered);
+        EXPECT_LE(BytesAskedFor(buffered), allowed) << demanding.Describe();
+    };
+    auto const conversion = [](catalog::Entry const& entry, catalog::FormatPair const& pair) {
+        Scene const scene = PlainScene(entry, pair, 64, 8);
+        Images const images(scene);
+        catalog::Instance instance = Prepare(scene, images);
+        EXPECT_EQ(BytesAskedFor(instance), 0u) << scene.Describe();
+    };
+    ForEachForm(effect, conversion);
 }
 
 /// A neighbourhood effect takes the margin buffer, at most one scratch image of floats in its size, and working lines:
@@ -113,8 +113,7 @@ TEST(RobustnessNet, NeighbourhoodsTakeAMarginAScratchImageAndAFewLines) {
             Images const images(scene);
             catalog::Instance instance = Prepare(scene, images);
             CMFImage::s_pImageMemoryPool->ClearPool(0);
-            AllocationCounter const counter;
-            ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+            std::uint64_t const asked = BytesAskedFor(instance);
             constexpr std::uint64_t kReach = 8;  // no random radius or kernel reaches further
             std::uint64_t const channels = GetNumOfChannelsFromFormat(format);
             std::uint64_t const samples = (kWidth + 2 * kReach) * channels, lines = kHeight + 2 * kReach;
@@ -124,7 +123,7 @@ TEST(RobustnessNet, NeighbourhoodsTakeAMarginAScratchImageAndAFewLines) {
             std::uint64_t const edges = entry.sName == "sharpen" ? margin + kWidth * kHeight * 14 : 0;
             std::uint64_t const working =
                 std::max((2 * kReach + 9) * (samples + 128) * 4, (kWidth + 2 * kReach) * 64 * 5);
-            EXPECT_LE(counter.Bytes(), margin + scratch + edges + working + 0x10000) << scene.Describe();
+            EXPECT_LE(asked, margin + scratch + edges + working + 0x10000) << scene.Describe();
         }
     }
 }
@@ -135,46 +134,46 @@ int CountPolls() {
     return ++s_iPolls >= s_iStopAt;
 }
 
+/// Whether the lines before one are those of an image, and the others those of another.
+bool IsJoined(Images const& actual, Images const& first, Images const& then, qzILVector2l const& size, int line) {
+    qzILImageHelper const found(actual.Output().Get()), above(first.Output().Get()), below(then.Output().Get());
+    for (int i = 0; i < size.x * size.y; ++i) {
+        int const x = i % size.x, y = i / size.x;
+        if (!(PixelAt(found, x, y) == PixelAt(y < line ? above : below, x, y))) return false;
+    }
+    return true;
+}
+
 /// An interrupt ends with success; the lines done are those of a whole run, from the first on, and no other is touched.
+void ExpectWholeLines(Scene const& scene) {
+    int const height = scene.oOutputSize.y;
+    Images const whole = Executed(scene), untouched(scene);
+    for (int stopAt = 1; stopAt <= height + 1; ++stopAt) {
+        Images const images(scene);
+        catalog::Instance instance = Prepare(scene, images);
+        int volatile flag = 0;
+        s_iPolls = 0;
+        s_iStopAt = stopAt;
+        instance.Effect().SetInterruptFct(CountPolls, &flag);
+        ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+        // Most effects ask once before the first line; some never ask between lines, and then finish.
+        auto const endsAfter = [&](int done) { return IsJoined(images, whole, untouched, scene.oOutputSize, done); };
+        bool const finished = s_iPolls < stopAt && endsAfter(height);
+        bool const stopped = s_iPolls == stopAt && (endsAfter(stopAt - 1) || endsAfter(std::min(stopAt, height)));
+        ASSERT_TRUE(finished || stopped) << scene.Describe() << " stopped at question " << stopAt;
+    }
+}
+
 /// Neighbourhoods, which ask while they read, too, have tests of their own.
 TEST(RobustnessNet, AnInterruptLeavesWholeLinesAndSucceeds) {
-    constexpr int kHeight = 9;
-    for (catalog::Entry const& entry : NetEffects()) {
-        if (entry.eMemory == catalog::Memory::Margin) continue;
-        for (GUID const& format : entry.oFormats) {
-            if (IsFormatSplitField(format) || IsFormatYCCA(format)) continue;
-            Scene const scene = PlainScene(entry, format, 21, kHeight);
-            Images const whole(scene), untouched(scene);
-            ASSERT_EQ(Prepare(scene, whole).Effect().Execute(), 1) << scene.Describe();
-            for (int stopAt = 1; stopAt <= kHeight + 1; ++stopAt) {
-                Images const images(scene);
-                catalog::Instance instance = Prepare(scene, images);
-                int volatile flag = 0;
-                s_iPolls = 0;
-                s_iStopAt = stopAt;
-                instance.Effect().SetInterruptFct(CountPolls, &flag);
-                ASSERT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
-                qzILImageHelper const actual(images.oOutput.Get()), full(whole.oOutput.Get()),
-                    none(untouched.oOutput.Get());
-                auto const line = [](qzILImageHelper const& helper, int y) {
-                    return std::span<unsigned char const>(helper.GetPixelPtr(0, y),
-                                                          static_cast<std::size_t>(helper.m_iPixelStep) * 21);
-                };
-                // Most effects ask once before the first line; some never ask between lines, and then finish.
-                auto const endsAfter = [&](int done) {
-                    for (int y = 0; y < kHeight; ++y) {
-                        auto const& expected = y < done ? full : none;
-                        if (FirstDifference(line(expected, y), line(actual, y))) return false;
-                    }
-                    return true;
-                };
-                bool const finished = s_iPolls < stopAt && endsAfter(kHeight);
-                bool const stopped =
-                    s_iPolls == stopAt && (endsAfter(stopAt - 1) || endsAfter(std::min(stopAt, kHeight)));
-                ASSERT_TRUE(finished || stopped) << scene.Describe() << " stopped at question " << stopAt;
-            }
-        }
-    }
+    auto const effect = [](catalog::Entry const& entry, GUID const& format) {
+        if (entry.eMemory == catalog::Memory::Margin || IsFormatSplitField(format) || IsFormatYCCA(format)) return;
+        ExpectWholeLines(PlainScene(entry, format, 21, 9));
+    };
+    auto const conversion = [](catalog::Entry const& entry, catalog::FormatPair const& pair) {
+        ExpectWholeLines(PlainScene(entry, pair, 6, 6));
+    };
+    ForEachForm(effect, conversion);
 }
 
 TEST(RobustnessNet, DistinctEffectsRunSideBySideOverSharedInputs) {
@@ -184,18 +183,17 @@ TEST(RobustnessNet, DistinctEffectsRunSideBySideOverSharedInputs) {
         for (catalog::Entry const& entry : NetEffects()) {
             if (Contains(entry.oFormats, format)) scenes.push_back(PlainScene(entry, format, 64, 33));
         }
-        Images const shared(scenes.front());
+        Images const shared(*std::ranges::max_element(scenes, {}, [](Scene const& s) { return s.oSizes.size(); }));
         std::atomic<int> failures{0};
         auto const work = [&](std::size_t first) {
             for (int round = 0; round < kRounds; ++round) {
                 Scene const& scene = scenes[(first + static_cast<std::size_t>(round)) % scenes.size()];
                 Images const alone(scene);
                 Images mine(scene);
-                mine.oA = shared.oA;
-                mine.oB = shared.oB;
+                std::copy_n(shared.oInputs.begin(), mine.oInputs.size(), mine.oInputs.begin());
                 failures += Prepare(scene, mine).Effect().Execute() != 1;
                 failures += Prepare(scene, alone).Effect().Execute() != 1;
-                failures += !DescribeDifference(Bytes(alone.oOutput), Bytes(mine.oOutput)).empty();
+                failures += !DescribeDifference(Bytes(alone.Output()), Bytes(mine.Output())).empty();
             }
         };
         std::thread one(work, 0), two(work, scenes.size() / 2);

@@ -1,5 +1,6 @@
 #include "numeric/matrices.h"
 #include "support/allocation_hook.h"
+#include "support/table.h"
 
 #include "qzil/numeric/arrays.h"
 #include "qzil/numeric/bi_polynomial.h"
@@ -15,37 +16,22 @@ namespace qzil::test {
 namespace {
 
 TEST(Arrays, BlocksAreCutOutOfArrays) {
-    constexpr int kRows = 4;
-    constexpr int kColumns = 5;
-    struct {
-        int firstRow, firstColumn, rows, columns, status;
-    } const kCases[] = {
-        {1, 2, 2, 3, 1},   {0, 0, 4, 5, 1},   {3, 4, 1, 1, 1},       {-1, 0, 3, 2, 1},       {0, -2, 9, 9, 1},
-        {-1, -1, 5, 7, 1}, {-1, -1, 6, 6, 1}, {-1, -1, 6, 7, -1},    {2, 2, 9, 9, 1},        {100, -100, 2, 2, 1},
-        {0, 0, 0, 3, -1},  {0, 0, 3, -1, -1}, {INT_MAX, 0, 2, 2, 1}, {INT_MIN, -1, 3, 3, 1}, {-1, INT_MAX, 7, 3, 1},
-    };
-    for (auto const& tested : kCases) {
-        SCOPED_TRACE(testing::Message() << tested.firstRow << ", " << tested.firstColumn << ", " << tested.rows << " x "
-                                        << tested.columns);
+    constexpr int kRows = 4, kColumns = 5;
+    for (Row const& tested : ReadTable("numeric/blocks.tsv")) {
+        SCOPED_TRACE(tested["block"]);
+        std::vector<int> const n = tested.Numbers("block");
         double** array = New2DArray(kRows, kColumns);
         for (int i = 0; i < kRows * kColumns; ++i) array[i / kColumns][i % kColumns] = i + 1;
         double** const old = array;
-        ASSERT_EQ(
-            Truncate2DArray(array, kRows, kColumns, tested.firstRow, tested.firstColumn, tested.rows, tested.columns),
-            tested.status);
-        if (tested.status != 1) {
-            EXPECT_EQ(array, old);
-            Delete2DArray(array, kRows);
-            continue;
+        bool const can = tested.Number("can be") != 0;
+        ASSERT_EQ(Truncate2DArray(array, kRows, kColumns, n[0], n[1], n[2], n[3]), can ? 1 : -1);
+        EXPECT_TRUE(can || array == old);
+        for (int k = 0; can && k < n[2] * n[3]; ++k) {
+            long const row = long{n[0]} + k / n[3], column = long{n[1]} + k % n[3];
+            bool const inside = row >= 0 && row < kRows && column >= 0 && column < kColumns;
+            EXPECT_EQ(array[k / n[3]][k % n[3]], inside ? row * kColumns + column + 1 : 0) << k;
         }
-        for (int i = 0; i < tested.rows; ++i)
-            for (int j = 0; j < tested.columns; ++j) {
-                long const row = long{tested.firstRow} + i;
-                long const column = long{tested.firstColumn} + j;
-                bool const inside = row >= 0 && row < kRows && column >= 0 && column < kColumns;
-                EXPECT_EQ(array[i][j], inside ? row * kColumns + column + 1 : 0) << i << ", " << j;
-            }
-        Delete2DArray(array, tested.rows);
+        Delete2DArray(array, can ? n[2] : kRows);
     }
     double** none = nullptr;
     EXPECT_EQ(Truncate2DArray(none, 1, 1, 0, 0, 1, 1), -1);
@@ -76,27 +62,25 @@ TEST(Matrix, IsEmptyUntilItHasASize) {
 TEST(Matrix, ArraysAreReadAndWrittenInEveryOrder) {
     double const elements[] = {1, 2, 3, 4, 5, 6};
     double const* const pointers[] = {elements, elements + 3};
-    struct {
-        qzILMatrixStoringFormat format;
-        qzILMatrixRowOrder rows;
-        qzILMatrixColumnOrder columns;
-        double stored[6];
-    } const kCases[] = {
-        {qzILMatrixRowAfterRow, qzILMatrixFirstRowFirst, qzILMatrixFirstColumnFirst, {1, 2, 3, 4, 5, 6}},
-        {qzILMatrixRowAfterRow, qzILMatrixLastRowFirst, qzILMatrixFirstColumnFirst, {4, 5, 6, 1, 2, 3}},
-        {qzILMatrixRowAfterRow, qzILMatrixFirstRowFirst, qzILMatrixLastColumnFirst, {3, 2, 1, 6, 5, 4}},
-        {qzILMatrixColumnAfterColumn, qzILMatrixFirstRowFirst, qzILMatrixFirstColumnFirst, {1, 4, 2, 5, 3, 6}},
-        {qzILMatrixColumnAfterColumn, qzILMatrixLastRowFirst, qzILMatrixFirstColumnFirst, {4, 1, 5, 2, 6, 3}},
-        {qzILMatrixColumnAfterColumn, qzILMatrixLastRowFirst, qzILMatrixLastColumnFirst, {6, 3, 5, 2, 4, 1}},
-    };
     qzILMatrix const matrix(pointers, 2, 3);
     EXPECT_EQ(matrix, qzILMatrix(elements, 2, 3));
     EXPECT_EQ(matrix(1, 0), 4);
-    for (auto const& tested : kCases) {
-        std::array<double, 6> stored{};
-        matrix.StoreElems(stored.data(), tested.format, tested.rows, tested.columns);
-        EXPECT_TRUE(std::equal(stored.begin(), stored.end(), tested.stored));
-        EXPECT_EQ(qzILMatrix(tested.stored, 2, 3, tested.format, tested.rows, tested.columns), matrix);
+    for (bool const byColumns : {false, true}) {
+        for (bool const up : {false, true}) {
+            for (bool const left : {false, true}) {
+                auto const format = byColumns ? qzILMatrixColumnAfterColumn : qzILMatrixRowAfterRow;
+                auto const rows = up ? qzILMatrixLastRowFirst : qzILMatrixFirstRowFirst;
+                auto const columns = left ? qzILMatrixLastColumnFirst : qzILMatrixFirstColumnFirst;
+                std::array<double, 6> stored{}, expected{};
+                for (int k = 0; k < 6; ++k) {
+                    int const i = byColumns ? k % 2 : k / 3, j = byColumns ? k / 2 : k % 3;
+                    expected[static_cast<std::size_t>(k)] = matrix(up ? 1 - i : i, left ? 2 - j : j);
+                }
+                matrix.StoreElems(stored.data(), format, rows, columns);
+                EXPECT_EQ(stored, expected) << byColumns << up << left;
+                EXPECT_EQ(qzILMatrix(expected.data(), 2, 3, format, rows, columns), matrix);
+            }
+        }
     }
     matrix.StoreElems(nullptr, qzILMatrixRowAfterRow, qzILMatrixFirstRowFirst, qzILMatrixFirstColumnFirst);
 }

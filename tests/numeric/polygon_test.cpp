@@ -1,12 +1,14 @@
 #include "qzil/numeric/polygon.h"
 
 #include "qzil/numeric/random_number.h"
+#include "support/table.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -52,34 +54,15 @@ Points const kSquare{{0, 0, 2}, {4, 0, 2}, {4, 4, 2}, {0, 4, 2}};
 double const kTolerance = 0.0010000000474974513;
 
 TEST(Polygon, IsClippedToPlanes) {
-    struct {
+    for (auto const& row : qzil::test::ReadTable("numeric/polygons.tsv")) {
+        SCOPED_TRACE(row["planes"]);
+        std::istringstream factors(row["planes"]);
         Planes planes;
-        int result;
-        unsigned count;
-        double area;
-    } const kCases[] = {
-        {{}, 0, 4, 16},
-        {{{1, 0, 0, 0}}, 0, 4, 16},
-        {{{1, 0, 0, -1}}, 1, 4, 12},
-        {{{1, 0, 0, -1}, {0, -1, 0, 3}}, 1, 4, 9},
-        {{{1, 1, 0, -1}}, 1, 5, 15.5},
-        {{{1, 1, 0, -1}, {-1, -1, 0, 7}, {1, -1, 0, 3}, {-1, 1, 0, 3}}, 1, 8, 14},
-        {{{1, -1, 0, -0.0005}}, 1, 3, 8},
-        {{{-1, 0, 0, -1}}, 1, 0, 0},
-        {{{-1, 0, 0, -1}, {1, 0, 0, 0}}, 1, 0, 0},
-        {{{0, 0, 1, -2}}, 1, 0, 0},  // in the plane
-        // Distances up to the tolerance, itself included, count as in the plane.
-        {{{0, 0, 1, kTolerance - 2}}, 1, 0, 0},
-        {{{0, 0, 1, 1.01 * kTolerance - 2}}, 0, 4, 16},
-        {{{1, 0, 0, -kTolerance}}, 0, 4, 16},
-        {{{1, 0, 0, -1.01 * kTolerance}}, 1, 4, 16 - 4 * 1.01 * kTolerance},
-    };
-    for (auto const& tested : kCases) {
-        SCOPED_TRACE(&tested - kCases);
-        Clipped const clipped = Clip(kSquare, tested.planes);
-        EXPECT_EQ(clipped.result, tested.result);
-        EXPECT_EQ(clipped.points.Count(), tested.count);
-        EXPECT_NEAR(clipped.area, tested.area, 1e-12);
+        for (std::array<double, 4> p; factors >> p[0] >> p[1] >> p[2] >> p[3];) planes.push_back(p);
+        Clipped const clipped = Clip(kSquare, planes);
+        EXPECT_EQ(clipped.result, row.Number("changed"));
+        EXPECT_EQ(clipped.points.Count(), static_cast<unsigned>(row.Number("vertices")));
+        EXPECT_NEAR(clipped.area, std::stod(row["area"]), 1e-12);
     }
     EXPECT_EQ(Clip({}, {{0, 0, 0, 1}}).result, 1);
     EXPECT_EQ(Clip({}, {}).result, 0);

@@ -1,11 +1,14 @@
-#include "spatial/spatial_support.h"
-
+#include "model/spatial_model.h"
+#include "scene/subject.h"
 #include "support/allocation_hook.h"
+#include "support/levels.h"
 
 #include "qzil/spatial/blur.h"
 
 namespace qzil::test::model {
 namespace {
+
+constexpr std::array kInteger{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 
 Kernel RandomTaps(Random& random, int count, float largest) {
     Kernel taps;
@@ -26,7 +29,7 @@ Kernel Product(Kernel const& x, Kernel const& y) {
 
 /// Kernels of any rank, products of two lines, and single taps, some of which overshoot.
 Kernel AnyKernel(Random& random, int width, int height) {
-    float const largest = OneOf(random, {0.125f, 0.5f, 3.0f});
+    float const largest = OneOf<float>(random, std::array{0.125f, 0.5f, 3.0f});
     switch (random.Below(4)) {
         case 0: return Product(RandomTaps(random, width, largest), RandomTaps(random, height, 1));
         case 1: {
@@ -44,46 +47,7 @@ std::string Text(Kernel const& kernel) {
     return text;
 }
 
-constexpr float kOffsets[] = {0.0f, 0.0f, 10.5f, -3.25f, 128.0f, 700.75f};
-
-class Convolution : public testing::TestWithParam<GUID> {};
-
-TEST_P(Convolution, EqualsModel) {
-    ForAnyScenes(GetParam(), 400, [](SpatialScene& scene, Random& random) {
-        int const rx = random.Below(4), ry = random.Below(4);
-        scene.fRadiusX = static_cast<float>(rx) + OneOf(random, {0.0f, 0.9f});
-        scene.fRadiusY = static_cast<float>(ry) + OneOf(random, {0.0f, 0.5f});
-        Kernel kernel = AnyKernel(random, 2 * rx + 1, 2 * ry + 1);
-        float const offset = OneOf(random, kOffsets);
-        qzILConvolveImg effect;
-        effect.SetKernel(kernel.data(), 1);
-        effect.SetOffset(offset);
-        ExpectModel(
-            scene, effect, [&](Region const& r) { return Convolve(r, kernel, offset); },
-            model::Text("offset", offset) + Text(kernel));
-    });
-}
-
-TEST_P(Convolution, ReachesFarBeyondSmallImages) {
-    Random random(1);
-    struct {
-        int iWidth, iHeight;
-    } const sizes[] = {{1, 1}, {1, 5}, {4, 1}, {2, 3}};
-    for (auto const& [width, height] : sizes) {
-        for (int const mode : {1, 2, 3, 4}) {
-            SpatialScene scene = SpatialScene::Whole(GetParam(), width, height);
-            scene.iEdgeMode = mode;
-            scene.fRadiusX = 11.0f;
-            scene.fRadiusY = 9.0f;
-            Kernel kernel = RandomTaps(random, 23 * 19, 0.0625f);
-            qzILConvolveImg effect;
-            effect.SetKernel(kernel.data(), 1);
-            ExpectModel(scene, effect, [&](Region const& r) { return Convolve(r, kernel, 0); });
-        }
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Formats, Convolution, testing::ValuesIn(kInteger), ParamName);
+constexpr std::array kOffsets{0.0f, 0.0f, 10.5f, -3.25f, 128.0f, 700.75f};
 
 // What is left of a sum: 200 x 1.5 and -1.58 wrap, -1.0 + 0.5 is 0, what is no number or far below is 0; two passes
 // have no offset and are upside down.
@@ -101,13 +65,13 @@ TEST(ConvolutionValues, OfSingleKernels) {
                  {{0, 0, 0, 0, 1, 0, 0, 0, 0}, 1, 1, 7.0f, 200},
                  {{0, 0.5f, 0, 0, 1, 0, 0, 0, 0}, 1, 1, 0.0f, 203}};
     for (auto& [taps, rx, ry, offset, expected] : cases) {
-        SpatialScene const scene = SpatialScene::Whole(MFIF_MONO_RAW_8, 3, 3);
-        Ready<qzILConvolveImg> ready(scene);
-        FillBytes(ready.oImages.oInput.Get(), -1, [](int, int y, int) { return y == 0 ? 50 : y == 1 ? 200 : 6; });
+        Ready<qzILConvolveImg> ready("convolve", MFIF_MONO_RAW_8, 3, 3);
+        std::ranges::copy(std::array<u8, 9>{50, 50, 50, 200, 200, 200, 6, 6, 6},
+                          Bytes(ready.oImages.oInputs[0]).begin());
         ready->SetKernel(taps.data(), rx, ry);
         ready->SetOffset(offset);
         ASSERT_EQ(ready->Execute(), 1);
-        EXPECT_EQ(ready.Output().At(1, 1), expected) << Text(taps);
+        EXPECT_EQ(ready.Output()[4], expected) << Text(taps);
     }
 }
 
@@ -116,13 +80,14 @@ TEST(ConvolutionValues, OfSumsAtAHalf) {
     float belowHalf = std::nextafter(0.5f, 0.0f), one = 1.0f;
     Kernel x{0.0f, 1.0f, 0.0f}, y{0.0f, belowHalf, 0.0f};
     for (GUID const& format : kInteger) {
-        Ready<qzILConvolveImg> ready(SpatialScene::Whole(format, 2, 1));
+        Ready<qzILConvolveImg> ready("convolve", format, 2, 1);
         VisitType(GetChannelTypeFromFormat(format), [&](auto zero) {
-            auto const bytes = Bytes(ready.oImages.oInput);
+            auto const bytes = Bytes(ready.oImages.oInputs[0]);
             for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = i % sizeof(zero) == 0;
         });
         auto const results = [&](double value) {
-            for (double const sample : ready.Output().aSamples) EXPECT_EQ(sample, value) << NameOf(format);
+            for (double const sample : Load(ready.oImages.Output().Get()).aSamples)
+                EXPECT_EQ(sample, value) << NameOf(format);
         };
         ready->SetKernel(&belowHalf, 0);
         ASSERT_EQ(ready->Execute(), 1);
@@ -141,36 +106,30 @@ TEST(ConvolutionValues, OfSumsAtAHalf) {
 
 TEST(ConvolutionFixed, EqualsModel) {
     Random random(1);
-    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
-        SpatialScene scene = SpatialScene::Whole(random.OneIn(2) ? MFIF_RGBA_RAW_32 : MFIF_MONO_RAW_8,
-                                                 random.Between(1, 40), random.Between(1, 6));
-        scene.uSeed = seed;
-        scene.uMode = static_cast<unsigned>(random.Below(16)) | OneOf(random, {0u, 0u, 0x100u, 0x200u});
-        scene.uMask = OneOf(random, kMasks);
-        scene.iEdgeMode = random.Between(1, 4);
+    catalog::Entry const& entry = *catalog::Find("convolve");
+    for (int i = 0; i < 200 && !HasFailure(); ++i) {
+        test::Scene scene = WholeScene(entry, i % 2 ? MFIF_RGBA_RAW_32 : MFIF_MONO_RAW_8, random);
         int const rx = random.Below(3), ry = random.Below(3);
-        scene.fRadiusX = static_cast<float>(rx);
-        scene.fRadiusY = static_cast<float>(ry);
         Factors factors{RandomTaps(random, 2 * rx + 1, 1.2f), RandomTaps(random, 2 * ry + 1, 0.9f)};
         Kernel kernel = AnyKernel(random, 2 * rx + 1, 2 * ry + 1);
-        float const offset = OneOf(random, kOffsets);
-        auto const run = [&](auto routine, RegionModel const& model, char const* name) {
+        scene.Set("kernel", std::make_shared<catalog::Kernel const>(catalog::Kernel{2 * rx + 1, 2 * ry + 1, kernel}));
+        float const offset = OneOf<float>(random, kOffsets);
+        auto const run = [&](auto routine, auto model, char const* name) {
             ForEachLevel([&] {
                 Ready<qzILConvolveImg> ready(scene);
-                ready->SetKernel(kernel.data(), scene.fRadiusX, scene.fRadiusY);
                 ready->SetOffset(offset);
-                Picture const expected = RunFrame(scene, ready.oImages, model);
+                auto const expected = Expected(scene, ready.oImages, Regions(model));
                 ASSERT_EQ(ready->PrepareData(), 1);
-                EXPECT_EQ(routine(ready.oEffect), 1);
+                EXPECT_EQ(routine(*ready), 1);
                 EXPECT_EQ(ready->CleanData(), 1);
-                EXPECT_EQ(Difference(expected, ready.Output()), "") << name << ' ' << scene.Describe() << Text(kernel);
+                EXPECT_EQ(DescribeDifference(expected, ready.Output()), "") << name << ' ' << scene.Describe();
             });
         };
         run([](auto& e) { return e.SinglePassConvolve8_Fixed(); },
-            [&](Region const& r) { return SinglePassFixed(r, kernel, offset); }, "one pass");
+            [&](Region const& r, auto const&) { return SinglePassFixed(r, kernel, offset); }, "one pass");
         if (scene.oFormat == MFIF_MONO_RAW_8) continue;
         run([&](auto& e) { return e.DualPassConvolve_RGBA32_Fixed(factors.aX.data(), factors.aY.data()); },
-            [&](Region const& r) { return DualPassFixed(r, factors); }, "two passes");
+            [&](Region const& r, auto const&) { return DualPassFixed(r, factors); }, "two passes");
     }
 }
 
@@ -205,17 +164,17 @@ TEST(ConvolutionKernels, AreSeparableByTheirRank) {
 // Whichever allocation fails: a picture is that of two passes, or that of one when the code tells so.
 TEST(ConvolutionKernels, WithoutMemoryToSeparateThem) {
     Kernel kernel{1.0f, 2.0f, 1.0f, 0.5f, 1.0f, 0.5f, -0.25f, -0.5f, -0.25f};
-    SpatialScene const scene = SpatialScene::Whole(MFIF_RGBA_RAW_32, 9, 7);
     bool happened = true;
     for (std::uint64_t n = 1; happened; ++n) {
-        Ready<qzILConvolveImg> ready(scene);
+        Ready<qzILConvolveImg> ready("convolve");
+        ready.oScene.Set("kernel", std::make_shared<catalog::Kernel const>(catalog::Kernel{3, 3, kernel}));
         ready->SetKernel(kernel.data(), 1);
         auto const models = [&](bool separates) {
-            return RunFrame(scene, ready.oImages, [&](Region const& r) {
-                return separates ? Convolve(r, kernel, 0) : SinglePass(r, kernel, 0);
-            });
+            return Expected(ready.oScene, ready.oImages, Regions([&](Region const& r, auto const&) {
+                                return separates ? Convolve(r, kernel, 0) : SinglePass(r, kernel, 0);
+                            }));
         };
-        Picture const twoPasses = models(true), onePass = models(false);
+        auto const twoPasses = models(true), onePass = models(false);
         qzILStatus status = 0;
         {
             AllocationFailure const failure(n);
@@ -224,7 +183,7 @@ TEST(ConvolutionKernels, WithoutMemoryToSeparateThem) {
         }
         bool const failed = ready->GetLastError() == qzILError(0x10001);
         if (status == 1) {
-            EXPECT_EQ(Difference(failed ? onePass : twoPasses, ready.Output()), "") << n;
+            EXPECT_EQ(DescribeDifference(failed ? onePass : twoPasses, ready.Output()), "") << n;
         }
     }
 }
@@ -249,16 +208,6 @@ TEST(ConvolutionKernels, AreNotSeparatedWithoutTaps) {
         EXPECT_EQ(blur.IsKernelSeparable(), type == qzILBlurTypeGauss);
         expectRefused(blur);
     }
-}
-
-TEST(ConvolutionVerify, RefusesInItsOrder) {
-    Kernel kernel(9);
-    ExpectFrameRefusals<qzILConvolveImg>(kInteger, [&](auto& e) { e.SetKernel(kernel.data(), 1); });
-    Ready<qzILConvolveImg> ready;
-    EXPECT_TRUE(Refuses(ready.oEffect, 0x10021));
-    EXPECT_EQ(ready->Execute(), -1);
-    EXPECT_EQ(qzILConvolveImg().GetOffset(), 0.0f);
-    EXPECT_EQ(qzILConvolveImg().GetKernel(), nullptr);
 }
 
 }  // namespace

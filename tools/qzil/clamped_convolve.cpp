@@ -102,7 +102,7 @@ private:
         }
         EffectRun run(settings, m_oFormats, {m_oSize}, {});
         part.oSums = run.MakeOutput();
-        run.Execute({&m_oInput, 1}, *part.oSums.Get());
+        run.Execute({&m_oInput, 1}, {&part.oSums, 1});
         return part;
     }
 
@@ -137,7 +137,7 @@ Ref<IXFImage> ConvolveClamped(Settings const& settings, GUID const& format, Ref<
     if (mask) run.SetMask(mask);
     Ref<IXFImage> const output = run.MakeOutput();
     Ref<IXFImage> const both[] = {input, sums};
-    run.Execute(both, *output.Get());
+    run.Execute(both, {&output, 1});
     return output;
 }
 

@@ -34,6 +34,22 @@ void DescribePairs(catalog::Entry const& entry) {
     }
 }
 
+void DescribePorts(char const* title, std::vector<catalog::Port> const& ports) {
+    std::printf("%s", title);
+    if (ports.empty()) std::printf(" none");
+    for (catalog::Port const& port : ports) {
+        std::printf(port.bOptional ? " [%s]" : " %s", port.sName.c_str());
+    }
+}
+
+void DescribeResults(catalog::Entry const& entry) {
+    if (entry.oResults.empty()) return;
+    std::printf("\nresults:\n");
+    for (catalog::Result const& result : entry.oResults) {
+        std::printf("  %s  %s\n", result.sName.c_str(), result.sHelp.c_str());
+    }
+}
+
 void Describe(std::string const& name, bool json) {
     catalog::Entry const* const pEntry = catalog::Find(name);
     if (!pEntry) throw Failure(kWrongUsage, "there is no effect '" + name + "'; qzil list names all effects.");
@@ -42,14 +58,18 @@ void Describe(std::string const& name, bool json) {
         return;
     }
     std::printf("%s - %s\n\n", pEntry->sName.c_str(), pEntry->sSummary.c_str());
-    std::printf("inputs:");
-    for (catalog::Port const& input : pEntry->oInputs) std::printf(" %s", input.sName.c_str());
+    DescribePorts("inputs:", pEntry->oInputs);
+    if (pEntry->oOutputs.size() > 1) {
+        std::printf("\n");
+        DescribePorts("outputs:", pEntry->oOutputs);
+    }
     std::printf("\nmask:   %s\n\nparameters:\n", MaskUse(*pEntry));
     if (pEntry->oParameters.empty()) std::printf("  none\n");
     for (catalog::Parameter const& parameter : pEntry->oParameters) {
         std::printf("  --%s  %s\n      %s; default %s\n", parameter.sName.c_str(), parameter.sHelp.c_str(),
                     catalog::Allowed(parameter).c_str(), parameter.sDefault.c_str());
     }
+    DescribeResults(*pEntry);
     pEntry->oPairs.empty() ? DescribeFormats(*pEntry) : DescribePairs(*pEntry);
 }
 

@@ -124,9 +124,9 @@ void EffectRun::SetMask(Ref<IXFImage> mask) {
 }
 
 void EffectRun::SetMode() {
-    // A conversion makes whole pixels unless it is told otherwise.
-    bool const whole = !Entry().oPairs.empty() && m_oSettings.sChannels == "7";
-    unsigned mode = whole ? kModeAllChannels : *ChannelBits(m_oSettings.sChannels, m_oFormats.oOut);
+    // Effects that make whole pixels, such as conversions, start with all channels.
+    unsigned mode = m_oSettings.sChannels == "7" ? Effect().GetProcessingMode()
+                                                 : *ChannelBits(m_oSettings.sChannels, m_oFormats.oOut);
     if (m_oSettings.oEvenField) {
         // The library counts lines from the bottom: the top line is even when the height is odd.
         bool const even = *m_oSettings.oEvenField == (m_oOutputSize.y % 2 == 1);
@@ -146,12 +146,15 @@ void EffectRun::FillSurroundings(std::span<Ref<IXFImage> const> inputs, IXFImage
     }
 }
 
-std::chrono::duration<double> EffectRun::Execute(std::span<Ref<IXFImage> const> inputs, IXFImage& output) {
+std::chrono::duration<double> EffectRun::Execute(std::span<Ref<IXFImage> const> inputs,
+                                                 std::span<Ref<IXFImage> const> outputs) {
     using Clock = std::chrono::steady_clock;
     auto const refuse = [this] { return Failure(kRefused, catalog::ErrorSentence(Entry(), Effect().GetLastError())); };
     for (std::size_t i = 0; i < inputs.size(); ++i) m_oInstance.SetInput(i, inputs[i].Get());
-    FillSurroundings(inputs, output);
-    m_oInstance.SetOutput(&output);
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        if (outputs[i]) FillSurroundings(inputs, *outputs[i].Get());
+        m_oInstance.SetOutput(outputs[i].Get(), i);
+    }
     if (Effect().Verify() != 1) throw refuse();
     auto const start = Clock::now();
     if (Effect().Execute() != 1) throw refuse();
@@ -159,6 +162,14 @@ std::chrono::duration<double> EffectRun::Execute(std::span<Ref<IXFImage> const> 
     // An interrupted effect succeeds with an incomplete picture.
     if (IsInterrupted()) throw Failure(kInterrupted, "interrupted; nothing was written.");
     return time;
+}
+
+std::vector<NamedNumbers> EffectRun::Results() {
+    std::vector<NamedNumbers> results;
+    for (std::size_t i = 0; i < Entry().oResults.size(); ++i) {
+        results.push_back({Entry().oResults[i].sName, m_oInstance.ResultOf(i)});
+    }
+    return results;
 }
 
 }  // namespace qzil::command

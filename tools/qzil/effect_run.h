@@ -12,6 +12,12 @@
 
 namespace qzil::command {
 
+/// A result of an effect.
+struct NamedNumbers {
+    std::string sName;
+    std::vector<double> oNumbers;
+};
+
 /// An effect with all that it is told, ready for frames of one size and format. All throw Failure.
 class EffectRun {
 public:
@@ -28,9 +34,12 @@ public:
     void SetOnto(Ref<IXFImage> image) { m_oOnto = std::move(image); }
     /// Moves all that changes to its value at a frame.
     void MoveTo(long long frame, long long frames, bool smooth);
-    /// Runs the effect. Outside its region the output becomes a copy of the first input, or transparent black where the
-    /// sizes differ. Returns the effect's own time.
-    std::chrono::duration<double> Execute(std::span<Ref<IXFImage> const> inputs, IXFImage& output);
+    /// Runs the effect. Outside its region an output becomes a copy of the first input, or transparent black where the
+    /// sizes differ. Absent inputs and outputs are null. Returns the effect's own time.
+    std::chrono::duration<double> Execute(std::span<Ref<IXFImage> const> inputs,
+                                          std::span<Ref<IXFImage> const> outputs);
+    /// What the effect found.
+    std::vector<NamedNumbers> Results();
 
 private:
     catalog::Entry const& Entry() const { return *m_oSettings.pEntry; }

@@ -70,7 +70,7 @@ void FrameWorker::RunStage(std::size_t index) {
         }
         if (stage.oMask) stage.oRun.SetMask(ImageOf(*stage.oMask, catalog::MaskFormatFor(working)));
     });
-    stage.oTime += stage.oRun.Execute(inputs, *stage.oOutput.Get());
+    stage.oTime += stage.oRun.Execute(inputs, {&stage.oOutput, 1});
 }
 
 void FrameWorker::Work(long long frame) {

@@ -198,6 +198,7 @@ constexpr OptionRow<Run> kRunRows[] = {
      [](Run& run, Texts text) { run.sManifest = text; }},
     {"--resume", kRunGroup, "Leave out outputs that the manifest has and that are as it says",
      [](Run& run, Texts) { run.bResume = true; }, true},
+    {"--json", kRunGroup, "Print what the effect finds as JSON", [](Run& run, Texts) { run.bJson = true; }, true},
     {"--time", kRunGroup, "Print the effect's time", [](Run& run, Texts) { run.bTime = true; }, true},
     {"--dry-run", kRunGroup, "Tell what would be done, and do nothing", [](Run& run, Texts) { run.bDryRun = true; },
      true},

@@ -114,25 +114,41 @@ public:
             m_bAsked = false;
             return;
         }
+        for (std::optional<media::Source> const& further : sources.oFurther) {
+            images.push_back(further ? Image(entry, further->oPicture, formats.oIn) : Ref<IXFImage>());
+        }
         EffectRun run(settings, formats, sizes, maskSize);
         if (mask) run.SetMask(mask);
         if (sources.oOnto) run.SetOnto(Image(entry, *sources.oOnto, formats.oOut));
         run.MoveTo(m_iFrame, m_iFrames, m_oRun.bSmooth);
-        state.oImage = run.MakeOutput();
-        auto const time = run.Execute(images, *state.oImage.Get());
-        if (settings.bClamp) Clamp(*state.oImage.Get());
+        std::vector<Ref<IXFImage>> outputs;
+        std::size_t further = 0;
+        for (catalog::Port const& port : entry.oOutputs) {
+            bool const makes = !port.bOptional || !settings.oFurtherOutputs[further++].empty();
+            outputs.push_back(makes ? run.MakeOutput() : Ref<IXFImage>());
+        }
+        auto const time = run.Execute(images, outputs);
         TellTime(entry, run, time.count() * 1000.0, formats);
+        m_oResults = run.Results();
+        if (outputs.empty()) return;
+        if (settings.bClamp) Clamp(*outputs[0].Get());
+        state.oImage = outputs[0];
+        m_oFurther.assign(outputs.begin() + 1, outputs.end());
         state.bAlpha = state.bAlpha || (!IsFormatMono(formats.oOut) && ChangesAlpha(settings));
         state.bGrey = IsFormatMono(formats.oOut);
         m_oState = std::move(state);
         m_bAsked = settings.oFormat || settings.oToFormat;
     }
 
-    media::Picture Result() const {
+    std::vector<NamedNumbers> const& Results() const { return m_oResults; }
+    media::Picture Result() const { return PictureOf(*m_oState.oImage.Get()); }
+    /// Of an output that may be absent; its place among those.
+    media::Picture Further(std::size_t index) const { return PictureOf(*m_oFurther[index].Get()); }
+
+    media::Picture PictureOf(IXFImage& image) const {
         catalog::Entry const& entry = *m_oRun.oStages.back().pEntry;
-        media::Picture picture = NamingEffect(entry, [&] {
-            return Cropped(media::FromImage(*m_oState.oImage.Get(), !m_oState.bAlpha), m_oState.iWidth);
-        });
+        media::Picture picture =
+            NamingEffect(entry, [&] { return Cropped(media::FromImage(image, !m_oState.bAlpha), m_oState.iWidth); });
         picture.oTags = m_oState.oTags;
         picture.oTags.bHalf = m_oState.bHalf && picture.iDepth == 32;
         int const depth = m_oRun.oFiles.oDepth.value_or(m_bAsked ? picture.iDepth : m_iDeepest);
@@ -188,12 +204,28 @@ private:
 
     RunSettings const& m_oRun;
     State m_oState;
+    std::vector<Ref<IXFImage>> m_oFurther;
+    std::vector<NamedNumbers> m_oResults;
     bool m_bPairs = false;
     bool m_bAsked = false;
     int m_iDeepest = 0;
     long long m_iFrame = 0, m_iFrames = 1;
     std::string m_sTimes;
 };
+
+/// Writes a result and tells what the file does not hold of it.
+void WritePicture(RunSettings const& run, std::string const& path, media::Picture picture, int deepest) {
+    int const kept = std::min(picture.iDepth, media::DepthOf(path));
+    int const had = std::min(deepest, picture.iDepth);
+    if (kept < had && !run.oFiles.oDepth && !(picture.oTags.bHalf && kept == 16)) {
+        Note("'" + path + "': " + std::to_string(kept) + " of " + std::to_string(had) +
+             " bits kept; this kind of file holds no more.");
+    }
+    if (picture.iChannels % 2 == 0 && !media::HoldsAlpha(path)) {
+        Note("'" + path + "': alpha is left out; this kind of file has none.");
+    }
+    WriteOutput(path, std::move(picture), run.oFiles);
+}
 
 }  // namespace
 
@@ -202,18 +234,18 @@ std::string RunPictures(RunSettings const& run, std::vector<StageSources> const&
     Chain chain(run);
     chain.SetFrame(frame, frames);
     for (std::size_t i = 0; i < sources.size(); ++i) chain.RunStage(run.oStages[i], sources[i]);
-    media::Picture picture = chain.Result();
-    int const kept = std::min(picture.iDepth, media::DepthOf(run.sOutput));
-    int const had = std::min(chain.Deepest(), picture.iDepth);
-    if (kept < had && !run.oFiles.oDepth && !(picture.oTags.bHalf && kept == 16)) {
-        Note("'" + run.sOutput + "': " + std::to_string(kept) + " of " + std::to_string(had) +
-             " bits kept; this kind of file holds no more.");
+    WritePicture(run, run.sOutput, chain.Result(), chain.Deepest());
+    auto const& further = run.oStages.back().oFurtherOutputs;
+    for (std::size_t i = 0; i < further.size(); ++i) {
+        if (!further[i].empty()) WritePicture(run, further[i], chain.Further(i), chain.Deepest());
     }
-    if (picture.iChannels % 2 == 0 && !media::HoldsAlpha(run.sOutput)) {
-        Note("'" + run.sOutput + "': alpha is left out; this kind of file has none.");
-    }
-    WriteOutput(run.sOutput, std::move(picture), run.oFiles);
     return chain.Times();
+}
+
+std::vector<NamedNumbers> NumbersOf(RunSettings const& run, std::vector<StageSources> const& sources) {
+    Chain chain(run);
+    for (std::size_t i = 0; i < sources.size(); ++i) chain.RunStage(run.oStages[i], sources[i]);
+    return chain.Results();
 }
 
 media::Picture ResultOf(RunSettings const& run, std::vector<StageSources> const& sources) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "effect_run.h"
 #include "settings.h"
 #include "sources.h"
 
@@ -12,5 +13,8 @@ std::string RunPictures(RunSettings const& run, std::vector<StageSources> const&
 
 /// The same without writing it.
 media::Picture ResultOf(RunSettings const& run, std::vector<StageSources> const& sources);
+
+/// Runs a chain whose last effect finds numbers. Throws Failure.
+std::vector<NamedNumbers> NumbersOf(RunSettings const& run, std::vector<StageSources> const& sources);
 
 }  // namespace qzil::command

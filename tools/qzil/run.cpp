@@ -1,6 +1,7 @@
 #include "batch.h"
 #include "command.h"
 #include "picture_run.h"
+#include "results.h"
 #include "sequence.h"
 #include "settings.h"
 #include "sources.h"
@@ -18,7 +19,22 @@ bool HasVideo(std::vector<StageSources> const& sources) {
     return found;
 }
 
+/// Prints what the last effect finds, or draws it.
+void RunNumbers(RunSettings const& run) {
+    std::vector<StageSources> const sources = OpenSources(run);
+    if (HasVideo(sources)) {
+        throw Failure(kWrongUsage, run.oStages.back().pEntry->sName + ": the effect measures pictures, not videos.");
+    }
+    if (run.bDryRun) return TellPlan(run, false);
+    std::vector<NamedNumbers> const numbers = NumbersOf(run, sources);
+    if (!run.sOutput.empty()) WriteOutput(run.sOutput, ResultsPlot(numbers), run.oFiles);
+    if (!run.sOutput.empty() && !run.bJson) return;
+    std::fputs((run.bJson ? ResultsJson(numbers) : ResultsTable(numbers)).c_str(),
+               media::IsStandard(run.sOutput) ? stderr : stdout);
+}
+
 void RunOne(RunSettings const& run) {
+    if (run.FindsNumbers()) return RunNumbers(run);
     // What cannot be written is not worth the reading.
     bool const standard = run.sOutput == "-";
     if (!standard && !IsVideoPath(run.sOutput)) CheckPicturePath(run.sOutput, run.Name());

@@ -64,8 +64,23 @@ std::vector<std::string> Expanded(std::vector<std::string> const& arguments, std
 
 std::string InputNames(catalog::Entry const& entry, char const* between) {
     std::string names;
-    for (catalog::Port const& input : entry.oInputs) names += (names.empty() ? "" : between) + input.sName;
+    for (catalog::Port const& input : entry.oInputs) {
+        if (!input.bOptional) names += (names.empty() ? "" : between) + input.sName;
+    }
     return names;
+}
+
+/// Images that may be absent have options of their names.
+void AddFurther(CLI::App& app, std::vector<catalog::Port> const& ports, std::vector<std::string>& paths,
+                char const* what) {
+    paths.resize(
+        static_cast<std::size_t>(std::count_if(ports.begin(), ports.end(), [](auto& p) { return p.bOptional; })));
+    std::size_t index = 0;
+    for (catalog::Port const& port : ports) {
+        if (!port.bOptional) continue;
+        std::string const help = what + (port.sHelp.empty() ? "" : ": " + port.sHelp);
+        app.add_option("--" + port.sName, paths[index++], help)->group("Files");
+    }
 }
 
 /// One value, or several with frames.
@@ -103,7 +118,7 @@ void AddParameters(CLI::App& app, Settings& settings) {
 
 /// Behind `then` the result before is the first input, unless "-" says which it is.
 void CompleteInputs(Settings& settings, bool first) {
-    std::size_t const wanted = settings.pEntry->oInputs.size();
+    std::size_t const wanted = settings.pEntry->RequiredInputs();
     bool const named = std::count(settings.oInputs.begin(), settings.oInputs.end(), "-") != 0;
     if (!first && !named && settings.oInputs.size() + 1 == wanted) {
         settings.oInputs.insert(settings.oInputs.begin(), "-");
@@ -112,7 +127,7 @@ void CompleteInputs(Settings& settings, bool first) {
 
 void CheckStage(Settings const& settings, bool first, bool batch) {
     catalog::Entry const& entry = *settings.pEntry;
-    std::size_t const wanted = entry.oInputs.size(), given = settings.oInputs.size();
+    std::size_t const wanted = entry.RequiredInputs(), given = settings.oInputs.size();
     if (given != wanted && !(batch && given > wanted && wanted > 0)) {
         throw Failure(
             kWrongUsage,
@@ -124,6 +139,12 @@ void CheckStage(Settings const& settings, bool first, bool batch) {
     if (before > 1) {
         throw Failure(kWrongUsage, entry.sName + ": '-' is given twice, but there is one " +
                                        (first ? "standard input." : "result before."));
+    }
+    if (!first && entry.IsGenerator()) {
+        throw Failure(kWrongUsage, entry.sName + ": the effect takes no input, so it cannot stand behind another one.");
+    }
+    if (entry.IsGenerator() && !settings.oSize) {
+        throw Failure(kWrongUsage, entry.sName + ": --size is missing, but this effect makes a picture of its own.");
     }
     if (!first && before == 0) {
         throw Failure(kWrongUsage, entry.sName + ": no input is '-', which is the result of the effect before.");
@@ -144,6 +165,8 @@ bool ParseStage(std::vector<std::string> arguments, RunSettings& run, Settings& 
     CLI::App app(entry.sSummary, "qzil run " + entry.sName);
     app.add_option("INPUT", settings.oInputs,
                    "Pictures or videos, - for the standard input: " + InputNames(entry, " "));
+    AddFurther(app, entry.oInputs, settings.oFurtherInputs, "Picture");
+    AddFurther(app, entry.oOutputs, settings.oFurtherOutputs, "File to write");
     AddParameters(app, settings);
     for (OptionRow<Settings> const& row : EffectRows()) {
         if (!row.pApplies || row.pApplies(entry)) AddRows<Settings>(app, {&row, 1}, settings, entry.sName);
@@ -183,7 +206,19 @@ std::optional<RunSettings> ParseSettings(std::vector<std::string> const& given) 
         if (end == arguments.end()) break;
         start = end;
     }
-    if (run.sOutput.empty()) throw Failure(kWrongUsage, run.Name() + ": --output is missing or empty.");
+    for (Settings const& stage : run.oStages) {
+        bool const last = &stage == &run.oStages.back();
+        if (!last && stage.pEntry->IsSink()) {
+            throw Failure(kWrongUsage,
+                          stage.pEntry->sName + ": the effect makes no picture that another one could take.");
+        }
+        auto const& paths = stage.oFurtherOutputs;
+        if (!last && std::any_of(paths.begin(), paths.end(), [](auto& path) { return !path.empty(); })) {
+            throw Failure(kWrongUsage, stage.pEntry->sName + ": only the last effect writes more than one file.");
+        }
+    }
+    if (run.sOutput.empty() && !run.FindsNumbers())
+        throw Failure(kWrongUsage, run.Name() + ": --output is missing or empty.");
     bool const batch = IsPattern(run.sOutput);
     for (Settings const& stage : run.oStages) {
         CheckStage(stage, &stage == run.oStages.data(), batch && &stage == run.oStages.data());

@@ -36,7 +36,9 @@ struct SequenceSettings {
 /// What a user asks of an effect. Coordinates are those of the shown picture: from the top left, y downward.
 struct Settings {
     catalog::Entry const* pEntry = nullptr;
-    std::vector<std::string> oInputs;  ///< "-" is the standard input, and behind `then` the result before
+    std::vector<std::string> oInputs;          ///< "-" is the standard input, and behind `then` the result before
+    std::vector<std::string> oFurtherInputs;   ///< of the ports that may be absent; empty for those that are
+    std::vector<std::string> oFurtherOutputs;  ///< the same of outputs
     std::string sMask;
     std::string sOnto;                    ///< picture that the effect writes into
     std::vector<catalog::Value> oValues;  ///< one for each parameter, at the first frame
@@ -69,9 +71,12 @@ struct RunSettings {
     std::optional<int> oStart;  ///< first number of a numbered sequence
     bool bSmooth = false;       ///< between keyframes
     bool bTime = false;
+    bool bJson = false;  ///< results as JSON
     bool bDryRun = false;
     bool bVerbose = false;
 
+    /// The last effect finds numbers instead of making an image.
+    bool FindsNumbers() const { return oStages.back().pEntry->IsSink(); }
     std::string const& Name() const { return oStages[0].pEntry->sName; }
     bool Changes() const;
 };

@@ -26,6 +26,9 @@ std::vector<StageSources> OpenSources(RunSettings const& run) {
             bool const before = path == "-" && !stages.empty();
             stage.oInputs.push_back(before ? media::Source() : Open(path, run.oFiles));
         }
+        for (std::string const& path : settings.oFurtherInputs) {
+            stage.oFurther.push_back(path.empty() ? std::nullopt : std::optional(Open(path, run.oFiles)));
+        }
         if (!settings.sMask.empty()) stage.oMask = Open(settings.sMask, run.oFiles);
         if (!settings.sOnto.empty()) stage.oOnto = ReadInput(settings.sOnto, run.oFiles);
         stages.push_back(std::move(stage));

@@ -11,6 +11,7 @@ namespace qzil::command {
 /// The files of one effect of a chain. The result of the effect before is an input without a path.
 struct StageSources {
     std::vector<media::Source> oInputs;
+    std::vector<std::optional<media::Source>> oFurther;  ///< inputs that may be absent
     std::optional<media::Source> oMask;
     std::optional<media::Picture> oOnto;
 };
@@ -24,6 +25,9 @@ void ForEachSource(Stages& stages, F f) {
     for (auto& stage : stages) {
         for (auto& source : stage.oInputs) {
             if (!source.sPath.empty()) f(source);
+        }
+        for (auto& source : stage.oFurther) {
+            if (source) f(*source);
         }
         if (stage.oMask) f(*stage.oMask);
     }

@@ -71,7 +71,9 @@ bool Works(Settings const& settings, StageFormats const& formats) {
     }
     for (std::size_t i = 0; i + 1 < images.size(); ++i) instance.SetInput(i, images[i].Get());
     for (std::size_t i = 0; i < settings.oValues.size(); ++i) instance.Set(i, settings.oValues[i]);
-    instance.SetOutput(images.back().Get());
+    for (std::size_t i = 0; i < settings.pEntry->oOutputs.size(); ++i) {
+        if (!settings.pEntry->oOutputs[i].bOptional) instance.SetOutput(images.back().Get(), i);
+    }
     return instance.Effect().Verify() == 1 || !(instance.Effect().GetLastError() == 0x1000Du);
 }
 
