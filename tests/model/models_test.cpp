@@ -6,6 +6,7 @@
 #include "model/color_model.h"
 #include "model/convert_model.h"
 #include "model/invert_model.h"
+#include "model/keyer_model.h"
 #include "model/premult_model.h"
 #include "model/spatial_model.h"
 
@@ -136,6 +137,17 @@ std::vector<Row> Rows() {
         {"and-color", Bits([](int v, int operand) { return v & operand; }), kEveryValue},
         {"or-color", Bits([](int v, int operand) { return v | operand; }), kEveryValue},
         {"min-mask", Lines([](S const&) { return MinMaskModel{}; }), kSpecials | kEveryValue},
+        {"linear-keyer", Lines([](S const& s) {
+             LinearRule const rule{s.Get<double>("threshold"), s.Get<double>("softness"), s.Get<qzILColor>("key")};
+             return KeyModel<LinearRule>{rule};
+         }),
+         kSpecials | kEveryValue},
+        {"luma-keyer", Lines([](S const& s) {
+             LumaRule const rule{s.Get<long>("model") == 512, s.Get<bool>("reverse"), s.Get<double>("brightness"),
+                                 s.Get<double>("gain")};
+             return KeyModel<LumaRule>{rule, s.Get<bool>("keep")};
+         }),
+         kSpecials | kEveryValue},
         {"roberts", Detection(Detector::Roberts), kSpecials},
         {"sobel", Detection(Detector::Sobel), kSpecials},
         {"laplace", Detection(Detector::Laplace), kSpecials},

@@ -257,26 +257,6 @@ TEST(ColorCorrection, EqualsModel) {
     });
 }
 
-TEST(ColorCorrection, ModelsThatFitFormats) {
-    struct {
-        GUID oFormat;
-        std::vector<int> oModels;
-    } const cases[] = {{MFIF_RGBA_RAW_32, {64, 512}}, {MFIF_RGBA_RAW_64, {64, 512}}, {MFIF_HLSA_RAW_32, {4}},
-                       {MFIF_HLSA_RAW_64, {4}},       {MFIF_CbYCrY_16, {0, 64}},     {MFIF_CbYCrY709A_24, {0, 512}}};
-    for (auto const& c : cases) {
-        auto const input = MakeImage(c.oFormat, 8, 4), output = MakeImage(c.oFormat, 8, 4);
-        for (int const colorModel : {0, 1, 4, 64, 128, 512, -1}) {
-            qzILColorCorrectionImg effect;
-            effect.SetInputImg(input.Get());
-            effect.SetOutputImg(output.Get());
-            effect.m_iColorModel = colorModel;
-            bool const fits = std::count(c.oModels.begin(), c.oModels.end(), colorModel) != 0;
-            EXPECT_EQ(effect.Verify() == 1 ? 0u : effect.GetLastError().GetErrorCode(), fits ? 0u : 65643u)
-                << NameOf(c.oFormat) << ' ' << colorModel;
-        }
-    }
-}
-
 // Fields of any value, matrices of any size, and matrices of the process that are gone.
 TEST(ColorCorrection, SurvivesWithoutVerify) {
     constexpr double kNumbers[] = {1e300, -1e300, HUGE_VAL, std::numeric_limits<double>::quiet_NaN(), 1e9, -40000};
