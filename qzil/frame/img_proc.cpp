@@ -299,7 +299,10 @@ bool qzILImgProc::Prepare(Prepared&) const {
 
 qzILStatus qzILImgProc::RunPrepared(Prepared& prepared, kernel::RowTraits const& traits,
                                     kernel::RowCall const& call) const {
-    return RunWalk(prepared.oWalk, prepared.oBox, traits, call);
+    if (!prepared.oCrop) return RunWalk(prepared.oWalk, prepared.oBox, traits, call);
+    if (!CompleteWalk(prepared.oWalk, prepared.oBox, traits)) return -1;
+    kernel::RunCropped(prepared.oWalk, traits, call, *prepared.oCrop);
+    return 1;
 }
 
 bool qzILImgProc::Has(kernel::Forms const& forms) const {

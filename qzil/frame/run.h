@@ -3,7 +3,10 @@
 #include "qzil/frame/codes.h"
 #include "qzil/frame/img_proc.h"
 #include "qzil/image/format_row.h"
+#include "qzil/kernel/crop.h"
 #include "qzil/kernel/operation.h"
+
+#include <optional>
 
 // What the sources of effects run their operations with.
 
@@ -87,6 +90,7 @@ struct qzILImgProc::Prepared {
     qzil::kernel::Walk oWalk;
     qzILBbox2l oBox;
     qzILImageHelper const* pSource = nullptr;
+    std::optional<qzil::kernel::Crop> oCrop;  ///< none: all of the walk
 };
 
 template <class... T, class Act>

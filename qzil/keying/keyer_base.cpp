@@ -74,65 +74,16 @@ void qzILKeyerBase::AdjustCropOfFields(std::int64_t low, std::int64_t top, std::
     m_iSecondStart = m_iSecondEnd = -1;
 }
 
-kernel::RowCall qzILKeyerBase::Background() const {
-    return {};
-}
-
-namespace {
-
-/// What is keyed of the lines of a walk.
-struct Interval {
-    int iStart, iEnd;
-};
-
-/// Passes an interrupt on, and keeps that there was one.
-struct Stop {
-    kernel::Walk const& oWalk;
-    mutable bool bStopped = false;
-
-    static bool Ask(void const* self) {
-        auto const& stop = *static_cast<Stop const*>(self);
-        return stop.bStopped = stop.oWalk.pStop(stop.oWalk.pStopContext);
-    }
-};
-
-}  // namespace
-
-qzILStatus qzILKeyerBase::RunPrepared(Prepared& prepared, kernel::RowTraits const& traits,
-                                      kernel::RowCall const& call) const {
-    kernel::Walk const& walk = prepared.oWalk;
-    if (!CompleteWalk(prepared.oWalk, prepared.oBox, traits)) return -1;
-    // Pairs stay together; a last pixel alone belongs to the margin.
-    int const lines = walk.iLines, width = walk.iWidth, whole = traits.iSamples == 2 ? ~1 : ~0;
-    int const left = Clamp(m_iLeftMargin, 0, width) & whole, right = Clamp(m_iRightMargin, 0, width) & whole;
-    int const columns = Max(width - left - right, 0) & whole;
-    Interval keyed[2] = {{m_iFirstStart, m_iFirstEnd}, {m_iSecondStart, m_iSecondEnd}};
+bool qzILKeyerBase::Prepare(Prepared& prepared) const {
+    if (!qzILDyadicPixelProc::Prepare(prepared)) return false;
+    kernel::Crop crop{m_iLeftMargin, m_iRightMargin, {}, {}};
+    crop.aLines[0] = {m_iFirstStart, m_iFirstEnd};
+    crop.aLines[1] = {m_iSecondStart, m_iSecondEnd};
     if (m_oOutputHelper.m_iSplitField && (m_uProcessingMode & kModeNoLines) != 0) {
         // A field by itself is walked from its lowest line up.
-        keyed[0] = {Limited(std::int64_t{lines} - m_iFirstEnd), Limited(std::int64_t{lines} - m_iFirstStart)};
+        std::int64_t const lines = prepared.oBox.Size.y;
+        crop.aLines[0] = {Limited(lines - m_iFirstEnd), Limited(lines - m_iFirstStart)};
     }
-    Stop const stop{walk};
-    auto const run = [&](Interval part, int x, int count, kernel::RowCall const& with, bool polls) {
-        if (part.iStart >= part.iEnd || count <= 0) return;
-        kernel::Walk area = kernel::ColumnsOf(kernel::PartOf(walk, part.iStart, part.iEnd - part.iStart), x, count);
-        area.pStop = polls && walk.pStop ? Stop::Ask : nullptr;
-        area.pStopContext = &stop;
-        kernel::RunRows(area, traits, with);
-    };
-    // What is not keyed comes first: an interrupt ends the keying.
-    kernel::RowCall const background = Background();
-    int done = 0;
-    for (Interval& part : keyed) {
-        part.iStart = Clamp(part.iStart, done, lines);
-        part.iEnd = columns > 0 ? Clamp(part.iEnd, part.iStart, lines) : part.iStart;
-        run({done, part.iStart}, 0, width, background, false);
-        run(part, 0, left, background, false);
-        run(part, left + columns, width - left - columns, background, false);
-        done = part.iEnd;
-    }
-    run({done, lines}, 0, width, background, false);
-    for (Interval const& part : keyed) {
-        if (!stop.bStopped) run(part, left, columns, call, true);
-    }
-    return 1;
+    prepared.oCrop = crop;
+    return true;
 }

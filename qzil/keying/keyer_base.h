@@ -29,11 +29,8 @@ public:
     qzILColor const& GetKeyColor() const { return m_oKeyColor; }
 
 protected:
-    /// Runs a row function inside the crop limits and the background outside them.
-    qzILStatus RunPrepared(Prepared& prepared, qzil::kernel::RowTraits const& traits,
-                           qzil::kernel::RowCall const& call) const override;
-    /// What writes the background; a call without a function stands for input B.
-    virtual qzil::kernel::RowCall Background() const;
+    /// Rows run inside the crop limits; outside them input B is the result, unless a keyer puts another background in.
+    bool Prepare(Prepared& prepared) const override;
 
     qzILBbox2l m_oCropBox;
     qzILColor m_oKeyColor;
