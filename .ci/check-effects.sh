@@ -8,7 +8,8 @@ pattern='[!=]= MFIF_|traits\.(b|i|e)[A-Z]|RowTraits|kernel::Bound\('
 found=0
 for family in $families; do
     [ -d "qzil/$family" ] || continue
-    git grep -nE "$pattern" -- "qzil/$family/*.h" "qzil/$family/*.cpp" && found=1
+    # The keyers' base is a frame of its own: it cuts walks by the crop box.
+    git grep -nE "$pattern" -- "qzil/$family/*.h" "qzil/$family/*.cpp" ':!qzil/keying/keyer_base.*' && found=1
 done
 [ "$found" = 0 ] || { echo 'effects: the lines above belong into an operation' >&2; exit 1; }
 echo 'effects: nothing to complain about'

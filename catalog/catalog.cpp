@@ -119,7 +119,8 @@ Parameter const* Entry::FindParameter(std::string_view name) const {
 std::span<Entry const> Effects() {
     static std::vector<Entry> const l_oEffects = [] {
         std::vector<Entry> all;
-        for (auto const family : {FrameEffects, PixelEffects, SpatialEffects, FieldEffects, AnalysisEffects}) {
+        for (auto const family :
+             {FrameEffects, PixelEffects, KeyingEffects, SpatialEffects, FieldEffects, AnalysisEffects}) {
             std::vector<Entry> entries = family();
             std::move(entries.begin(), entries.end(), std::back_inserter(all));
         }

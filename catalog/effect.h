@@ -309,6 +309,7 @@ std::shared_ptr<Lut const> ParsePairRule(std::string_view text);
 // The families, each in a source of its own.
 std::vector<Entry> FrameEffects();
 std::vector<Entry> PixelEffects();
+std::vector<Entry> KeyingEffects();
 std::vector<Entry> SpatialEffects();
 std::vector<Entry> FieldEffects();
 std::vector<Entry> AnalysisEffects();

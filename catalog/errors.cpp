@@ -72,8 +72,8 @@ constexpr Row kRows[] = {
     {0x10075, "the effect makes whole pictures; leave the field out"},
     {0x20001, "a mask, or a mask rectangle that clips the region, is not possible in a video format; leave it out"},
     {0x20002,
-     "the channels cannot be selected like that in this format; select all of 1, 2 and 4 (7), alone alpha (8) "
-     "or everything (15)"},
+     "the channels cannot be selected like that in this format, or a parameter of a keyer is out of its range; select "
+     "all of 1, 2 and 4 (7), alone alpha (8) or everything (15), and choose a value within"},
 };
 
 }  // namespace

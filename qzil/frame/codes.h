@@ -61,5 +61,6 @@ inline constexpr unsigned TimeMap = 0x10074;      ///< a wipe's pattern is absen
 inline constexpr unsigned FieldBits = 0x10075;    ///< the effect makes whole pictures
 inline constexpr unsigned RegionShape = 0x20001;  ///< warning: a mask or a clipped region that is not possible here
 inline constexpr unsigned ChannelSelection = 0x20002;  ///< warning: the mode asks for something the format cannot do
+inline constexpr unsigned KeyerSetting = 0x20002;      ///< warning: a parameter of a keyer is out of its range
 
 }  // namespace qzil::Code

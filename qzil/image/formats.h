@@ -171,6 +171,7 @@ constexpr auto Join(std::array<GUID, N> const&... lists) {
 
 /// Families that several effects accept.
 inline constexpr std::array kRawFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
+inline constexpr std::array kRgbaFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_S2_14, MFIF_RGBA_RAW_64, MFIF_RGBA_FLOAT};
 inline constexpr std::array kMaskFormats{MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16,
                                          MFIF_MONO_FLOAT,  MFIF_MONO_S2_14,  MFIF_RGBA_FLOAT, MFIF_RGBA_S2_14};
 inline constexpr std::array k8Bit422Formats{MFIF_YCC_422_16,    MFIF_YCC_422_16_SF_NTSC,    MFIF_YCC_422_16_SF_PAL,

@@ -121,6 +121,8 @@ void RunRows(Walk const& walk, RowTraits const& traits, RowCall const& call);
 
 /// `count` lines of a walk, from line `first` on.
 Walk PartOf(Walk const& walk, int first, int count);
+/// `count` columns of a walk, from column `first` on; 4:2:2 keeps its pairs where both are even.
+Walk ColumnsOf(Walk const& walk, int first, int count);
 
 }  // namespace qzil::kernel
 

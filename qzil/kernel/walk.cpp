@@ -266,6 +266,20 @@ Walk PartOf(Walk const& walk, int first, int count) {
     return part;
 }
 
+Walk ColumnsOf(Walk const& walk, int first, int count) {
+    Walk part = walk;
+    for (Lines Walk::*lines : {&Walk::oA, &Walk::oB, &Walk::oOut, &Walk::oMask, &Walk::oAlphaIn, &Walk::oAlphaOut}) {
+        Lines& of = part.*lines;
+        if (!of.pFirst) continue;
+        of.pFirst += std::ptrdiff_t{first} * of.iPixelStep;
+        of.iJump += std::ptrdiff_t{walk.iWidth - count} * of.iPixelStep;
+    }
+    part.iX += first;
+    part.iWidth = count;
+    part.bOddX = walk.bOddX != ((first & 1) != 0);
+    return part;
+}
+
 bool RunLines(Walk const& walk, RowTraits const& traits, LineMaker& maker) {
     if (walk.iWidth <= 0 || walk.iLines <= 0) return true;
     bool const polls = traits.bPolls && walk.pStop;

@@ -106,6 +106,8 @@ void ExpectMaskThatIsTheOutput(catalog::Entry const& entry) {
     catalog::Instance& effect = subject.oInstance;
     subject.SetInputs(image.Get());
     subject->SetProcessingMode(7);
+    // An effect that needs alpha, too, has no channel left for a mask.
+    if (subject->Verify() != 1 && subject->GetLastError() == 0x20002u) return;
     effect.SetOutput(image.Get());
     effect.SetMask({0, 0, 16, 8}, image.Get(), 8);
     subject->Verify();
