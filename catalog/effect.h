@@ -293,7 +293,8 @@ private:
     }
 
     void Finish(Parameter parameter, char const* defaultText) {
-        parameter.sDefault = defaultText;
+        // Not assigned as characters: inlined, that makes GCC 12 warn of an overlap that cannot be.
+        parameter.sDefault = std::string(defaultText);
         parameter.oDefault = ParseValue(parameter, defaultText);
         m_oEntry.oParameters.push_back(std::move(parameter));
     }

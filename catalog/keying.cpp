@@ -6,10 +6,11 @@ namespace qzil::catalog {
 
 namespace {
 
-/// A keyer that keys everything while it has no crop box.
+/// A keyer that starts with all channels, and keys everything while it has no crop box.
 template <class Keyer>
 class WholeUnlessCropped : public Keyer {
 public:
+    WholeUnlessCropped() { this->SetProcessingMode(kModeAllChannels); }
     qzILStatus AdjustCrop() override {
         qzILBbox2l const box = this->GetCropBox();
         qzILVector2l const whole = this->m_oBoxes.oProcessed.Size;
@@ -27,8 +28,8 @@ Effect<E> Cropped(char const* name, char const* summary) {
     effect.Input("a", &E::SetInputImgA)
         .Input("b", &E::SetInputImgB)
         .Rectangle("crop", &E::SetCropBox, "0,0,0,0",
-                   "part of the picture that is keyed, from the lower left on in formats stored from the top down; an "
-                   "empty one stands for all of it");
+                   "part of the picture that is keyed, counted from its lower left corner; an empty one stands for all "
+                   "of it");
     return effect;
 }
 

@@ -127,8 +127,10 @@ qzILStatus qzILFieldBasedImgProc::FormRegion(std::span<Source const> sources, st
     }
     m_pFormat = &input.Format();
     m_iHeight = input.m_iHeight;
+    if (m_oActive.IsEmpty()) return 1;
     m_uLineBytes = static_cast<unsigned>(m_oActive.Size.x * input.m_iPixelStep);
-    m_iLineFlag = ((m_oActive.Origin.y - m_oShift.y) ^ 1) & 1;
+    // The parity of a difference.
+    m_iLineFlag = (m_oActive.Origin.y ^ m_oShift.y ^ 1) & 1;
     return 1;
 }
 

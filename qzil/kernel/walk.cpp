@@ -274,6 +274,7 @@ Walk ColumnsOf(Walk const& walk, int first, int count) {
         of.pFirst += std::ptrdiff_t{first} * of.iPixelStep;
         of.iJump += std::ptrdiff_t{walk.iWidth - count} * of.iPixelStep;
     }
+    part.iX += first;
     part.iWidth = count;
     part.bOddX = walk.bOddX != ((first & 1) != 0);
     return part;

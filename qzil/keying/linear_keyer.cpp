@@ -24,7 +24,7 @@ qzILStatus qzILLinearKeyer::DoEffect() {
             // Twice full scale and more shifts every sample beyond the limits.
             constexpr s32 kFull = kFullScale<T>, kBeyond = 1 << 17;
             s32 const threshold = Clamp(RoundHalfAway(m_dfThreshold * kFull), -kBeyond, kBeyond);
-            return {threshold, Clamp<s32>(RoundHalfAway(m_dfSoftness * kFull), 0, kFull), blue};
+            return {threshold, Clamp<s32>(RoundHalfAway(m_dfSoftness * kFull), 0, kFull), blue ? -1 : 0};
         }
     };
     return Run(GetLinearKey(), build, Code::InputFormat);

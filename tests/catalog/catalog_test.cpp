@@ -69,7 +69,7 @@ TEST(Catalog, VerifyRefusesWhatTheRangeRefuses) {
                 Instance instance = entry.Make();
                 for (std::size_t k = 0; k < entry.oInputs.size(); ++k) instance.SetInput(k, image.Get());
                 if (!entry.IsSink()) instance.SetOutput(output.Get());
-                instance.Effect().SetProcessingMode(instance.Effect().GetProcessingMode() | 7u);
+                instance.Effect().SetProcessingMode(15);
                 instance.SetMask({0, 0, kSide, kSide}, mask.Get(), XFImageChannelMono);
                 instance.Set(i, value);
                 return instance.Effect().Verify() == 1;

@@ -75,13 +75,6 @@ TEST(Formats, EveryAttributeOfEveryFormat) {
     for (GUID const& format : {GUID_NULL, nearRgba}) ExpectAttributes(format, ReadTable("image/formats.tsv").back());
 }
 
-TEST(Formats, MemoryFormOfAnIdentifierIsLittleEndianInItsFirstThreeGroups) {
-    constexpr unsigned char kBytes[16] = {0xe6, 0x57, 0x50, 0x25, 0xe1, 0x48, 0x11, 0x41,
-                                          0xae, 0x69, 0x45, 0x6a, 0x91, 0x5a, 0x56, 0x3d};
-    EXPECT_EQ(std::memcmp(&MFIF_RGBA_RAW_32_VIDEO, kBytes, 16), 0);
-    EXPECT_FALSE(IsEqualGUID(MFIF_RGBA_RAW_32_VIDEO, GUID_NULL));
-}
-
 TEST(Formats, SettingAFormatStoresWhatItGivesAndKeepsTheRest) {
     ForEveryFormat([](GUID const& format, Row const& row) {
         qzil::Ref<IXFImage> image;

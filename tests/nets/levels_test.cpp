@@ -92,10 +92,9 @@ void CheckWidth(Entry const& entry, GUID const& format, int width, int height, R
             scene.uMaskChannel = variant == 2 ? XFImageChannel2 : XFImageChannelMono;
             scene.oMaskRect = scene.oRoi;
         }
-        // Some effects need all colour channels, or alpha, too.
-        for (unsigned const channels : {7u, 15u}) {
-            if (Prepare(scene, Images(scene)).Effect().Verify() != 1) scene.uMode |= channels;
-        }
+        // Some effects need all colour channels, some alpha, too.
+        if (Prepare(scene, Images(scene)).Effect().Verify() != 1) scene.uMode |= 7u;
+        if (Prepare(scene, Images(scene)).Effect().Verify() != 1) scene.uMode |= 15u;
         CompareLevels(scene);
     }
 }

@@ -106,14 +106,13 @@ void ExpectMaskThatIsTheOutput(catalog::Entry const& entry) {
     catalog::Instance& effect = subject.oInstance;
     subject.SetInputs(image.Get());
     subject->SetProcessingMode(7);
+    // An effect that needs alpha, too, has no channel left for a mask.
+    if (subject->Verify() != 1 && subject->GetLastError() == 0x20002u) return;
     effect.SetOutput(image.Get());
-    // Behind the frame's checks, some effects refuse to leave alpha out.
-    bool const needsAlpha = subject->Verify() != 1;
-    unsigned const accepted = needsAlpha ? 0x20002 : 0;
     effect.SetMask({0, 0, 16, 8}, image.Get(), 8);
     subject->Verify();
     bool const selects = (subject->GetProcessingMode() & 15) == 15;
-    EXPECT_TRUE(subject.Answers(selects ? 0x1006C : accepted));
+    EXPECT_TRUE(subject.Answers(selects ? 0x1006C : 0));
     if (selects) return;
     struct {
         unsigned uMode;
@@ -127,16 +126,16 @@ void ExpectMaskThatIsTheOutput(catalog::Entry const& entry) {
         subject.SetInputs(c.bElsewhere ? other.Get() : image.Get());
         effect.SetRoi({c.iRoi, 0, 8, 8});
         effect.SetOutputOffset({c.iOutput, 0});
-        EXPECT_TRUE(subject.Answers(c.bAccepted ? accepted : 0x1006C)) << &c - cases;
+        EXPECT_TRUE(subject.Answers(c.bAccepted ? 0 : 0x1006C)) << &c - cases;
     }
     if (entry.HasTwoInputs()) {
         effect.SetInput(0, other.Get());
         effect.SetDominant(true);
-        EXPECT_TRUE(subject.Answers(accepted)) << "dominant B";
+        EXPECT_TRUE(subject.Answers(0)) << "dominant B";
         effect.SetInputOffset({2, 0});
         EXPECT_TRUE(subject.Answers(0x1006C)) << "B is shifted";
         effect.SetOutputOffset({0, 0});
-        EXPECT_TRUE(subject.Answers(accepted)) << "output and input offset meet";
+        EXPECT_TRUE(subject.Answers(0)) << "output and input offset meet";
         effect.SetInputOffset({0, 0});
     }
     effect.SetRoi({0, 0, 16, 8});
@@ -350,7 +349,8 @@ TEST(Defaults, OfTheFrame) {
         effect.GetMask(&mask, &channel);
         EXPECT_EQ(mask, nullptr);
         EXPECT_EQ(channel, 16u);
-        EXPECT_EQ(effect.GetProcessingMode(), 7u);
+        // The catalogue adds alpha where an effect does not run without.
+        EXPECT_EQ(effect.GetProcessingMode() & ~8u, 7u);
         EXPECT_EQ(effect.GetLastError(), qzILError(0));
         EXPECT_EQ(effect.GetOutputImg(), nullptr);
         EXPECT_EQ(effect.GetDefaultColor(), qzILColor(0, 0, 0, 0));
