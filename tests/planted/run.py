@@ -34,7 +34,11 @@ def prepare(copy):
     """The sources as they are now, changed files only, and a build of one CPU level that compiles fast."""
     listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=SOURCES, capture_output=True, text=True,
                             check=True).stdout
-    for name in listed.splitlines():
+    names = set(listed.splitlines())
+    for old in [path for path in copy.rglob("*") if path.is_file() and path.relative_to(copy).parts[0] != "build"]:
+        if str(old.relative_to(copy)) not in names:
+            old.unlink()  # tests are found by pattern
+    for name in names:
         source, target = SOURCES / name, copy / name
         if source.exists() and not (target.exists() and target.read_bytes() == source.read_bytes()):
             target.parent.mkdir(parents=True, exist_ok=True)

@@ -36,6 +36,13 @@ def write_png(path, width, height, pixel):
                      chunk(b"IEND", b""))
 
 
+def write_float_tif(path, value):
+    """One grey pixel; the fields are size, 32 bits, uncompressed, black at 0, its strip, and floating point."""
+    fields = ((256, 1), (257, 1), (258, 32), (259, 1), (262, 1), (273, 8), (277, 1), (278, 1), (279, 4), (339, 3))
+    path.write_bytes(struct.pack("<4sIfH", b"II*\0", 12, value, len(fields)) +
+                     b"".join(struct.pack("<HHII", tag, 4, 1, number) for tag, number in fields) + bytes(4))
+
+
 def y4m_stream(tags="W6 H4 F25:1 It A16:15 C422", frames=5, frame_bytes=48, seed=0):
     body = b"".join(b"FRAME\n" + bytes((seed + 16 + f * 31 + i * 7) % 220 for i in range(frame_bytes))
                     for f in range(frames))
@@ -209,6 +216,8 @@ class Failing(Command):
     def test_transcript(self):
         self.draw("s.png", lambda x, y: 255, 6, 4)
         self.draw("one.png", lambda x, y: 77, 1, 1)
+        for value in ("nan", "inf", "0.5"):
+            write_float_tif(self.folder / f"{value}.tif", float(value))
         self.draw("d.png", lambda x, y: tuple(v + 4 * ((x, y, i) == (5, 6, 1)) - 4 * ((x, y, i) == (7, 8, 3))
                                               for i, v in enumerate(picture(x, y))))
         (self.folder / "broken.png").write_bytes(self.a.read_bytes()[:60])
