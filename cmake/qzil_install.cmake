@@ -6,7 +6,7 @@ install(TARGETS qzil EXPORT qzilTargets)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/qzil DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN *.h
         PATTERN *_rows.h EXCLUDE
-        REGEX "/kernel/(color_matrix|shapes|loops|indices|operation|row|commit|convert_row|convert_walk|line_walk|put|streaming|vector)\\.h$" EXCLUDE
+        REGEX "/kernel/(color_matrix|crop|shapes|loops|indices|operation|row|commit|convert_row|convert_walk|line_walk|put|streaming|vector)\\.h$" EXCLUDE
         REGEX "/frame/(frame_effects|margin|mask_check|run|spatial_run|checks|color_samples)\\.h$" EXCLUDE
         REGEX "/convert/(color_lines|depth|diffusion|dither|formats|ycc_coefficients)\\.h$" EXCLUDE
         REGEX "/field/field_run\\.h$" EXCLUDE

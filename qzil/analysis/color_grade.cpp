@@ -18,6 +18,11 @@ namespace {
 
 constexpr GUID kFormats[] = {MFIF_RGBA_RAW_32, MFIF_RGBA_RAW_64, MFIF_MONO_RAW_8, MFIF_MONO_RAW_16};
 
+/// By squares, which are exact: places at one distance give one number.
+double LengthOf(double x, double y) {
+    return std::sqrt(x * x + y * y);
+}
+
 void ValuesOf(qzILColor const& color, double* values) {
     values[0] = color.GetRed(), values[1] = color.GetGreen(), values[2] = color.GetBlue();
     values[3] = color.GetAlpha();
@@ -204,14 +209,14 @@ qzILStatus qzILColorGradeImg::RenderConstant(qzILColor const& color) {
 }
 
 void qzILColorGradeImg::DistancesOf(double& least, double& greatest) const {
-    double const dx = m_oVector.x, dy = m_oVector.y, length = std::hypot(dx, dy);
+    double const dx = m_oVector.x, dy = m_oVector.y, length = LengthOf(dx, dy);
     double const left = double(m_oBox.Origin.x) - m_oCenter.x, right = left + m_oBox.Size.x - 1;
     double const low = double(m_oBox.Origin.y) - m_oCenter.y, high = low + m_oBox.Size.y - 1;
     if (m_uType == qzILRampRadial) {
-        // The point of the region nearest to the centre, and the farthest corner.
+        // Of the point of the region nearest to the centre, deliberately without the ratio, and of the farthest corner.
         auto const nearest = [](double a, double b) { return std::max({a, -b, 0.0}); };
-        least = std::hypot(nearest(left, right), nearest(low, high) * m_dfRatio);
-        greatest = std::hypot(std::max(-left, right), std::max(-low, high) * m_dfRatio);
+        least = LengthOf(nearest(left, right), nearest(low, high));
+        greatest = LengthOf(std::max(-left, right), std::max(-low, high) * m_dfRatio);
         return;
     }
     auto const along = [&](double u, double v) {
@@ -225,7 +230,7 @@ void qzILColorGradeImg::DistancesOf(double& least, double& greatest) const {
 }
 
 qzILStatus qzILColorGradeImg::RenderGradient() {
-    double const length = std::hypot(static_cast<double>(m_oVector.x), static_cast<double>(m_oVector.y));
+    double const length = LengthOf(m_oVector.x, m_oVector.y);
     if (!(length > 0.0) || !std::isfinite(m_dfRatio)) return Fail(length > 0.0 ? Code::GradeRatio : Code::GradeVector);
     double least = 0.0, greatest = 0.0;
     DistancesOf(least, greatest);
@@ -233,7 +238,8 @@ qzILStatus qzILColorGradeImg::RenderGradient() {
     if (greatest < 0.0) return RenderConstant(StopColor(0));
     double const entries = std::ceil(length);
     // One more on either side for what rounding makes of the corners.
-    double const first = std::clamp(std::floor(least) - 1.0, 0.0, entries - 1.0);
+    double const nearest = m_uType == qzILRampRadial ? least * std::min(m_dfRatio, 1.0) : least;
+    double const first = std::clamp(std::floor(nearest) - 1.0, 0.0, entries - 1.0);
     double const last = greatest + 1.0 >= length ? entries - 1.0 : std::clamp(std::ceil(greatest), 0.0, entries - 1.0);
     GradeShape const shape = m_uType == qzILRampRadial ? GradeShape::Radial
                              : m_iAngle % 180 == 0     ? GradeShape::AlongX
@@ -265,10 +271,11 @@ qzILStatus qzILColorGradeImg::RenderSquare() {
     if (size.x < 2 || size.y < 2) return Fail(Code::GradeVector);
     double const x = m_oCenter.x + std::min<double>(m_oVector.x, 0.0);
     double const y = m_oCenter.y + std::min<double>(m_oVector.y, 0.0);
-    bool const before = m_oBox.Origin.x + double(m_oBox.Size.x) <= x, behind = m_oBox.Origin.x >= x + size.x;
-    bool const below = m_oBox.Origin.y + double(m_oBox.Size.y) <= y, above = m_oBox.Origin.y >= y + size.y;
-    if ((before || behind) && (below || above)) {
-        return RenderConstant(m_aoCorners[above ? (behind ? 1 : 0) : (behind ? 2 : 3)]);
+    double const left = m_oBox.Origin.x, width = m_oBox.Size.x, low = m_oBox.Origin.y, height = m_oBox.Size.y;
+    if (left + width <= x || left >= x + size.x || low + height <= y || low >= y + size.y) {
+        // Wholly beyond an edge: the colour of the corner that is nearest to the region's middle.
+        bool const right = left + width / 2.0 > x + size.x / 2.0, up = low + height / 2.0 > y + size.y / 2.0;
+        return RenderConstant(m_aoCorners[up ? (right ? 1 : 0) : (right ? 2 : 3)]);
     }
     return RunOver(WalkOf(), m_oHelper.Format(), GetRampCorners(), [&]<class T>(As<T>) {
         RampCorners<T> rule{x, y, size.x - 1.0, size.y - 1.0, {}, {}, {}, {}};

@@ -63,6 +63,7 @@ void qzILDeinterlace::SetOutputImgB(IXFImage* image) {
 int qzILDeinterlace::GetImageSlots(ImageSlots& slots) {
     int const count = qzILFieldBasedImgProc::GetImageSlots(slots);
     slots[count] = &m_pOutputImgB;
+    if (m_uType != qzILInterpolationAdaptive) return count + 1;
     slots[count + 1] = &m_pCompImgA;
     slots[count + 2] = &m_pCompImgB;
     return count + 3;

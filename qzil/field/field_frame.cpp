@@ -56,8 +56,8 @@ qzILStatus qzILFieldBasedImgProc::Execute() {
     for (int i = 0; i < count; ++i) {
         whole[i] = *slots[i];
         if (!whole[i]) continue;
-        if (!HasPixels(whole[i])) return Fail(i == 0 ? Code::InputPixels : Code::OutputPixels);
-        if (!(FormatOf(whole[i]) == FormatOf(m_pInputImg))) return Fail(Code::FormatsDiffer);
+        // What cannot be taken apart has its code there.
+        if (!HasPixels(whole[i]) || !(FormatOf(whole[i]) == FormatOf(m_pInputImg))) return ExecutePlane();
         if (qzILSplitYCCAImage(whole[i], color[i].Typed(), alpha[i].Typed()) < 0) return Fail(Code::OutOfMemory);
     }
     auto const executeOn = [&](Ref<IXFImage> const* planes) {
@@ -95,8 +95,9 @@ unsigned qzILFieldBasedImgProc::FindOutputFault(IXFImage* output) {
     if (!(FormatOf(output) == FormatOf(m_pInputImg))) return Code::FormatsDiffer;
     if (!m_oOutput.FitsInto(output)) return Code::Region;
     qzILVector2l const place;
-    return qzILVerifyROIAndMask(1, &m_pInputImg, &place, 1, output, nullptr, {0, 0, 0x7FFFFFFF, 0x7FFFFFFF},
-                                m_oOutput.oRoi, m_oOutput.oOffset, 0);
+    // Without a mask none clips the region.
+    return qzILVerifyROIAndMask(1, &m_pInputImg, &place, 1, output, nullptr, m_oOutput.oRoi, m_oOutput.oRoi,
+                                m_oOutput.oOffset, 0);
 }
 
 qzILStatus qzILFieldBasedImgProc::FormRegion(std::span<Source const> sources, std::span<IXFImage* const> outputs) {

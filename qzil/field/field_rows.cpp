@@ -7,12 +7,13 @@ namespace {
 
 using kernel::Row;
 
+/// In floats of single precision, as samples are; differences of 16 bits take more than those hold.
 template <class T>
-QZIL_INLINE T Difference(T a, T b) {
+QZIL_INLINE double Difference(T a, T b) {
     if constexpr (std::is_same_v<T, float>) {
         return __builtin_fabsf(a - b);
     } else {
-        return static_cast<T>(a > b ? a - b : b - a);
+        return Max(s32{a}, s32{b}) - Min(s32{a}, s32{b});
     }
 }
 
@@ -40,7 +41,9 @@ QZIL_INLINE double LumaOf(MotionMean<T> const& m, T const* pixel) {
     if constexpr (std::is_same_v<T, float>) {
         return 0.299 * pixel[0] + 0.587 * pixel[1] + 0.114 * pixel[2];
     } else if constexpr (std::is_signed_v<T>) {
-        return qzILFixedMath<16>::NarrowSigned(m.aLuma[0] * pixel[0] + m.aLuma[1] * pixel[1] + m.aLuma[2] * pixel[2]);
+        // Of the least samples the sum leaves no room for the unit that a negative one is pulled down by.
+        s64 const sum = s64{m.aLuma[0]} * pixel[0] + s64{m.aLuma[1]} * pixel[1] + s64{m.aLuma[2]} * pixel[2];
+        return static_cast<double>((sum + (sum < 0 ? -65536 : 0) + 32768) >> 16);
     } else {
         u32 const sum = static_cast<u32>(m.aLuma[0]) * pixel[0] + static_cast<u32>(m.aLuma[1]) * pixel[1] +
                         static_cast<u32>(m.aLuma[2]) * pixel[2] + static_cast<u32>(m.aLuma[3]);
@@ -57,10 +60,7 @@ QZIL_INLINE double Motion(MotionMean<T> const& m, T const* current, T const* com
         return __builtin_fabs(LumaOf(m, current) - LumaOf(m, comparison));
     } else {
         constexpr int kLuma = kLayout == kernel::Layout::ChromaFirst ? 1 : 0;
-        auto const of = [=](int i) {
-            double const difference = static_cast<double>(current[i]) - static_cast<double>(comparison[i]);
-            return __builtin_fabs(difference);
-        };
+        auto const of = [=](int i) { return Difference(current[i], comparison[i]); };
         return samples == 4 ? Max(of(kLuma), of(kLuma + 2)) : of(kLuma);
     }
 }

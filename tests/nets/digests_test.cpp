@@ -37,7 +37,7 @@ std::string Digest(Scene const& plain, std::string const& before = "CBF29CE48422
             scene.uMaskChannel = XFImageChannel1;
             scene.oMaskRect = scene.oRoi;
         }
-        hash = Hash(OutcomeOf(scene).Bytes(), hash);
+        hash = Hash(Results(scene), hash);
     }
     std::ostringstream text;
     text << std::hex << std::setw(16) << std::setfill('0') << hash;
@@ -55,11 +55,6 @@ TEST(DigestNet, EveryEffectAndFormatGivesItsFrozenHash) {
             std::string& hash = actual[entry.sName + ' ' + NameOf(pair.oFrom)];
             hash = Digest(PlainScene(entry, pair, 38, 18), hash.empty() ? "0" : hash);
         });
-    for (Entry const& entry : OtherKinds()) {
-        for (GUID const& format : entry.oFormats) {
-            actual[entry.sName + ' ' + NameOf(format)] = Digest(PlainScene(entry, format, 38, 17));
-        }
-    }
     if (std::getenv("QZIL_UPDATE_DIGESTS")) {
         std::ofstream file(kFile);
         for (auto const& [key, hash] : actual) file << key << ' ' << hash << '\n';

@@ -105,6 +105,7 @@ TEST(FrameNet, RandomScenesFollowTheFramesRules) {
     for (int i = 0; i < count && !HasFatalFailure();) {
         catalog::Entry const& entry = effects[static_cast<std::size_t>(random.Below(static_cast<int>(effects.size())))];
         GUID const format = OneOf(random, entry.oFormats);
+        if (!IsPicture(entry)) continue;
         // These two are addressed as interleaved but split into planes: no pixel of theirs has one place.
         if (format == MFIF_CbYCrYA_10_6_FR || format == MFIF_CbYCrY709A_10_6_FR) continue;
         Scene scene = RandomScene(entry, format, random);

@@ -284,24 +284,24 @@ Images Executed(Scene const& scene) {
     return images;
 }
 
-Outcome OutcomeOf(Scene const& scene) {
-    Outcome outcome{Images(scene), {}};
-    catalog::Instance instance = Prepare(scene, outcome.oImages);
-    EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
-    for (std::size_t i = 0; i < scene.pEntry->oResults.size(); ++i) outcome.oNumbers.push_back(instance.ResultOf(i));
-    return outcome;
-}
-
-std::vector<unsigned char> Outcome::Bytes() const {
+std::vector<unsigned char> Results(catalog::Instance& instance, Images const& images) {
     std::vector<unsigned char> all;
-    auto const add = [&all](unsigned char const* bytes, std::size_t size) {
-        all.insert(all.end(), bytes, bytes + size);
+    auto const add = [&all](std::span<unsigned char const> bytes) {
+        all.insert(all.end(), bytes.begin(), bytes.end());
     };
-    for (Ref<IXFImage> const& output : oImages.oOutputs) add(test::Bytes(output).data(), test::Bytes(output).size());
-    for (auto const& numbers : oNumbers) {
-        add(reinterpret_cast<unsigned char const*>(numbers.data()), numbers.size() * sizeof(double));
+    for (Ref<IXFImage> const& output : images.oOutputs) add(Bytes(output));
+    for (std::size_t i = 0; i < instance.Describes().oResults.size(); ++i) {
+        std::vector<double> const numbers = instance.ResultOf(i);
+        add({reinterpret_cast<unsigned char const*>(numbers.data()), numbers.size() * sizeof(double)});
     }
     return all;
+}
+
+std::vector<unsigned char> Results(Scene const& scene) {
+    Images const images(scene);
+    catalog::Instance instance = Prepare(scene, images);
+    EXPECT_EQ(instance.Effect().Execute(), 1) << scene.Describe();
+    return Results(instance, images);
 }
 
 Pixel PixelAt(qzILImageHelper const& helper, int x, int y) {
@@ -342,28 +342,19 @@ std::vector<catalog::Value> RandomValuesFor(catalog::Entry const& entry, GUID co
     }
 }
 
-namespace {
-
-std::vector<catalog::Entry> EffectsOfKind(bool pictures) {
-    std::vector<catalog::Entry> effects;
-    for (catalog::Entry const& entry : catalog::Effects()) {
-        bool const picture =
-            !entry.IsGenerator() && entry.RequiredInputs() == entry.oInputs.size() && entry.oOutputs.size() == 1;
-        if (picture == pictures && !entry.bUpdates) effects.push_back(entry);
-    }
-    return effects;
-}
-
-}  // namespace
-
 std::span<catalog::Entry const> NetEffects() {
-    static std::vector<catalog::Entry> const l_oEffects = EffectsOfKind(true);
+    static std::vector<catalog::Entry> const l_oEffects = [] {
+        std::vector<catalog::Entry> effects;
+        for (catalog::Entry const& entry : catalog::Effects()) {
+            if (!entry.bUpdates) effects.push_back(entry);
+        }
+        return effects;
+    }();
     return l_oEffects;
 }
 
-std::span<catalog::Entry const> OtherKinds() {
-    static std::vector<catalog::Entry> const l_oEffects = EffectsOfKind(false);
-    return l_oEffects;
+bool IsPicture(catalog::Entry const& entry) {
+    return !entry.IsGenerator() && entry.RequiredInputs() == entry.oInputs.size() && entry.oOutputs.size() == 1;
 }
 
 bool Scene::EqualsPartOfWhole() const {
@@ -475,6 +466,7 @@ Scene PlainScene(catalog::Entry const& entry, GUID const& format, int width, int
     Scene scene;
     scene.pEntry = &entry;
     scene.oFormat = format;
+    scene.uMode = entry.Make().Effect().GetProcessingMode();
     scene.oOutputSize = scene.oRoi.Size = {width, height};
     scene.oSizes.assign(entry.oInputs.size(), scene.oOutputSize);
     for (catalog::Parameter const& parameter : entry.oParameters) scene.oValues.push_back(parameter.oDefault);

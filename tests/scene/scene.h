@@ -11,11 +11,11 @@
 /// Scenes of catalogued effects, for tests that hold for every effect alike.
 namespace qzil::test {
 
-/// The effects that make one picture of others, with a mask perhaps, whose output does not depend on what it held
-/// before.
+/// The effects whose output does not depend on what it held before.
 std::span<catalog::Entry const> NetEffects();
-/// Those of other kinds: without inputs, with some that may be absent, with several outputs, or with numbers.
-std::span<catalog::Entry const> OtherKinds();
+/// It makes one picture of others, all of which have to be there; else it is a generator, finds numbers, has several
+/// outputs, or inputs that may be absent.
+bool IsPicture(catalog::Entry const& entry);
 
 /// What images hold: random samples, those and many ends of their range, NaN and infinities among them, or every pair
 /// of values of a first and a second image over 256 x 256 pixels, where a mask takes the second one's place.
@@ -82,13 +82,10 @@ void SetImages(catalog::Instance& instance, Scene const& scene, Images const& im
 /// The images behind a call that has to succeed.
 Images Executed(Scene const& scene);
 
-/// What a call that has to succeed leaves in its outputs and finds.
-struct Outcome {
-    Images oImages;
-    std::vector<std::vector<double>> oNumbers;
-    std::vector<unsigned char> Bytes() const;  ///< of all
-};
-Outcome OutcomeOf(Scene const& scene);
+/// The bytes of all that a call left in its outputs and found.
+std::vector<unsigned char> Results(catalog::Instance& instance, Images const& images);
+/// The same of a call that has to succeed.
+std::vector<unsigned char> Results(Scene const& scene);
 
 /// A pixel's bytes: its colour samples, and its alpha where that is a plane.
 struct Pixel {
