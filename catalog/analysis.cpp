@@ -63,10 +63,6 @@ struct Histogram : qzILHistoImg {
     }
 };
 
-void SetVectorX(qzILColorGradeImg& effect, qzILVector2l const& start, qzILVector2l const& direction) {
-    effect.SetVector(start.x, start.y, direction.x, direction.y);
-}
-
 /// The effect takes start and direction, and colours and positions, together.
 struct Ramp : qzILColorGradeImg {
     qzILVector2l oStart, oDirection{256, 128};
@@ -75,11 +71,11 @@ struct Ramp : qzILColorGradeImg {
 
     void SetStart(qzILVector2l const& start) {
         oStart = start;
-        SetVectorX(*this, oStart, oDirection);
+        SetVector(oStart.x, oStart.y, oDirection.x, oDirection.y);
     }
     void SetDirection(qzILVector2l const& direction) {
         oDirection = direction;
-        SetVectorX(*this, oStart, oDirection);
+        SetVector(oStart.x, oStart.y, oDirection.x, oDirection.y);
     }
     template <int kIndex>
     void SetColor(qzILColor const& color) {

@@ -78,7 +78,7 @@ qzILStatus qzILDeinterlace::ExecutePlane() {
 
 qzILStatus qzILDeinterlace::Verify() {
     if (qzILStatus const status = qzILFieldBasedImgProc::Verify(); status != 1) return status;
-    if (m_oOutput.pImage && m_oOutput.pImage == m_pOutputImgB) return Fail(Code::SameOutputs);
+    if (m_oOutput.pImage && SamePixels(m_oOutput.pImage, m_pOutputImgB)) return Fail(Code::SameOutputs);
     for (IXFImage* const pImage : {m_pCompImgA, m_pCompImgB}) {
         if (!pImage) continue;
         if (!HasPixels(pImage)) return Fail(Code::InputPixels);
@@ -109,7 +109,7 @@ qzILStatus qzILDeinterlace::PrepareData() {
     if (qzILStatus const status = FormRegion(sources, outputs); status != 1) return status;
     if (adaptive && ((outputs[0] && !m_pCompImgA) || (outputs[1] && !m_pCompImgB))) return Fail(Code::NoInput);
     for (Source const& source : sources) {
-        if (qzILStatus const status = ViewSource(source, outputs, 2); status != 1) return status;
+        if (qzILStatus const status = ViewSource(source, outputs, 1); status != 1) return status;
     }
     m_oOutputHelperA.SetImage(m_oOutput.pImage);
     m_oOutputHelperB.SetImage(m_pOutputImgB);
